@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QMetaType>
+
+#include <cstdint>
+
+/// The version record of the Controller's backend, owned by the host and valid as long as the module lives.
+struct BackendVersions
+{
+    int32_t reserved[3];
+    int32_t major;
+    int32_t minor;
+    int32_t third;
+};
+
+/// Whether the Controller has at least version \a major.\a minor. Of the third number only -1 and above count
+/// as that version: test builds of the version before carry -2 and below. Any thread; the record never changes.
+inline bool versionAtLeast(const BackendVersions &versions, int32_t major, int32_t minor)
+{
+    if (versions.major != major)
+        return versions.major > major;
+    if (versions.minor != minor)
+        return versions.minor > minor;
+    return versions.third >= -1;
+}
+
+Q_DECLARE_METATYPE(BackendVersions *)

@@ -1,0 +1,66 @@
+#include "networksettings2gmodule.h"
+
+#include "backendversions.h"
+#include "iomanager.h"
+#include "networkdialog.h"
+
+#include <QAction>
+#include <QKeySequence>
+
+void NetworkSettings2GModule::prepareShutdown()
+{
+    if (auto *dialog = qobject_cast<NetworkDialog *>(m_record.dialog))
+        dialog->teardownRequests();
+}
+
+void NetworkSettings2GModule::releaseResources()
+{
+    delete m_record.dialog;
+    m_record.dialog = nullptr;
+    m_actions.clear();
+}
+
+QString NetworkSettings2GModule::moduleName()
+{
+    return tr("GUI Output Settings");
+}
+
+QString NetworkSettings2GModule::moduleVersion()
+{
+    return QString::fromLatin1("v%1.%2.%3").arg(2).arg(2).arg(5);
+}
+
+QList<ModuleAction *> NetworkSettings2GModule::moduleActions()
+{
+    if (m_actions.isEmpty() && !m_observerMode)
+        makeAction();
+    return m_actions;
+}
+
+void NetworkSettings2GModule::makeAction()
+{
+    m_record.dialog = new NetworkDialog(m_ioManager, m_moduleParent, m_versions);
+    m_record.menuTitle = tr("&Tracking");
+    m_record.menuNumber = 300;
+    m_record.actionNumber = 170;
+    m_record.lastNumber = 0;
+    m_record.action = new QAction(tr("&Output"), this);
+    m_record.action->setShortcut(QKeySequence(tr("F9")));
+    const QString tip = tr("Change network settings and output types for tracking data output");
+    m_record.action->setStatusTip(tip);
+    m_record.action->setWhatsThis(tip);
+    connect(m_record.action, SIGNAL(triggered()), m_record.dialog, SLOT(update_and_exec()));
+    m_actions << &m_record;
+}
+
+void NetworkSettings2GModule::setParameter(QString key, QVariant value)
+{
+    if (key == QLatin1String("CommandManager"))
+        m_ioManager = value.value<IOManager *>();
+    else if (key == QLatin1String("ModuleParent"))
+        m_moduleParent = value.value<QWidget *>();
+    else if (key == QLatin1String("BackendVersions"))
+        m_versions = value.value<BackendVersions *>();
+    else if (key == QLatin1String("ObserverMode"))
+        m_observerMode = value.value<bool>();
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "moduleaction.h"
+#include "moduleinterface.h"
+
+#include <QObject>
+
+struct BackendVersions;
+class IOManager;
+class QWidget;
+
+/// The plug-in object: takes the host's services and makes the one dialog and the one menu action. GUI thread.
+class NetworkSettings2GModule : public QObject, public ModuleInterface
+{
+    Q_OBJECT
+    Q_INTERFACES(ModuleInterface)
+    Q_PLUGIN_METADATA(IID "io.kelmora-sys.Orvane2.NetworkSettigns2gModule")
+
+public:
+    void prepareShutdown() override;
+    void releaseResources() override;
+    QString moduleName() override;
+    QString moduleVersion() override;
+
+    /// Makes dialog and action if there are none, unless the host is an observer.
+    QList<ModuleAction *> moduleActions() override;
+
+    void setParameter(QString key, QVariant value) override;
+
+private:
+    void makeAction();
+
+    QWidget *m_moduleParent = nullptr;
+    QList<ModuleAction *> m_actions; // at most one entry: m_record
+    ModuleAction m_record;
+    IOManager *m_ioManager = nullptr;
+    BackendVersions *m_versions = nullptr;
+    bool m_observerMode = false;
+};
