@@ -1,0 +1,241 @@
+#include "channel.h"
+
+#include "udp.h"
+
+#include <QScopedValueRollback>
+#include <QSet>
+
+#include <limits>
+
+namespace {
+
+QStandardItem *takeOrMakeItem(QStandardItemModel &model, int row, int column)
+{
+    QStandardItem *item = model.item(row, column);
+    if (!item) {
+        item = new QStandardItem;
+        model.setItem(row, column, item);
+    }
+    return item;
+}
+
+bool isTicked(const QStandardItemModel &model, int row)
+{
+    return model.item(row, Channel::IdentifierColumn)->checkState() == Qt::Checked;
+}
+
+} // namespace
+
+Channel::Channel(IOManager *ioManager, int channelIndex, BackendVersions *versions)
+    : m_ioManager(ioManager), m_versions(versions), m_channelIndex(channelIndex)
+{
+    m_hiddenTypes << QLatin1String("2dmon");
+    for (const char *name : {"fr", "ts2", "ts", "st", "6dcal", "6d", "6di", "3d", "6df2", "6dmt2", "6dmtr",
+                             "glcal", "gl"})
+        m_typeOrder << QLatin1String(name);
+    setOutputTypes({});
+    connect(&m_typeModel, &QStandardItemModel::itemChanged, this, &Channel::publishTicks);
+}
+
+Channel::~Channel() = default;
+
+void Channel::setOutputTypes(const QList<OutputTypeInfo> &types)
+{
+    // load() follows and publishes the ticks that it has read.
+    const QScopedValueRollback<bool> hold(m_holdTicks, true);
+    clearRows(m_typeOrder.size() + types.size());
+    int others = 0;
+    for (const OutputTypeInfo &type : types) {
+        const int known = m_typeOrder.indexOf(type.name);
+        fillRow(known >= 0 ? known : m_typeOrder.size() + others++, type);
+    }
+    removeEmptyRows();
+    findHiddenRows();
+}
+
+void Channel::clearRows(int count)
+{
+    m_typeModel.clear();
+    m_typeModel.setColumnCount(ColumnCount);
+    m_typeModel.setHeaderData(IdentifierColumn, Qt::Horizontal, tr("Identifier"), Qt::EditRole);
+    m_typeModel.setHeaderData(DescriptionColumn, Qt::Horizontal, tr("Description"), Qt::EditRole);
+    m_typeModel.setRowCount(count);
+}
+
+void Channel::fillRow(int row, const OutputTypeInfo &type)
+{
+    QStandardItem *identifier = takeOrMakeItem(m_typeModel, row, IdentifierColumn);
+    identifier->setText(type.name);
+    identifier->setCheckable(true);
+    identifier->setCheckState(Qt::Unchecked);
+    identifier->setData(false, Qt::UserRole);
+    identifier->setEditable(false);
+    // The frame counter is no choice of the user's: the Controller decides whether it is sent.
+    identifier->setEnabled(type.available && type.name != QLatin1String("fr"));
+
+    QStandardItem *description = takeOrMakeItem(m_typeModel, row, DescriptionColumn);
+    description->setText(type.description);
+    description->setData(type.available, Qt::UserRole);
+    description->setEditable(false);
+}
+
+void Channel::removeEmptyRows()
+{
+    for (int row = m_typeModel.rowCount() - 1; row >= 0; --row) {
+        const QStandardItem *identifier = m_typeModel.item(row, IdentifierColumn);
+        if (!identifier || identifier->text().isEmpty())
+            m_typeModel.removeRow(row);
+    }
+}
+
+void Channel::findHiddenRows()
+{
+    m_hiddenRows.clear();
+    for (int row = 0; row < m_typeModel.rowCount(); ++row) {
+        if (m_hiddenTypes.contains(m_typeModel.item(row, IdentifierColumn)->text()))
+            m_hiddenRows << row;
+    }
+}
+
+void Channel::publishTicks()
+{
+    if (m_holdTicks)
+        return;
+    QSet<QString> seen; // of two rows with one name the first counts
+    QVector<QByteArray> ticked;
+    for (int row = 0; row < m_typeModel.rowCount(); ++row) {
+        const QString name = m_typeModel.item(row, IdentifierColumn)->text();
+        if (!seen.contains(name) && isTicked(m_typeModel, row))
+            ticked << name.toLatin1();
+        seen << name;
+    }
+    m_tickedTypes.publish(ticked);
+}
+
+void Channel::setMonitorIp(QString monitorIp)
+{
+    m_monitorIp = monitorIp;
+}
+
+void Channel::setHostName(QString hostName)
+{
+    m_hostName = hostName;
+}
+
+void Channel::setDomainName(QString domainName)
+{
+    m_domainName = domainName;
+}
+
+bool Channel::hasChanges() const
+{
+    return m_changed || hasPendingTick();
+}
+
+bool Channel::hasPendingTick() const
+{
+    for (int row = 0; row < m_typeModel.rowCount(); ++row) {
+        const bool committed = m_typeModel.item(row, IdentifierColumn)->data(Qt::UserRole).toBool();
+        if (isTicked(m_typeModel, row) != committed)
+            return true;
+    }
+    return false;
+}
+
+bool Channel::hasSameDestination(const Channel &other) const
+{
+    return isActive() && other.isActive() && ip() == other.ip() && port() == other.port();
+}
+
+bool Channel::isTypeActive(const QString &name) const
+{
+    for (int row = 0; row < m_typeModel.rowCount(); ++row) {
+        if (m_typeModel.item(row, IdentifierColumn)->text() == name)
+            return isTicked(m_typeModel, row);
+    }
+    return false;
+}
+
+bool Channel::isMyIp(const QString &candidate) const
+{
+    if (candidate == m_monitorIp)
+        return true;
+    if (m_hostName.isEmpty())
+        return false;
+    if (candidate == m_hostName)
+        return true;
+    if (m_domainName.isEmpty())
+        return false;
+    return candidate == m_hostName + QLatin1Char('.') + m_domainName;
+}
+
+void Channel::setPort(int p)
+{
+    if (!isPort(p) || p == port())
+        return;
+    setDestination(ip(), p);
+    m_changed = true;
+}
+
+void Channel::setActive(bool b)
+{
+    if (b == m_active)
+        return;
+    m_active = b;
+    m_changed = true;
+}
+
+void Channel::setMulticast(bool b)
+{
+    if (b == m_multicast)
+        return;
+    m_multicast = b;
+    m_changed = true;
+}
+
+void Channel::setDataDivisor(int dataDiv)
+{
+    if (dataDiv < 1 || dataDiv == m_dataDivisor)
+        return;
+    m_dataDivisor = dataDiv;
+    m_changed = true;
+}
+
+void Channel::setIp(uint ip)
+{
+    uint32_t first, second, third, fourth;
+    splitIpv4(&first, &second, &third, &fourth, ip);
+    m_host = QString::fromLatin1("%1.%2.%3.%4").arg(first).arg(second).arg(third).arg(fourth);
+    setDestination(ip, port());
+    m_changed = true;
+}
+
+void Channel::setHost(const QString &h)
+{
+    setHostAndPort(h, port());
+}
+
+void Channel::setHostAndPort(const QString &host, int port)
+{
+    const bool known = host == m_host && ip() != 0;
+    // The address of before stays in force for the length of the look-up.
+    const quint32 address = known ? ip() : resolveHost(host.toLatin1().constData());
+    setDestination(address, port);
+    if (known)
+        return;
+    m_host = host;
+    m_changed = true;
+}
+
+void Channel::setDestination(quint32 address, int port)
+{
+    Destination next;
+    next.address = address;
+    next.port = static_cast<quint16>(port);
+    m_destination = next;
+}
+
+bool Channel::isPort(int number)
+{
+    return number >= 0 && number <= std::numeric_limits<quint16>::max();
+}

@@ -1,0 +1,164 @@
+#pragma once
+
+#include "outputtypeinfo.h"
+#include "tickedtypes.h"
+
+#include <QObject>
+#include <QStandardItemModel>
+#include <QStringList>
+
+#include <atomic>
+
+struct BackendVersions;
+class IOManager;
+
+/// Where the datagrams of a channel go: an IPv4 address in host byte order, 0 meaning none, and a UDP port.
+struct Destination
+{
+    quint32 address = 0;
+    quint16 port = 0;
+};
+
+/// The model of one output channel of the Controller: whether it is on, where its data goes, how often it sends
+/// and which output types it sends. load() reads it from the Controller, commit() writes it back.
+///
+/// It lives on the GUI thread, where everything happens that is not marked otherwise. Pending edits are known in
+/// two ways: a slot that stores something new raises a flag, and a type row remembers beside its tick what the
+/// Controller holds. hasChanges() joins both.
+class Channel : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The columns of typeModel(). Under Qt::UserRole the first holds the state of the tick that the Controller
+    /// is known to have, the second whether the Controller offers the type; both are bool.
+    enum Column { IdentifierColumn, DescriptionColumn, ColumnCount };
+
+    /// The most channels that a Controller has.
+    static constexpr int MaximumCount = 10;
+
+    /// \a ioManager and \a versions stay the host's. \a channelIndex counts from 0; the user and the Controller
+    /// see it one higher.
+    Channel(IOManager *ioManager, int channelIndex, BackendVersions *versions);
+    ~Channel() override;
+
+    /// Takes on the Controller's state, one command after the other. Afterwards there are no pending edits.
+    /// setOutputTypes() and the identities come first. Failures go to the host's log. Ends with updated().
+    void load();
+
+    /// Writes the active state and, on an active channel with pending edits, those and the destination and the
+    /// divisor to the Controller. Failures go to the host's log and end nothing.
+    void commit();
+
+    /// Tells the Controller \a on or off and changes nothing here.
+    void setActiveOnController(bool on);
+
+    /// Rebuilds the rows from \a types: well-known identifiers first, in their fixed order, then the others in the
+    /// order of the catalogue. All ticks are off until load() has read them; isTypeWanted() goes on answering
+    /// from the ticks of before until then, so that a refresh tears no frame.
+    void setOutputTypes(const QList<OutputTypeInfo> &types);
+
+    /// The three identities of this computer: its address as the Controller sees it, its name, and its domain.
+    void setMonitorIp(QString monitorIp);
+    void setHostName(QString hostName);
+    void setDomainName(QString domainName);
+
+    int channelIndex() const { return m_channelIndex; }
+    QString host() const { return m_host; }
+    QString monitorIp() const { return m_monitorIp; }
+    bool isMulticast() const { return m_multicast; }
+    QStandardItemModel *typeModel() { return &m_typeModel; }
+
+    /// The rows that the page does not show.
+    const QList<int> &hiddenRows() const { return m_hiddenRows; }
+
+    /// Any thread.
+    bool isActive() const { return m_active; }
+
+    /// Only every n-th frame is sent; at least 1. Any thread.
+    int dataDivisor() const { return m_dataDivisor; }
+
+    /// Address and port as they stood together at one moment. Any thread.
+    Destination destination() const { return m_destination; }
+
+    quint32 ip() const { return destination().address; }
+    int port() const { return destination().port; }
+
+    /// Whether anything waits for commit().
+    bool hasChanges() const;
+
+    /// Whether both channels are active and send to one address and port. Names are not compared.
+    bool hasSameDestination(const Channel &other) const;
+
+    /// Whether the row of \a name is ticked; false without such a row.
+    bool isTypeActive(const QString &name) const;
+
+    /// isTypeActive() for the data threads, from the ticks as they were last published. Any thread.
+    bool isTypeWanted(const char *name) const { return m_tickedTypes.contains(name); }
+
+    /// Whether \a candidate names this computer. Exact and case-sensitive.
+    bool isMyIp(const QString &candidate) const;
+    bool isMyIp() const { return isMyIp(m_host); }
+
+signals:
+    /// load() has ended.
+    void updated();
+
+    /// commit() begins: whoever holds an edit back hands it over before this returns.
+    void committingChanges();
+
+public slots:
+    /// 0 to 65535; anything else is dropped.
+    void setPort(int p);
+    void setActive(bool b);
+    void setMulticast(bool b);
+
+    /// At least 1; anything less is dropped.
+    void setDataDivisor(int dataDiv);
+
+    /// Takes \a ip and, as the host, its dotted form.
+    void setIp(uint ip);
+
+    /// Takes \a h and looks it up, unless it is the host already and its address is known. Blocks for the length
+    /// of the look-up; one that fails leaves the address 0.
+    void setHost(const QString &h);
+
+private:
+    int number() const { return m_channelIndex + 1; }
+    void loadDestination();
+    void loadActive();
+    void loadDataDivisor();
+    void loadTicks();
+    void loadTick(int row);
+    void commitTicks();
+    void commitDestination();
+    void commitDataDivisor();
+    void clearRows(int count);
+    void fillRow(int row, const OutputTypeInfo &type);
+    void removeEmptyRows();
+    void findHiddenRows();
+    void publishTicks();
+    bool hasPendingTick() const;
+    void setHostAndPort(const QString &host, int port);
+    void setDestination(quint32 address, int port);
+    static bool isPort(int number);
+
+    IOManager *m_ioManager;
+    BackendVersions *m_versions;
+    const int m_channelIndex;
+    std::atomic<int> m_dataDivisor{1};
+    std::atomic<bool> m_active{false};
+    bool m_changed = false;
+    bool m_multicast = false;
+    QStringList m_hiddenTypes;
+    QList<int> m_hiddenRows;
+    QStringList m_typeOrder; // the position in this list is the row
+    QStandardItemModel m_typeModel;
+    QString m_monitorIp;
+    QString m_hostName;
+    QString m_domainName;
+    QString m_host;
+    std::atomic<Destination> m_destination{Destination()};
+    TickedTypes m_tickedTypes;
+    bool m_holdTicks = false; // the rows are being read; their ticks are published as a whole
+};

@@ -1,0 +1,65 @@
+#include "channel.h"
+
+#include "backendversions.h"
+#include "commands.h"
+#include "controllerlog.h"
+#include "iomanager.h"
+
+void Channel::commit()
+{
+    if (m_channelIndex >= MaximumCount)
+        return;
+    emit committingChanges();
+    setActiveOnController(m_active);
+    // An inactive channel keeps its other edits until it is switched on.
+    if (!hasChanges() || !m_active)
+        return;
+    commitTicks();
+    commitDestination();
+    commitDataDivisor();
+    m_changed = false;
+}
+
+void Channel::setActiveOnController(bool on)
+{
+    if (on) {
+        if (m_ioManager->setValue(commands::setActiveYes, number()) != 0)
+            logFailure(m_ioManager, QLatin1String("Error: Unable to activate channel"));
+    } else {
+        if (m_ioManager->setValue(commands::setActiveNo, number()) != 0)
+            logFailure(m_ioManager, QLatin1String("Error: Unable to deactivate channel"));
+    }
+}
+
+void Channel::commitTicks()
+{
+    for (int row = 0; row < m_typeModel.rowCount(); ++row) {
+        QStandardItem *identifier = m_typeModel.item(row, IdentifierColumn);
+        const bool ticked = identifier->checkState() == Qt::Checked;
+        if (ticked == identifier->data(Qt::UserRole).toBool())
+            continue;
+        const QByteArray name = identifier->text().toLatin1();
+        // A refused command counts as committed until the next load() reads what the Controller holds.
+        identifier->setData(ticked, Qt::UserRole);
+        m_ioManager->setValue(commands::setTypeActive, number(), name.constData(), ticked ? "yes" : "no");
+    }
+}
+
+void Channel::commitDestination()
+{
+    const QByteArray host = m_host.toLatin1();
+    if (m_multicast)
+        m_ioManager->setValue(commands::setMulticast, number(), host.constData(), port());
+    else if (isMyIp())
+        m_ioManager->setValue(commands::setThisComputer, number(), port());
+    else
+        m_ioManager->setValue(commands::setHost, number(), host.constData(), port());
+}
+
+void Channel::commitDataDivisor()
+{
+    if (!versionAtLeast(*m_versions, 1, 6))
+        return;
+    if (m_ioManager->setValue(commands::setDataDivisor, number(), dataDivisor()) != 0)
+        logFailure(m_ioManager, QLatin1String("Error: Unable to set value send data divisor"));
+}

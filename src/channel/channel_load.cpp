@@ -1,0 +1,95 @@
+#include "channel.h"
+
+#include "answer.h"
+#include "backendversions.h"
+#include "commands.h"
+#include "controllerlog.h"
+#include "iomanager.h"
+
+#include <QScopedValueRollback>
+
+namespace {
+
+/// The port of a channel without a destination.
+constexpr int defaultPort = 5000;
+
+QString field(const QString &answer, int number)
+{
+    return answer.section(QLatin1Char(' '), number, number);
+}
+
+} // namespace
+
+void Channel::load()
+{
+    loadDestination();
+    loadActive();
+    loadDataDivisor();
+    loadTicks();
+    // Cleared before the page refreshes itself: what its narrower ranges alter and hand back is an edit.
+    m_changed = false;
+    emit updated();
+}
+
+void Channel::loadDestination()
+{
+    Answer answer;
+    m_ioManager->getValue(answer.room(), commands::destination, number());
+    if (answer.is("none")) {
+        m_multicast = false;
+        setHostAndPort(QString(), defaultPort);
+        return;
+    }
+    const QString text = answer.text();
+    m_multicast = field(text, 0) == QLatin1String("multicast");
+    const int answeredPort = field(text, 2).toInt();
+    setHostAndPort(field(text, 1), isPort(answeredPort) ? answeredPort : port());
+}
+
+void Channel::loadActive()
+{
+    Answer answer;
+    m_ioManager->getValue(answer.room(), commands::active, number());
+    m_active = answer.isYes();
+}
+
+void Channel::loadDataDivisor()
+{
+    int divisor = 1;
+    if (versionAtLeast(*m_versions, 1, 6)
+        && m_ioManager->getIntValue(&divisor, commands::dataDivisor, number()) != 0) {
+        logFailure(m_ioManager, QLatin1String("Error: Unable to get value send data divisor"));
+        divisor = 1;
+    }
+    // The router divides by it.
+    m_dataDivisor = qMax(divisor, 1);
+}
+
+void Channel::loadTicks()
+{
+    {
+        const QScopedValueRollback<bool> hold(m_holdTicks, true);
+        for (int row = 0; row < m_typeModel.rowCount(); ++row) {
+            if (m_typeModel.item(row, DescriptionColumn)->data(Qt::UserRole).toBool())
+                loadTick(row);
+        }
+    }
+    publishTicks();
+}
+
+void Channel::loadTick(int row)
+{
+    const QModelIndex index = m_typeModel.index(row, IdentifierColumn);
+    const QString name = index.data().toString();
+    Answer answer;
+    if (m_ioManager->getValue(answer.room(), commands::typeActive, number(), name.toLatin1().constData()) != 0) {
+        logFailure(m_ioManager, QString::fromLatin1("Error: Unable to get output active of channel %1 and %2")
+                                    .arg(number())
+                                    .arg(name));
+        return;
+    }
+    if (!answer.isYes())
+        return;
+    m_typeModel.setData(index, Qt::Checked, Qt::CheckStateRole);
+    m_typeModel.setData(index, true, Qt::UserRole);
+}

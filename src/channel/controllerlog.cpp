@@ -1,0 +1,10 @@
+#include "controllerlog.h"
+
+#include "iomanager.h"
+
+#include <QString>
+
+void logFailure(IOManager *manager, const QString &text)
+{
+    manager->log("standard", "ORVANE3", 1, text.toLatin1().constData());
+}

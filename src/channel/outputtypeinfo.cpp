@@ -1,0 +1,70 @@
+#include "outputtypeinfo.h"
+
+#include "answer.h"
+#include "commands.h"
+#include "controllerlog.h"
+#include "iomanager.h"
+
+namespace {
+
+int queryTypeCount(IOManager *manager)
+{
+    int count = 0;
+    if (manager->getIntValue(&count, commands::typeCount) == 0)
+        return count;
+    logFailure(manager, QLatin1String("Error: Unable to get number of output types"));
+    return 0;
+}
+
+QString queryDescription(IOManager *manager, const QByteArray &name)
+{
+    Answer answer;
+    if (manager->getValue(answer.room(), commands::typeDescription, name.constData()) == 0)
+        return answer.text().remove(QLatin1Char('"'));
+    logFailure(manager, QLatin1String("Error: Unable to get type description"));
+    return QString();
+}
+
+bool queryAvailable(IOManager *manager, const QByteArray &name)
+{
+    Answer answer;
+    if (manager->getValue(answer.room(), commands::typeAvailable, name.constData()) == 0)
+        return answer.isYes();
+    logFailure(manager, QString::fromLatin1("Error: Unable to get output availability of %1")
+                            .arg(QString::fromLatin1(name)));
+    return false;
+}
+
+} // namespace
+
+int queryOutputTypes(IOManager *manager, QList<OutputTypeInfo> *types)
+{
+    types->clear();
+    if (!manager)
+        return -1;
+
+    const int count = queryTypeCount(manager);
+    for (int number = 1; number <= count; ++number) {
+        Answer answer;
+        if (manager->getValue(answer.room(), commands::typeName, number) != 0) {
+            logFailure(manager, QString::fromLatin1("Error: Unable to get output type t0%1").arg(number));
+            continue;
+        }
+        OutputTypeInfo type;
+        type.name = answer.text();
+        const QByteArray name = type.name.toLatin1();
+        type.description = queryDescription(manager, name);
+        type.available = queryAvailable(manager, name);
+        types->append(type);
+    }
+    return 0;
+}
+
+QString queryMonitorIp(IOManager *manager)
+{
+    if (!manager)
+        return QString();
+    Answer answer;
+    manager->getValue(answer.room(), commands::monitorAddress);
+    return answer.text().section(QLatin1Char(' '), 1, 1);
+}
