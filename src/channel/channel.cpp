@@ -229,7 +229,7 @@ void Channel::setHostAndPort(const QString &host, int port)
 
 void Channel::setDestination(quint32 address, int port)
 {
-    Destination next;
+    UdpDestination next;
     next.address = address;
     next.port = static_cast<quint16>(port);
     m_destination = next;

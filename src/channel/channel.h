@@ -13,7 +13,7 @@ struct BackendVersions;
 class IOManager;
 
 /// Where the datagrams of a channel go: an IPv4 address in host byte order, 0 meaning none, and a UDP port.
-struct Destination
+struct UdpDestination
 {
     quint32 address = 0;
     quint16 port = 0;
@@ -79,7 +79,7 @@ public:
     int dataDivisor() const { return m_dataDivisor; }
 
     /// Address and port as they stood together at one moment. Any thread.
-    Destination destination() const { return m_destination; }
+    UdpDestination destination() const { return m_destination; }
 
     quint32 ip() const { return destination().address; }
     int port() const { return destination().port; }
@@ -158,7 +158,7 @@ private:
     QString m_hostName;
     QString m_domainName;
     QString m_host;
-    std::atomic<Destination> m_destination{Destination()};
+    std::atomic<UdpDestination> m_destination{UdpDestination()};
     TickedTypes m_tickedTypes;
     bool m_holdTicks = false; // the rows are being read; their ticks are published as a whole
 };

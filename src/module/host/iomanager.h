@@ -7,9 +7,9 @@ class Requester;
 
 #if defined(__GNUC__)
 // The implicit object counts as argument 1.
-#define IOMANAGER_PRINTF(format, arguments) __attribute__((format(printf, format, arguments)))
+#define IOMANAGER_PRINTF(text, arguments) __attribute__((format(printf, text, arguments)))
 #else
-#define IOMANAGER_PRINTF(format, arguments)
+#define IOMANAGER_PRINTF(text, arguments)
 #endif
 
 /// The command service of the host: the module's way to the tracking Controller, and its subscription to the

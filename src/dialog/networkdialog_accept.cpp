@@ -1,0 +1,135 @@
+#include "networkdialog.h"
+
+#include "backendversions.h"
+#include "channelasrouter.h"
+#include "channelwidget.h"
+#include "commands.h"
+#include "controllerlog.h"
+#include "iomanager.h"
+#include "networkdialogtabwidget.h"
+
+#include <QMessageBox>
+
+#include <algorithm>
+
+void NetworkDialog::accept()
+{
+    if (m_locked) {
+        leave();
+        return;
+    }
+    if (!resolveConflicts())
+        return;
+    setCursor(Qt::WaitCursor);
+    if (!validatePages()) {
+        setCursor(Qt::ArrowCursor);
+        return;
+    }
+    deactivateBeforeCommit();
+    commitChannels();
+    if (m_routerChanged || m_tabsChanged)
+        commitRouterMode();
+    leave();
+}
+
+void NetworkDialog::reject()
+{
+    accept();
+}
+
+void NetworkDialog::leave()
+{
+    setCursor(Qt::ArrowCursor);
+    done(Accepted);
+}
+
+bool NetworkDialog::resolveConflicts()
+{
+    const QList<ChannelAsRouter *> channels = m_channels;
+    for (ChannelAsRouter *kept : channels) {
+        for (ChannelAsRouter *other : channels) {
+            if (other != kept && kept->hasSameDestination(*other) && !offerDeactivation(kept, other))
+                return false;
+        }
+    }
+    return true;
+}
+
+bool NetworkDialog::offerDeactivation(ChannelAsRouter *kept, ChannelAsRouter *other)
+{
+    const int number = other->channelIndex() + 1;
+    const QString text = QString::fromLatin1("Channel %1 and %2 have same destination!\n\nDeactivate channel %3?")
+                             .arg(kept->channelIndex() + 1)
+                             .arg(number)
+                             .arg(number);
+    const auto answer = QMessageBox::question(this, QLatin1String("Conflicting channels"), text,
+                                              QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+    if (answer != QMessageBox::Yes)
+        return false;
+    other->setActive(false);
+    for (ChannelWidget *page : qAsConst(m_pages)) {
+        if (page->channel() == other)
+            page->updateFromChannel();
+    }
+    return true;
+}
+
+bool NetworkDialog::validatePages()
+{
+    const QList<ChannelWidget *> pages = m_pages;
+    for (ChannelWidget *page : pages) {
+        if (!page->validate()) {
+            m_tabWidget->setCurrentIndex(page->channel()->channelIndex());
+            return false;
+        }
+    }
+    return true;
+}
+
+void NetworkDialog::deactivateBeforeCommit()
+{
+    const QList<ChannelAsRouter *> channels = m_channels;
+    const auto changed = std::count_if(channels.cbegin(), channels.cend(),
+                                       [](const ChannelAsRouter *channel) { return channel->hasChanges(); });
+    if (changed < 2)
+        return;
+    // Two channels may trade destinations: none is to send while the Controller holds half of the change.
+    for (ChannelAsRouter *channel : channels)
+        channel->setActiveOnController(false);
+}
+
+void NetworkDialog::commitChannels()
+{
+    const QList<ChannelAsRouter *> channels = m_channels;
+    for (ChannelAsRouter *channel : channels)
+        channel->commit();
+}
+
+void NetworkDialog::commitRouterMode()
+{
+    if (versionAtLeast(*m_versions, 1, 4)) {
+        writeRouterMode();
+        applyRouterMode();
+    }
+    updateOutputRequests();
+    emit deferedRouterActiveToggled(checkBox_actAsRouter->isChecked());
+    m_tabsChanged = false;
+}
+
+void NetworkDialog::writeRouterMode()
+{
+    const bool on = checkBox_actAsRouter->checkState() == Qt::Checked;
+    const int result = on ? m_ioManager->setValue(commands::setRouterModeYes)
+                          : m_ioManager->setValue(commands::setRouterModeNo);
+    if (result != 0)
+        logFailure(m_ioManager, QLatin1String("Error: Unable to set value act as router"));
+    // A refusal changes nothing here: the next opening reads what the Controller holds.
+    m_routerActive = on;
+}
+
+void NetworkDialog::on_checkBox_actAsRouter_toggled(bool checked)
+{
+    m_routerActive = checked;
+    m_routerChanged = true;
+    applyRouterMode();
+}

@@ -1,0 +1,193 @@
+#include "networkdialog.h"
+
+#include "answer.h"
+#include "channelasrouter.h"
+#include "channelwidget.h"
+#include "commands.h"
+#include "controllerlog.h"
+#include "iomanager.h"
+#include "networkdialogtabwidget.h"
+
+#include <QKeyEvent>
+#include <QMessageBox>
+
+namespace {
+
+const QLatin1String plusTitle("+");
+
+} // namespace
+
+int NetworkDialog::channelsInUse()
+{
+    int highest = 1;
+    for (int number = 1; number <= Channel::MaximumCount; ++number) {
+        Answer answer;
+        const bool answered = m_ioManager->getValue(answer.room(), commands::destination, number) == 0;
+        if (answered && !answer.is("none"))
+            highest = number;
+    }
+    return highest;
+}
+
+void NetworkDialog::rebuildTabs()
+{
+    const int inUse = channelsInUse();
+    if (inUse == m_channelCount)
+        return;
+    m_channelCount = qBound(1, inUse, Channel::MaximumCount);
+    for (int index = 0; index < m_channelCount; ++index)
+        createChannel(index);
+    if (m_channelCount < Channel::MaximumCount)
+        addPlusTab();
+}
+
+void NetworkDialog::createChannel(int index)
+{
+    auto *channel = new ChannelAsRouter(m_ioManager, index, m_versions);
+    connect(this, SIGNAL(deferedRouterActiveToggled(bool)), channel, SLOT(updateRouterActiveState(bool)));
+    m_channels << channel;
+
+    auto *page = new ChannelWidget(m_ioManager, channel, m_versions);
+    connect(page, SIGNAL(changeChannelTabTitleFontColor(int, QColor)), m_tabWidget,
+            SLOT(changeTabTitleFontColor(int, QColor)));
+    connect(channel, SIGNAL(committingChanges()), page, SLOT(flushChangesToChannel()));
+    connect(page, SIGNAL(checkBox_active_channel_toggled()), this, SLOT(onCheckBox_active_channel_toggled()));
+    connect(page, SIGNAL(closeTab(int)), this, SLOT(closeLastTab()));
+    m_pages << page;
+    m_tabWidget->addTab(page, QString::fromLatin1("Channel %1").arg(index + 1));
+    m_tabsChanged = true;
+
+    m_fanOut.publish(m_channels);
+}
+
+void NetworkDialog::addPlusTab()
+{
+    m_tabWidget->addTab(m_plusPage, plusTitle);
+}
+
+void NetworkDialog::removePlusTab()
+{
+    const int tab = plusTab();
+    if (tab >= 0)
+        m_tabWidget->removeTab(tab);
+}
+
+int NetworkDialog::plusTab() const
+{
+    for (int tab = m_tabWidget->count() - 1; tab >= 0; --tab) {
+        if (m_tabWidget->tabText(tab) == plusTitle)
+            return tab;
+    }
+    return -1;
+}
+
+void NetworkDialog::updateCloseButtons()
+{
+    for (ChannelWidget *page : qAsConst(m_pages))
+        page->setCloseButtonVisible(false);
+    // Asked anew: the lock may have come or gone since the dialog was opened.
+    if (isConfigLocked())
+        return;
+    if (m_pages.size() >= 2)
+        m_pages.last()->setCloseButtonVisible(true);
+}
+
+void NetworkDialog::onTabBarClicked(int index)
+{
+    if (m_tabWidget->tabText(index) != plusTitle)
+        return;
+    removePlusTab();
+    createChannel(index);
+    if (index < Channel::MaximumCount - 1)
+        addPlusTab();
+    refreshChannel(index);
+    m_tabWidget->setCurrentIndex(index);
+    ++m_channelCount;
+    updateCloseButtons();
+}
+
+void NetworkDialog::keyPressEvent(QKeyEvent *event)
+{
+    const bool withControl = event->modifiers() == Qt::ControlModifier;
+    switch (event->key()) {
+    case Qt::Key_T:
+        if (withControl)
+            onTabBarClicked(m_channelCount);
+        break;
+    case Qt::Key_W:
+        if (withControl)
+            closeLastTab();
+        break;
+    case Qt::Key_F9:
+        selectNextTab();
+        break;
+    default:
+        QDialog::keyPressEvent(event);
+    }
+}
+
+void NetworkDialog::selectNextTab()
+{
+    const int current = m_tabWidget->currentIndex();
+    m_tabWidget->setCurrentIndex(current + 2 < m_tabWidget->count() ? current + 1 : 0);
+}
+
+void NetworkDialog::closeLastTab()
+{
+    const int number = m_pages.size();
+    if (number < 2 || !confirmClosing(number))
+        return;
+    closeTab(number - 1);
+    if (number == Channel::MaximumCount)
+        addPlusTab();
+    m_tabWidget->setCurrentIndex(number - 2);
+    updateCloseButtons();
+}
+
+void NetworkDialog::closeCurrentTab()
+{
+    const int current = m_tabWidget->currentIndex();
+    if (m_pages.size() < 3 || current < 0 || current >= m_pages.size() || !confirmClosing(current + 1))
+        return;
+    closeTab(current);
+    m_tabWidget->setCurrentIndex(current - 1);
+    updateCloseButtons();
+}
+
+bool NetworkDialog::confirmClosing(int number)
+{
+    return QMessageBox::warning(this, QLatin1String("Warning"),
+                                QString::fromLatin1("Close Channel %1?").arg(number),
+                                QMessageBox::Yes | QMessageBox::No, QMessageBox::No)
+           == QMessageBox::Yes;
+}
+
+void NetworkDialog::closeTab(int index)
+{
+    ChannelAsRouter *channel = m_channels.at(index);
+    ChannelWidget *page = m_pages.at(index);
+    page->disconnect();
+    m_channels.removeAt(index);
+    m_pages.removeAt(index);
+    if (m_tabWidget->count() > 1)
+        m_tabWidget->removeTab(index);
+    resetOnController(index + 1);
+    --m_channelCount;
+    discard(channel, page);
+}
+
+void NetworkDialog::resetOnController(int number)
+{
+    if (m_ioManager->setValue(commands::clearDestination, number) != 0)
+        logFailure(m_ioManager, QLatin1String("Error: Unable to reset channel X"));
+}
+
+void NetworkDialog::discard(ChannelAsRouter *channel, ChannelWidget *page)
+{
+    m_fanOut.publish(m_channels);
+    channel->updateRouterActiveState(false);
+    // The page may be the sender of the click that led here. It takes its channel along, and both go with the
+    // dialog if the event loop does not come by before.
+    channel->setParent(page);
+    page->deleteLater();
+}

@@ -1,0 +1,203 @@
+#include "channelwidget.h"
+
+#include "backendversions.h"
+#include "channelasrouter.h"
+
+#include <QGuiApplication>
+#include <QRegExpValidator>
+
+namespace {
+
+// Validators get patterns whose text lies on the heap: Qt keeps compiled patterns beyond the life of this
+// library.
+QRegExpValidator *createValidator(const char *pattern, QObject *parent)
+{
+    const QRegExp expression(QString::fromLatin1(pattern), Qt::CaseSensitive, QRegExp::RegExp);
+    return new QRegExpValidator(expression, parent);
+}
+
+// The Controller knows the divisor from this version on.
+bool hasDataDivisor(const BackendVersions &versions)
+{
+    return versionAtLeast(versions, 1, 6);
+}
+
+} // namespace
+
+ChannelWidget::ChannelWidget(IOManager *ioManager, ChannelAsRouter *channel, BackendVersions *versions)
+    : m_ioManager(ioManager)
+    , m_versions(versions)
+    , m_channel(channel)
+{
+    setupUi(this);
+    showTypesOfChannel();
+    createValidators();
+    connectChannel();
+    setControlsEnabled(false);
+    pushButton_closeTab->hide();
+}
+
+ChannelWidget::~ChannelWidget()
+{
+    delete m_hostNameValidator;
+    delete m_ipDigitsValidator;
+}
+
+void ChannelWidget::showTypesOfChannel()
+{
+    // A view does not delete the selection model that it leaves.
+    QItemSelectionModel *previous = tableView->selectionModel();
+    tableView->setModel(m_channel->typeModel());
+    delete previous;
+    tableView->horizontalHeader()->setSectionsClickable(false);
+}
+
+void ChannelWidget::createValidators()
+{
+    m_hostNameValidator = createValidator("([A-Z]|[a-z]|-|[.]|[0-9])*", this);
+    lineEdit_host->setValidator(m_hostNameValidator);
+    m_ipDigitsValidator = createValidator("^([0-9]|\\.)*$", this);
+}
+
+void ChannelWidget::connectChannel()
+{
+    connect(spinBox_port, SIGNAL(valueChanged(int)), m_channel, SLOT(setPort(int)));
+    connect(spinBox_sendDataDivisor, SIGNAL(valueChanged(int)), m_channel, SLOT(setDataDivisor(int)));
+    connect(m_channel, SIGNAL(updated()), this, SLOT(updateFromChannel()));
+    connect(tableView, SIGNAL(doubleClicked(QModelIndex)), this,
+            SLOT(tableViewItemDoubleClicked(QModelIndex)));
+}
+
+void ChannelWidget::setCloseButtonVisible(bool visible)
+{
+    pushButton_closeTab->setVisible(visible);
+}
+
+void ChannelWidget::setControlsEnabled(bool active)
+{
+    tableView->setEnabled(active);
+    label_host->setEnabled(active);
+    label_port->setEnabled(active);
+    lineEdit_host->setEnabled(active && !checkBox_my_ip->isChecked());
+    spinBox_port->setEnabled(active);
+    checkBox_my_ip->setEnabled(active);
+    checkBox_multicast->setEnabled(active);
+
+    const bool divisor = active && hasDataDivisor(*m_versions);
+    label_sendDataDivisor->setEnabled(divisor);
+    spinBox_sendDataDivisor->setEnabled(divisor);
+}
+
+void ChannelWidget::updateTabColor()
+{
+    const bool lit = isEnabled() && checkBox_active_channel->isChecked();
+    const QPalette::ColorGroup group = lit ? QPalette::Active : QPalette::Disabled;
+    const QColor color = QGuiApplication::palette().color(group, QPalette::Text);
+    emit changeChannelTabTitleFontColor(m_channel->channelIndex(), color);
+}
+
+void ChannelWidget::updateFromChannel()
+{
+    // The text comes before the multicast box, whose slot judges the text; both boxes come before the enabled
+    // state, which depends on them.
+    lineEdit_host->setText(m_channel->host());
+    spinBox_port->setValue(m_channel->port());
+    checkBox_multicast->setChecked(m_channel->isMulticast());
+    showWhetherMyIp();
+    spinBox_sendDataDivisor->setValue(m_channel->dataDivisor());
+    checkBox_active_channel->setChecked(m_channel->isActive());
+    setControlsEnabled(m_channel->isActive());
+    updateTabColor();
+    showRows();
+}
+
+void ChannelWidget::showWhetherMyIp()
+{
+    m_myIpSlotArmed = false;
+    checkBox_my_ip->setChecked(m_channel->isMyIp());
+    m_myIpSlotArmed = true;
+}
+
+void ChannelWidget::showRows()
+{
+    const QList<int> hiddenRows = m_channel->hiddenRows();
+    for (int row = 0; row < tableView->model()->rowCount(); ++row)
+        tableView->setRowHidden(row, hiddenRows.contains(row));
+}
+
+void ChannelWidget::flushChangesToChannel()
+{
+    m_channel->setHost(lineEdit_host->text());
+}
+
+void ChannelWidget::tableViewItemDoubleClicked(const QModelIndex &index)
+{
+    if (index.column() != Channel::IdentifierColumn)
+        return;
+    QStandardItem *item = m_channel->typeModel()->item(index.row(), Channel::IdentifierColumn);
+    if (!item || !item->isEnabled() || !item->isCheckable())
+        return;
+    item->setCheckState(item->checkState() == Qt::Unchecked ? Qt::Checked : Qt::Unchecked);
+}
+
+void ChannelWidget::on_checkBox_multicast_toggled(bool checked)
+{
+    m_channel->setMulticast(checked);
+    if (checked)
+        enterDigitsMode();
+    else
+        enterNamesMode();
+}
+
+void ChannelWidget::enterDigitsMode()
+{
+    checkBox_my_ip->setChecked(false);
+
+    QString text = lineEdit_host->text();
+    int position = 0;
+    if (m_ipDigitsValidator->validate(text, position) != QValidator::Acceptable) {
+        // The channel keeps the name, so that it comes back when the user unticks the box.
+        m_channel->setHost(text);
+        lineEdit_host->setText(QString());
+    }
+    lineEdit_host->setValidator(m_ipDigitsValidator);
+}
+
+void ChannelWidget::enterNamesMode()
+{
+    lineEdit_host->setValidator(m_hostNameValidator);
+    if (lineEdit_host->text().isEmpty())
+        lineEdit_host->setText(m_channel->host());
+    showWhetherMyIp();
+}
+
+void ChannelWidget::on_checkBox_my_ip_toggled(bool val)
+{
+    if (!m_myIpSlotArmed)
+        return;
+    lineEdit_host->setEnabled(!val);
+    if (!val)
+        return;
+    if (!m_channel->isMyIp(lineEdit_host->text()))
+        lineEdit_host->setText(m_channel->monitorIp());
+    checkBox_multicast->setChecked(false);
+}
+
+void ChannelWidget::on_checkBox_active_channel_toggled(bool checked)
+{
+    m_channel->setActive(checked);
+    m_channel->updateRouterActiveState(m_routerMode);
+    setControlsEnabled(checked);
+    updateTabColor();
+    emit checkBox_active_channel_toggled();
+}
+
+void ChannelWidget::on_lineEdit_host_editingFinished()
+{
+    flushChangesToChannel();
+}
+
+void ChannelWidget::on_pushButton_closeTab_clicked()
+{
+    emit closeTab(m_channel->channelIndex());
+}

@@ -1,0 +1,130 @@
+#include "channelwidget.h"
+
+#include "channelasrouter.h"
+#include "commands.h"
+#include "iomanager.h"
+#include "udp.h"
+
+#include <QMessageBox>
+
+namespace {
+
+// The one system model on which a loopback destination is taken at its word.
+constexpr int LoopbackModel = 100;
+
+struct AddressRange
+{
+    quint32 first;
+    quint32 last;
+
+    bool contains(quint32 address) const { return address >= first && address <= last; }
+};
+
+// The lowest 256 addresses of the block belong to the routers' own protocols, so they are no valid groups.
+constexpr AddressRange MulticastBlock = {0xE0000000, 0xEFFFFFFF};
+constexpr AddressRange ValidMulticast = {0xE0000100, 0xEFFFFFFF};
+
+QString caption()
+{
+    return ChannelWidget::tr("Network Settings");
+}
+
+// Texts alone are compared: whoever writes another form of the address knows what it means.
+bool isLoopback(const QString &host)
+{
+    return host.compare(QLatin1String("localhost"), Qt::CaseInsensitive) == 0 ||
+           host == QLatin1String("127.0.0.1");
+}
+
+} // namespace
+
+bool ChannelWidget::validate()
+{
+    if (!m_channel->isActive())
+        return true;
+
+    const QString host = lineEdit_host->text();
+    if (host.isEmpty()) {
+        refuseText(tr("Invalid empty host for channel %1").arg(number()));
+        return false;
+    }
+    if (systemModel() != LoopbackModel && isLoopback(host)) {
+        refuseText(tr("If you intend this computer to be the destination host of channel %1 please \n"
+                      "use the 'this computer' check box instead of '%2'.")
+                       .arg(number())
+                       .arg(host));
+        return false;
+    }
+
+    const quint32 address = addressOf(host);
+    if (address == 0)
+        return judgeUnresolved(host);
+    return checkBox_multicast->isChecked() ? judgeMulticast(host, address) : judgeUnicast(host, address);
+}
+
+// A name without an address is the user's to keep, since it may get one later. A group has no name to wait
+// for.
+bool ChannelWidget::judgeUnresolved(const QString &host)
+{
+    if (checkBox_multicast->isChecked()) {
+        refuseAddress(
+            tr("Multicast ip cannot resolve host name '%1' for channel %2").arg(host).arg(number()));
+        return false;
+    }
+    const QString question = tr("Cannot resolve host name '%1' for channel %2").arg(host).arg(number());
+    return QMessageBox::warning(this, caption(), question, QMessageBox::Cancel | QMessageBox::Ignore,
+                                QMessageBox::Cancel) != QMessageBox::Cancel;
+}
+
+bool ChannelWidget::judgeMulticast(const QString &host, quint32 address)
+{
+    if (ValidMulticast.contains(address))
+        return true;
+    refuseAddress(tr("Invalid multicast ip address '%1' for channel %2\n"
+                     "Multicast ip addresses are valid\n"
+                     "from 224.0.1.0 to 239.255.255.255.")
+                      .arg(host)
+                      .arg(number()));
+    return false;
+}
+
+bool ChannelWidget::judgeUnicast(const QString &host, quint32 address)
+{
+    if (!MulticastBlock.contains(address))
+        return true;
+    refuseAddress(tr("Invalid host '%1' for channel %2\n"
+                     "Valid hosts don't include multicast ip addresses\n"
+                     "from 224.0.0.0 to 239.255.255.255.")
+                      .arg(host)
+                      .arg(number()));
+    return false;
+}
+
+// The channel has looked up its own host already, even if in vain: asking again would only block again.
+quint32 ChannelWidget::addressOf(const QString &host) const
+{
+    return host == m_channel->host() ? m_channel->ip() : resolveHost(host.toLatin1().constData());
+}
+
+int ChannelWidget::systemModel() const
+{
+    int model = -1;
+    return m_ioManager->getIntValue(&model, commands::systemModel) == 0 ? model : -1;
+}
+
+// The channel's number as the user sees it.
+int ChannelWidget::number() const
+{
+    return m_channel->channelIndex() + 1;
+}
+
+void ChannelWidget::refuseText(const QString &message)
+{
+    QMessageBox::warning(this, caption(), message, QMessageBox::Cancel, QMessageBox::Cancel);
+}
+
+void ChannelWidget::refuseAddress(const QString &message)
+{
+    QMessageBox::warning(this, caption(), message, QMessageBox::StandardButtons(QMessageBox::Cancel),
+                         QMessageBox::NoButton);
+}

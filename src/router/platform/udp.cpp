@@ -1,0 +1,94 @@
+#include "udp.h"
+
+#include "native.h"
+#include "sockethandle.h"
+
+#include <new>
+
+namespace {
+
+constexpr int succeeded = 0;
+constexpr int timedOut = -1;
+constexpr int failed = -2;
+
+SocketHandle *makeHandle(uint16_t flags)
+{
+    const NativeSocket socket = nativeSocketCreate();
+    if (socket == nativeNoSocket)
+        return nullptr;
+    auto *handle = new (std::nothrow) SocketHandle{socket, flags};
+    if (!handle)
+        nativeSocketClose(socket);
+    return handle;
+}
+
+bool configure(const SocketHandle *handle, uint16_t port)
+{
+    const bool anyPort = handle->flags & UdpAnyPort;
+    if ((handle->flags & UdpBroadcast) && nativeSocketAllowBroadcast(handle->socket) != 0)
+        return false;
+    if (!anyPort && port == 0)
+        return true;
+    return nativeSocketBind(handle->socket, anyPort ? 0 : port) == 0;
+}
+
+} // namespace
+
+int udpOpen(SocketHandle **handle, uint16_t port, uint16_t flags)
+{
+    if (nativeNetworkStart() != 0)
+        return failed;
+    SocketHandle *made = makeHandle(flags);
+    if (!made) {
+        nativeNetworkStop();
+        return failed;
+    }
+    if (!configure(made, port)) {
+        udpClose(made);
+        return failed;
+    }
+    *handle = made;
+    return succeeded;
+}
+
+int udpSend(SocketHandle *handle, const void *data, int32_t length, uint32_t address, uint16_t port,
+            uint32_t timeoutMicroseconds)
+{
+    const int writable = nativeSocketWaitWritable(handle->socket, timeoutMicroseconds);
+    if (writable == NativeTimedOut)
+        return timedOut;
+    if (writable != NativeTaken)
+        return failed;
+    const int32_t sent = nativeSocketSend(handle->socket, data, length, address, port);
+    return sent < 0 || sent < length ? failed : succeeded;
+}
+
+int udpClose(SocketHandle *handle)
+{
+    const int result = nativeSocketClose(handle->socket);
+    delete handle;
+    nativeNetworkStop();
+    return result < 0 ? failed : succeeded;
+}
+
+uint32_t resolveHost(const char *text)
+{
+    if (*text == '\0')
+        return 0;
+    const uint32_t dotted = nativeDottedAddress(text);
+    if (dotted != nativeNoAddress)
+        return dotted;
+    if (nativeNetworkStart() != 0)
+        return 0;
+    const uint32_t address = nativeLookUp(text);
+    nativeNetworkStop();
+    return address;
+}
+
+void splitIpv4(uint32_t *first, uint32_t *second, uint32_t *third, uint32_t *fourth, uint32_t address)
+{
+    *first = address >> 24;
+    *second = address >> 16 & 0xff;
+    *third = address >> 8 & 0xff;
+    *fourth = address & 0xff;
+}
