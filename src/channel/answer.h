@@ -5,8 +5,9 @@
 #include <array>
 #include <cstring>
 
-/// Room for one text answer of the Controller. The host is not told its size, and whether it writes anything when
-/// a query fails is its own affair: the room is zeroed before each query, so that it always holds a text.
+/// Room for one text answer of the Controller. The host is not told its size, and whether it writes anything
+/// when a query fails is its own affair: the room is zeroed before each query, so that it always holds a
+/// text.
 class Answer
 {
 public:

@@ -27,11 +27,13 @@ bool isTicked(const QStandardItemModel &model, int row)
 } // namespace
 
 Channel::Channel(IOManager *ioManager, int channelIndex, BackendVersions *versions)
-    : m_ioManager(ioManager), m_versions(versions), m_channelIndex(channelIndex)
+    : m_ioManager(ioManager)
+    , m_versions(versions)
+    , m_channelIndex(channelIndex)
 {
     m_hiddenTypes << QLatin1String("2dmon");
-    for (const char *name : {"fr", "ts2", "ts", "st", "6dcal", "6d", "6di", "3d", "6df2", "6dmt2", "6dmtr",
-                             "glcal", "gl"})
+    for (const char *name :
+         {"fr", "ts2", "ts", "st", "6dcal", "6d", "6di", "3d", "6df2", "6dmt2", "6dmtr", "glcal", "gl"})
         m_typeOrder << QLatin1String(name);
     setOutputTypes({});
     connect(&m_typeModel, &QStandardItemModel::itemChanged, this, &Channel::publishTicks);

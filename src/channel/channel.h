@@ -19,26 +19,31 @@ struct UdpDestination
     quint16 port = 0;
 };
 
-/// The model of one output channel of the Controller: whether it is on, where its data goes, how often it sends
-/// and which output types it sends. load() reads it from the Controller, commit() writes it back.
+/// The model of one output channel of the Controller: whether it is on, where its data goes, how often it
+/// sends and which output types it sends. load() reads it from the Controller, commit() writes it back.
 ///
-/// It lives on the GUI thread, where everything happens that is not marked otherwise. Pending edits are known in
-/// two ways: a slot that stores something new raises a flag, and a type row remembers beside its tick what the
-/// Controller holds. hasChanges() joins both.
+/// It lives on the GUI thread, where everything happens that is not marked otherwise. Pending edits are known
+/// in two ways: a slot that stores something new raises a flag, and a type row remembers beside its tick what
+/// the Controller holds. hasChanges() joins both.
 class Channel : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The columns of typeModel(). Under Qt::UserRole the first holds the state of the tick that the Controller
-    /// is known to have, the second whether the Controller offers the type; both are bool.
-    enum Column { IdentifierColumn, DescriptionColumn, ColumnCount };
+    /// The columns of typeModel(). Under Qt::UserRole the first holds the state of the tick that the
+    /// Controller is known to have, the second whether the Controller offers the type; both are bool.
+    enum Column
+    {
+        IdentifierColumn,
+        DescriptionColumn,
+        ColumnCount
+    };
 
     /// The most channels that a Controller has.
     static constexpr int MaximumCount = 10;
 
-    /// \a ioManager and \a versions stay the host's. \a channelIndex counts from 0; the user and the Controller
-    /// see it one higher.
+    /// \a ioManager and \a versions stay the host's. \a channelIndex counts from 0; the user and the
+    /// Controller see it one higher.
     Channel(IOManager *ioManager, int channelIndex, BackendVersions *versions);
     ~Channel() override;
 
@@ -46,19 +51,20 @@ public:
     /// setOutputTypes() and the identities come first. Failures go to the host's log. Ends with updated().
     void load();
 
-    /// Writes the active state and, on an active channel with pending edits, those and the destination and the
-    /// divisor to the Controller. Failures go to the host's log and end nothing.
+    /// Writes the active state and, on an active channel with pending edits, those and the destination and
+    /// the divisor to the Controller. Failures go to the host's log and end nothing.
     void commit();
 
     /// Tells the Controller \a on or off and changes nothing here.
     void setActiveOnController(bool on);
 
-    /// Rebuilds the rows from \a types: well-known identifiers first, in their fixed order, then the others in the
-    /// order of the catalogue. All ticks are off until load() has read them; isTypeWanted() goes on answering
-    /// from the ticks of before until then, so that a refresh tears no frame.
+    /// Rebuilds the rows from \a types: well-known identifiers first, in their fixed order, then the others
+    /// in the order of the catalogue. All ticks are off until load() has read them; isTypeWanted() goes on
+    /// answering from the ticks of before until then, so that a refresh tears no frame.
     void setOutputTypes(const QList<OutputTypeInfo> &types);
 
-    /// The three identities of this computer: its address as the Controller sees it, its name, and its domain.
+    /// The three identities of this computer: its address as the Controller sees it, its name, and its
+    /// domain.
     void setMonitorIp(QString monitorIp);
     void setHostName(QString hostName);
     void setDomainName(QString domainName);
@@ -119,8 +125,8 @@ public slots:
     /// Takes \a ip and, as the host, its dotted form.
     void setIp(uint ip);
 
-    /// Takes \a h and looks it up, unless it is the host already and its address is known. Blocks for the length
-    /// of the look-up; one that fails leaves the address 0.
+    /// Takes \a h and looks it up, unless it is the host already and its address is known. Blocks for the
+    /// length of the look-up; one that fails leaves the address 0.
     void setHost(const QString &h);
 
 private:

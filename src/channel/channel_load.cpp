@@ -56,8 +56,8 @@ void Channel::loadActive()
 void Channel::loadDataDivisor()
 {
     int divisor = 1;
-    if (versionAtLeast(*m_versions, 1, 6)
-        && m_ioManager->getIntValue(&divisor, commands::dataDivisor, number()) != 0) {
+    if (versionAtLeast(*m_versions, 1, 6) &&
+        m_ioManager->getIntValue(&divisor, commands::dataDivisor, number()) != 0) {
         logFailure(m_ioManager, QLatin1String("Error: Unable to get value send data divisor"));
         divisor = 1;
     }
@@ -82,7 +82,8 @@ void Channel::loadTick(int row)
     const QModelIndex index = m_typeModel.index(row, IdentifierColumn);
     const QString name = index.data().toString();
     Answer answer;
-    if (m_ioManager->getValue(answer.room(), commands::typeActive, number(), name.toLatin1().constData()) != 0) {
+    if (m_ioManager->getValue(answer.room(), commands::typeActive, number(), name.toLatin1().constData()) !=
+        0) {
         logFailure(m_ioManager, QString::fromLatin1("Error: Unable to get output active of channel %1 and %2")
                                     .arg(number())
                                     .arg(name));

@@ -1,7 +1,7 @@
 #pragma once
 
-/// The Controller's command language as the module speaks it: printf-style formats for IOManager. Channel numbers
-/// count from 1.
+/// The Controller's command language as the module speaks it: printf-style formats for IOManager. Channel
+/// numbers count from 1.
 namespace commands {
 
 // Queries

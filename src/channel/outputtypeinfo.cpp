@@ -30,8 +30,9 @@ bool queryAvailable(IOManager *manager, const QByteArray &name)
     Answer answer;
     if (manager->getValue(answer.room(), commands::typeAvailable, name.constData()) == 0)
         return answer.isYes();
-    logFailure(manager, QString::fromLatin1("Error: Unable to get output availability of %1")
-                            .arg(QString::fromLatin1(name)));
+    logFailure(
+        manager,
+        QString::fromLatin1("Error: Unable to get output availability of %1").arg(QString::fromLatin1(name)));
     return false;
 }
 

@@ -6,8 +6,8 @@
 #include <memory>
 #include <mutex>
 
-/// The output types that a channel ticks, as the GUI thread last published them. The data threads look here, so
-/// that the item model is touched on the GUI thread alone.
+/// The output types that a channel ticks, as the GUI thread last published them. The data threads look here,
+/// so that the item model is touched on the GUI thread alone.
 class TickedTypes
 {
 public:

@@ -21,7 +21,10 @@ constexpr int tabWidth = 60;
 } // namespace
 
 NetworkDialog::NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersions *versions)
-    : QDialog(parent), m_ioManager(ioManager), m_versions(versions), m_parentWidget(parent)
+    : QDialog(parent)
+    , m_ioManager(ioManager)
+    , m_versions(versions)
+    , m_parentWidget(parent)
 {
     setupUi(this);
     m_lockIcon.addFile(QLatin1String(":/lock.png"));
@@ -106,8 +109,8 @@ void NetworkDialog::enablePages(bool enable)
 bool NetworkDialog::isConfigLocked()
 {
     Answer answer;
-    return versionAtLeast(*m_versions, 1, 9)
-           && m_ioManager->getValue(answer.room(), commands::configIsChangeable) == 0 && answer.is("no");
+    return versionAtLeast(*m_versions, 1, 9) &&
+           m_ioManager->getValue(answer.room(), commands::configIsChangeable) == 0 && answer.is("no");
 }
 
 void NetworkDialog::updateRouterState()

@@ -17,12 +17,13 @@ class ChannelWidget;
 class IOManager;
 class NetworkDialogTabWidget;
 
-/// The module's one window: a tab for each output channel of the Controller. It is made hidden when the module
-/// starts, shown modally at each press of the menu action, and lives until shut-down, because its channels go on
-/// forwarding tracking data between two showings.
+/// The module's one window: a tab for each output channel of the Controller. It is made hidden when the
+/// module starts, shown modally at each press of the menu action, and lives until shut-down, because its
+/// channels go on forwarding tracking data between two showings.
 ///
-/// Everything runs on the GUI thread except the functions of Requester and MessageReceiver, which the host may
-/// call on any thread. A command that fails is logged at the host or passed over, and the operation goes on.
+/// Everything runs on the GUI thread except the functions of Requester and MessageReceiver, which the host
+/// may call on any thread. A command that fails is logged at the host or passed over, and the operation goes
+/// on.
 ///
 /// channels and pages have one length and order: entry i is channel index i and tab i.
 class NetworkDialog : public QDialog, public Ui::NetworkDialog, public Requester, public MessageReceiver
@@ -30,8 +31,8 @@ class NetworkDialog : public QDialog, public Ui::NetworkDialog, public Requester
     Q_OBJECT
 
 public:
-    /// Asks the Controller for its channels, registers with the host, and, if the Controller is in router mode,
-    /// starts forwarding. All three stay the host's and must outlive the dialog; none may be null.
+    /// Asks the Controller for its channels, registers with the host, and, if the Controller is in router
+    /// mode, starts forwarding. All three stay the host's and must outlive the dialog; none may be null.
     NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersions *versions);
 
     /// Waits until no data thread holds a channel and every worker has ended. teardownRequests() comes first.

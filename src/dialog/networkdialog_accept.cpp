@@ -58,10 +58,11 @@ bool NetworkDialog::resolveConflicts()
 bool NetworkDialog::offerDeactivation(ChannelAsRouter *kept, ChannelAsRouter *other)
 {
     const int number = other->channelIndex() + 1;
-    const QString text = QString::fromLatin1("Channel %1 and %2 have same destination!\n\nDeactivate channel %3?")
-                             .arg(kept->channelIndex() + 1)
-                             .arg(number)
-                             .arg(number);
+    const QString text =
+        QString::fromLatin1("Channel %1 and %2 have same destination!\n\nDeactivate channel %3?")
+            .arg(kept->channelIndex() + 1)
+            .arg(number)
+            .arg(number);
     const auto answer = QMessageBox::question(this, QLatin1String("Conflicting channels"), text,
                                               QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
     if (answer != QMessageBox::Yes)

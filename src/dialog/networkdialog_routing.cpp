@@ -21,20 +21,19 @@ void NetworkDialog::onOutputReset()
         m_fanOut.resetFrames();
 }
 
-void NetworkDialog::onOutputIdle()
-{
-}
+void NetworkDialog::onOutputIdle() {}
 
 int NetworkDialog::onMessage(int /*a*/, int /*b*/, const char *text)
 {
     if (std::strcmp(text, "OutputTypesChanged") != 0)
         return 0;
-    // The refresh belongs to the GUI thread, and the routers are off around it: on another thread the whole of it
-    // waits for the event loop.
+    // The refresh belongs to the GUI thread, and the routers are off around it: on another thread the whole
+    // of it waits for the event loop.
     if (QThread::currentThread() == thread())
         followCatalogueChange();
     else
-        QMetaObject::invokeMethod(this, [this] { followCatalogueChange(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this] { followCatalogueChange(); }, Qt::QueuedConnection);
     return 0;
 }
 

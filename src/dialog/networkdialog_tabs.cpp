@@ -158,8 +158,7 @@ bool NetworkDialog::confirmClosing(int number)
 {
     return QMessageBox::warning(this, QLatin1String("Warning"),
                                 QString::fromLatin1("Close Channel %1?").arg(number),
-                                QMessageBox::Yes | QMessageBox::No, QMessageBox::No)
-           == QMessageBox::Yes;
+                                QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
 }
 
 void NetworkDialog::closeTab(int index)

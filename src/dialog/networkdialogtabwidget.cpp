@@ -2,7 +2,8 @@
 
 #include <QTabBar>
 
-NetworkDialogTabWidget::NetworkDialogTabWidget(QWidget *parent) : QTabWidget(parent)
+NetworkDialogTabWidget::NetworkDialogTabWidget(QWidget *parent)
+    : QTabWidget(parent)
 {
 }
 

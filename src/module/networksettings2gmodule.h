@@ -9,7 +9,8 @@ struct BackendVersions;
 class IOManager;
 class QWidget;
 
-/// The plug-in object: takes the host's services and makes the one dialog and the one menu action. GUI thread.
+/// The plug-in object: takes the host's services and makes the one dialog and the one menu action. GUI
+/// thread.
 class NetworkSettings2GModule : public QObject, public ModuleInterface
 {
     Q_OBJECT

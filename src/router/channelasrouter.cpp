@@ -3,8 +3,8 @@
 #include "mutexguard.h"
 #include "udp.h"
 
-// Locks: m_runMutex comes before the other two; m_queueMutex and m_frameMutex are never held together. Whoever
-// holds m_queueMutex may try m_runMutex, since trying never waits.
+// Locks: m_runMutex comes before the other two; m_queueMutex and m_frameMutex are never held together.
+// Whoever holds m_queueMutex may try m_runMutex, since trying never waits.
 
 namespace {
 
@@ -102,8 +102,8 @@ void ChannelAsRouter::stopRouter()
 void ChannelAsRouter::openSocket()
 {
     SocketHandle *handle = nullptr;
-    // Only this thread writes the field, so it may look without the lock. A failure is tried again at the next
-    // start.
+    // Only this thread writes the field, so it may look without the lock. A failure is tried again at the
+    // next start.
     if (m_socketHandle || udpOpen(&handle, 0, UdpAnyPort) != 0)
         return;
     const MutexGuard frame(m_frameMutex);
@@ -134,8 +134,8 @@ void ChannelAsRouter::runWorker()
 bool ChannelAsRouter::claimRun()
 {
     {
-        // Claiming and leaving exclude each other: where a claim fails, the other worker has its last look at the
-        // flags still to come, and sees what this thread was started for.
+        // Claiming and leaving exclude each other: where a claim fails, the other worker has its last look at
+        // the flags still to come, and sees what this thread was started for.
         const MutexGuard queue(m_queueMutex);
         if (mutexTryLock(m_runMutex) != 0)
             return false;
@@ -186,8 +186,8 @@ void ChannelAsRouter::waitForLine()
 {
     if (condTimedWait(m_queueCondition, m_queueMutex, waitMilliseconds) != -1)
         return;
-    // The condition is broken and the mutex may or may not be held: go on by looking at the queue from time to
-    // time, with the mutex held once.
+    // The condition is broken and the mutex may or may not be held: go on by looking at the queue from time
+    // to time, with the mutex held once.
     while (mutexUnlock(m_queueMutex) == 0) {
     }
     threadSleep(stopMilliseconds);

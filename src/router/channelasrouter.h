@@ -8,11 +8,12 @@ struct Condition;
 struct Mutex;
 struct SocketHandle;
 
-/// A channel that can forward the tracking data itself: lines of its ticked types queue up, and a worker thread of
-/// its own joins them into frames and sends each frame as one UDP datagram to the channel's destination.
+/// A channel that can forward the tracking data itself: lines of its ticked types queue up, and a worker
+/// thread of its own joins them into frames and sends each frame as one UDP datagram to the channel's
+/// destination.
 ///
-/// Failures stay silent: nothing of the forwarding is reported to the user. A channel whose locks could not be
-/// made never routes.
+/// Failures stay silent: nothing of the forwarding is reported to the user. A channel whose locks could not
+/// be made never routes.
 class ChannelAsRouter : public Channel
 {
     Q_OBJECT
@@ -20,11 +21,12 @@ class ChannelAsRouter : public Channel
 public:
     ChannelAsRouter(IOManager *ioManager, int channelIndex, BackendVersions *versions);
 
-    /// Returns when every thread that the channel ever started has ended. No data thread may hold the channel.
+    /// Returns when every thread that the channel ever started has ended. No data thread may hold the
+    /// channel.
     ~ChannelAsRouter() override;
 
-    /// Queues a copy of \a line if the channel routes and wants \a type. Any thread; waits for nothing but a lock
-    /// that is held for a few instructions.
+    /// Queues a copy of \a line if the channel routes and wants \a type. Any thread; waits for nothing but a
+    /// lock that is held for a few instructions.
     void enqueue(const char *type, const char *line);
 
     /// Drops the frame that is being assembled. Any thread; waits while the worker sends, at most 100 ms.
@@ -34,8 +36,9 @@ public:
     void runWorker();
 
 public slots:
-    /// Starts forwarding if \a active and the channel is active, otherwise stops it; either way the frame that is
-    /// being assembled is dropped. GUI thread. A start may block for a name look-up, a stop takes 10 ms.
+    /// Starts forwarding if \a active and the channel is active, otherwise stops it; either way the frame
+    /// that is being assembled is dropped. GUI thread. A start may block for a name look-up, a stop takes 10
+    /// ms.
     void updateRouterActiveState(bool active);
 
 private:

@@ -3,7 +3,8 @@
 #include "channelasrouter.h"
 #include "threads.h"
 
-ChannelFanOut::ChannelFanOut() : m_set(std::make_unique<Set>())
+ChannelFanOut::ChannelFanOut()
+    : m_set(std::make_unique<Set>())
 {
 }
 

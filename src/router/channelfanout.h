@@ -8,9 +8,9 @@
 
 class ChannelAsRouter;
 
-/// Hands each line of tracking data to every channel. The data threads walk a list that is replaced as a whole:
-/// each line sees one consistent set of channels, and whoever takes a channel out knows when no data thread can
-/// hold it any more.
+/// Hands each line of tracking data to every channel. The data threads walk a list that is replaced as a
+/// whole: each line sees one consistent set of channels, and whoever takes a channel out knows when no data
+/// thread can hold it any more.
 class ChannelFanOut
 {
 public:
@@ -18,14 +18,15 @@ public:
     ~ChannelFanOut();
 
     /// Makes \a channels the list. Returns when no data thread is under way on the list of before: what is no
-    /// longer listed may then be destroyed. Does not wait for data threads that came later, so it ends however
-    /// busy they are. GUI thread.
+    /// longer listed may then be destroyed. Does not wait for data threads that came later, so it ends
+    /// however busy they are. GUI thread.
     void publish(const QList<ChannelAsRouter *> &channels);
 
     /// Offers one line to every channel, in order. Any thread; waits for nothing but short locks.
     void deliver(const char *type, const char *line);
 
-    /// Has every channel drop the frame that it is assembling, in order. Any thread; waits for sends under way.
+    /// Has every channel drop the frame that it is assembling, in order. Any thread; waits for sends under
+    /// way.
     void resetFrames();
 
 private:

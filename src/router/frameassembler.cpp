@@ -16,8 +16,8 @@ qint32 parseFrameNumber(const std::string &line)
         return 0;
     errno = 0;
     const long number = std::strtol(line.c_str() + position, nullptr, 10);
-    const bool fits = errno == 0 && number >= std::numeric_limits<qint32>::min()
-                      && number <= std::numeric_limits<qint32>::max();
+    const bool fits = errno == 0 && number >= std::numeric_limits<qint32>::min() &&
+                      number <= std::numeric_limits<qint32>::max();
     return fits ? static_cast<qint32>(number) : 0;
 }
 

@@ -4,10 +4,10 @@
 
 #include <QByteArray>
 
-/// Joins lines into frames. The stream has no marks of its own: the first output type that is seen is taken for
-/// the one that opens frames, and a frame is complete when as many lines have come since that type's last line as
-/// the frame before had. The first frame after a start stays in the buffer and leaves together with the second.
-/// Not thread-safe.
+/// Joins lines into frames. The stream has no marks of its own: the first output type that is seen is taken
+/// for the one that opens frames, and a frame is complete when as many lines have come since that type's last
+/// line as the frame before had. The first frame after a start stays in the buffer and leaves together with
+/// the second. Not thread-safe.
 class FrameAssembler
 {
 public:
@@ -22,7 +22,8 @@ public:
     /// A worker begins: how many lines a frame has is unknown. The type that opens frames stays known.
     void startRun();
 
-    /// Lines have been lost. As startRun(), with an empty buffer; what is left of the torn frame is passed over.
+    /// Lines have been lost. As startRun(), with an empty buffer; what is left of the torn frame is passed
+    /// over.
     void startAfterGap();
 
     /// Drops the text and the number of the frame that is being assembled. The counts of lines go on.
@@ -31,8 +32,8 @@ public:
     /// Adds one line; true if it completes a frame.
     bool add(const RouterLine &line);
 
-    /// Whether the complete frame is one to send: it has a number, \a divisor (at least 1) divides it, and it fits
-    /// into a datagram.
+    /// Whether the complete frame is one to send: it has a number, \a divisor (at least 1) divides it, and it
+    /// fits into a datagram.
     bool isSendable(int divisor) const;
 
     /// The frame's lines, each ended by one CR LF.

@@ -11,8 +11,8 @@ struct RouterLine
     std::string line; ///< the text as it came, with its CR and LF
 };
 
-/// The lines that wait for a worker, first in first out. It is bounded: a worker that cannot keep up loses the
-/// oldest lines. Not thread-safe.
+/// The lines that wait for a worker, first in first out. It is bounded: a worker that cannot keep up loses
+/// the oldest lines. Not thread-safe.
 class LineQueue
 {
 public:

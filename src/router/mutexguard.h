@@ -6,7 +6,11 @@
 class MutexGuard
 {
 public:
-    explicit MutexGuard(Mutex *mutex) : m_mutex(mutex) { mutexLock(m_mutex); }
+    explicit MutexGuard(Mutex *mutex)
+        : m_mutex(mutex)
+    {
+        mutexLock(m_mutex);
+    }
     ~MutexGuard() { mutexUnlock(m_mutex); }
 
     MutexGuard(const MutexGuard &) = delete;

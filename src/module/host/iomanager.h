@@ -21,9 +21,9 @@ class Requester;
 class IOManager
 {
 public:
-    /// Sends the query \a format, filled printf-style, and writes the zero-terminated answer to \a answer, which
-    /// the module has zeroed before. No length is passed: the module gives room for 208 bytes, the zero included.
-    /// An argument never lies in \a answer.
+    /// Sends the query \a format, filled printf-style, and writes the zero-terminated answer to \a answer,
+    /// which the module has zeroed before. No length is passed: the module gives room for 208 bytes, the zero
+    /// included. An argument never lies in \a answer.
     virtual int getValue(char *answer, const char *format, ...) IOMANAGER_PRINTF(3, 4) = 0;
 
     /// Sends the query \a format and writes the number answered to \a answer.
@@ -32,8 +32,8 @@ public:
     /// Sends the command \a format.
     virtual int setValue(const char *format, ...) IOMANAGER_PRINTF(2, 3) = 0;
 
-    /// From now on lines of \a type reach Requester::onOutputData() of \a requester. Asking again for a type that
-    /// is requested already does no harm.
+    /// From now on lines of \a type reach Requester::onOutputData() of \a requester. Asking again for a type
+    /// that is requested already does no harm.
     virtual int requestOutputType(const char *type, Requester *requester) = 0;
 
     /// Ends requestOutputType(). Releasing a type that was never requested does no harm.

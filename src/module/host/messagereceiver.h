@@ -5,8 +5,8 @@
 class MessageReceiver
 {
 public:
-    /// The message \a text, zero-terminated and valid for the call only; \a a and \a b are not read. May come on
-    /// any thread; on another than the GUI thread it is carried out there later. Result 0.
+    /// The message \a text, zero-terminated and valid for the call only; \a a and \a b are not read. May come
+    /// on any thread; on another than the GUI thread it is carried out there later. Result 0.
     virtual int onMessage(int a, int b, const char *text) = 0;
 
 protected:

@@ -15,11 +15,12 @@ class ModuleInterface
 public:
     virtual ~ModuleInterface() {}
 
-    /// Ends all dealings of the module with the host: routing stops, requests are released, receivers removed.
+    /// Ends all dealings of the module with the host: routing stops, requests are released, receivers
+    /// removed.
     virtual void prepareShutdown() = 0;
 
-    /// Destroys what the module has made. When it returns, no thread of the module runs and nothing of it waits
-    /// for the event loop: the host may unload the library in the next statement.
+    /// Destroys what the module has made. When it returns, no thread of the module runs and nothing of it
+    /// waits for the event loop: the host may unload the library in the next statement.
     virtual void releaseResources() = 0;
 
     virtual QString moduleName() = 0;

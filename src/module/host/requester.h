@@ -5,8 +5,8 @@
 class Requester
 {
 public:
-    /// One zero-terminated \a line of the output type \a type. Both texts are the host's and are valid for the
-    /// call only. May come on any thread and on several at a time; never waits. Result 0.
+    /// One zero-terminated \a line of the output type \a type. Both texts are the host's and are valid for
+    /// the call only. May come on any thread and on several at a time; never waits. Result 0.
     virtual int onOutputData(const char *type, const char *line) = 0;
 
     /// The stream of data starts over: what is collected of the current frame is void. Any thread; may wait

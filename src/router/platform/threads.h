@@ -3,7 +3,8 @@
 #include <cstdint>
 
 /// Locks, waiting and threads for the router: plain functions on opaque heap records, without Qt and without
-/// exceptions. A function that makes a record writes its out parameter only on success. No argument may be null.
+/// exceptions. A function that makes a record writes its out parameter only on success. No argument may be
+/// null.
 
 /// A recursive mutex, owned by the thread that holds it.
 struct Mutex;
@@ -30,12 +31,13 @@ int mutexDestroy(Mutex *mutex);
 /// Makes a condition. 0; -11 without memory or semaphore.
 int condCreate(Condition **condition);
 
-/// Frees \a condition, which no thread may use any more. 0; -1 if the platform refused; it is gone in both cases.
+/// Frees \a condition, which no thread may use any more. 0; -1 if the platform refused; it is gone in both
+/// cases.
 int condDestroy(Condition *condition);
 
-/// Gives back \a mutex, which the caller holds exactly once, sleeps until a wake-up or for \a milliseconds on the
-/// monotonic clock, and takes the mutex again. 0 woken; 1 timed out; -1 a platform call failed, and the mutex is
-/// then not held.
+/// Gives back \a mutex, which the caller holds exactly once, sleeps until a wake-up or for \a milliseconds on
+/// the monotonic clock, and takes the mutex again. 0 woken; 1 timed out; -1 a platform call failed, and the
+/// mutex is then not held.
 int condTimedWait(Condition *condition, Mutex *mutex, uint32_t milliseconds);
 
 /// Wakes one waiter (\a all 0) or all. A wake-up that finds nobody is lost. 0; -1 a platform call failed.
@@ -44,12 +46,13 @@ int condWake(Condition *condition, int all);
 /// Wakes one waiter: condWake() with \a all 0.
 int condSignal(Condition *condition);
 
-/// Runs \a entry with \a argument on a new thread with a stack of 102400 bytes. Returns when the new thread has
-/// taken both values. 0; -1 if no thread was made. What \a entry returns is not used.
+/// Runs \a entry with \a argument on a new thread with a stack of 102400 bytes. Returns when the new thread
+/// has taken both values. 0; -1 if no thread was made. What \a entry returns is not used.
 int threadStart(uint32_t (*entry)(void *), void *argument);
 
-/// Waits until every thread that was started with \a argument has ended: no instruction of it, not even of its
-/// way out, runs after this. Not to be called by such a thread. Threads of other arguments are not waited for.
+/// Waits until every thread that was started with \a argument has ended: no instruction of it, not even of
+/// its way out, runs after this. Not to be called by such a thread. Threads of other arguments are not waited
+/// for.
 void threadAwait(void *argument);
 
 /// Lets the calling thread sleep; 0 gives up the rest of its time slice.

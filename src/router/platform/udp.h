@@ -3,14 +3,15 @@
 #include <cstdint>
 
 /// UDP over IPv4 for the router: plain functions on an opaque handle, without Qt and without exceptions.
-/// Addresses are unsigned 32-bit numbers in host byte order, first octet in the top byte, 0 meaning none; ports
-/// are in host byte order.
+/// Addresses are unsigned 32-bit numbers in host byte order, first octet in the top byte, 0 meaning none;
+/// ports are in host byte order.
 
 /// An open UDP socket. One thread uses it at a time.
 struct SocketHandle;
 
 /// Options of udpOpen().
-enum UdpFlag : uint16_t {
+enum UdpFlag : uint16_t
+{
     UdpBroadcast = 1, ///< may send to broadcast addresses
     UdpAnyPort = 4,   ///< binds to a port that the platform picks; the port argument is ignored
 };
@@ -19,16 +20,16 @@ enum UdpFlag : uint16_t {
 /// bound. 0, and \a handle is written; -2 on any failure.
 int udpOpen(SocketHandle **handle, uint16_t port, uint16_t flags);
 
-/// Sends \a length bytes as one datagram to \a address and \a port. Waits at most \a timeoutMicroseconds until
-/// the socket takes it. 0 sent whole; -1 time-out, nothing sent; -2 error or short send.
+/// Sends \a length bytes as one datagram to \a address and \a port. Waits at most \a timeoutMicroseconds
+/// until the socket takes it. 0 sent whole; -1 time-out, nothing sent; -2 error or short send.
 int udpSend(SocketHandle *handle, const void *data, int32_t length, uint32_t address, uint16_t port,
             uint32_t timeoutMicroseconds);
 
 /// Closes and frees \a handle. 0; -2 if the platform refused; it is gone in both cases.
 int udpClose(SocketHandle *handle);
 
-/// The IPv4 address of \a text, a dotted address or a host name: the first one if there are several, 0 if there
-/// is none or \a text is empty. A name is looked up synchronously. Any thread.
+/// The IPv4 address of \a text, a dotted address or a host name: the first one if there are several, 0 if
+/// there is none or \a text is empty. A name is looked up synchronously. Any thread.
 uint32_t resolveHost(const char *text);
 
 /// Splits \a address into its four octets, most significant first.

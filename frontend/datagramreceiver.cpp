@@ -1,0 +1,107 @@
+#include "datagramreceiver.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+/// \a statistics with a frame text of its own, so that two threads do not count references to one text.
+ReceiverStatistics unshared(ReceiverStatistics statistics)
+{
+    statistics.lastFrame.detach();
+    return statistics;
+}
+
+} // namespace
+
+DatagramReceiver::DatagramReceiver(const FrameLedger &ledger)
+    : m_checker(ledger)
+{
+}
+
+DatagramReceiver::~DatagramReceiver()
+{
+    if (!isListening())
+        return;
+    // Closing the writing end wakes the thread for good.
+    ::close(m_wake[1]);
+    m_thread.join();
+    ::close(m_wake[0]);
+}
+
+bool DatagramReceiver::listen(quint32 address, quint16 port)
+{
+    m_address = address;
+    m_port = port;
+    if (!m_socket.listen(address, port) || ::pipe2(m_wake, O_CLOEXEC) != 0)
+        return false;
+    m_port = m_socket.port();
+    m_thread = std::thread([this] { run(); });
+    return true;
+}
+
+void DatagramReceiver::expect(const Expectation &expectation)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (expectation == m_expectation)
+        return;
+    takeWaiting();
+    m_expectation = expectation;
+    m_checker.expect(expectation);
+}
+
+void DatagramReceiver::begin()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    takeWaiting();
+    m_checker.begin();
+}
+
+void DatagramReceiver::join()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    takeWaiting();
+    m_checker.join();
+}
+
+bool DatagramReceiver::isComplete() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_checker.isComplete();
+}
+
+ReceiverStatistics DatagramReceiver::statistics() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return unshared(m_checker.statistics());
+}
+
+ReceiverStatistics DatagramReceiver::finalStatistics() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return unshared(m_checker.finalStatistics());
+}
+
+void DatagramReceiver::run()
+{
+    pollfd waits[2] = {{m_socket.descriptor(), POLLIN, 0}, {m_wake[0], POLLIN, 0}};
+    while (waits[1].revents == 0) {
+        if (::poll(waits, 2, -1) <= 0) {
+            waits[1].revents = 0;
+            continue;
+        }
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        takeWaiting();
+    }
+}
+
+/// Expects m_mutex held.
+void DatagramReceiver::takeWaiting()
+{
+    // Bounded, so that a sender without a pause does not keep the lock from the others.
+    constexpr int AtOnce = 256;
+    QByteArray datagram;
+    for (int i = 0; i < AtOnce && m_socket.receive(&datagram); ++i)
+        m_checker.take(datagram);
+}

@@ -1,0 +1,102 @@
+#include "madeupframes.h"
+
+#include "simulatedcontroller.h"
+
+#include <QHash>
+
+#include <cmath>
+
+namespace {
+
+constexpr double FramesPerTurn = 240.0;
+constexpr double FramesPerSecond = 60.0;
+constexpr double Pi = 3.14159265358979323846;
+
+/// What a line tells, without its type: \a number is that of the frame, \a angle grows with it.
+using Content = QByteArray (*)(qint32 number, double angle);
+
+QByteArray fixed(double value)
+{
+    return ' ' + QByteArray::number(value, 'f', 3);
+}
+
+QByteArray position(double angle, double radius)
+{
+    return fixed(radius * std::cos(angle)) + fixed(radius * std::sin(angle)) +
+           fixed(1200.0 + 100.0 * std::sin(2.0 * angle));
+}
+
+QByteArray orientation(double angle)
+{
+    return fixed(15.0 * std::sin(angle)) + fixed(10.0 * std::cos(angle)) +
+           fixed(std::remainder(angle * 180.0 / Pi, 360.0));
+}
+
+/// \a count bodies, each with its number, a quality, a position in mm and an orientation in degrees.
+QByteArray bodies(int count, double angle)
+{
+    QByteArray text = QByteArray::number(count);
+    for (int i = 0; i < count; ++i) {
+        const double own = angle + i * Pi / 3.0;
+        text += ' ' + QByteArray::number(i) + " 1.000" + position(own, 400.0 + 150.0 * i) + orientation(own);
+    }
+    return text;
+}
+
+QByteArray markers(int count, double angle)
+{
+    QByteArray text = QByteArray::number(count);
+    for (int i = 0; i < count; ++i)
+        text += ' ' + QByteArray::number(i + 1) + " 1.000" + position(angle + i * Pi / 2.0, 900.0);
+    return text;
+}
+
+QByteArray seconds(qint32 number)
+{
+    return QByteArray::number(36000.0 + number / FramesPerSecond, 'f', 6);
+}
+
+const QHash<QByteArray, Content> &contents()
+{
+    static const QHash<QByteArray, Content> table{
+        {"fr", [](qint32 number, double) { return QByteArray::number(number); }},
+        {"ts", [](qint32 number, double) { return seconds(number); }},
+        {"ts2", [](qint32 number, double) { return seconds(number) + " 4.200"; }},
+        {"st", [](qint32, double) { return QByteArray("4 4 0"); }},
+        {"6dcal", [](qint32, double) { return QByteArray("3"); }},
+        {"6d", [](qint32, double angle) { return bodies(3, angle); }},
+        {"6di", [](qint32, double angle) { return bodies(2, angle + 0.5); }},
+        {"6dx", [](qint32, double angle) { return bodies(1, angle + 1.0); }},
+        {"3d", [](qint32, double angle) { return markers(4, angle); }},
+        {"6df2",
+         [](qint32 number, double angle) {
+             return bodies(1, angle + 1.5) + ' ' + QByteArray::number(number / 30 % 2);
+         }},
+        {"6dmt2", [](qint32, double angle) { return bodies(1, angle + 2.0) + " 0"; }},
+        {"6dmtr", [](qint32, double angle) { return bodies(1, angle + 2.5); }},
+    };
+    return table;
+}
+
+} // namespace
+
+MadeUpFrames::MadeUpFrames(const SimulatedController &controller)
+    : m_controller(controller)
+{
+}
+
+Frame MadeUpFrames::next()
+{
+    ++m_number;
+    const double angle = 2.0 * Pi * m_number / FramesPerTurn;
+    Frame frame;
+    const QList<OutputType> catalogue = m_controller.catalogue();
+    for (const OutputType &type : catalogue) {
+        if (!type.available)
+            continue;
+        const Content content = contents().value(type.name);
+        const QByteArray text = content ? content(m_number, angle) : QByteArray("0");
+        frame.append({type.name, type.name + ' ' + text + "\r\n"});
+    }
+    return frame;
+}

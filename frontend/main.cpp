@@ -1,0 +1,132 @@
+#include "headless.h"
+#include "hostedmodule.h"
+#include "mainwindow.h"
+#include "options.h"
+#include "session.h"
+#include "signalwatcher.h"
+#include "windowicon.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace {
+
+enum ExitStatus : int
+{
+    Success = 0,
+    Failure = 1,
+    WrongUse = 2
+};
+
+void complain(const QString &line)
+{
+    std::fprintf(stderr, "frontend: %s\n", qPrintable(line));
+}
+
+QStringList commandLine(int argc, char **argv)
+{
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    return arguments;
+}
+
+/// Without a display the windows are drawn in memory. To be called before the application object is made.
+void choosePlatform(const Options &options)
+{
+    const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY") ||
+                            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+                            !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+    if (options.headless || options.help || !hasDisplay)
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
+QString pluginFile(const Options &options)
+{
+    if (!options.plugin.isEmpty())
+        return options.plugin;
+    const QDir here(QCoreApplication::applicationDirPath());
+    return QDir::cleanPath(here.filePath(QLatin1String("../plugins/NetworkSettings2GModule.so")));
+}
+
+bool endModule(HostedModule &module)
+{
+    QString problem;
+    const bool ended = module.end(&problem);
+    if (!ended)
+        complain(problem);
+    return ended;
+}
+
+int runHeadless(Session &session, HostedModule &module)
+{
+    QWidget moduleParent;
+    moduleParent.setWindowIcon(windowIcon());
+    module.begin(&session.link(), &moduleParent, session.versions());
+    Headless headless(session);
+    headless.run();
+    const bool ended = endModule(module);
+    const bool good = headless.judge();
+    return ended && good ? Success : Failure;
+}
+
+int runWindow(Session &session, HostedModule &module)
+{
+    MainWindow window(session);
+    window.setWindowTitle(module.title());
+    window.placeActions(module.begin(&session.link(), &window, session.versions()));
+    window.show();
+    session.start();
+    if (session.options().seconds > 0)
+        QTimer::singleShot(session.options().seconds * 1000, qApp, &QCoreApplication::quit);
+    QApplication::exec();
+    session.stop();
+    return endModule(module) ? Success : Failure;
+}
+
+int run(const Options &options)
+{
+    Session session(options);
+    HostedModule module;
+    QString problem;
+    if (!module.load(pluginFile(options), &problem) || !session.openSource(&problem)) {
+        complain(problem);
+        return WrongUse;
+    }
+    QStringList remarks;
+    const bool isSetUp = session.setUp(&remarks, &problem);
+    for (const QString &remark : qAsConst(remarks))
+        complain(remark);
+    if (!isSetUp) {
+        complain(problem);
+        return Failure;
+    }
+    return options.headless ? runHeadless(session, module) : runWindow(session, module);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    Options options;
+    QString problem;
+    if (!parseOptions(commandLine(argc, argv), &options, &problem)) {
+        complain(problem);
+        return WrongUse;
+    }
+    choosePlatform(options);
+    // Qt has options of its own, some with the same names: it gets the program's name alone.
+    int nameAlone = 1;
+    QApplication application(nameAlone, argv);
+    QApplication::setApplicationName(QLatin1String("frontend"));
+    if (options.help) {
+        std::fputs(qPrintable(helpText()), stdout);
+        return Success;
+    }
+    SignalWatcher watcher;
+    QObject::connect(&watcher, &SignalWatcher::interrupted, &application, &QCoreApplication::quit);
+    return run(options);
+}

@@ -1,0 +1,130 @@
+#include "simulatedcontroller.h"
+
+#include <QMutexLocker>
+
+SimulatedController::SimulatedController(QObject *parent)
+    : QObject(parent)
+    , m_state(defaultControllerState())
+{
+    qRegisterMetaType<Exchange>();
+}
+
+int SimulatedController::query(const QByteArray &text, QByteArray *answer)
+{
+    Exchange exchange{Exchange::Kind::Query, text, {}, Taken};
+    {
+        const QMutexLocker locker(&m_mutex);
+        exchange.result = takeFault(text);
+        const auto override = m_overrides.constFind(text);
+        if (override != m_overrides.constEnd())
+            exchange.answer = *override;
+        else if (exchange.result == Taken)
+            exchange.result = answerQuery(m_state, text, &exchange.answer);
+        keep(exchange);
+    }
+    if (!exchange.answer.isNull())
+        *answer = exchange.answer;
+    emit exchanged(exchange);
+    return exchange.result;
+}
+
+int SimulatedController::command(const QByteArray &text)
+{
+    Exchange exchange{Exchange::Kind::Command, text, {}, Taken};
+    {
+        const QMutexLocker locker(&m_mutex);
+        exchange.result = takeFault(text);
+        if (exchange.result == Taken)
+            exchange.result = carryOutCommand(m_state, text);
+        keep(exchange);
+    }
+    emit exchanged(exchange);
+    if (exchange.result == Taken)
+        emit stateChanged();
+    return exchange.result;
+}
+
+ControllerState SimulatedController::state() const
+{
+    const QMutexLocker locker(&m_mutex);
+    return m_state;
+}
+
+QList<OutputType> SimulatedController::catalogue() const
+{
+    const QMutexLocker locker(&m_mutex);
+    return m_state.catalogue;
+}
+
+void SimulatedController::change(const std::function<void(ControllerState &)> &edit)
+{
+    {
+        const QMutexLocker locker(&m_mutex);
+        edit(m_state);
+    }
+    emit stateChanged();
+}
+
+void SimulatedController::fail(const QByteArray &text, Match match, Times times, int result)
+{
+    const QMutexLocker locker(&m_mutex);
+    m_faults.append({text, match, times, result});
+}
+
+void SimulatedController::overrideAnswer(const QByteArray &text, const QByteArray &answer)
+{
+    const QMutexLocker locker(&m_mutex);
+    m_overrides.insert(text, answer);
+}
+
+void SimulatedController::behave()
+{
+    const QMutexLocker locker(&m_mutex);
+    m_faults.clear();
+    m_overrides.clear();
+}
+
+QList<Exchange> SimulatedController::record() const
+{
+    const QMutexLocker locker(&m_mutex);
+    return m_record;
+}
+
+QList<QByteArray> SimulatedController::commands() const
+{
+    QList<QByteArray> texts;
+    const QList<Exchange> exchanges = record();
+    for (const Exchange &exchange : exchanges) {
+        if (exchange.kind == Exchange::Kind::Command)
+            texts.append(exchange.text);
+    }
+    return texts;
+}
+
+void SimulatedController::clearRecord()
+{
+    const QMutexLocker locker(&m_mutex);
+    m_record.clear();
+}
+
+/// The result of the first fault that matches, 0 without one. Expects m_mutex held.
+int SimulatedController::takeFault(const QByteArray &text)
+{
+    for (int i = 0; i < m_faults.size(); ++i) {
+        const Fault fault = m_faults.at(i);
+        if (fault.match == Match::Exact ? text != fault.text : !text.startsWith(fault.text))
+            continue;
+        if (fault.times == Times::Once)
+            m_faults.removeAt(i);
+        return fault.result;
+    }
+    return Taken;
+}
+
+/// Expects m_mutex held.
+void SimulatedController::keep(const Exchange &exchange)
+{
+    if (m_record.size() >= RecordLimit)
+        m_record.removeFirst();
+    m_record.append(exchange);
+}

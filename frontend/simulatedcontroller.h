@@ -1,0 +1,104 @@
+#pragma once
+
+#include "controllerlanguage.h"
+
+#include <QHash>
+#include <QMetaType>
+#include <QMutex>
+#include <QObject>
+
+#include <functional>
+
+/// One query or command with what the Controller made of it.
+struct Exchange
+{
+    enum class Kind
+    {
+        Query,
+        Command
+    };
+
+    Kind kind;
+    QByteArray text;
+    QByteArray answer; ///< of a query
+    int result;        ///< 0 for success
+};
+
+Q_DECLARE_METATYPE(Exchange)
+
+/// A Controller that takes and gives the texts of its language, without a network. Every function may be
+/// called on any thread; the signals come on the thread of the call that caused them, with no lock held.
+class SimulatedController : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class Match
+    {
+        Exact,
+        Prefix
+    };
+    enum class Times
+    {
+        Once,
+        Always
+    };
+
+    explicit SimulatedController(QObject *parent = nullptr);
+
+    /// Answers \a text. Returns 0 and writes \a answer, or returns a ControllerResult.
+    int query(const QByteArray &text, QByteArray *answer);
+
+    /// Carries out \a text. Returns a ControllerResult.
+    int command(const QByteArray &text);
+
+    ControllerState state() const;
+    QList<OutputType> catalogue() const;
+
+    /// Changes the state from within, as the Controller's own user would, lock or no lock.
+    void change(const std::function<void(ControllerState &)> &edit);
+
+    /// From now on \a text, or what begins with it, has the result \a result and no effect. A query that
+    /// fails so still gives its answer if there is one from overrideAnswer().
+    void fail(const QByteArray &text, Match match = Match::Exact, Times times = Times::Always,
+              int result = -1);
+
+    /// From now on the query \a text gets \a answer, known to the Controller or not.
+    void overrideAnswer(const QByteArray &text, const QByteArray &answer);
+
+    /// Takes back every fail() and overrideAnswer().
+    void behave();
+
+    /// The latest exchanges in order, at most RecordLimit.
+    QList<Exchange> record() const;
+
+    /// The texts of the commands in the record, in order, refused ones included.
+    QList<QByteArray> commands() const;
+
+    void clearRecord();
+
+    static constexpr int RecordLimit = 20000;
+
+signals:
+    void exchanged(const Exchange &exchange);
+    /// A command was carried out, or change() was called.
+    void stateChanged();
+
+private:
+    struct Fault
+    {
+        QByteArray text;
+        Match match;
+        Times times;
+        int result;
+    };
+
+    int takeFault(const QByteArray &text);
+    void keep(const Exchange &exchange);
+
+    mutable QMutex m_mutex;
+    ControllerState m_state;
+    QList<Fault> m_faults;
+    QHash<QByteArray, QByteArray> m_overrides;
+    QList<Exchange> m_record;
+};

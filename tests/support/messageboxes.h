@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QMessageBox>
+#include <QObject>
+#include <QStringList>
+#include <QTimer>
+
+#include <functional>
+
+/// Answers the message boxes that come up while it lives, one scripted button after the other, and keeps what
+/// they said. A box beyond the script is closed with Escape, so that a test fails instead of standing still.
+class MessageBoxes : public QObject
+{
+public:
+    explicit MessageBoxes(const QList<QMessageBox::StandardButton> &answers = {})
+        : m_answers(answers)
+    {
+        connect(&m_timer, &QTimer::timeout, this, [this] { answer(); });
+        m_timer.start(1);
+    }
+
+    /// The texts shown so far, in order.
+    QStringList texts;
+    QStringList titles;
+    QList<QMessageBox::StandardButton> defaults;
+    QList<QMessageBox::StandardButtons> buttons;
+
+    /// Called with each box before it is answered.
+    std::function<void(QMessageBox *)> look;
+
+private:
+    void answer()
+    {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (!box)
+            return;
+        texts << box->text();
+        titles << box->windowTitle();
+        defaults << box->standardButton(box->defaultButton());
+        buttons << box->standardButtons();
+        if (look)
+            look(box);
+        if (m_answers.isEmpty())
+            box->reject();
+        else
+            box->button(m_answers.takeFirst())->click();
+    }
+
+    QList<QMessageBox::StandardButton> m_answers;
+    QTimer m_timer;
+};
