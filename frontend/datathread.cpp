@@ -22,6 +22,11 @@ DataThread::~DataThread()
     stop();
 }
 
+void DataThread::start()
+{
+    m_thread = std::thread([this] { run(); });
+}
+
 void DataThread::stop()
 {
     {
@@ -29,7 +34,8 @@ void DataThread::stop()
         m_stopping = true;
     }
     m_stopped.notify_all();
-    wait();
+    if (m_thread.joinable())
+        m_thread.join();
 }
 
 void DataThread::run()
@@ -52,6 +58,7 @@ void DataThread::run()
             due = Clock::now();
     }
     m_link.deliverIdle();
+    emit finished();
 }
 
 /// False when the thread is to stop.

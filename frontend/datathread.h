@@ -1,11 +1,12 @@
 #pragma once
 
-#include <QThread>
+#include <QObject>
 
 #include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 class ControllerLink;
 class DirectOutput;
@@ -13,9 +14,8 @@ class FrameLedger;
 class FrameSource;
 
 /// The data thread: gives out the frames of a source at a steady rate, to the requesters of the link and to
-/// the Controller's own output. Its signal finished() tells that the source has come to its end or was
-/// stopped.
-class DataThread : public QThread
+/// the Controller's own output.
+class DataThread : public QObject
 {
     Q_OBJECT
 
@@ -25,13 +25,17 @@ public:
                ControllerLink &link);
     ~DataThread() override;
 
+    void start();
+
     /// Ends the thread between two frames. When this returns no frame is under way and none will come.
     void stop();
 
-protected:
-    void run() override;
+signals:
+    /// The source has come to its end or was stopped. Emitted on the data thread.
+    void finished();
 
 private:
+    void run();
     bool waitUntil(std::chrono::steady_clock::time_point moment);
 
     const std::unique_ptr<FrameSource> m_source;
@@ -42,4 +46,5 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_stopped;
     bool m_stopping = false;
+    std::thread m_thread;
 };

@@ -90,7 +90,7 @@ void Session::start()
     }
     m_dataThread =
         std::make_unique<DataThread>(std::move(source), m_options.rate, m_ledger, m_output, m_link);
-    connect(m_dataThread.get(), &QThread::finished, this, &Session::sourceEnded);
+    connect(m_dataThread.get(), &DataThread::finished, this, &Session::sourceEnded);
     m_receivers.begin();
     m_dataThread->start();
 }

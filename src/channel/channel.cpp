@@ -221,12 +221,17 @@ void Channel::setHostAndPort(const QString &host, int port)
 {
     const bool known = host == m_host && ip() != 0;
     // The address of before stays in force for the length of the look-up.
-    const quint32 address = known ? ip() : resolveHost(host.toLatin1().constData());
+    const quint32 address = known ? ip() : lookUp(host);
     setDestination(address, port);
     if (known)
         return;
     m_host = host;
     m_changed = true;
+}
+
+quint32 Channel::lookUp(const QString &host)
+{
+    return resolveHost(host.toLatin1().constData());
 }
 
 void Channel::setDestination(quint32 address, int port)

@@ -102,6 +102,9 @@ public:
     /// isTypeActive() for the data threads, from the ticks as they were last published. Any thread.
     bool isTypeWanted(const char *name) const { return m_tickedTypes.contains(name); }
 
+    /// The address of \a host, a dotted address or a name; 0 if there is none. A name is looked up: blocks.
+    static quint32 lookUp(const QString &host);
+
     /// Whether \a candidate names this computer. Exact and case-sensitive.
     bool isMyIp(const QString &candidate) const;
     bool isMyIp() const { return isMyIp(m_host); }
@@ -122,7 +125,7 @@ public slots:
     /// At least 1; anything less is dropped.
     void setDataDivisor(int dataDiv);
 
-    /// Takes \a ip and, as the host, its dotted form.
+    /// Takes \a ip and, as the host, its dotted form. Reachable through the meta-object alone.
     void setIp(uint ip);
 
     /// Takes \a h and looks it up, unless it is the host already and its address is known. Blocks for the

@@ -1,6 +1,5 @@
 #include "channel.h"
 
-#include "backendversions.h"
 #include "commands.h"
 #include "controllerlog.h"
 #include "iomanager.h"
@@ -58,7 +57,7 @@ void Channel::commitDestination()
 
 void Channel::commitDataDivisor()
 {
-    if (!versionAtLeast(*m_versions, 1, 6))
+    if (!commands::knowDataDivisor(*m_versions))
         return;
     if (m_ioManager->setValue(commands::setDataDivisor, number(), dataDivisor()) != 0)
         logFailure(m_ioManager, QLatin1String("Error: Unable to set value send data divisor"));

@@ -1,7 +1,6 @@
 #include "channel.h"
 
 #include "answer.h"
-#include "backendversions.h"
 #include "commands.h"
 #include "controllerlog.h"
 #include "iomanager.h"
@@ -56,7 +55,7 @@ void Channel::loadActive()
 void Channel::loadDataDivisor()
 {
     int divisor = 1;
-    if (versionAtLeast(*m_versions, 1, 6) &&
+    if (commands::knowDataDivisor(*m_versions) &&
         m_ioManager->getIntValue(&divisor, commands::dataDivisor, number()) != 0) {
         logFailure(m_ioManager, QLatin1String("Error: Unable to get value send data divisor"));
         divisor = 1;
@@ -79,7 +78,8 @@ void Channel::loadTicks()
 
 void Channel::loadTick(int row)
 {
-    const QModelIndex index = m_typeModel.index(row, IdentifierColumn);
+    // Persistent: a host may come back to the module from within a query.
+    const QPersistentModelIndex index = m_typeModel.index(row, IdentifierColumn);
     const QString name = index.data().toString();
     Answer answer;
     if (m_ioManager->getValue(answer.room(), commands::typeActive, number(), name.toLatin1().constData()) !=

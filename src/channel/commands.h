@@ -1,5 +1,7 @@
 #pragma once
 
+#include "backendversions.h"
+
 /// The Controller's command language as the module speaks it: printf-style formats for IOManager. Channel
 /// numbers count from 1.
 namespace commands {
@@ -29,5 +31,22 @@ inline constexpr char setMulticast[] = "output net ch%02d multicast '%s' %d";
 inline constexpr char setThisComputer[] = "output net ch%02d udp my_ip %d";
 inline constexpr char setHost[] = "output net ch%02d udp '%s' %d";
 inline constexpr char setDataDivisor[] = "output net_divisor ch%02d %d";
+
+// What the Controller learnt in the course of its versions
+
+inline bool knowRouterMode(const BackendVersions &versions)
+{
+    return versionAtLeast(versions, 1, 4);
+}
+
+inline bool knowDataDivisor(const BackendVersions &versions)
+{
+    return versionAtLeast(versions, 1, 6);
+}
+
+inline bool knowConfigLock(const BackendVersions &versions)
+{
+    return versionAtLeast(versions, 1, 9);
+}
 
 } // namespace commands

@@ -1,7 +1,6 @@
 #include "networkdialog.h"
 
 #include "answer.h"
-#include "backendversions.h"
 #include "channelasrouter.h"
 #include "channelwidget.h"
 #include "commands.h"
@@ -9,6 +8,9 @@
 #include "networkdialogtabwidget.h"
 
 #include <QHostInfo>
+#include <QMessageBox>
+
+#include <utility>
 
 namespace {
 
@@ -26,6 +28,7 @@ NetworkDialog::NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersi
     , m_versions(versions)
     , m_parentWidget(parent)
 {
+    const Operation operation(this);
     setupUi(this);
     m_lockIcon.addFile(QLatin1String(":/lock.png"));
     setupTabs();
@@ -52,16 +55,28 @@ void NetworkDialog::setupTabs()
 
 NetworkDialog::~NetworkDialog()
 {
-    // While a page still has its channel: losing the focus makes the host field hand over its text.
-    hide();
+    dismissMessageBoxes();
     destroyChannels();
+}
+
+void NetworkDialog::dismissMessageBoxes()
+{
+    // Each lives on the stack of a function that is still under way: it must not be deleted with its parent.
+    // Closed by its close button it gives that function the answer that ends its run.
+    const QList<QMessageBox *> boxes = findChildren<QMessageBox *>();
+    for (QMessageBox *box : boxes) {
+        box->close();
+        box->setParent(nullptr);
+    }
 }
 
 void NetworkDialog::teardownRequests()
 {
+    m_tornDown = true;
     m_routerActive = false;
     emit deferedRouterActiveToggled(false);
-    for (const OutputTypeInfo &type : qAsConst(m_outputTypes))
+    const QList<OutputTypeInfo> types = m_outputTypes;
+    for (const OutputTypeInfo &type : types)
         m_ioManager->releaseOutputType(type.name.toLatin1().constData(), this);
     m_ioManager->removeRequester(this);
     m_ioManager->removeMessageReceiver(receiverName, this);
@@ -69,22 +84,42 @@ void NetworkDialog::teardownRequests()
 
 int NetworkDialog::update_and_exec()
 {
-    if (isVisible()) {
-        // On the screen already, perhaps with a question open: its pages must stay.
+    if (isVisible() || !mayBegin()) {
         raise();
         activateWindow();
         return Rejected;
     }
+    bringUpToDate();
+    return exec();
+}
+
+void NetworkDialog::bringUpToDate()
+{
+    const Operation operation(this);
     applyLock();
     updateRouterState();
     if (channelsInUse() != m_pages.size())
         rebuildChannels();
     refreshAllChannels();
-    for (ChannelWidget *page : qAsConst(m_pages))
+    const QList<ChannelWidget *> pages = m_pages;
+    for (ChannelWidget *page : pages)
         page->updateTabColor();
     updateCloseButtons();
     widenForTabs();
-    return exec();
+}
+
+NetworkDialog::Operation::Operation(NetworkDialog *dialog)
+    : m_dialog(dialog)
+{
+    ++m_dialog->m_operations;
+}
+
+NetworkDialog::Operation::~Operation()
+{
+    if (!m_dialog || --m_dialog->m_operations > 0)
+        return;
+    if (std::exchange(m_dialog->m_catalogueChanged, false))
+        m_dialog->followCatalogueChange();
 }
 
 void NetworkDialog::applyLock()
@@ -109,13 +144,13 @@ void NetworkDialog::enablePages(bool enable)
 bool NetworkDialog::isConfigLocked()
 {
     Answer answer;
-    return versionAtLeast(*m_versions, 1, 9) &&
+    return commands::knowConfigLock(*m_versions) &&
            m_ioManager->getValue(answer.room(), commands::configIsChangeable) == 0 && answer.is("no");
 }
 
 void NetworkDialog::updateRouterState()
 {
-    if (!versionAtLeast(*m_versions, 1, 4)) {
+    if (!commands::knowRouterMode(*m_versions)) {
         checkBox_actAsRouter->setChecked(false);
         checkBox_actAsRouter->setEnabled(false);
         return;
@@ -167,20 +202,22 @@ void NetworkDialog::destroyChannels()
 
 void NetworkDialog::refreshAllChannels()
 {
-    refreshChannels(m_channels);
+    const QList<ChannelAsRouter *> channels = m_channels;
+    refreshChannels(channels);
 }
 
 void NetworkDialog::refreshChannel(int index)
 {
     QList<ChannelAsRouter *> chosen;
-    for (ChannelAsRouter *channel : qAsConst(m_channels)) {
+    const QList<ChannelAsRouter *> channels = m_channels;
+    for (ChannelAsRouter *channel : channels) {
         if (channel->channelIndex() == index)
             chosen << channel;
     }
     refreshChannels(chosen);
 }
 
-void NetworkDialog::refreshChannels(const QList<ChannelAsRouter *> channels)
+void NetworkDialog::refreshChannels(const QList<ChannelAsRouter *> &channels)
 {
     queryOutputTypes(m_ioManager, &m_outputTypes);
     const QString monitorIp = queryMonitorIp(m_ioManager);

@@ -8,6 +8,7 @@
 
 #include <QDialog>
 #include <QIcon>
+#include <QPointer>
 
 #include <atomic>
 
@@ -25,7 +26,11 @@ class NetworkDialogTabWidget;
 /// may call on any thread. A command that fails is logged at the host or passed over, and the operation goes
 /// on.
 ///
-/// channels and pages have one length and order: entry i is channel index i and tab i.
+/// m_channels and m_pages have one length and order: entry i is channel index i and tab i.
+///
+/// A host may run its event loop or come back to the module from within a command, and a message box runs an
+/// event loop of its own. What would start a second operation on the channels then is refused, or, for a
+/// changed catalogue, waits for the end of the first.
 class NetworkDialog : public QDialog, public Ui::NetworkDialog, public Requester, public MessageReceiver
 {
     Q_OBJECT
@@ -38,7 +43,7 @@ public:
     /// Waits until no data thread holds a channel and every worker has ended. teardownRequests() comes first.
     ~NetworkDialog() override;
 
-    /// Ends all dealings with the host.
+    /// Ends all dealings with the host: nothing is sent, asked or requested any more.
     void teardownRequests();
 
     int onOutputData(const char *type, const char *line) override;
@@ -51,7 +56,8 @@ signals:
     void deferedRouterActiveToggled(bool enable);
 
 public slots:
-    /// Reads the Controller's state anew and shows the dialog modally; the result of exec().
+    /// Reads the Controller's state anew and shows the dialog modally; the result of exec(). A dialog that is
+    /// on the screen already is only brought to the front.
     int update_and_exec();
 
     /// The router check box can be used while a channel is active and the configuration is not locked.
@@ -60,6 +66,7 @@ public slots:
     void keyPressEvent(QKeyEvent *event) override;
 
 private slots:
+    /// Closes a tab in the midst of the row. Reachable through the meta-object alone.
     void closeCurrentTab();
     void closeLastTab();
     void onTabBarClicked(int index);
@@ -72,8 +79,25 @@ private slots:
     void reject() override;
 
 private:
+    /// An operation on the channels that talks to the host, for as long as it lives.
+    class Operation
+    {
+    public:
+        explicit Operation(NetworkDialog *dialog);
+        ~Operation();
+        Operation(const Operation &) = delete;
+        Operation &operator=(const Operation &) = delete;
+
+    private:
+        QPointer<NetworkDialog> m_dialog; // the host may shut the module down while a message box is open
+    };
+
+    bool mayBegin() const { return m_operations == 0 && !m_tornDown; }
+
     // networkdialog.cpp: start, opening, read-only state, end
     void setupTabs();
+    void bringUpToDate();
+    void dismissMessageBoxes();
     void applyLock();
     void enablePages(bool enable);
     bool isConfigLocked();
@@ -83,7 +107,7 @@ private:
     void destroyChannels();
     void refreshChannel(int index);
     void refreshAllChannels();
-    void refreshChannels(const QList<ChannelAsRouter *> channels);
+    void refreshChannels(const QList<ChannelAsRouter *> &channels);
     void widenForTabs();
 
     // networkdialog_tabs.cpp: the tab row
@@ -112,7 +136,7 @@ private:
 
     // networkdialog_routing.cpp: the host's data and messages
     void updateOutputRequests();
-    bool isTypeRequested(const QString &name) const;
+    bool isTypeNeeded(const QString &name) const;
     void followCatalogueChange();
 
     IOManager *m_ioManager;
@@ -130,5 +154,8 @@ private:
     int m_channelCount = 0;
     QWidget *m_plusPage = nullptr;
     int m_baseWidth = 0;
-    bool m_tabsChanged = false; // a channel was created since the router mode was last committed
+    bool m_tabsChanged = false;      // a channel was created since the router mode was last committed
+    int m_operations = 0;            // under way at the moment
+    bool m_catalogueChanged = false; // and to be followed when the last of them ends
+    bool m_tornDown = false;
 };

@@ -1,6 +1,5 @@
 #include "networkdialog.h"
 
-#include "backendversions.h"
 #include "channelasrouter.h"
 #include "channelwidget.h"
 #include "commands.h"
@@ -14,17 +13,20 @@
 
 void NetworkDialog::accept()
 {
-    if (m_locked) {
+    if (m_locked || m_tornDown) {
         leave();
         return;
     }
+    if (!mayBegin())
+        return;
+    const Operation operation(this);
+    // Where a question or a message ends the run, the host may have shut the module down behind it: nothing
+    // of the dialog is touched after that.
     if (!resolveConflicts())
         return;
     setCursor(Qt::WaitCursor);
-    if (!validatePages()) {
-        setCursor(Qt::ArrowCursor);
+    if (!validatePages())
         return;
-    }
     deactivateBeforeCommit();
     commitChannels();
     if (m_routerChanged || m_tabsChanged)
@@ -68,7 +70,8 @@ bool NetworkDialog::offerDeactivation(ChannelAsRouter *kept, ChannelAsRouter *ot
     if (answer != QMessageBox::Yes)
         return false;
     other->setActive(false);
-    for (ChannelWidget *page : qAsConst(m_pages)) {
+    const QList<ChannelWidget *> pages = m_pages;
+    for (ChannelWidget *page : pages) {
         if (page->channel() == other)
             page->updateFromChannel();
     }
@@ -77,10 +80,15 @@ bool NetworkDialog::offerDeactivation(ChannelAsRouter *kept, ChannelAsRouter *ot
 
 bool NetworkDialog::validatePages()
 {
+    const QPointer<NetworkDialog> self(this);
     const QList<ChannelWidget *> pages = m_pages;
     for (ChannelWidget *page : pages) {
-        if (!page->validate()) {
+        const bool valid = page->validate();
+        if (!self)
+            return false;
+        if (!valid) {
             m_tabWidget->setCurrentIndex(page->channel()->channelIndex());
+            setCursor(Qt::ArrowCursor);
             return false;
         }
     }
@@ -90,9 +98,10 @@ bool NetworkDialog::validatePages()
 void NetworkDialog::deactivateBeforeCommit()
 {
     const QList<ChannelAsRouter *> channels = m_channels;
-    const auto changed = std::count_if(channels.cbegin(), channels.cend(),
-                                       [](const ChannelAsRouter *channel) { return channel->hasChanges(); });
-    if (changed < 2)
+    const auto changedChannels =
+        std::count_if(channels.cbegin(), channels.cend(),
+                      [](const ChannelAsRouter *channel) { return channel->hasChanges(); });
+    if (changedChannels < 2)
         return;
     // Two channels may trade destinations: none is to send while the Controller holds half of the change.
     for (ChannelAsRouter *channel : channels)
@@ -108,7 +117,7 @@ void NetworkDialog::commitChannels()
 
 void NetworkDialog::commitRouterMode()
 {
-    if (versionAtLeast(*m_versions, 1, 4)) {
+    if (commands::knowRouterMode(*m_versions)) {
         writeRouterMode();
         applyRouterMode();
     }

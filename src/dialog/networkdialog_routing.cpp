@@ -39,8 +39,13 @@ int NetworkDialog::onMessage(int /*a*/, int /*b*/, const char *text)
 
 void NetworkDialog::followCatalogueChange()
 {
-    if (!checkBox_actAsRouter->isChecked())
+    if (m_operations > 0) {
+        m_catalogueChanged = true;
         return;
+    }
+    if (m_tornDown || !checkBox_actAsRouter->isChecked())
+        return;
+    const Operation operation(this);
     emit deferedRouterActiveToggled(false);
     refreshAllChannels();
     updateOutputRequests();
@@ -52,14 +57,14 @@ void NetworkDialog::updateOutputRequests()
     const QList<OutputTypeInfo> types = m_outputTypes;
     for (const OutputTypeInfo &type : types) {
         const QByteArray name = type.name.toLatin1();
-        if (isTypeRequested(type.name))
+        if (isTypeNeeded(type.name))
             m_ioManager->requestOutputType(name.constData(), this);
         else
             m_ioManager->releaseOutputType(name.constData(), this);
     }
 }
 
-bool NetworkDialog::isTypeRequested(const QString &name) const
+bool NetworkDialog::isTypeNeeded(const QString &name) const
 {
     if (!checkBox_actAsRouter->isChecked())
         return false;

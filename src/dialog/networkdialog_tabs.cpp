@@ -31,10 +31,7 @@ int NetworkDialog::channelsInUse()
 
 void NetworkDialog::rebuildTabs()
 {
-    const int inUse = channelsInUse();
-    if (inUse == m_channelCount)
-        return;
-    m_channelCount = qBound(1, inUse, Channel::MaximumCount);
+    m_channelCount = channelsInUse();
     for (int index = 0; index < m_channelCount; ++index)
         createChannel(index);
     if (m_channelCount < Channel::MaximumCount)
@@ -83,7 +80,8 @@ int NetworkDialog::plusTab() const
 
 void NetworkDialog::updateCloseButtons()
 {
-    for (ChannelWidget *page : qAsConst(m_pages))
+    const QList<ChannelWidget *> pages = m_pages;
+    for (ChannelWidget *page : pages)
         page->setCloseButtonVisible(false);
     // Asked anew: the lock may have come or gone since the dialog was opened.
     if (isConfigLocked())
@@ -94,8 +92,9 @@ void NetworkDialog::updateCloseButtons()
 
 void NetworkDialog::onTabBarClicked(int index)
 {
-    if (m_tabWidget->tabText(index) != plusTitle)
+    if (m_tabWidget->tabText(index) != plusTitle || !mayBegin())
         return;
+    const Operation operation(this);
     removePlusTab();
     createChannel(index);
     if (index < Channel::MaximumCount - 1)
@@ -135,7 +134,10 @@ void NetworkDialog::selectNextTab()
 void NetworkDialog::closeLastTab()
 {
     const int number = m_pages.size();
-    if (number < 2 || !confirmClosing(number))
+    if (number < 2 || !mayBegin())
+        return;
+    const Operation operation(this);
+    if (!confirmClosing(number))
         return;
     closeTab(number - 1);
     if (number == Channel::MaximumCount)
@@ -147,7 +149,10 @@ void NetworkDialog::closeLastTab()
 void NetworkDialog::closeCurrentTab()
 {
     const int current = m_tabWidget->currentIndex();
-    if (m_pages.size() < 3 || current < 0 || current >= m_pages.size() || !confirmClosing(current + 1))
+    if (m_pages.size() < 3 || current < 0 || current >= m_pages.size() || !mayBegin())
+        return;
+    const Operation operation(this);
+    if (!confirmClosing(current + 1))
         return;
     closeTab(current);
     m_tabWidget->setCurrentIndex(current - 1);
@@ -168,10 +173,10 @@ void NetworkDialog::closeTab(int index)
     page->disconnect();
     m_channels.removeAt(index);
     m_pages.removeAt(index);
+    --m_channelCount;
     if (m_tabWidget->count() > 1)
         m_tabWidget->removeTab(index);
     resetOnController(index + 1);
-    --m_channelCount;
     discard(channel, page);
 }
 
@@ -184,6 +189,7 @@ void NetworkDialog::resetOnController(int number)
 void NetworkDialog::discard(ChannelAsRouter *channel, ChannelWidget *page)
 {
     m_fanOut.publish(m_channels);
+    disconnect(this, nullptr, channel, nullptr);
     channel->updateRouterActiveState(false);
     // The page may be the sender of the click that led here. It takes its channel along, and both go with the
     // dialog if the event loop does not come by before.

@@ -1,7 +1,7 @@
 #include "channelwidget.h"
 
-#include "backendversions.h"
 #include "channelasrouter.h"
+#include "commands.h"
 
 #include <QGuiApplication>
 #include <QRegExpValidator>
@@ -14,12 +14,6 @@ QRegExpValidator *createValidator(const char *pattern, QObject *parent)
 {
     const QRegExp expression(QString::fromLatin1(pattern), Qt::CaseSensitive, QRegExp::RegExp);
     return new QRegExpValidator(expression, parent);
-}
-
-// The Controller knows the divisor from this version on.
-bool hasDataDivisor(const BackendVersions &versions)
-{
-    return versionAtLeast(versions, 1, 6);
 }
 
 } // namespace
@@ -83,7 +77,7 @@ void ChannelWidget::setControlsEnabled(bool active)
     checkBox_my_ip->setEnabled(active);
     checkBox_multicast->setEnabled(active);
 
-    const bool divisor = active && hasDataDivisor(*m_versions);
+    const bool divisor = active && commands::knowDataDivisor(*m_versions);
     label_sendDataDivisor->setEnabled(divisor);
     spinBox_sendDataDivisor->setEnabled(divisor);
 }

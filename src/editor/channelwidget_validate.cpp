@@ -3,14 +3,13 @@
 #include "channelasrouter.h"
 #include "commands.h"
 #include "iomanager.h"
-#include "udp.h"
 
 #include <QMessageBox>
 
 namespace {
 
 // The one system model on which a loopback destination is taken at its word.
-constexpr int LoopbackModel = 100;
+constexpr int loopbackModel = 100;
 
 struct AddressRange
 {
@@ -21,8 +20,8 @@ struct AddressRange
 };
 
 // The lowest 256 addresses of the block belong to the routers' own protocols, so they are no valid groups.
-constexpr AddressRange MulticastBlock = {0xE0000000, 0xEFFFFFFF};
-constexpr AddressRange ValidMulticast = {0xE0000100, 0xEFFFFFFF};
+constexpr AddressRange multicastBlock = {0xE0000000, 0xEFFFFFFF};
+constexpr AddressRange validMulticast = {0xE0000100, 0xEFFFFFFF};
 
 QString caption()
 {
@@ -48,7 +47,7 @@ bool ChannelWidget::validate()
         refuseText(tr("Invalid empty host for channel %1").arg(number()));
         return false;
     }
-    if (systemModel() != LoopbackModel && isLoopback(host)) {
+    if (systemModel() != loopbackModel && isLoopback(host)) {
         refuseText(tr("If you intend this computer to be the destination host of channel %1 please \n"
                       "use the 'this computer' check box instead of '%2'.")
                        .arg(number())
@@ -78,7 +77,7 @@ bool ChannelWidget::judgeUnresolved(const QString &host)
 
 bool ChannelWidget::judgeMulticast(const QString &host, quint32 address)
 {
-    if (ValidMulticast.contains(address))
+    if (validMulticast.contains(address))
         return true;
     refuseAddress(tr("Invalid multicast ip address '%1' for channel %2\n"
                      "Multicast ip addresses are valid\n"
@@ -90,7 +89,7 @@ bool ChannelWidget::judgeMulticast(const QString &host, quint32 address)
 
 bool ChannelWidget::judgeUnicast(const QString &host, quint32 address)
 {
-    if (!MulticastBlock.contains(address))
+    if (!multicastBlock.contains(address))
         return true;
     refuseAddress(tr("Invalid host '%1' for channel %2\n"
                      "Valid hosts don't include multicast ip addresses\n"
@@ -103,7 +102,7 @@ bool ChannelWidget::judgeUnicast(const QString &host, quint32 address)
 // The channel has looked up its own host already, even if in vain: asking again would only block again.
 quint32 ChannelWidget::addressOf(const QString &host) const
 {
-    return host == m_channel->host() ? m_channel->ip() : resolveHost(host.toLatin1().constData());
+    return host == m_channel->host() ? m_channel->ip() : Channel::lookUp(host);
 }
 
 int ChannelWidget::systemModel() const

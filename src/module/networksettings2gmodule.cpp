@@ -16,7 +16,6 @@ void NetworkSettings2GModule::prepareShutdown()
 void NetworkSettings2GModule::releaseResources()
 {
     delete m_record.dialog;
-    m_record.dialog = nullptr;
     m_actions.clear();
 }
 
@@ -40,6 +39,8 @@ QList<ModuleAction *> NetworkSettings2GModule::moduleActions()
 void NetworkSettings2GModule::makeAction()
 {
     m_record.dialog = new NetworkDialog(m_ioManager, m_moduleParent, m_versions);
+    // It dies with its parent widget if that goes first.
+    connect(m_record.dialog, &QObject::destroyed, this, [this] { m_record.dialog = nullptr; });
     m_record.menuTitle = tr("&Tracking");
     m_record.menuNumber = 300;
     m_record.actionNumber = 170;

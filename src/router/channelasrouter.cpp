@@ -32,9 +32,9 @@ ChannelAsRouter::ChannelAsRouter(IOManager *ioManager, int channelIndex, Backend
 
 ChannelAsRouter::~ChannelAsRouter()
 {
-    m_workerRun = false;
     if (hasLocks()) {
         const MutexGuard queue(m_queueMutex);
+        m_workerRun = false;
         condSignal(m_queueCondition);
     }
     threadAwait(this);
@@ -81,9 +81,7 @@ void ChannelAsRouter::startRouter()
     m_routerRunning = true;
     openSocket();
     setHost(host()); // repeats a look-up that failed; not under a lock that a data thread takes
-    // Before the thread starts, so that it takes nothing from a frame that the new worker has begun.
-    resetFrame();
-    m_workerRun = true;
+    dropFrameAndLetWorkerRun();
     startThread();
 }
 
@@ -97,6 +95,16 @@ void ChannelAsRouter::stopRouter()
     }
     threadSleep(stopMilliseconds);
     resetFrame();
+}
+
+void ChannelAsRouter::dropFrameAndLetWorkerRun()
+{
+    // In one step, and before the new thread starts: an old worker with a line in hand either adds it before
+    // and it is dropped, or sees that it is to go on. Nothing is taken from a frame that the new worker has
+    // begun.
+    const MutexGuard frame(m_frameMutex);
+    m_frame.resetFrame();
+    m_workerRun = true;
 }
 
 void ChannelAsRouter::openSocket()
@@ -174,7 +182,8 @@ void ChannelAsRouter::handleNextLine()
 bool ChannelAsRouter::takeLine(RouterLine *line, bool *gap)
 {
     const MutexGuard queue(m_queueMutex);
-    if (m_lineQueue.isEmpty())
+    // A stop wakes the worker under the lock: if it came before this, there is nothing to wait for.
+    if (m_lineQueue.isEmpty() && isRunWanted())
         waitForLine();
     if (!m_lineQueue.take(line))
         return false;

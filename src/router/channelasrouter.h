@@ -47,6 +47,7 @@ private:
     void startRouter();
     void stopRouter();
     void openSocket();
+    void dropFrameAndLetWorkerRun();
     void startThread();
     bool claimRun();
     bool leaveRun();
