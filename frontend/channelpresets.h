@@ -5,8 +5,8 @@
 /// What the channels of a session are set up with.
 struct ChannelPreset
 {
-    const char *group; ///< multicast group, null for this computer
-    int divisor;
+    const char *group = nullptr; ///< multicast group, null for this computer
+    int divisor = 1;
     QSet<QByteArray> types;
 };
 

@@ -75,7 +75,7 @@ bool parseQuotedHost(const QByteArray &word, QByteArray *host)
     if (word.size() < 3 || !word.startsWith('\'') || !word.endsWith('\''))
         return false;
     *host = word.mid(1, word.size() - 2);
-    for (const char letter : *host) {
+    for (const char letter : qAsConst(*host)) {
         if (letter == '\'' || static_cast<unsigned char>(letter) <= ' ')
             return false;
     }

@@ -18,7 +18,7 @@ struct LogLine
 {
     QByteArray level;
     QByteArray component;
-    int number;
+    int number = 0;
     QByteArray message;
 };
 
@@ -77,16 +77,16 @@ signals:
 private:
     struct Subscriber
     {
-        Requester *requester;
+        Requester *requester = nullptr;
         QSet<QByteArray> types;
-        bool registered;
-        int busy; ///< calls under way
+        bool registered = false;
+        int busy = 0; ///< calls under way
     };
     struct Listener
     {
         QByteArray name;
-        MessageReceiver *receiver;
-        int busy;
+        MessageReceiver *receiver = nullptr;
+        int busy = 0;
     };
 
     Subscriber *findSubscriber(Requester *requester);

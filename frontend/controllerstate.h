@@ -50,7 +50,7 @@ struct OutputChannel
 /// All that the simulated Controller knows of itself.
 struct ControllerState
 {
-    BackendVersions version;
+    BackendVersions version{};
     bool locked = false;    ///< configuration changes are refused
     bool viaRouter = false; ///< router mode: the frontend sends, the Controller does not
     int systemModel = 0;

@@ -3,6 +3,8 @@
 #include <QAbstractTableModel>
 #include <QVector>
 
+#include <array>
+
 struct Exchange;
 struct LogLine;
 
@@ -38,9 +40,9 @@ public:
 private:
     struct Entry
     {
-        QString texts[ColumnCount];
-        bool isFailure;
-        bool isChange; ///< a command, which may change something
+        std::array<QString, ColumnCount> texts;
+        bool isFailure = false;
+        bool isChange = false; ///< a command, which may change something
     };
 
     void append(Entry entry);

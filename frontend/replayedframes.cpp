@@ -8,7 +8,8 @@
 namespace {
 
 /// A recording is held in memory as a whole.
-constexpr qint64 SizeLimit = 512 * 1024 * 1024;
+constexpr qint64 MiB = qint64{1024} * 1024;
+constexpr qint64 SizeLimit = 512 * MiB;
 
 bool openFile(QFile &file, const QString &name)
 {
@@ -52,8 +53,8 @@ bool ReplayedFrames::open(const QString &name, const QSet<QByteArray> &types, QS
 bool ReplayedFrames::accept(const QByteArray &content, const QSet<QByteArray> &types, QString *problem)
 {
     if (content.size() > SizeLimit) {
-        *problem = QCoreApplication::translate("ReplayedFrames", "is larger than %1 MiB")
-                       .arg(SizeLimit / (1024 * 1024));
+        *problem =
+            QCoreApplication::translate("ReplayedFrames", "is larger than %1 MiB").arg(SizeLimit / MiB);
         return false;
     }
     if (content.contains('\0')) {

@@ -18,10 +18,10 @@ struct Exchange
         Command
     };
 
-    Kind kind;
+    Kind kind = Kind::Query;
     QByteArray text;
     QByteArray answer; ///< of a query
-    int result;        ///< 0 for success
+    int result = 0;    ///< 0 for success
 };
 
 Q_DECLARE_METATYPE(Exchange)

@@ -21,5 +21,5 @@ QIcon windowIcon()
     painter.setBrush(QColor(0xf4, 0xf6, 0xf7));
     for (const QPointF &marker : markers)
         painter.drawEllipse(marker, 6, 6);
-    return QIcon(pixmap);
+    return pixmap;
 }

@@ -1,5 +1,6 @@
 #include "channelasrouter.h"
 #include "dialogfixture.h"
+#include "gestures.h"
 #include "messageboxes.h"
 
 #include <QDir>
@@ -26,29 +27,6 @@ int entryCount(const char *folder)
     return QDir(QLatin1String(folder))
         .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
         .size();
-}
-
-void clickTab(const DialogFixture &fixture, int tab)
-{
-    QTabBar *bar = fixture.tabs()->tabBar();
-    QTest::mouseClick(bar, Qt::LeftButton, Qt::NoModifier, bar->tabRect(tab).center());
-}
-
-void typeInto(QWidget *field, const char *text)
-{
-    QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClicks(field, QLatin1String(text));
-}
-
-/// Clicks into the box of the row of \a type, as the user ticks it.
-void clickTick(const ChannelWidget *page, const char *type)
-{
-    QTableView *view = page->tableView;
-    const auto rows = page->channel()->typeModel()->findItems(QLatin1String(type));
-    const QRect cell = view->visualRect(rows.value(0)->index());
-    view->scrollTo(rows.value(0)->index());
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier,
-                      view->visualRect(rows.value(0)->index()).topLeft() + QPoint(10, cell.height() / 2));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include <QUdpSocket>
 
+#include <array>
 #include <atomic>
 #include <thread>
 
@@ -439,9 +440,9 @@ void TestDialog::dataWhileRebuilding()
     });
     fixture.create();
     std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 3; ++i) {
-        threads.emplace_back([&] {
+    std::array<std::thread, 3> threads;
+    for (std::thread &thread : threads) {
+        thread = std::thread([&] {
             for (int number = 1; !stop; ++number) {
                 fixture.dialog->onOutputData("fr", ("fr " + QByteArray::number(number)).constData());
                 fixture.dialog->onOutputData("6d", "6d 0\r\n");

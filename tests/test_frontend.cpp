@@ -48,7 +48,7 @@ QString written(const QTemporaryDir &folder, const QByteArray &content)
 {
     QFile file(folder.filePath(QLatin1String("recording.txt")));
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        return QString();
+        return {};
     return file.fileName();
 }
 

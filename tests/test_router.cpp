@@ -188,7 +188,7 @@ public:
     QByteArray next()
     {
         if (!comesTrue([this] { return m_socket.hasPendingDatagrams(); }))
-            return QByteArray();
+            return {};
         QByteArray bytes(static_cast<int>(m_socket.pendingDatagramSize()), '\0');
         m_socket.readDatagram(bytes.data(), bytes.size());
         return bytes;

@@ -22,7 +22,7 @@ void setUpChannels(ControllerState &state)
 }
 
 /// Keeps what is delivered. Each line may be held up until the test lets it go on.
-class KeepingRequester : public Requester
+class KeepingRequester final : public Requester
 {
 public:
     int onOutputData(const char *type, const char *line) override
@@ -44,7 +44,7 @@ public:
     int idles = 0;
 };
 
-class KeepingReceiver : public MessageReceiver
+class KeepingReceiver final : public MessageReceiver
 {
 public:
     int onMessage(int, int, const char *text) override

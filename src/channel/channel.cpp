@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr int portBits = 16;
+
 QStandardItem *takeOrMakeItem(QStandardItemModel &model, int row, int column)
 {
     QStandardItem *item = model.item(row, column);
@@ -236,10 +238,13 @@ quint32 Channel::lookUp(const QString &host)
 
 void Channel::setDestination(quint32 address, int port)
 {
-    UdpDestination next;
-    next.address = address;
-    next.port = static_cast<quint16>(port);
-    m_destination = next;
+    m_destination = quint64{address} << portBits | static_cast<quint16>(port);
+}
+
+UdpDestination Channel::destination() const
+{
+    const quint64 both = m_destination;
+    return {static_cast<quint32>(both >> portBits), static_cast<quint16>(both)};
 }
 
 bool Channel::isPort(int number)

@@ -85,7 +85,7 @@ public:
     int dataDivisor() const { return m_dataDivisor; }
 
     /// Address and port as they stood together at one moment. Any thread.
-    UdpDestination destination() const { return m_destination; }
+    UdpDestination destination() const;
 
     quint32 ip() const { return destination().address; }
     int port() const { return destination().port; }
@@ -167,7 +167,7 @@ private:
     QString m_hostName;
     QString m_domainName;
     QString m_host;
-    std::atomic<UdpDestination> m_destination{UdpDestination()};
+    std::atomic<quint64> m_destination{0}; // address above port, so that both change at once
     TickedTypes m_tickedTypes;
     bool m_holdTicks = false; // the rows are being read; their ticks are published as a whole
 };

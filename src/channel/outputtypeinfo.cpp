@@ -22,7 +22,7 @@ QString queryDescription(IOManager *manager, const QByteArray &name)
     if (manager->getValue(answer.room(), commands::typeDescription, name.constData()) == 0)
         return answer.text().remove(QLatin1Char('"'));
     logFailure(manager, QLatin1String("Error: Unable to get type description"));
-    return QString();
+    return {};
 }
 
 bool queryAvailable(IOManager *manager, const QByteArray &name)
@@ -64,7 +64,7 @@ int queryOutputTypes(IOManager *manager, QList<OutputTypeInfo> *types)
 QString queryMonitorIp(IOManager *manager)
 {
     if (!manager)
-        return QString();
+        return {};
     Answer answer;
     manager->getValue(answer.room(), commands::monitorAddress);
     return answer.text().section(QLatin1Char(' '), 1, 1);

@@ -35,11 +35,8 @@ NetworkDialog::NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersi
     updateRouterState();
     m_ioManager->addMessageReceiver(receiverName, this);
     m_ioManager->addRequester(this);
-    if (checkBox_actAsRouter->isChecked()) {
-        refreshAllChannels();
-        updateOutputRequests();
-        emit deferedRouterActiveToggled(true);
-    }
+    if (checkBox_actAsRouter->isChecked())
+        refreshAndRoute();
     m_baseWidth = width();
 }
 

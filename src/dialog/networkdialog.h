@@ -138,6 +138,7 @@ private:
     void updateOutputRequests();
     bool isTypeNeeded(const QString &name) const;
     void followCatalogueChange();
+    void refreshAndRoute();
 
     IOManager *m_ioManager;
     BackendVersions *m_versions;

@@ -47,6 +47,11 @@ void NetworkDialog::followCatalogueChange()
         return;
     const Operation operation(this);
     emit deferedRouterActiveToggled(false);
+    refreshAndRoute();
+}
+
+void NetworkDialog::refreshAndRoute()
+{
     refreshAllChannels();
     updateOutputRequests();
     emit deferedRouterActiveToggled(true);

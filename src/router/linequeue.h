@@ -17,7 +17,7 @@ class LineQueue
 {
 public:
     static constexpr std::size_t MaximumLines = 16384;
-    static constexpr std::size_t MaximumBytes = 16 * 1024 * 1024;
+    static constexpr std::size_t MaximumBytes = std::size_t{16} * 1024 * 1024;
 
     /// Appends \a line. Old lines make room for it; a line above MaximumBytes is dropped itself.
     void append(RouterLine &&line);

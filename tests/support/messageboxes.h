@@ -31,6 +31,9 @@ public:
     /// Called with each box before it is answered.
     std::function<void(QMessageBox *)> look;
 
+    /// Answers what the script does not.
+    std::function<QMessageBox::StandardButton(const QMessageBox *)> decide;
+
 private:
     void answer()
     {
@@ -43,10 +46,12 @@ private:
         buttons << box->standardButtons();
         if (look)
             look(box);
-        if (m_answers.isEmpty())
-            box->reject();
-        else
+        if (!m_answers.isEmpty())
             box->button(m_answers.takeFirst())->click();
+        else if (decide)
+            box->button(decide(box))->click();
+        else
+            box->reject();
     }
 
     QList<QMessageBox::StandardButton> m_answers;

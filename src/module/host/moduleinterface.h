@@ -13,7 +13,7 @@ struct ModuleAction;
 class ModuleInterface
 {
 public:
-    virtual ~ModuleInterface() {}
+    virtual ~ModuleInterface() = default;
 
     /// Ends all dealings of the module with the host: routing stops, requests are released, receivers
     /// removed.
