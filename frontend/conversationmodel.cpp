@@ -39,17 +39,16 @@ ConversationModel::ConversationModel(QObject *parent)
 void ConversationModel::addExchange(const Exchange &exchange)
 {
     const bool isCommand = exchange.kind == Exchange::Kind::Command;
-    append({{{}, isCommand ? tr("set") : tr("get"), QString::fromLatin1(exchange.text), outcome(exchange)},
+    append({{{QString(), isCommand ? tr("set") : tr("get"), QString::fromLatin1(exchange.text),
+              outcome(exchange)}},
             exchange.result != Taken,
             isCommand});
 }
 
 void ConversationModel::addLogLine(const LogLine &line)
 {
-    append({{{},
-             tr("log"),
-             QString::fromLatin1(line.message),
-             QString::fromLatin1(line.level + ", " + line.component)},
+    append({{{QString(), tr("log"), QString::fromLatin1(line.message),
+              QString::fromLatin1(line.level + ", " + line.component)}},
             true,
             false});
 }
