@@ -36,6 +36,9 @@ ControllerState defaultControllerState()
     state.systemModel = LoopbackModel;
     state.monitorAddress = "127.0.0.1";
     state.catalogue = defaultCatalogue();
+    // The frame counter is on from the start: its tick is not for the user to change, and a router needs it.
+    for (OutputChannel &channel : state.channels)
+        channel.types.insert("fr");
     return state;
 }
 

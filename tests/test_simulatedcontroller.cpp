@@ -254,7 +254,8 @@ void TestSimulatedController::lockRefusesChanges()
         QCOMPARE(controller.command(text), int(Locked));
     const ControllerState state = controller.state();
     QCOMPARE(state.channels[0].destination.kind, Destination::Kind::None);
-    QVERIFY(!state.channels[0].active && state.channels[0].types.isEmpty() && !state.viaRouter);
+    QVERIFY(!state.channels[0].active && state.channels[0].types == QSet<QByteArray>({"fr"}) &&
+            !state.viaRouter);
 }
 
 void TestSimulatedController::faultsAndOverrides()
