@@ -1,5 +1,6 @@
 #include "headless.h"
 
+#include "residentmemory.h"
 #include "session.h"
 
 #include <QCoreApplication>
@@ -49,6 +50,8 @@ void Headless::run()
 
 void Headless::writeProgress()
 {
+    if (m_residentAtStart == 0)
+        m_residentAtStart = residentKiB();
     QTextStream out(stdout);
     const double seconds = double(m_sinceProgress.restart()) / 1000.0;
     const QList<ReceiverReport> reports = m_session.receivers().reports();
@@ -79,6 +82,11 @@ bool Headless::judge() const
     if (!m_session.options().replay.isEmpty())
         out << tr(", %1 recorded lines skipped").arg(m_session.skippedLines());
     out << '\n';
+    if (m_residentAtStart > 0)
+        out << tr("resident memory: %1 KiB after the first second, %2 KiB at the end")
+                   .arg(m_residentAtStart)
+                   .arg(residentKiB())
+            << '\n';
     bool good = reports.size() == m_session.options().channels;
     for (const ReceiverReport &report : reports) {
         const ReceiverStatistics &statistics = report.statistics;

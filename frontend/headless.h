@@ -28,6 +28,7 @@ private:
     void writeProgress();
 
     Session &m_session;
+    qint64 m_residentAtStart = 0; ///< KiB at the first progress, when all buffers have been in use
     QElapsedTimer m_sinceProgress;
     QHash<int, qint64> m_framesBefore; ///< by channel, at the last progress
 };
