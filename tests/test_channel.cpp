@@ -2,7 +2,6 @@
 #include "channel.h"
 #include "fakeiomanager.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
 #include <dlfcn.h>
@@ -10,14 +9,8 @@
 
 namespace {
 
+QHash<QByteArray, QByteArray> hostNames; // from a name to its dotted address
 int lookUps = 0;
-
-/// From a name to its dotted address.
-QHash<QByteArray, QByteArray> &hostNames()
-{
-    static QHash<QByteArray, QByteArray> names;
-    return names;
-}
 
 } // namespace
 
@@ -27,30 +20,15 @@ extern "C" int getaddrinfo(const char *name, const char *service, const addrinfo
 {
     ++lookUps;
     static const auto real = reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"));
-    const QByteArray address = hostNames().value(name);
+    const QByteArray address = hostNames.value(name);
     return address.isEmpty() ? EAI_NONAME : real(address.constData(), service, hints, found);
 }
 
 namespace {
 
-QString latin(const char *text)
+QString latin(const QByteArray &text)
 {
     return QString::fromLatin1(text);
-}
-
-using Row = std::pair<QByteArray, QByteArray>; // what is done or answered, and what is expected of it
-
-/// The rows of a test, each named after what is done in it.
-void table(std::initializer_list<Row> rows)
-{
-    QTest::addColumn<QString>("expected");
-    for (const Row &row : rows)
-        QTest::newRow(row.first.constData()) << QString::fromLatin1(row.second);
-}
-
-QString input()
-{
-    return latin(QTest::currentDataTag());
 }
 
 /// The types \a names, described by their position; a name with "-" behind it is not available.
@@ -63,82 +41,43 @@ QList<OutputTypeInfo> catalogue(const QString &names)
     return types;
 }
 
-/// A channel between its host and a Controller of version 1.6.
+/// A channel between its host and a Controller of version 1.6. It is active, sends every fourth frame to
+/// "tracker", port 5100, and has the rows fr, 6d (ticked), 3d (not available) and 2dmon.
 struct Bench
 {
-    explicit Bench(int index = 0, const QString &types = {})
-        : channel(&manager, index, &versions)
+    Bench()
     {
-        channel.setMonitorIp("10.1.2.3");
-        channel.setHostName("pc");
-        channel.setDomainName("lab.org");
-        channel.setOutputTypes(catalogue(types));
-    }
-
-    /// An active channel that sends every fourth frame to "tracker", port 5100, but for \a answers.
-    void load(const QStringList &answers = {})
-    {
-        const QString number = latin("ch%1=").arg(channel.channelIndex() + 1, 2, 10, QLatin1Char('0'));
-        answer("output net " + number + "udp tracker 5100");
-        answer("output net_active " + number + "yes");
-        answer("output net_divisor " + number + "4");
-        for (const QString &other : answers)
-            answer(other);
-        channel.load();
+        hostNames = {{"tracker", "10.0.0.7"}, {"alias", "10.0.0.7"}, {"tr\xe4ger", "10.0.0.8"}};
+        run("net ch01=udp tracker 5100|net_active ch01=yes|net_divisor ch01=4|active ch01 fr=no|"
+            "active ch01 6d=yes|active ch01 2dmon=no|number_of_types=1|type t01=6d|type_desc 6d=body|"
+            "available 6d=yes|new=0|address=10.1.2.3|name=pc|domain=lab.org|types=2dmon 3d- 6d fr|load");
         manager.journal.clear();
         lookUps = 0;
     }
 
-    /// "query=answer"; a "!" before it: answered, yet failed; no "=": no answer, and failed.
-    void answer(const QString &text)
+    /// Does the steps of \a script, which a stroke parts: a verb with its value, or else an answer of the
+    /// Controller as "query=answer"; with "!" before it: answered, yet failed; without "=": not answered.
+    void run(const QString &script)
     {
-        const QByteArray query = text.section('=', 0, 0).remove('!').toLatin1();
-        manager.answers.remove(query);
-        if (text.contains('='))
-            manager.answers.insert(query, text.section('=', 1).toLatin1());
-        if (text.startsWith('!'))
-            manager.failing << query;
-    }
-
-    /// Edits the channel, such as "port=80 tick=3:2" for the port and the tick of row 3.
-    void edit(const QString &edits)
-    {
-        const QStringList parts = edits.split(' ', Qt::SkipEmptyParts);
-        for (const QString &one : parts) {
-            const QString value = one.section('=', 1);
-            const int number = value.section(':', 0, 0).toInt();
-            if (one.startsWith("port="))
-                channel.setPort(number);
-            else if (one.startsWith("divisor="))
-                channel.setDataDivisor(number);
-            else if (one.startsWith("active="))
-                channel.setActive(number);
-            else if (one.startsWith("multicast="))
-                channel.setMulticast(number);
-            else if (one.startsWith("host="))
-                channel.setHost(value);
-            else if (one.startsWith("ip="))
-                channel.setIp(value.toUInt(nullptr, 16));
-            else if (one.startsWith("tick="))
-                channel.typeModel()->item(number)->setCheckState(
-                    Qt::CheckState(value.section(':', 1).toInt()));
-            else
-                QFAIL("no such edit");
+        const QStringList steps = script.split('|');
+        for (const QString &step : steps) {
+            const QString name = step.section('=', 0, 0), value = step.section('=', 1);
+            if (verbs.contains(name)) {
+                verbs[name](value);
+                continue;
+            }
+            const QByteArray query = "output " + QString(name).remove('!').toLatin1();
+            manager.answers.remove(query);
+            if (step.contains('='))
+                manager.answers.insert(query, value.toLatin1());
+            if (name.startsWith('!'))
+                manager.failing << query;
         }
     }
 
-    QString state() const
-    {
-        return latin("'%1' %2:%3 /%4 %5 %6 %7")
-            .arg(channel.host(), QString::number(channel.ip(), 16))
-            .arg(channel.port())
-            .arg(channel.dataDivisor())
-            .arg(channel.isActive() ? "on" : "off", channel.isMulticast() ? "group" : "plain",
-                 channel.hasChanges() ? "changed" : "clean");
-    }
-
-    /// What the host was asked since the last call, with "! " for a line in the log that begins as all do.
-    QString journal()
+    /// What the host was asked and what the script shows, with "! " for a line in the log that begins as all
+    /// do.
+    QString transcript()
     {
         return QString(';' + manager.takeJournal().join(';'))
             .replace(";log standard ORVANE3 1 Error: Unable to ", ";! ")
@@ -152,32 +91,114 @@ struct Bench
         QStringList active, wanted;
         const QStringList names = latin("fr,6d,6di,3d,z,\xe4,2dmon,6,").split(',');
         for (const QString &name : names) {
-            if (channel.isTypeActive(name))
+            if (channel->isTypeActive(name))
                 active << name;
-            if (channel.isTypeWanted(name.toLatin1().constData()))
+            if (channel->isTypeWanted(name.toLatin1().constData()))
                 wanted << name;
         }
         return active.join(' ') + '|' + wanted.join(' ');
     }
 
+    void show(const QString &text) { manager.journal << text; }
+    void tick(int row, Qt::CheckState state) { channel->typeModel()->item(row)->setCheckState(state); }
+
+    void showState()
+    {
+        show(latin("'%1' %2:%3 /%4 %5 %6 %7")
+                 .arg(channel->host(), QString::number(channel->ip(), 16))
+                 .arg(channel->port())
+                 .arg(channel->dataDivisor())
+                 .arg(channel->isActive() ? "on" : "off", channel->isMulticast() ? "group" : "plain",
+                      channel->hasChanges() ? "changed" : "clean"));
+    }
+
+    /// Whether a channel with the host, the port and the active state of \a fields has the same destination.
+    void compare(const QStringList &fields)
+    {
+        Channel other(&manager, 1, &versions);
+        other.setHost(fields[0]);
+        other.setPort(fields[1].toInt());
+        other.setActive(fields[2].toInt());
+        show(channel->hasSameDestination(other) ? "yes" : "no");
+    }
+
+    /// Rows as "name#description", with "!" for a tick out of reach, "-" for not available and "?" for a row
+    /// that is not as one that was just made; behind the stroke the hidden ones.
+    void showRows()
+    {
+        const QStandardItemModel &model = *channel->typeModel();
+        QStringList rows, hidden;
+        for (int row = 0; row < model.rowCount(); ++row) {
+            const QStandardItem *name = model.item(row, Channel::IdentifierColumn);
+            const QStandardItem *description = model.item(row, Channel::DescriptionColumn);
+            const bool fresh = name->isCheckable() && !name->isEditable() && !description->isEditable() &&
+                               name->checkState() == Qt::Unchecked;
+            rows << name->text() + '#' + description->text() + (name->isEnabled() ? "" : "!") +
+                        (description->data(Qt::UserRole).toBool() ? "" : "-") + (fresh ? "" : "?");
+        }
+        for (const int row : channel->hiddenRows())
+            hidden << QString::number(row);
+        show(rows.join(' ') + '|' + hidden.join(' '));
+    }
+
+    void showCatalogue()
+    {
+        QList<OutputTypeInfo> types = catalogue("of the catalogue before");
+        QCOMPARE(queryOutputTypes(nullptr, &types), -1);
+        QVERIFY(types.isEmpty());
+        types = catalogue("of the catalogue before");
+        QCOMPARE(queryOutputTypes(&manager, &types), 0);
+        for (const OutputTypeInfo &type : qAsConst(types))
+            show(type.name + ',' + type.description + (type.available ? ",yes" : ",no"));
+    }
+
     FakeIOManager manager;
     BackendVersions versions{{9, 9, 9}, 1, 6, 0};
-    Channel channel;
-};
+    std::unique_ptr<Channel> channel;
 
-/// A row as "name#description", with "!" for a tick out of reach, "-" for not available and "?" for a row
-/// that is not as one that was just made.
-QString rowText(const QStandardItemModel &model, int row)
-{
-    const QStandardItem *identifier = model.item(row, Channel::IdentifierColumn);
-    const QStandardItem *description = model.item(row, Channel::DescriptionColumn);
-    const bool fresh = identifier->isCheckable() && !identifier->isEditable() &&
-                       identifier->checkState() == Qt::Unchecked &&
-                       identifier->data(Qt::UserRole) == QVariant(false) && description->isEnabled() &&
-                       !description->isEditable() && !description->isCheckable();
-    return identifier->text() + '#' + description->text() + (identifier->isEnabled() ? "" : "!") +
-           (description->data(Qt::UserRole).toBool() ? "" : "-") + (fresh ? "" : "?");
-}
+    using Value = const QString &;
+    const QHash<QString, std::function<void(Value)>> verbs{
+        {"new", [this](Value v) { channel.reset(new Channel(&manager, v.toInt(), &versions)); }},
+        {"major", [this](Value v) { versions.major = v.toInt(); }},
+        {"minor", [this](Value v) { versions.minor = v.toInt(); }},
+        {"third", [this](Value v) { versions.third = v.toInt(); }},
+        {"address", [this](Value v) { channel->setMonitorIp(v); }},
+        {"name", [this](Value v) { channel->setHostName(v); }},
+        {"domain", [this](Value v) { channel->setDomainName(v); }},
+        {"types", [this](Value v) { channel->setOutputTypes(catalogue(v)); }},
+        {"forget", [this](Value) { hostNames.clear(); }},
+        {"learn", [this](Value v) { hostNames[v.toLatin1()] = "10.0.0.9"; }},
+        {"port", [this](Value v) { channel->setPort(v.toInt()); }},
+        {"divisor", [this](Value v) { channel->setDataDivisor(v.toInt()); }},
+        {"active", [this](Value v) { channel->setActive(v.toInt()); }},
+        {"multicast", [this](Value v) { channel->setMulticast(v.toInt()); }},
+        {"host", [this](Value v) { channel->setHost(v); }},
+        {"ip", [this](Value v) { channel->setIp(v.toUInt(nullptr, 16)); }},
+        {"tick", [this](Value v) { tick(v.toInt(), Qt::Checked); }},
+        {"half", [this](Value v) { tick(v.toInt(), Qt::PartiallyChecked); }},
+        {"untick", [this](Value v) { tick(v.toInt(), Qt::Unchecked); }},
+        {"load",
+         [this](Value) {
+             channel->load();
+             manager.journal = manager.journal.filter("log ");
+             showState();
+         }},
+        {"ask", [this](Value) { channel->load(); }},
+        {"commit", [this](Value) { channel->commit(); }},
+        {"switch", [this](Value v) { channel->setActiveOnController(v.toInt()); }},
+        {"updated", [this](Value v) { QObject::connect(channel.get(), &Channel::updated, [=] { run(v); }); }},
+        {"committing",
+         [this](Value v) { QObject::connect(channel.get(), &Channel::committingChanges, [=] { run(v); }); }},
+        {"watch", [this](Value v) { manager.onCommand = [=](const QByteArray &) { run(v); }; }},
+        {"state", [this](Value) { showState(); }},
+        {"ticks", [this](Value) { show(ticks()); }},
+        {"rows", [this](Value) { showRows(); }},
+        {"look-ups", [this](Value) { show(QString::number(lookUps)); }},
+        {"mine", [this](Value v) { show(channel->isMyIp(v) ? "yes" : "no"); }},
+        {"same", [this](Value v) { compare(v.split(',')); }},
+        {"catalogue", [this](Value) { showCatalogue(); }},
+        {"monitor", [this](Value) { show(queryMonitorIp(nullptr) + queryMonitorIp(&manager)); }}};
+};
 
 } // namespace
 
@@ -186,468 +207,137 @@ class TestChannel : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void readsCatalogue_data();
-    void readsCatalogue();
-    void readsMonitorIp_data();
-    void readsMonitorIp();
-    void needsNoManager();
-    void gatesDivisorByVersion_data();
-    void gatesDivisorByVersion();
-    void buildsRows_data();
-    void buildsRows();
-    void edits_data();
-    void edits();
-    void looksUpOnlyWhatFailed();
-    void knowsThisComputer_data();
-    void knowsThisComputer();
-    void comparesDestinations_data();
-    void comparesDestinations();
-    void keepsTicksThroughRefresh();
-    void loads_data();
-    void loads();
-    void loadsInOrder();
-    void commits_data();
-    void commits();
-    void keepsEditsWhileOff();
-    void switchesControllerAlone();
+    void behaves_data();
+    void behaves();
 };
 
-void TestChannel::init()
+void TestChannel::behaves_data()
 {
-    hostNames() = {{"tracker", "10.0.0.7"}, {"alias", "10.0.0.7"}, {"tr\xe4ger", "10.0.0.8"}};
-    lookUps = 0;
-}
+    QTest::addColumn<QString>("expected");
+    const auto row = [](const QByteArray &script, const QByteArray &expected) {
+        QTest::newRow(script.constData()) << latin(expected);
+    };
 
-void TestChannel::readsCatalogue_data()
-{
-    const QByteArray all = "number_of_types;type t01;type_desc 6d;available 6d";
-    const QByteArray odd = "a\"%1\xe4" + QByteArray(195, 'n');
-    table({{"output available 6d=Yes", "6d,body,no;" + all},
-           {"output available 6d=yes ", "6d,body,no;" + all},
-           {"!output available 6d=yes", "6d,body,no;" + all + ";! get output availability of 6d"},
-           {R"(output type_desc 6d="6d "body" 'data'")", "6d,6d body 'data',yes;" + all},
-           {"!output type_desc 6d=lost",
-            "6d,,yes;number_of_types;type t01;type_desc 6d;! get type description;available 6d"},
-           {"!output type t01=6d", ";number_of_types;type t01;! get output type t01"},
-           {"output type t01=" + odd, odd + ",,no;number_of_types;type t01;type_desc " + odd +
-                                          ";! get type description;available " + odd +
-                                          ";! get output availability of " + odd},
-           {"output number_of_types=0", ";number_of_types"},
-           {"output number_of_types=-3", ";number_of_types"},
-           {"!output number_of_types=1", ";number_of_types;! get number of output types"}});
-}
+    // The catalogue.
+    const QByteArray read = "number_of_types;type t01;type_desc 6d;available 6d;";
+    row("available 6d=yes |catalogue", read + "6d,body,no");
+    row("!available 6d=yes|catalogue", read + "! get output availability of 6d;6d,body,no");
+    row("type_desc 6d=\"6d \"body\" 'data'\"|catalogue", read + "6d,6d body 'data',yes");
+    row("!type_desc 6d=lost|catalogue",
+        "number_of_types;type t01;type_desc 6d;! get type description;available 6d;6d,,yes");
+    row("number_of_types=3|!type t02=6d|type t03=6d|catalogue", // a gap ends nothing
+        read + "type t02;! get output type t02;type t03;type_desc 6d;available 6d;6d,body,yes;6d,body,yes");
+    row("number_of_types=-3|catalogue", "number_of_types");
+    row("!number_of_types=1|catalogue", "number_of_types;! get number of output types");
 
-void TestChannel::readsCatalogue()
-{
-    Bench bench;
-    for (const char *answer : {"output number_of_types=1", "output type t01=6d", "output type_desc 6d=body",
-                               "output available 6d=yes"})
-        bench.answer(answer);
-    bench.answer(input());
-    QList<OutputTypeInfo> types = catalogue("of the catalogue before");
+    // The rows: their order, what is out of reach, what is hidden.
+    row("types=|rows|state", "|;'tracker' a000007:5100 /4 on plain clean");
+    row("types=new gl glcal 6dmtr 6dmt2 6df2 3d 6di 6d 6dcal st ts ts2 fr 2dmon 6D|rows",
+        "fr#13! ts2#12 ts#11 st#10 6dcal#9 6d#8 6di#7 3d#6 6df2#5 6dmt2#4 6dmtr#3 glcal#2 gl#1 new#0 "
+        "2dmon#14 6D#15|14");
+    row("types=2dmon z - 2dmon|rows", "2dmon#0 z#1 2dmon#3|0 2");
+    row("types=3d 3d-|rows", "3d#1!-|");
+    row("types=fr- 6d- z-|rows", "fr#0!- 6d#1!- z#2!-|");
 
-    QCOMPARE(queryOutputTypes(&bench.manager, &types), 0);
+    // This computer.
+    row("net chmon=udp 10.1.2.3 5000|monitor", "net chmon;10.1.2.3");
+    row("net chmon=udp  10.1.2.3|monitor", "net chmon;");
+    row("net chmon=udp 10.1.2.3 5000|monitor|net chmon|monitor", "net chmon;10.1.2.3;net chmon;");
+    row("mine=10.1.2.3|mine=pc|mine=pc.lab.org|mine=PC|mine=", "yes;yes;yes;no;no");
+    row("address=|name=|mine=|mine=.lab.org", "yes;no");
+    row("name=|mine=", "no");
+    row("domain=|mine=pc|mine=pc.", "yes;no");
 
-    QString entries;
-    for (const OutputTypeInfo &type : qAsConst(types))
-        entries += type.name + ',' + type.description + (type.available ? ",yes" : ",no");
-    QTEST(entries + ';' + bench.journal(), "expected");
-
-    // A gap moves the others up and ends nothing.
-    bench.manager.failing.clear();
-    for (const char *answer : {"output number_of_types=11", "output type t01=6d", "output type t11=3d"})
-        bench.answer(answer);
-    QCOMPARE(queryOutputTypes(&bench.manager, &types), 0);
-    QCOMPARE(types.size(), 2);
-    QCOMPARE(types[1].name, latin("3d"));
-    QVERIFY(bench.journal().contains(
-        ";type t09;! get output type t09;type t10;! get output type t010;type t11;"));
-}
-
-void TestChannel::readsMonitorIp_data()
-{
-    table({{"output net chmon=udp 10.1.2.3 5000", "10.1.2.3"},
-           {"output net chmon= pc 5000", "pc"},
-           {"output net chmon=udp  10.1.2.3", ""},
-           {"output net chmon=none", ""},
-           {"!output net chmon=udp 10.1.2.3 5000", "10.1.2.3"},
-           {"output net chmon", ""}});
-}
-
-void TestChannel::readsMonitorIp()
-{
-    Bench bench;
-    bench.answer("output net chmon=udp 192.168.77.88 5000");
-    QCOMPARE(queryMonitorIp(&bench.manager), latin("192.168.77.88")); // its answer may stay on the stack
-    bench.answer(input());
-    QTEST(queryMonitorIp(&bench.manager), "expected");
-}
-
-void TestChannel::needsNoManager()
-{
-    QList<OutputTypeInfo> types = catalogue("of the catalogue before");
-    QCOMPARE(queryOutputTypes(nullptr, &types), -1);
-    QVERIFY(types.isEmpty());
-    QCOMPARE(queryMonitorIp(nullptr), QString());
-}
-
-void TestChannel::gatesDivisorByVersion_data()
-{
-    const QByteArray passes = "4;net ch01;net_active ch01;net_divisor ch01;"
-                              "net_active ch01 yes;net ch01 udp 'tracker' 5100;net_divisor ch01 7";
-    const QByteArray fails = "1;net ch01;net_active ch01;net_active ch01 yes;net ch01 udp 'tracker' 5100";
-    table({{"1.6.0", passes},
-           {"1.6.-1", passes},
-           {"1.6.-2", fails},
-           {"1.5.9", fails},
-           {"1.7.-2", passes},
-           {"2.0.-2", passes},
-           {"0.9.9", fails}});
-}
-
-void TestChannel::gatesDivisorByVersion()
-{
-    const QStringList numbers = input().split('.');
-    Bench bench;
-    bench.versions = {{9, 9, 9}, numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt()};
-    bench.load();
-    bench.channel.load();
-    const QString divisor = QString::number(bench.channel.dataDivisor());
-    bench.edit("divisor=7");
-    bench.channel.commit();
-    QTEST(divisor + ';' + bench.journal(), "expected");
-    QVERIFY(!bench.channel.hasChanges());
-}
-
-void TestChannel::buildsRows_data()
-{
-    // Behind the stroke the hidden rows.
-    table({{"", "|"},
-           {"6d fr 2dmon 3d", "fr#1! 6d#0 3d#3 2dmon#2|3"},
-           {"new gl glcal 6dmtr 6dmt2 6df2 3d 6di 6d 6dcal st ts ts2 fr 2dmon",
-            "fr#13! ts2#12 ts#11 st#10 6dcal#9 6d#8 6di#7 3d#6 6df2#5 6dmt2#4 6dmtr#3 glcal#2 gl#1 new#0 "
-            "2dmon#14|14"},
-           {"z 2dmon 6D a", "z#0 2dmon#1 6D#2 a#3|1"},
-           {"z - 2dmon", "z#0 2dmon#2|1"},
-           {"2dmon z 2dmon z", "2dmon#0 z#1 2dmon#2 z#3|0 2"},
-           {"3d 3d-", "3d#1!-|"},
-           {"fr- 6d- z-", "fr#0!- 6d#1!- z#2!-|"}});
-}
-
-void TestChannel::buildsRows()
-{
-    Bench bench(0, "2dmon 6d 3d-"); // nothing of these stays
-    bench.load({"output active ch01 6d=yes"});
-
-    bench.channel.setOutputTypes(catalogue(input()));
-
-    const QStandardItemModel &model = *bench.channel.typeModel();
-    QCOMPARE(model.columnCount(), 2);
-    QCOMPARE(model.headerData(0, Qt::Horizontal).toString(), latin("Identifier"));
-    QCOMPARE(model.headerData(1, Qt::Horizontal).toString(), latin("Description"));
-    QStringList rows, hidden;
-    for (int row = 0; row < model.rowCount(); ++row)
-        rows << rowText(model, row);
-    for (int row : bench.channel.hiddenRows())
-        hidden << QString::number(row);
-    QTEST(rows.join(' ') + '|' + hidden.join(' '), "expected");
-    QVERIFY(!bench.channel.hasChanges());
-}
-
-void TestChannel::edits_data()
-{
-    table({{"port=-1 port=65536 port=5100 divisor=0 divisor=-3 divisor=4 active=1 multicast=0 host=tracker",
-            "'tracker' a000007:5100 /4 on plain clean 0"},
-           {"port=0", "'tracker' a000007:0 /4 on plain changed 0"},
-           {"port=65535", "'tracker' a000007:65535 /4 on plain changed 0"},
-           {"port=1 port=5100", "'tracker' a000007:5100 /4 on plain changed 0"},
-           {"divisor=1", "'tracker' a000007:5100 /1 on plain changed 0"},
-           {"active=0", "'tracker' a000007:5100 /4 off plain changed 0"},
-           {"multicast=1", "'tracker' a000007:5100 /4 on group changed 0"},
-           {"host=alias", "'alias' a000007:5100 /4 on plain changed 1"},
-           {"host=tr\xe4ger", "'tr\xe4ger' a000008:5100 /4 on plain changed 1"},
-           {"host=239.1.2.3", "'239.1.2.3' ef010203:5100 /4 on plain changed 0"},
-           {"host=nowhere", "'nowhere' 0:5100 /4 on plain changed 1"},
-           {"host=", "'' 0:5100 /4 on plain changed 0"},
-           {"ip=a000007", "'10.0.0.7' a000007:5100 /4 on plain changed 0"},
-           {"ip=ff010080", "'255.1.0.128' ff010080:5100 /4 on plain changed 0"}});
-}
-
-void TestChannel::edits()
-{
-    Bench bench;
-    QCOMPARE(bench.state(), latin("'' 0:0 /1 off plain clean"));
-    bench.load();
-    bench.edit(input());
-    QTEST(bench.state() + ' ' + QString::number(lookUps), "expected");
-    QCOMPARE(bench.journal(), QString());
-}
-
-void TestChannel::looksUpOnlyWhatFailed()
-{
-    Bench bench;
-    bench.load({"output net ch01=udp nowhere 5100"});
-    QCOMPARE(bench.state(), latin("'nowhere' 0:5100 /4 on plain clean"));
-    bench.edit("host=nowhere"); // fails again
-    QCOMPARE(lookUps, 1);
-    QCOMPARE(bench.state(), latin("'nowhere' 0:5100 /4 on plain changed"));
-
-    hostNames()["nowhere"] = "10.0.0.9";
-    bench.channel.load();
-    QCOMPARE(lookUps, 2);
-    hostNames().clear(); // what once resolved is kept
-    bench.edit("host=nowhere");
-    bench.channel.load();
-    QCOMPARE(lookUps, 2);
-    QCOMPARE(bench.state(), latin("'nowhere' a000009:5100 /4 on plain clean"));
-}
-
-void TestChannel::knowsThisComputer_data()
-{
-    // address|name|domain|candidate
-    table({{"10.1.2.3|pc|lab.org|10.1.2.3", "mine"},
-           {"10.1.2.3|pc|lab.org|pc", "mine"},
-           {"10.1.2.3|pc|lab.org|pc.lab.org", "mine"},
-           {"10.1.2.3|pc|lab.org|PC", "foreign"},
-           {"10.1.2.3|pc|lab.org|", "foreign"},
-           {"|pc|lab.org|", "mine"},
-           {"10.1.2.3||lab.org|", "foreign"},
-           {"10.1.2.3||lab.org|.lab.org", "foreign"},
-           {"10.1.2.3|pc||pc", "mine"},
-           {"10.1.2.3|pc||pc.", "foreign"}});
-}
-
-void TestChannel::knowsThisComputer()
-{
-    const QStringList texts = input().split('|');
-    Bench bench;
-    bench.channel.setMonitorIp(texts[0]);
-    bench.channel.setHostName(texts[1]);
-    bench.channel.setDomainName(texts[2]);
-    QTEST(latin(bench.channel.isMyIp(texts[3]) ? "mine" : "foreign"), "expected");
-    bench.channel.setHost(texts[3]);
-    QTEST(latin(bench.channel.isMyIp() ? "mine" : "foreign"), "expected");
-}
-
-void TestChannel::comparesDestinations_data()
-{
-    // destination of the first, destination of the second, state of the second
-    table({
-        {"udp tracker 5100|udp tracker 5100|yes", "same"},
-        {"udp tracker 5100|udp tracker 5100|no", "other"},
-        {"udp tracker 5100|udp alias 5100|yes", "same"},
-        {"udp tracker 5100|multicast 10.0.0.7 5100|yes", "same"},
-        {"udp tracker 5100|udp tracker 5101|yes", "other"},
-        {"udp tracker 5100|udp 10.0.0.6 5100|yes", "other"},
-        {"udp nowhere 5100|udp elsewhere 5100|yes", "same"},
-    });
-}
-
-void TestChannel::comparesDestinations()
-{
-    const QStringList texts = input().split('|');
-    Bench one;
-    Bench two(1);
-    one.load({"output net ch01=" + texts[0]});
-    two.load({"output net ch02=" + texts[1], "output net_active ch02=" + texts[2]});
-    QTEST(latin(one.channel.hasSameDestination(two.channel) ? "same" : "other"), "expected");
-    QTEST(latin(two.channel.hasSameDestination(one.channel) ? "same" : "other"), "expected");
-}
-
-void TestChannel::keepsTicksThroughRefresh()
-{
-    const QString types = latin("fr 6d 6di 3d- z \xe4 z 2dmon");
-    Bench bench(0, types);
-    bench.load({"output active ch01 fr=yes", "output active ch01 6d=yes", "output active ch01 3d=yes",
-                latin("output active ch01 \xe4=yes"), "output active ch01 2dmon=yes"});
-    QCOMPARE(bench.ticks(), latin("fr 6d \xe4 2dmon|fr 6d \xe4 2dmon"));
-    bench.channel.setOutputTypes(catalogue(types));
-    QCOMPARE(bench.ticks(), latin("|fr 6d \xe4 2dmon"));
-
-    bench.answer("output active ch01 6d=no");
-    bench.answer("output active ch01 6di=yes");
-    QStringList wanted;
-    const auto look = [&] { wanted << bench.ticks().section('|', 1); };
-    bench.manager.onCommand = [&](const QByteArray &) { look(); };
-    connect(&bench.channel, &Channel::updated, &bench.channel, look);
-    bench.channel.load();
-    QCOMPARE(wanted.takeLast(), latin("fr 6di \xe4 2dmon"));
-    QCOMPARE(wanted.size(), 10); // the queries of this load
-    QCOMPARE(wanted.count(latin("fr 6d \xe4 2dmon")), 10);
-
-    // A tick of the user's counts at once, a half one does not; of the two rows z the first counts.
-    bench.edit("tick=1:2 tick=2:1 tick=6:2");
-    QCOMPARE(bench.ticks(), latin("fr 6d \xe4 2dmon|fr 6d \xe4 2dmon"));
-    bench.edit("tick=4:2");
-    QCOMPARE(bench.ticks(), latin("fr 6d z \xe4 2dmon|fr 6d z \xe4 2dmon"));
-}
-
-void TestChannel::loads_data()
-{
+    // Reading a channel.
+    row("new=0|state", "'' 0:0 /1 off plain clean");
+    row("multicast=1|net ch01=none|load", "'' 0:5000 /4 on plain clean");
+    row("net ch01=none |load", "'' 0:0 /4 on plain clean");
+    row("net ch01|load", "'' 0:0 /4 on plain clean");
+    row("!net ch01=multicast alias 6000|load", "'alias' a000007:6000 /4 on group clean");
+    row("multicast=1|net ch01=Multicast alias 6000 7000|load", "'alias' a000007:6000 /4 on plain clean");
+    row("net ch01=udp  6000|load", "'' 0:6000 /4 on plain clean");
+    row("net ch01=udp alias  6000|load", "'alias' a000007:0 /4 on plain clean");
+    row("net ch01=udp alias 65536|load", "'alias' a000007:5100 /4 on plain clean");
+    row("net ch01=udp tr\xe4ger 6000|load", "'tr\xe4ger' a000008:6000 /4 on plain clean");
     const QByteArray longest(200, 'h');
-    const QByteArray off = "'tracker' a000007:5100 /4 off plain clean";
-    const QByteArray all = "'tracker' a000007:5100 /1 on plain clean";
-    table({{"output net ch01=none", "'' 0:5000 /4 on plain clean"},
-           {"output net ch01=none ", "'' 0:0 /4 on plain clean"},
-           {"output net ch01=", "'' 0:0 /4 on plain clean"},
-           {"output net ch01", "'' 0:0 /4 on plain clean"},
-           {"!output net ch01=multicast alias 6000", "'alias' a000007:6000 /4 on group clean"},
-           {"output net ch01=Multicast 224.1.2.3 6000", "'224.1.2.3' e0010203:6000 /4 on plain clean"},
-           {"output net ch01=tcp alias 6000", "'alias' a000007:6000 /4 on plain clean"},
-           {"output net ch01=udp  6000", "'' 0:6000 /4 on plain clean"},
-           {"output net ch01=udp alias  6000", "'alias' a000007:0 /4 on plain clean"},
-           {"output net ch01=udp alias 6000 7000", "'alias' a000007:6000 /4 on plain clean"},
-           {"output net ch01=udp alias 6000x", "'alias' a000007:0 /4 on plain clean"},
-           {"output net ch01=udp alias 65535", "'alias' a000007:65535 /4 on plain clean"},
-           {"output net ch01=udp alias 65536", "'alias' a000007:5100 /4 on plain clean"},
-           {"output net ch01=udp alias -1", "'alias' a000007:5100 /4 on plain clean"},
-           {"output net ch01=udp nowhere 6000", "'nowhere' 0:6000 /4 on plain clean"},
-           {"output net ch01=udp tr\xe4ger 6000", "'tr\xe4ger' a000008:6000 /4 on plain clean"},
-           {"output net ch01=udp " + longest + " 60", "'" + longest + "' 0:60 /4 on plain clean"},
-           {"output net_active ch01=no", off},
-           {"output net_active ch01=Yes", off},
-           {"output net_active ch01=yes ", off},
-           {"output net_active ch01", off},
-           {"!output net_active ch01=yes", "'tracker' a000007:5100 /4 on plain clean"},
-           {"output net_divisor ch01=0", all},
-           {"output net_divisor ch01=-3", all},
-           {"!output net_divisor ch01=7", all + ";! get value send data divisor"},
-           {"output net_divisor ch01=20000", "'tracker' a000007:5100 /20000 on plain clean"}});
+    row("net ch01=udp " + longest + " 60|load", "'" + longest + "' 0:60 /4 on plain clean");
+    for (const char *answer : {"=no", "=yes ", ""})
+        row("net_active ch01" + QByteArray(answer) + "|load", "'tracker' a000007:5100 /4 off plain clean");
+    row("!net_active ch01=yes|load", "'tracker' a000007:5100 /4 on plain clean");
+    row("net_divisor ch01=0|load", "'tracker' a000007:5100 /1 on plain clean");
+    row("!net_divisor ch01=7|load", "! get value send data divisor;'tracker' a000007:5100 /1 on plain clean");
+    row("net ch01=udp nowhere 1|load|learn=nowhere|load|forget|host=nowhere|load|look-ups",
+        "'nowhere' a000009:1 /4 on plain clean;2");
+    // A refresh tears no frame: the data threads see the ticks of before until all are read.
+    row("types=6d 6di|active ch01 6d=no|active ch01 6di=yes|ticks|watch=ticks|updated=ticks|ask",
+        "|6d;net ch01;|6d;net_active ch01;|6d;net_divisor ch01;|6d;active ch01 6d;|6d;active ch01 6di;|6d;"
+        "6di|6di");
+    // A half tick does not count, and of two rows with one name the first does.
+    row("types=fr z 6d z \xe4|active ch01 z=no|active ch01 fr=yes|active ch01 \xe4=yes|load|half=2|tick=3|"
+        "ticks|tick=2|ticks",
+        "'tracker' a000007:5100 /4 on plain clean;fr 6d \xe4|fr 6d \xe4;fr 6d z \xe4|fr 6d z \xe4");
+    // What a page hands back is an edit, and a tick that was read counts as held by the Controller.
+    row("new=9|types=\xe4%1%s 2dmon 3d- 6d|net ch10=udp tracker 80|net_active ch10=yes|net_divisor ch10=4|"
+        "!active ch10 6d=yes|active ch10 3d=yes|active ch10 \xe4%1%s|active ch10 2dmon=yes |updated=state|"
+        "updated=port=1024|ask|commit",
+        "net ch10;net_active ch10;net_divisor ch10;active ch10 6d;! get output active of channel 10 and 6d;"
+        "active ch10 \xe4%1%s;! get output active of channel 10 and \xe4%1%s;active ch10 2dmon;'tracker' "
+        "a000007:80 /4 on plain clean;net_active ch10 yes;net ch10 udp 'tracker' 1024;net_divisor ch10 4");
+
+    // Edits.
+    row("port=-1|port=65536|port=5100|divisor=0|divisor=4|active=1|multicast=0|host=tracker|state|look-ups",
+        "'tracker' a000007:5100 /4 on plain clean;0");
+    row("port=0|state", "'tracker' a000007:0 /4 on plain changed");
+    row("port=65535|state", "'tracker' a000007:65535 /4 on plain changed");
+    row("divisor=1|state", "'tracker' a000007:5100 /1 on plain changed");
+    row("active=0|state", "'tracker' a000007:5100 /4 off plain changed");
+    row("multicast=1|multicast=0|multicast=1|state", "'tracker' a000007:5100 /4 on group changed");
+    row("host=tr\xe4ger|state|look-ups", "'tr\xe4ger' a000008:5100 /4 on plain changed;1");
+    row("host=nowhere|host=nowhere|state|look-ups", "'nowhere' 0:5100 /4 on plain changed;2");
+    row("host=|state|look-ups", "'' 0:5100 /4 on plain changed;0");
+    row("ip=ff010080|state", "'255.1.0.128' ff010080:5100 /4 on plain changed");
+    row("same=10.0.0.7,5100,1|same=alias,5100,0|same=alias,5101,1|same=nowhere,5100,1|active=0|"
+        "same=alias,5100,1",
+        "yes;no;no;no;no");
+
+    // The divisor by version.
+    for (const char *version : {"third=-1", "minor=7|third=-2", "major=2|minor=0|third=-2"})
+        row("types=|" + QByteArray(version) + "|ask|state|divisor=7|commit",
+            "net ch01;net_active ch01;net_divisor ch01;'tracker' a000007:5100 /4 on plain clean;"
+            "net_active ch01 yes;net ch01 udp 'tracker' 5100;net_divisor ch01 7");
+    for (const char *version : {"third=-2", "minor=5|third=9", "major=0|minor=9|third=9"})
+        row("types=|" + QByteArray(version) + "|ask|state|divisor=7|commit|state",
+            "net ch01;net_active ch01;'tracker' a000007:5100 /1 on plain clean;net_active ch01 yes;"
+            "net ch01 udp 'tracker' 5100;'tracker' a000007:5100 /7 on plain clean");
+
+    // Committing: all that is pending, once; an inactive channel keeps it.
+    row("commit", "net_active ch01 yes");
+    row("tick=3|untick=3|commit", "net_active ch01 yes");
+    row("tick=3|tick=2|tick=0|untick=1|commit|commit",
+        "net_active ch01 yes;active ch01 fr yes;active ch01 6d no;active ch01 3d yes;"
+        "active ch01 2dmon yes;net ch01 udp 'tracker' 5100;net_divisor ch01 4;net_active ch01 yes");
+    row("host=tr\xe4ger|port=0|divisor=10|commit",
+        "net_active ch01 yes;net ch01 udp 'tr\xe4ger' 0;net_divisor ch01 10");
+    row("multicast=1|host=pc|commit", "net_active ch01 yes;net ch01 multicast 'pc' 5100;net_divisor ch01 4");
+    row("committing=host=pc.lab.org|commit",
+        "net_active ch01 yes;net ch01 udp my_ip 5100;net_divisor ch01 4");
+    row("port=80|committing=active=0|commit", "net_active ch01 no");
+    row("active=0|untick=1|commit|active=1|commit", "net_active ch01 no;net_active ch01 yes;active ch01 6d "
+                                                    "no;net ch01 udp 'tracker' 5100;net_divisor ch01 4");
+    // Refused counts as committed.
+    row("!net_active ch01 yes|!active ch01 6d no|!net ch01 udp 'tracker' 80|"
+        "!net_divisor ch01 4|port=80|untick=1|commit|state",
+        "net_active ch01 yes;! activate channel;active ch01 6d no;net ch01 udp 'tracker' 80;"
+        "net_divisor ch01 4;! set value send data divisor;'tracker' a000007:80 /4 on plain clean");
+    row("new=10|port=80|committing=port=81|commit|!net_active ch11 no|switch=0|switch=1|state",
+        "net_active ch11 no;! deactivate channel;net_active ch11 yes;'' 0:80 /1 off plain changed");
 }
 
-void TestChannel::loads()
+void TestChannel::behaves()
 {
-    QFETCH(QString, expected);
     Bench bench;
-    bench.load();
-    bench.edit("multicast=1");
-    bench.answer(input());
-    bench.channel.load();
-    QCOMPARE(bench.state(), expected.section(';', 0, 0));
-    QString journal = "net ch01;net_active ch01;net_divisor ch01";
-    if (expected.contains(';'))
-        journal += ';' + expected.section(';', 1);
-    QCOMPARE(bench.journal(), journal);
-}
-
-void TestChannel::loadsInOrder()
-{
-    Bench bench(9, latin("\xe4%1%s 2dmon 3d- 6d fr"));
-    QStringList states;
-    connect(&bench.channel, &Channel::updated, &bench.channel, [&] {
-        states << bench.state();
-        bench.edit("port=1024"); // what a page hands back is an edit
-    });
-    for (const char *answer :
-         {"output net ch10=udp tracker 80", "output net_divisor ch10=4", "output net_active ch10=yes",
-          "output active ch10 fr=yes", "!output active ch10 6d=yes", "output active ch10 3d=yes",
-          "output active ch10 2dmon=yes "})
-        bench.answer(answer);
-    bench.channel.load();
-    QCOMPARE(bench.journal(), latin("net ch10;net_active ch10;net_divisor ch10;active ch10 fr;active ch10 6d;"
-                                    "! get output active of channel 10 and 6d;active ch10 \xe4%1%s;"
-                                    "! get output active of channel 10 and \xe4%1%s;active ch10 2dmon"));
-    QCOMPARE(bench.ticks(), latin("fr|fr"));
-    bench.channel.load();
-    const QString clean = "'tracker' a000007:80 /4 on plain clean";
-    QCOMPARE(states, (QStringList{clean, clean}));
-    bench.journal();
-    bench.channel.commit(); // the tick that was read counts as held by the Controller
-    QCOMPARE(bench.journal(), latin("net_active ch10 yes;net ch10 udp 'tracker' 1024;net_divisor ch10 4"));
-}
-
-void TestChannel::commits_data()
-{
-    // Edits of a channel with the rows fr, 6d (ticked), 3d (not available), 2dmon; behind the stroke those
-    // that are handed over.
-    const QByteArray rest = "net ch01 udp 'tracker' 5100;net_divisor ch01 4";
-    const QByteArray mine = "net_active ch01 yes;net ch01 udp my_ip 5100;net_divisor ch01 4";
-    table({{"|", "net_active ch01 yes"},
-           {"tick=3:2|", "net_active ch01 yes;active ch01 2dmon yes;" + rest},
-           {"tick=1:0|", "net_active ch01 yes;active ch01 6d no;" + rest},
-           {"tick=3:2 tick=3:0|", "net_active ch01 yes"},
-           {"tick=3:2 tick=2:2 tick=0:2 tick=1:0|", "net_active ch01 yes;active ch01 fr yes;active ch01 6d "
-                                                    "no;active ch01 3d yes;active ch01 2dmon yes;" +
-                                                        rest},
-           {"host=tr\xe4ger|", "net_active ch01 yes;net ch01 udp 'tr\xe4ger' 5100;net_divisor ch01 4"},
-           {"port=0|", "net_active ch01 yes;net ch01 udp 'tracker' 0;net_divisor ch01 4"},
-           {"divisor=10|", "net_active ch01 yes;net ch01 udp 'tracker' 5100;net_divisor ch01 10"},
-           {"multicast=1 host=pc|", "net_active ch01 yes;net ch01 multicast 'pc' 5100;net_divisor ch01 4"},
-           {"host=10.1.2.3|", mine},
-           {"host=pc|", mine},
-           {"host=pc.lab.org|", mine},
-           {"active=0 port=80 divisor=2 tick=1:0|", "net_active ch01 no"},
-           {"|host=alias", "net_active ch01 yes;net ch01 udp 'alias' 5100;net_divisor ch01 4"},
-           {"port=80|active=0", "net_active ch01 no"}});
-}
-
-void TestChannel::commits()
-{
-    QFETCH(QString, expected);
-    const QStringList commands = expected.split(';');
-    // Taken or refused, the same goes out and counts as committed; an inactive channel keeps its edits.
-    for (bool refused : {false, true}) {
-        Bench bench(0, "2dmon 3d- 6d fr");
-        bench.load({"output active ch01 6d=yes"});
-        bench.edit(input().section('|', 0, 0));
-        connect(&bench.channel, &Channel::committingChanges, this,
-                [&] { bench.edit(input().section('|', 1)); });
-        QStringList journal;
-        for (const QString &command : commands) {
-            journal << command;
-            if (!refused)
-                continue;
-            bench.manager.failing << "output " + command.toLatin1();
-            if (command.startsWith("net_active"))
-                journal << (command.endsWith("yes") ? "! activate channel" : "! deactivate channel");
-            else if (command.startsWith("net_divisor"))
-                journal << "! set value send data divisor";
-        }
-        bench.channel.commit();
-        QCOMPARE(bench.journal(), journal.join(';'));
-        QCOMPARE(bench.channel.hasChanges(), !bench.channel.isActive());
-
-        bench.manager.failing.clear();
-        bench.channel.commit();
-        QCOMPARE(bench.journal(), journal[0]);
-    }
-}
-
-void TestChannel::keepsEditsWhileOff()
-{
-    Bench bench(9, "6d 3d");
-    bench.load({"output net_active ch10=no", "output active ch10 6d=yes"});
-    bench.edit("tick=0:0 tick=1:2");
-    bench.channel.commit();
-    QCOMPARE(bench.journal(), latin("net_active ch10 no"));
-    QVERIFY(bench.channel.hasChanges());
-    bench.edit("active=1");
-    bench.channel.commit();
-    QCOMPARE(bench.journal(), latin("net_active ch10 yes;active ch10 6d no;active ch10 3d yes;"
-                                    "net ch10 udp 'tracker' 5100;net_divisor ch10 4"));
-}
-
-void TestChannel::switchesControllerAlone()
-{
-    Bench bench(Channel::MaximumCount); // commit() writes no such channel
-    bench.load();
-    bench.edit("port=80");
-    const QString before = bench.state();
-    QSignalSpy handOver(&bench.channel, &Channel::committingChanges);
-    bench.channel.commit();
-    QCOMPARE(handOver.count(), 0);
-    QCOMPARE(bench.journal(), QString());
-
-    bench.channel.setActiveOnController(false);
-    bench.channel.setActiveOnController(true);
-    QCOMPARE(bench.journal(), latin("net_active ch11 no;net_active ch11 yes"));
-    bench.manager.failing = {"output net_active ch11 no", "output net_active ch11 yes"};
-    bench.channel.setActiveOnController(false);
-    bench.channel.setActiveOnController(true);
-    QCOMPARE(bench.journal(),
-             latin("net_active ch11 no;! deactivate channel;net_active ch11 yes;! activate channel"));
-    QCOMPARE(bench.state(), before);
+    bench.run(latin(QTest::currentDataTag()));
+    QTEST(bench.transcript(), "expected");
 }
 
 QTEST_GUILESS_MAIN(TestChannel)

@@ -7,11 +7,14 @@
 
 namespace {
 
+/// Beyond any catalogue: reading on, one query after the other, would hold the GUI thread for hours.
+constexpr int maximumTypeCount = 10000;
+
 int queryTypeCount(IOManager *manager)
 {
     int count = 0;
     if (manager->getIntValue(&count, commands::typeCount) == 0)
-        return count;
+        return qMin(count, maximumTypeCount);
     logFailure(manager, QLatin1String("Error: Unable to get number of output types"));
     return 0;
 }

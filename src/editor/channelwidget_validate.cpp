@@ -61,16 +61,19 @@ bool ChannelWidget::validate()
     return checkBox_multicast->isChecked() ? judgeMulticast(host, address) : judgeUnicast(host, address);
 }
 
+// In the texts both arguments are put in at once: a host may hold what looks like the mark of the other.
+
 // A name without an address is the user's to keep, since it may get one later. A group has no name to wait
 // for.
 bool ChannelWidget::judgeUnresolved(const QString &host)
 {
     if (checkBox_multicast->isChecked()) {
-        refuseAddress(
-            tr("Multicast ip cannot resolve host name '%1' for channel %2").arg(host).arg(number()));
+        refuseAddress(tr("Multicast ip cannot resolve host name '%1' for channel %2")
+                          .arg(host, QString::number(number())));
         return false;
     }
-    const QString question = tr("Cannot resolve host name '%1' for channel %2").arg(host).arg(number());
+    const QString question =
+        tr("Cannot resolve host name '%1' for channel %2").arg(host, QString::number(number()));
     return QMessageBox::warning(this, caption(), question, QMessageBox::Cancel | QMessageBox::Ignore,
                                 QMessageBox::Cancel) != QMessageBox::Cancel;
 }
@@ -82,8 +85,7 @@ bool ChannelWidget::judgeMulticast(const QString &host, quint32 address)
     refuseAddress(tr("Invalid multicast ip address '%1' for channel %2\n"
                      "Multicast ip addresses are valid\n"
                      "from 224.0.1.0 to 239.255.255.255.")
-                      .arg(host)
-                      .arg(number()));
+                      .arg(host, QString::number(number())));
     return false;
 }
 
@@ -94,8 +96,7 @@ bool ChannelWidget::judgeUnicast(const QString &host, quint32 address)
     refuseAddress(tr("Invalid host '%1' for channel %2\n"
                      "Valid hosts don't include multicast ip addresses\n"
                      "from 224.0.0.0 to 239.255.255.255.")
-                      .arg(host)
-                      .arg(number()));
+                      .arg(host, QString::number(number())));
     return false;
 }
 

@@ -193,10 +193,12 @@ bool ChannelAsRouter::takeLine(RouterLine *line, bool *gap)
 
 void ChannelAsRouter::waitForLine()
 {
-    if (condTimedWait(m_queueCondition, m_queueMutex, waitMilliseconds) != -1)
+    if (!m_waitFailed && condTimedWait(m_queueCondition, m_queueMutex, waitMilliseconds) != -1)
         return;
-    // The condition is broken and the mutex may or may not be held: go on by looking at the queue from time
-    // to time, with the mutex held once.
+    // The condition is broken: another wait might stand at its gate for good, with the mutex held. Whether
+    // this one has given the mutex back is unknown. Go on by looking at the queue from time to time, with the
+    // mutex held once.
+    m_waitFailed = true;
     while (mutexUnlock(m_queueMutex) == 0) {
     }
     threadSleep(stopMilliseconds);

@@ -63,6 +63,7 @@ private:
     Mutex *m_queueMutex = nullptr;            // guards m_lineQueue, and claiming and leaving the run
     Mutex *m_runMutex = nullptr;              // held by the worker for its whole life
     Condition *m_queueCondition = nullptr;    // signalled at every queued line
+    bool m_waitFailed = false;                // m_queueCondition is broken; under m_queueMutex
     LineQueue m_lineQueue;
     FrameAssembler m_frame;
 };

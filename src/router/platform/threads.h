@@ -36,8 +36,8 @@ int condCreate(Condition **condition);
 int condDestroy(Condition *condition);
 
 /// Gives back \a mutex, which the caller holds exactly once, sleeps until a wake-up or for \a milliseconds on
-/// the monotonic clock, and takes the mutex again. 0 woken; 1 timed out; -1 a platform call failed, and the
-/// mutex is then not held.
+/// the monotonic clock, and takes the mutex again. 0 woken; 1 timed out; -1 a platform call failed: the mutex
+/// may then be held or not, and the condition is of no more use.
 int condTimedWait(Condition *condition, Mutex *mutex, uint32_t milliseconds);
 
 /// Wakes one waiter (\a all 0) or all. A wake-up that finds nobody is lost. 0; -1 a platform call failed.

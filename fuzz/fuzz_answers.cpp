@@ -1,0 +1,656 @@
+#include "backendversions.h"
+#include "channelasrouter.h"
+#include "channelwidget.h"
+#include "iomanager.h"
+#include "messageboxes.h"
+#include "native.h"
+#include "networkdialog.h"
+#include "networkdialogtabwidget.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <sched.h>
+#include <thread>
+
+// The Controller may answer anything, and the host may come at any moment: each input is a conversation with
+// a few openings of the dialog in it.
+
+namespace {
+
+void require(bool holds, const char *fact)
+{
+    if (holds)
+        return;
+    std::fprintf(stderr, "broken: %s\n", fact);
+    std::abort();
+}
+
+constexpr int answerBytes = 208;
+constexpr int mostTypes = 40;
+constexpr int mostActions = 40;
+constexpr int mostOpenings = 3;
+constexpr int mostExits = 4;
+constexpr int mostReentries = 8;
+
+bool startsWith(const char *text, const char *beginning)
+{
+    return std::strncmp(text, beginning, std::strlen(beginning)) == 0;
+}
+
+class Conversation;
+
+/// A host whose answers come from the input.
+class FuzzedHost : public IOManager
+{
+public:
+    FuzzedHost(FuzzedDataProvider &input, Conversation &conversation)
+        : m_input(input)
+        , m_conversation(conversation)
+    {
+    }
+    virtual ~FuzzedHost() = default;
+
+    int getValue(char *answer, const char *format, ...) override
+    {
+        va_list arguments;
+        va_start(arguments, format);
+        fill(format, arguments);
+        va_end(arguments);
+        for (int i = 0; i < answerBytes; ++i)
+            require(answer[i] == '\0', "the room for an answer is zeroed");
+        return answerText(answer);
+    }
+
+    int getIntValue(int *answer, const char *format, ...) override
+    {
+        va_list arguments;
+        va_start(arguments, format);
+        fill(format, arguments);
+        va_end(arguments);
+        return answerNumber(answer);
+    }
+
+    int setValue(const char *format, ...) override
+    {
+        va_list arguments;
+        va_start(arguments, format);
+        fill(format, arguments);
+        va_end(arguments);
+        checkCommand();
+        return result();
+    }
+
+    int requestOutputType(const char *type, Requester *) override { return take(type); }
+    int releaseOutputType(const char *type, Requester *) override { return take(type); }
+    int log(const char *level, const char *component, int number, const char *message) override
+    {
+        require(number == 1 && std::strcmp(level, "standard") == 0 && *component != '\0', "log lines");
+        return take(message);
+    }
+
+    int addRequester(Requester *) override
+    {
+        ++m_registered;
+        return take("requester");
+    }
+    int removeRequester(Requester *) override
+    {
+        --m_registered;
+        return take("requester");
+    }
+    int addMessageReceiver(const char *name, MessageReceiver *) override
+    {
+        ++m_registered;
+        return take(name);
+    }
+    int removeMessageReceiver(const char *name, MessageReceiver *) override
+    {
+        --m_registered;
+        return take(name);
+    }
+
+    /// The module has ended its dealings: from now on any call is a fault.
+    void shut()
+    {
+        require(m_registered == 0, "what is registered is removed");
+        m_shut = true;
+    }
+
+private:
+    /// How an answer is made.
+    enum Kind : quint8
+    {
+        Failing,
+        Steady,  // as a sound Controller would, from the query alone
+        Fitting, // of the right form
+        Chosen,
+        Raw,
+        FailingWithText,
+        Reentered, // the host comes back to the module, then answers
+        LastKind = Reentered
+    };
+
+    /// An input that is used up gives zeros: the conversation then ends soundly or with failures throughout.
+    Kind takeKind()
+    {
+        const int choice = m_input.ConsumeIntegralInRange(0, 9 + LastKind);
+        if (choice < 10)
+            return m_steady ? Steady : Failing;
+        return static_cast<Kind>(choice - 9);
+    }
+    int result() { return m_input.ConsumeIntegral<quint8>() % 4 == 1 ? 1 : 0; }
+
+    int take(const char *text)
+    {
+        require(!m_shut, "no call after the end of all dealings");
+        require(std::strlen(text) < sizeof m_text, "texts are bounded");
+        return result();
+    }
+
+    void fill(const char *format, va_list arguments)
+    {
+        require(!m_shut, "no command after the end of all dealings");
+        const int length = std::vsnprintf(m_text, sizeof m_text, format, arguments);
+        require(length > 0 && length < static_cast<int>(sizeof m_text), "commands are bounded");
+        checkChannel();
+    }
+
+    void checkChannel() const
+    {
+        const char *channel = std::strstr(m_text, " ch");
+        if (!channel || startsWith(channel, " chmon") || startsWith(m_text, "output type") ||
+            startsWith(m_text, "output available"))
+            return;
+        const int number = std::atoi(channel + 3);
+        require(number >= 1 && number <= Channel::MaximumCount, "channels are numbered from 1 to 10");
+    }
+
+    void checkCommand() const
+    {
+        int channel = 0;
+        int number = 0;
+        if (std::sscanf(m_text, "output net_divisor ch%d %d", &channel, &number) == 2)
+            require(number >= 1, "divisors are positive");
+        const bool toHost = startsWith(m_text, "output net ch") && !std::strstr(m_text, " none");
+        if (!toHost)
+            return;
+        const char *port = std::strrchr(m_text, ' ');
+        require(port && std::atoi(port) >= 0 && std::atoi(port) <= 65535, "ports fit");
+    }
+
+    int answerText(char *answer);
+    int answerNumber(int *answer);
+    std::string steadyText() const;
+    std::string fittingText();
+    std::string chosenText();
+    int chosenNumber();
+
+    FuzzedDataProvider &m_input;
+    Conversation &m_conversation;
+    const bool m_steady = m_input.ConsumeBool();
+    char m_text[4096] = {};
+    int m_registered = 0;
+    bool m_shut = false;
+};
+
+/// One input: the dialog from its making to its end.
+class Conversation
+{
+public:
+    Conversation(const uint8_t *data, std::size_t size)
+        : m_input(data, size)
+        , m_host(m_input, *this)
+    {
+    }
+
+    void run()
+    {
+        chooseVersion();
+        m_boxes.decide = [this](const QMessageBox *box) { return decide(box); };
+        m_dialog = new NetworkDialog(&m_host, &m_window, &m_versions);
+        const int openings = m_input.ConsumeIntegralInRange(1, mostOpenings);
+        for (int i = 0; i < openings && m_dialog; ++i) {
+            open();
+            between();
+        }
+        end();
+        // What waits for deletion is gone with the dialog; a queued message must find nobody.
+        QCoreApplication::processEvents();
+    }
+
+    /// The host comes back to the module from within a command.
+    void reenter()
+    {
+        if (!m_dialog || m_reentries >= mostReentries)
+            return;
+        ++m_reentries;
+        switch (m_input.ConsumeIntegralInRange(0, 5)) {
+        case 0:
+            m_dialog->onMessage(0, 0, "OutputTypesChanged");
+            break;
+        case 1:
+            QCoreApplication::processEvents();
+            break;
+        case 2:
+            m_dialog->pushButton_ok->click();
+            break;
+        case 3:
+            press(Qt::Key_T, Qt::ControlModifier);
+            break;
+        case 4:
+            press(Qt::Key_W, Qt::ControlModifier);
+            break;
+        default:
+            deliver();
+        }
+    }
+
+private:
+    void chooseVersion()
+    {
+        if (m_input.ConsumeBool()) {
+            m_versions.major = m_input.ConsumeIntegral<int32_t>();
+            m_versions.minor = m_input.ConsumeIntegral<int32_t>();
+            m_versions.third = m_input.ConsumeIntegral<int32_t>();
+            return;
+        }
+        m_versions.major = 1;
+        m_versions.minor = m_input.ConsumeIntegralInRange(3, 10);
+        m_versions.third = m_input.ConsumeIntegralInRange(-2, 0);
+    }
+
+    void open()
+    {
+        bool acted = false;
+        QTimer user;
+        QObject::connect(&user, &QTimer::timeout, [&] {
+            if (!m_dialog || !m_dialog->isVisible()) // the host runs its event loop within a command
+                return;
+            user.stop();
+            acted = true;
+            use();
+        });
+        user.start(0);
+        m_dialog->update_and_exec();
+        require(acted, "the dialog has run");
+    }
+
+    void use()
+    {
+        for (int i = 0; i < mostActions && m_dialog && m_dialog->isVisible(); ++i) {
+            check();
+            if (!act())
+                break;
+        }
+        leave();
+    }
+
+    void leave()
+    {
+        for (int i = 0; i < mostExits && m_dialog && m_dialog->isVisible(); ++i)
+            m_dialog->pushButton_ok->click();
+        if (m_dialog && m_dialog->isVisible())
+            m_dialog->done(QDialog::Rejected);
+    }
+
+    QMessageBox::StandardButton decide(const QMessageBox *box)
+    {
+        const auto choice = m_input.ConsumeIntegral<quint8>();
+        if (choice == 77)
+            end(); // the host shuts the module down behind an open box
+        else if (choice == 78 && m_dialog)
+            m_dialog->onMessage(0, 0, "OutputTypesChanged");
+        const QMessageBox::StandardButtons buttons = box->standardButtons();
+        if (buttons & QMessageBox::Yes)
+            return choice % 4 == 1 ? QMessageBox::No : QMessageBox::Yes;
+        return buttons & QMessageBox::Ignore && choice % 2 == 0 ? QMessageBox::Ignore : QMessageBox::Cancel;
+    }
+
+    /// What happens while the dialog is closed.
+    void between()
+    {
+        if (!m_dialog)
+            return;
+        check();
+        const int events = m_input.ConsumeIntegralInRange(0, 4);
+        for (int i = 0; i < events; ++i)
+            notify();
+        deliver();
+        QCoreApplication::processEvents();
+    }
+
+    void end()
+    {
+        if (!m_dialog)
+            return;
+        m_dialog->teardownRequests();
+        m_host.shut();
+        delete m_dialog;
+    }
+
+    NetworkDialogTabWidget *tabs() const { return m_dialog->findChild<NetworkDialogTabWidget *>(); }
+
+    ChannelWidget *page(int tab) const { return qobject_cast<ChannelWidget *>(tabs()->widget(tab)); }
+
+    /// What always holds of the pages.
+    void check() const
+    {
+        int pages = 0;
+        for (int tab = 0; tab < tabs()->count(); ++tab) {
+            const ChannelWidget *shown = page(tab);
+            if (!shown) {
+                require(tab == tabs()->count() - 1, "the plus tab is the last");
+                continue;
+            }
+            ++pages;
+            const ChannelAsRouter *channel = shown->channel();
+            require(channel->channelIndex() == tab, "tabs are in the order of the channels");
+            require(channel->dataDivisor() >= 1, "a channel's divisor is positive");
+            require(shown->spinBox_port->value() >= 1024, "a page's port can be used");
+        }
+        require(pages >= 1 && pages <= Channel::MaximumCount, "there are 1 to 10 pages");
+    }
+
+    /// One step of the user's or of the host's; false once it is time to leave.
+    bool act()
+    {
+        const int step = m_input.ConsumeIntegralInRange(0, 9);
+        switch (step) {
+        case 0:
+            return false;
+        case 1:
+            press(Qt::Key_T, Qt::ControlModifier);
+            break;
+        case 2:
+            press(Qt::Key_W, Qt::ControlModifier);
+            break;
+        case 3:
+            press(m_input.ConsumeBool() ? Qt::Key_F9 : Qt::Key_Escape, Qt::NoModifier);
+            break;
+        case 4:
+            m_dialog->checkBox_actAsRouter->click();
+            break;
+        case 5:
+            notify();
+            break;
+        default:
+            tabs()->setCurrentIndex(m_input.ConsumeIntegralInRange(0, tabs()->count() - 1));
+            if (ChannelWidget *current = page(tabs()->currentIndex()))
+                edit(current);
+        }
+        return true;
+    }
+
+    void edit(ChannelWidget *current)
+    {
+        if (!current->isEnabled())
+            return;
+        switch (m_input.ConsumeIntegralInRange(0, 7)) {
+        case 0:
+            current->checkBox_active_channel->click();
+            break;
+        case 1:
+            current->checkBox_multicast->click();
+            break;
+        case 2:
+            current->checkBox_my_ip->click();
+            break;
+        case 3:
+            typeHost(current);
+            break;
+        case 4:
+            current->spinBox_port->setValue(m_input.ConsumeIntegral<int>());
+            break;
+        case 5:
+            current->spinBox_sendDataDivisor->setValue(m_input.ConsumeIntegral<int>());
+            break;
+        case 6:
+            current->pushButton_closeTab->click();
+            break;
+        default:
+            tick(current);
+        }
+    }
+
+    void typeHost(ChannelWidget *current)
+    {
+        const std::string text = m_input.ConsumeRandomLengthString(120);
+        current->lineEdit_host->selectAll();
+        current->lineEdit_host->insert(QString::fromLatin1(text.c_str()));
+        if (m_input.ConsumeBool())
+            current->flushChangesToChannel();
+    }
+
+    void tick(ChannelWidget *current)
+    {
+        const QAbstractItemModel *rows = current->tableView->model();
+        if (rows->rowCount() == 0)
+            return;
+        const int row = m_input.ConsumeIntegralInRange(0, rows->rowCount() - 1);
+        current->tableViewItemDoubleClicked(rows->index(row, Channel::IdentifierColumn));
+    }
+
+    /// Something comes from the host.
+    void notify()
+    {
+        switch (m_input.ConsumeIntegralInRange(0, 4)) {
+        case 0:
+            m_dialog->onMessage(1, 2, "OutputTypesChanged");
+            break;
+        case 1:
+            std::thread([this] { m_dialog->onMessage(1, 2, "OutputTypesChanged"); }).join();
+            break;
+        case 2:
+            m_dialog->onOutputReset();
+            break;
+        case 3:
+            m_dialog->onMessage(0, 0, m_input.ConsumeRandomLengthString(20).c_str());
+            break;
+        default:
+            deliver();
+        }
+    }
+
+    void deliver()
+    {
+        for (int number = 1; number <= 3; ++number) {
+            for (const char *type : {"fr", "6d", "3d"})
+                m_dialog->onOutputData(type, (std::string(type) + ' ' + std::to_string(number)).c_str());
+        }
+    }
+
+    void press(int key, Qt::KeyboardModifiers modifiers)
+    {
+        QKeyEvent down(QEvent::KeyPress, key, modifiers);
+        QCoreApplication::sendEvent(m_dialog.data(), &down);
+    }
+
+    FuzzedDataProvider m_input;
+    FuzzedHost m_host;
+    QWidget m_window;
+    BackendVersions m_versions = {};
+    MessageBoxes m_boxes;
+    QPointer<NetworkDialog> m_dialog;
+    int m_reentries = 0;
+};
+
+int FuzzedHost::answerText(char *answer)
+{
+    Kind kind = takeKind();
+    if (kind == Reentered) {
+        // The query may come again before this one is answered.
+        char mine[sizeof m_text];
+        std::memcpy(mine, m_text, sizeof m_text);
+        m_conversation.reenter();
+        std::memcpy(m_text, mine, sizeof m_text);
+        kind = Steady;
+    }
+    if (kind == Failing)
+        return 1;
+    std::string text;
+    if (kind == Steady)
+        text = steadyText();
+    else if (kind == Fitting)
+        text = fittingText();
+    else if (kind == Chosen)
+        text = chosenText();
+    else
+        text = m_input.ConsumeRandomLengthString(answerBytes - 1);
+    std::memcpy(answer, text.c_str(), text.size() + 1); // as a host does that is told no length
+    return kind == FailingWithText ? 1 : 0;
+}
+
+constexpr const char *names[] = {"fr", "6d", "3d", "6df2", "gl", "2dmon", "ts2", "st", "mine", "6d"};
+
+std::string FuzzedHost::steadyText() const
+{
+    const int number = std::atoi(m_text + std::strlen(m_text) - 2);
+    if (startsWith(m_text, "output type t"))
+        return names[static_cast<std::size_t>(number) % std::size(names)];
+    if (startsWith(m_text, "output type_desc"))
+        return "\"a description\"";
+    if (startsWith(m_text, "output net chmon"))
+        return "udp 127.0.0.9 5000";
+    if (startsWith(m_text, "output net ch"))
+        return number > 3 ? "none"
+                          : "udp host" + std::string(static_cast<std::size_t>(number), 'x') + " 5001";
+    return "yes";
+}
+
+std::string FuzzedHost::fittingText()
+{
+    const auto choice = m_input.ConsumeIntegral<quint8>();
+    if (startsWith(m_text, "output type t"))
+        return names[choice % std::size(names)];
+    if (startsWith(m_text, "output type_desc"))
+        return "\"a description\"";
+    if (startsWith(m_text, "output net ch")) {
+        if (choice % 8 == 0)
+            return "none";
+        const std::string port = std::to_string(5000 + choice % 4);
+        return choice % 8 == 1 ? "multicast 239.1.2.3 " + port
+                               : "udp 127.0.0." + std::to_string(choice % 16) + ' ' + port;
+    }
+    return choice % 4 == 1 ? "no" : "yes";
+}
+
+std::string FuzzedHost::chosenText()
+{
+    return m_input.PickValueInArray<std::string>({"",
+                                                  "yes",
+                                                  "no",
+                                                  "none",
+                                                  "Yes",
+                                                  "NONE",
+                                                  "no ",
+                                                  " yes",
+                                                  "none ",
+                                                  "udp",
+                                                  "udp ",
+                                                  "udp  5001",
+                                                  "udp unknown 5001",
+                                                  "udp myself 5001",
+                                                  "udp group 70000",
+                                                  "UDP 127.0.0.1 5001",
+                                                  "udp 127.0.0.1 -1",
+                                                  "udp 127.0.0.1 99999999999",
+                                                  "multicast 10.0.0.1 5001",
+                                                  "multicast myself 5001",
+                                                  "udp 224.0.0.1 80",
+                                                  "udp 255.255.255.255 5001",
+                                                  "udp 'quoted' 5001",
+                                                  "udp %s%n%d 5001",
+                                                  "udp \xe4\xf6\xfc.de 5001",
+                                                  std::string(answerBytes - 1, '9'),
+                                                  "udp " + std::string(190, 'h') + " 5001",
+                                                  std::string(answerBytes - 1, ' '),
+                                                  std::string(answerBytes - 1, '\xff'),
+                                                  "\"\"",
+                                                  "+",
+                                                  "\t\r\n"});
+}
+
+int FuzzedHost::answerNumber(int *answer)
+{
+    Kind kind = takeKind();
+    const bool types = startsWith(m_text, "output number_of_types");
+    if (kind == Reentered) {
+        m_conversation.reenter();
+        kind = Fitting;
+    }
+    if (kind == Failing)
+        return 1;
+    int number = kind == Steady    ? 6
+                 : kind == Fitting ? m_input.ConsumeIntegralInRange(0, 12)
+                                   : chosenNumber();
+    if (types) // the run is to end
+        number = qMin(number, qMin(mostTypes, 6 + static_cast<int>(m_input.remaining_bytes())));
+    *answer = number;
+    return kind == FailingWithText ? 1 : 0;
+}
+
+int FuzzedHost::chosenNumber()
+{
+    if (m_input.ConsumeBool())
+        return m_input.ConsumeIntegral<int>();
+    return m_input.PickValueInArray(
+        {0, -1, 1, 10, 100, 10001, 65536, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()});
+}
+
+} // namespace
+
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
+extern "C" {
+
+/// Answers by the text: some names have no address, some one of a group, and several share one.
+uint32_t __wrap_nativeLookUp(const char *name)
+{
+    require(*name != '\0', "an empty text is not looked up");
+    switch (*name) {
+    case 'u':
+        return 0;
+    case 'g':
+        return 0xEF010203;
+    case 'l':
+        return 0x7F000001;
+    default:
+        return 0x7F000000 + static_cast<uint32_t>(std::strlen(name) % 4) + 1;
+    }
+}
+
+void __wrap_nativeSleep(uint32_t /*milliseconds*/)
+{
+    sched_yield();
+}
+
+int32_t __wrap_nativeSocketSend(NativeSocket /*socket*/, const void *data, int32_t length, uint32_t address,
+                                uint16_t /*port*/)
+{
+    require(length >= 2 && length <= FrameAssembler::MaximumFrameBytes, "a datagram has a frame's length");
+    require(std::memcmp(static_cast<const char *>(data) + length - 2, "\r\n", 2) == 0, "a frame ends a line");
+    require(address != 0, "a datagram has a destination");
+    return length;
+}
+
+int LLVMFuzzerInitialize(int *argc, char ***argv)
+{
+    static QApplication application(*argc, *argv);
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    return 0;
+}
+
+int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
+{
+    Conversation(data, size).run();
+    return 0;
+}
+}
+// NOLINTEND(bugprone-reserved-identifier)

@@ -1,0 +1,455 @@
+// Moments that are a few instructions wide, each met thousands of times. Every crossing lets the two sides
+// meet at another distance, and counts show that both outcomes of a meeting have come.
+
+#include "channelasrouter.h"
+#include "channelfanout.h"
+#include "condition.h"
+#include "native.h"
+#include "outputtypeinfo.h"
+#include "threads.h"
+#include "watchdog.h"
+
+#include <QDeadlineTimer>
+#include <QRandomGenerator>
+#include <QtTest>
+
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+constexpr int fullCrossings = 10000;
+constexpr int limitMilliseconds = 30000;
+constexpr int sendYields = 200; // the longest that a send waits for a reset to meet it
+constexpr quint32 loopback = 0x7f000001;
+
+std::atomic<int> claims{0};        // workers that have taken the run of a channel
+std::atomic<int> refusedClaims{0}; // threads that found another worker
+std::atomic<int> workerYields{0};  // before a worker takes a lock
+std::atomic<bool> destroying{false};
+std::atomic<int> lateClaims{0};   // both, while the channel was being destroyed
+std::atomic<int> publishWaits{0}; // looks at a list that a data thread still walks
+std::atomic<int> sends{0};        // odd while one is under way
+std::atomic<int> tornDatagrams{0};
+std::atomic<int> lastSentNumber{0};
+std::atomic<int> resetsBegun{0};
+std::atomic<int> departureYields{0}; // between a wait's time-out and its accounting
+
+void spin(int turns)
+{
+    for (volatile int turn = 0; turn < turns; turn = turn + 1) {
+    }
+}
+
+/// Whether the \a length bytes at \a data are whole frames of the lines "fr N" and "6d N", N rising.
+bool isWhole(const QByteArray &datagram, int *number)
+{
+    const QList<QByteArray> lines = datagram.split('\n');
+    const int pairs = (lines.size() - 1) / 2;
+    for (int pair = 0; pair < pairs; ++pair) {
+        const QByteArray first = lines.at(2 * pair);
+        const QByteArray second = lines.at(2 * pair + 1);
+        if (!first.startsWith("fr ") || !second.startsWith("6d ") || first.mid(3) != second.mid(3))
+            return false;
+        *number = first.mid(3).trimmed().toInt();
+    }
+    return pairs > 0 && lines.size() == 2 * pairs + 1;
+}
+
+} // namespace
+
+// The linker puts these in front of the platform's functions (--wrap).
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's.
+extern "C" {
+
+// A stop takes 10 ms and a look at a busy list one; neither length matters here.
+void __real_nativeSleep(uint32_t);
+void __wrap_nativeSleep(uint32_t milliseconds)
+{
+    if (milliseconds == 1)
+        ++publishWaits;
+    __real_nativeSleep(0);
+}
+
+int __real_nativeMutexLock(NativeMutex *);
+int __wrap_nativeMutexLock(NativeMutex *mutex)
+{
+    const bool isWorker = gettid() != getpid();
+    for (int turn = 0; isWorker && turn < workerYields; ++turn)
+        std::this_thread::yield();
+    return __real_nativeMutexLock(mutex);
+}
+
+int __real_nativeMutexTryLock(NativeMutex *);
+int __wrap_nativeMutexTryLock(NativeMutex *mutex)
+{
+    const int result = __real_nativeMutexTryLock(mutex);
+    ++(result == NativeTaken ? claims : refusedClaims);
+    if (destroying)
+        ++lateClaims;
+    return result;
+}
+
+int __real_nativeSemaphoreWait(NativeSemaphore *, uint32_t);
+int __wrap_nativeSemaphoreWait(NativeSemaphore *semaphore, uint32_t milliseconds)
+{
+    const int result = __real_nativeSemaphoreWait(semaphore, milliseconds);
+    for (int turn = 0; result == NativeTimedOut && turn < departureYields; ++turn)
+        std::this_thread::yield();
+    return result;
+}
+
+int32_t __real_nativeSocketSend(NativeSocket, const void *, int32_t, uint32_t, uint16_t);
+int32_t __wrap_nativeSocketSend(NativeSocket, const void *data, int32_t length, uint32_t, uint16_t)
+{
+    const int resetsBefore = resetsBegun;
+    ++sends;
+    for (int turn = 0; turn < sendYields && resetsBegun == resetsBefore; ++turn)
+        std::this_thread::yield();
+    spin(1000); // now the reset has come to its lock
+    int number = 0;
+    if (!isWhole(QByteArray(static_cast<const char *>(data), length), &number))
+        ++tornDatagrams;
+    ++sends;
+    lastSentNumber = number;
+    return length;
+}
+}
+// NOLINTEND(bugprone-reserved-identifier)
+
+namespace {
+
+/// How often each moment is met. The sanitizers alone, under which everything takes many times as long, take
+/// another number from NARROW_CROSSINGS.
+int crossings()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    const int given = qEnvironmentVariableIntValue("NARROW_CROSSINGS");
+    return given > 0 ? given : fullCrossings;
+#else
+    return fullCrossings;
+#endif
+}
+
+int entryCount(const char *folder)
+{
+    const std::filesystem::directory_iterator entries(folder);
+    return static_cast<int>(std::distance(begin(entries), end(entries)));
+}
+
+int threadCount()
+{
+    return entryCount("/proc/self/task");
+}
+
+template <typename Predicate>
+bool comesTrue(Predicate wanted)
+{
+    const QDeadlineTimer limit(limitMilliseconds);
+    while (!wanted()) {
+        if (limit.hasExpired())
+            return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+/// An active channel that ticks fr and 6d. It sends no command, so there is no host.
+class RouterChannel : public ChannelAsRouter
+{
+public:
+    RouterChannel()
+        : ChannelAsRouter(nullptr, 0, nullptr)
+    {
+        setOutputTypes({{"fr", "", true}, {"6d", "", true}});
+        for (const char *type : {"fr", "6d"}) {
+            for (QStandardItem *item : typeModel()->findItems(type))
+                item->setCheckState(Qt::Checked);
+        }
+        setIp(loopback);
+        setPort(9);
+        setActive(true);
+    }
+
+    void feedFrame(int number)
+    {
+        const QByteArray text = QByteArray::number(number) + "\r\n";
+        enqueue("fr", "fr " + text);
+        enqueue("6d", "6d " + text);
+    }
+
+    /// Whether a worker takes what is queued. Three frames, since one that has just begun keeps the first for
+    /// the second.
+    bool forwards(int *number)
+    {
+        for (int frames = 0; frames < 3; ++frames)
+            feedFrame(++*number);
+        return comesTrue([number] { return lastSentNumber == *number; });
+    }
+};
+
+/// A thread that repeats one turn until it goes.
+class Loop
+{
+public:
+    explicit Loop(const std::function<void()> &turn)
+        : m_thread([this, turn] {
+            while (!m_ended)
+                turn();
+        })
+    {
+    }
+    ~Loop()
+    {
+        m_ended = true;
+        m_thread.join();
+    }
+
+private:
+    std::atomic<bool> m_ended{false};
+    std::thread m_thread;
+};
+
+} // namespace
+
+class TestNarrowMoments : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void cleanupTestCase();
+    void startMeetsEndingWorker();
+    void stopMeetsStartingWorker();
+    void destructorMeetsStartedThread();
+    void lineMeetsChannelTakenOut();
+    void signalMeetsTimeOut();
+    void resetMeetsSend();
+
+private:
+    int below(int bound) { return static_cast<int>(m_random.bounded(bound)); }
+    void pass() { m_watchdog->progress(0); }
+
+    QRandomGenerator m_random{1};
+    std::unique_ptr<Watchdog> m_watchdog;
+    int m_threads = 0;
+    int m_descriptors = 0;
+};
+
+void TestNarrowMoments::initTestCase()
+{
+    m_watchdog = std::make_unique<Watchdog>(1);
+}
+
+void TestNarrowMoments::cleanupTestCase()
+{
+    m_watchdog.reset();
+}
+
+void TestNarrowMoments::init()
+{
+    for (std::atomic<int> *counter :
+         {&claims, &refusedClaims, &lateClaims, &publishWaits, &sends, &tornDatagrams, &lastSentNumber,
+          &resetsBegun, &departureYields, &workerYields})
+        *counter = 0;
+    m_threads = threadCount();
+    m_descriptors = entryCount("/proc/self/fd");
+}
+
+void TestNarrowMoments::cleanup()
+{
+    QVERIFY(comesTrue([this] { return threadCount() == m_threads; }));
+    QCOMPARE(entryCount("/proc/self/fd"), m_descriptors);
+    QCOMPARE(tornDatagrams.load(), 0);
+}
+
+void TestNarrowMoments::startMeetsEndingWorker()
+{
+    RouterChannel channel;
+    int number = 0;
+    channel.updateRouterActiveState(true);
+    QVERIFY(channel.forwards(&number));
+    for (int crossing = 0; crossing < crossings(); ++crossing) {
+        if (crossing % 2 == 0) {
+            channel.updateRouterActiveState(false);
+        } else {
+            channel.setActive(false);
+            channel.feedFrame(0); // not taken: the worker sleeps on unless it is still awake
+        }
+        spin(below(4000));
+        channel.setActive(true);
+        channel.updateRouterActiveState(true);
+        QVERIFY2(channel.forwards(&number), "no worker after a start");
+        QVERIFY2(comesTrue([this] { return threadCount() == m_threads + 1; }), "more than one worker");
+        pass();
+    }
+    qInfo("%d starts found the worker gone, %d found it on its way", claims.load(), refusedClaims.load());
+    QVERIFY(claims > 1);
+    QVERIFY(refusedClaims > 0);
+}
+
+void TestNarrowMoments::stopMeetsStartingWorker()
+{
+    RouterChannel channel;
+    int number = 0;
+    channel.updateRouterActiveState(true);
+    QVERIFY(channel.forwards(&number));
+    channel.updateRouterActiveState(false);
+    for (int crossing = 0; crossing < crossings(); ++crossing) {
+        channel.updateRouterActiveState(true);
+        spin(below(4000));
+        channel.updateRouterActiveState(false);
+        QVERIFY2(comesTrue([this] { return threadCount() == m_threads; }), "a worker after a stop");
+        pass();
+    }
+    const int before = lastSentNumber;
+    channel.feedFrame(++number);
+    channel.feedFrame(++number);
+    channel.updateRouterActiveState(true);
+    QVERIFY(channel.forwards(&number));
+    QVERIFY(lastSentNumber > before);
+}
+
+void TestNarrowMoments::destructorMeetsStartedThread()
+{
+    for (int crossing = 0; crossing < crossings(); ++crossing) {
+        auto channel = std::make_unique<RouterChannel>();
+        workerYields = below(4);
+        for (int starts = 1 + below(3); starts > 0; --starts)
+            channel->updateRouterActiveState(true);
+        if (below(2) == 0)
+            channel->feedFrame(crossing);
+        spin(below(200));
+        destroying = true;
+        channel.reset();
+        destroying = false;
+        pass();
+    }
+    const int all = claims + refusedClaims;
+    qInfo("%d of %d threads came to claim a channel that was being destroyed", lateClaims.load(), all);
+    QVERIFY(lateClaims > 0);
+    QVERIFY(lateClaims < all);
+}
+
+void TestNarrowMoments::lineMeetsChannelTakenOut()
+{
+    RouterChannel steady;
+    ChannelFanOut fanOut;
+    fanOut.publish({&steady});
+    std::atomic<int> lines{0};
+    const auto deliver = [&] {
+        fanOut.deliver("fr", "fr 0\r\n");
+        ++lines;
+        if (lines % 100 == 0)
+            fanOut.resetFrames();
+    };
+    const Loop data(deliver);
+    for (int crossing = 0; crossing < crossings(); ++crossing) {
+        auto passing = std::make_unique<RouterChannel>();
+        fanOut.publish({&steady, passing.get()});
+        passing->updateRouterActiveState(true);
+        const int before = lines;
+        QVERIFY(comesTrue([&] { return lines > before; }));
+        spin(below(500));
+        fanOut.publish({&steady});
+        passing.reset();
+        pass();
+    }
+    qInfo("%d looks at a list that was still walked", publishWaits.load());
+    QVERIFY(publishWaits > 0);
+    fanOut.publish({});
+}
+
+// The waiter is the worker in small: it looks at its queue after each wait, however that ended. The queue is
+// a number of tokens; each is put in and signalled under the mutex, as a line is.
+void TestNarrowMoments::signalMeetsTimeOut()
+{
+    Mutex *mutex = nullptr;
+    Condition *condition = nullptr;
+    QCOMPARE(mutexCreate(&mutex), 0);
+    QCOMPARE(condCreate(&condition), 0);
+    int tokens = 0; // under the mutex
+    int met = 0;    // time-outs that find a token: the signal came between the two
+    int woken = 0;
+    int lost = 0;
+    int wokenForNothing = 0;
+    std::atomic<int> rounds{0};
+    std::thread waiter([&] {
+        mutexLock(mutex);
+        for (int round = 1; round <= crossings(); ++round) {
+            rounds = round;
+            int result = condTimedWait(condition, mutex, 0);
+            met += result == 1 && tokens > 0;
+            woken += result == 0;
+            wokenForNothing += result == 0 && tokens == 0;
+            while (tokens == 0) {
+                result = condTimedWait(condition, mutex, limitMilliseconds);
+                lost += result != 0;
+                wokenForNothing += result == 0 && tokens == 0;
+                if (result != 0)
+                    break;
+            }
+            tokens = 0;
+            pass();
+        }
+        mutexUnlock(mutex);
+    });
+    for (int round = 1; round <= crossings(); ++round) {
+        while (rounds < round)
+            std::this_thread::yield();
+        departureYields = below(20);
+        spin(below(4000));
+        mutexLock(mutex);
+        ++tokens;
+        for (int turns = below(20); turns > 0; --turns)
+            std::this_thread::yield();
+        condSignal(condition);
+        mutexUnlock(mutex);
+    }
+    waiter.join();
+    qInfo("%d signals met a time-out, %d woke the short wait", met, woken);
+    QCOMPARE(lost, 0);
+    QCOMPARE(wokenForNothing, 0);
+    QVERIFY(met > 0);
+    QVERIFY(woken > 0);
+    QCOMPARE(condition->waitersBlocked.load(), condition->waitersGone);
+    QCOMPARE(condition->waitersToUnblock, 0);
+    QCOMPARE(condition->waitersLate, 0);
+    QCOMPARE(nativeSemaphoreWait(condition->queue, 0), int(NativeTimedOut));
+    QCOMPARE(nativeSemaphoreWait(condition->gate, 0), int(NativeTaken));
+    QCOMPARE(condDestroy(condition), 0);
+    QCOMPARE(mutexDestroy(mutex), 0);
+}
+
+void TestNarrowMoments::resetMeetsSend()
+{
+    RouterChannel channel;
+    int number = 0;
+    channel.updateRouterActiveState(true);
+    QVERIFY(channel.forwards(&number));
+    for (int met = 0; met < crossings(); pass()) {
+        int looks = 0;
+        QVERIFY(comesTrue([&] {
+            // A reset drops what it finds begun, so it is not known how many frames lead to a send.
+            if (++looks % 50 == 1)
+                channel.feedFrame(++number);
+            return sends % 2 == 1;
+        }));
+        const int sending = sends;
+        ++resetsBegun;
+        channel.resetFrame();
+        if (sending % 2 == 0)
+            continue;
+        QVERIFY2(sends != sending, "the reset did not wait for the send");
+        ++met;
+    }
+    QVERIFY(channel.forwards(&number));
+}
+
+QTEST_GUILESS_MAIN(TestNarrowMoments)
+#include "test_narrowmoments.moc"

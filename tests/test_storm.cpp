@@ -1,0 +1,453 @@
+#include "backendversions.h"
+#include "dialogfixture.h"
+#include "moduleaction.h"
+#include "moduleinterface.h"
+#include "watchdog.h"
+
+#include <QAction>
+#include <QDir>
+#include <QFile>
+#include <QPluginLoader>
+#include <QRandomGenerator>
+#include <QTableView>
+#include <QUdpSocket>
+
+#include <malloc.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#ifdef __SANITIZE_THREAD__
+// Qt is not instrumented: the lock around its queue of events is not seen.
+extern "C" __attribute__((visibility("default"))) const char *__tsan_default_suppressions()
+{
+    return "race:announceFromOutside";
+}
+#endif
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool sanitized = true; // freed memory stays with the sanitizer for a while
+#else
+constexpr bool sanitized = false;
+#endif
+
+constexpr int visitsInLife = 5;
+constexpr int allocatedSlackKilobytes = 8 * 1024;
+
+enum Lane
+{
+    User,
+    FirstData,
+    SecondData,
+    ThirdData,
+    Messages,
+    LaneCount
+};
+
+quint32 numberFromEnvironment(const char *name, quint32 fallback)
+{
+    const QByteArray given = qgetenv(name);
+    return given.isEmpty() ? fallback : given.toUInt();
+}
+
+int entryCount(const char *folder)
+{
+    return QDir(QLatin1String(folder))
+        .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
+        .size();
+}
+
+int threadCount()
+{
+    return entryCount("/proc/self/task");
+}
+
+int descriptorCount()
+{
+    return entryCount("/proc/self/fd");
+}
+
+/// What has been allocated and not freed, in all arenas. Resident memory would also count what many threads
+/// leave scattered, which the C library keeps for the next one.
+qint64 allocatedKilobytes()
+{
+    const struct mallinfo2 memory = mallinfo2();
+    return static_cast<qint64>((memory.uordblks + memory.hblkhd) / 1024);
+}
+
+bool isPluginMapped()
+{
+    QFile maps(QLatin1String("/proc/self/maps"));
+    return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("NetworkSettings2GModule");
+}
+
+/// A thread that repeats one turn without a pause for as long as it lives.
+class Loop
+{
+public:
+    Loop(Watchdog &watchdog, Lane lane, const std::function<void(int)> &turn)
+        : m_thread([this, &watchdog, lane, turn] {
+            for (int number = 1; !m_ended; ++number) {
+                turn(number);
+                watchdog.progress(lane);
+            }
+        })
+    {
+    }
+    ~Loop()
+    {
+        m_ended = true;
+        m_thread.join();
+    }
+
+private:
+    std::atomic<bool> m_ended{false};
+    std::thread m_thread;
+};
+
+using Loops = std::vector<std::unique_ptr<Loop>>;
+
+/// The turn of a data thread: one frame, and now and then a reset.
+template <typename Line, typename Reset>
+std::function<void(int)> frames(Line line, Reset reset)
+{
+    return [line, reset](int number) {
+        for (const char *type : {"fr", "6d", "3d", "7d"})
+            line(type, QByteArray(type) + ' ' + QByteArray::number(number) + " [1.000 -2.500 3.125]\r\n");
+        if (number % 50 == 0)
+            reset();
+    };
+}
+
+std::function<void(int)> framesThrough(ControllerLink &link)
+{
+    return frames([&link](const char *type, const QByteArray &line) { link.deliver(type, line); },
+                  [&link] { link.deliverReset(); });
+}
+
+/// As a thread of the host that is not the GUI thread.
+void announceFromOutside(ControllerLink &link)
+{
+    link.sendMessage("OutputTypesChanged");
+}
+
+/// A host around the plug-in file.
+class PluginHost
+{
+public:
+    PluginHost()
+    {
+        // By default Qt keeps a plug-in mapped after unload().
+        loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
+        module = qobject_cast<ModuleInterface *>(loader.instance());
+        if (!module)
+            return;
+        versions = controller.state().version;
+        module->setParameter(QLatin1String("ModuleParent"), QVariant::fromValue(&window));
+        module->setParameter(QLatin1String("CommandManager"), QVariant::fromValue<IOManager *>(&link));
+        module->setParameter(QLatin1String("BackendVersions"), QVariant::fromValue(&versions));
+    }
+
+    SimulatedController controller;
+    ControllerLink link{controller};
+    BackendVersions versions{};
+    QWidget window;
+    QPluginLoader loader{QLatin1String(PLUGIN_PATH)};
+    ModuleInterface *module = nullptr;
+};
+
+} // namespace
+
+/// Data threads that never pause, and a user, a Controller and a host that do everything meanwhile: nothing
+/// crashes or stands still, and nothing is left of it. STORM_SECONDS is the length of all, STORM_SEED repeats
+/// what is done.
+class TestStorm : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void dialog();
+    void pluginFile();
+
+private:
+    /// What the storm rages in. The dialog is known by its widgets alone, as the plug-in file shows it.
+    struct Scene
+    {
+        SimulatedController &controller;
+        ControllerLink &link;
+        QWidget &window;
+        QDialog *dialog;
+        std::function<void()> show;     ///< returns when the dialog has been left
+        std::function<void()> shutDown; ///< the dialog is gone when this returns
+    };
+
+    int below(int bound) { return static_cast<int>(m_random.bounded(bound)); }
+    void changeController(SimulatedController &controller);
+    void liveOnce(const Scene &scene);
+    void visit(const Scene &scene, bool shutsDown);
+    void step(const Scene &scene, int stepsLeft, bool shutsDown);
+    void act(const Scene &scene);
+    void editPage(const Scene &scene);
+    void giveDestinations(const QTabWidget &tabs) const;
+    void leave(const Scene &scene);
+    std::unique_ptr<Loop> messenger(ControllerLink &link);
+    std::unique_ptr<Loop> dataThread(Lane lane, const std::function<void(int)> &turn);
+    void repeat(const std::function<void()> &live);
+
+    quint32 m_seconds = 0;
+    QRandomGenerator m_random;
+    std::unique_ptr<QUdpSocket> m_receiver; // where the first channel sends to
+    int m_datagrams = 0;
+    std::unique_ptr<Watchdog> m_watchdog;
+    std::atomic<int> m_messagesWanted{0};
+};
+
+void TestStorm::initTestCase()
+{
+    const quint32 seed = numberFromEnvironment("STORM_SEED", QRandomGenerator::global()->generate());
+    m_seconds = numberFromEnvironment("STORM_SECONDS", 5);
+    qInfo("STORM_SEED=%u STORM_SECONDS=%u", seed, m_seconds);
+    m_random.seed(seed);
+}
+
+void TestStorm::init()
+{
+    m_receiver = std::make_unique<QUdpSocket>();
+    QVERIFY(m_receiver->bind(QHostAddress::LocalHost));
+    m_datagrams = 0;
+}
+
+/// As its own user would while the dialog is closed: another number of channels, other types, mostly with the
+/// module as the router.
+void TestStorm::changeController(SimulatedController &controller)
+{
+    const int channels = 1 + below(OutputChannelCount);
+    const bool viaRouter = below(5) > 0;
+    const bool locked = below(8) == 0;
+    const bool moreTypes = below(2) == 0;
+    controller.change([&](ControllerState &state) {
+        withChannels(channels)(state);
+        state.channels[0].destination.port = m_receiver->localPort();
+        state.viaRouter = viaRouter;
+        state.locked = locked;
+        const OutputType extra{"7d", "More", true};
+        while (!state.catalogue.isEmpty() && state.catalogue.last().name == extra.name)
+            state.catalogue.removeLast();
+        if (moreTypes)
+            state.catalogue.append(extra);
+    });
+}
+
+/// From the first opening to the shut-down, which now and then comes while the dialog is open.
+void TestStorm::liveOnce(const Scene &scene)
+{
+    const bool shutsDownOpen = below(2) == 0;
+    for (int visits = 1; visits <= visitsInLife && !QTest::currentTestFailed(); ++visits) {
+        changeController(scene.controller);
+        scene.link.sendMessage("OutputTypesChanged");
+        ++m_messagesWanted;
+        QCoreApplication::processEvents();
+        visit(scene, shutsDownOpen && visits == visitsInLife);
+        while (m_receiver->hasPendingDatagrams()) {
+            m_receiver->readDatagram(nullptr, 0);
+            ++m_datagrams;
+        }
+    }
+    if (!shutsDownOpen)
+        scene.shutDown();
+}
+
+void TestStorm::visit(const Scene &scene, bool shutsDown)
+{
+    MessageBoxes boxes;
+    const QStringList &said = boxes.texts;
+    boxes.decide = [](const QMessageBox *box) {
+        return box->standardButtons() & QMessageBox::Yes ? QMessageBox::Yes : QMessageBox::Cancel;
+    };
+    const int steps = 3 + below(10);
+    QTimer::singleShot(0, &scene.window, [&] { step(scene, steps, shutsDown); });
+    scene.show();
+    if (QTest::currentTestFailed())
+        qWarning() << said.mid(qMax(0, said.size() - 3));
+}
+
+/// Each step is an event of its own, so that what a step has put off happens before the next.
+void TestStorm::step(const Scene &scene, int stepsLeft, bool shutsDown)
+{
+    m_watchdog->progress(User);
+    if (stepsLeft > 0) {
+        act(scene);
+        QTimer::singleShot(0, &scene.window, [=] { step(scene, stepsLeft - 1, shutsDown); });
+    } else if (shutsDown) {
+        scene.shutDown();
+    } else {
+        leave(scene);
+    }
+}
+
+void TestStorm::act(const Scene &scene)
+{
+    switch (below(9)) {
+    case 0:
+        QTest::keyClick(scene.dialog, Qt::Key_T, Qt::ControlModifier);
+        break;
+    case 1:
+        QTest::keyClick(scene.dialog, Qt::Key_W, Qt::ControlModifier);
+        break;
+    case 2:
+        scene.dialog->findChild<QCheckBox *>("checkBox_actAsRouter")->click();
+        break;
+    case 3:
+        scene.link.sendMessage("OutputTypesChanged");
+        break;
+    case 4:
+        ++m_messagesWanted;
+        break;
+    default:
+        editPage(scene);
+    }
+}
+
+void TestStorm::editPage(const Scene &scene)
+{
+    const auto *tabs = scene.dialog->findChild<QTabWidget *>();
+    const int index = below(tabs->count());
+    const QWidget *page = tabs->widget(index);
+    auto *active = page->findChild<QCheckBox *>("checkBox_active_channel");
+    if (!active || !page->isEnabled())
+        return;
+    QAbstractItemModel *types = page->findChild<QTableView *>("tableView")->model();
+    const QModelIndex type = types->index(below(qMax(types->rowCount(), 1)), 0);
+    switch (below(4)) {
+    case 0:
+        giveDestinations(*tabs);
+        active->click();
+        break;
+    case 1:
+        page->findChild<QSpinBox *>("spinBox_sendDataDivisor")->setValue(1 + below(3));
+        break;
+    default:
+        types->setData(type, type.data(Qt::CheckStateRole) == Qt::Checked ? Qt::Unchecked : Qt::Checked,
+                       Qt::CheckStateRole);
+    }
+}
+
+/// A new channel has no destination, and may be on all the same: the Controller forgets the destination alone
+/// when a tab is closed. No two are to have the same.
+void TestStorm::giveDestinations(const QTabWidget &tabs) const
+{
+    for (int index = 0; index < tabs.count(); ++index) {
+        auto *host = tabs.widget(index)->findChild<QLineEdit *>("lineEdit_host");
+        if (!host || !host->text().isEmpty())
+            continue;
+        host->setText(QLatin1String("127.0.0.1"));
+        const int port = index == 0 ? m_receiver->localPort() : 5001 + index;
+        tabs.widget(index)->findChild<QSpinBox *>("spinBox_port")->setValue(port);
+    }
+}
+
+void TestStorm::leave(const Scene &scene)
+{
+    giveDestinations(*scene.dialog->findChild<QTabWidget *>());
+    QTest::mouseClick(scene.dialog->findChild<QPushButton *>("pushButton_ok"), Qt::LeftButton);
+    if (!scene.dialog->isVisible())
+        return;
+    scene.dialog->done(QDialog::Rejected);
+    QFAIL("the dialog did not let go");
+}
+
+/// Tells of a changed catalogue on a thread of its own, as often as it is asked to.
+std::unique_ptr<Loop> TestStorm::messenger(ControllerLink &link)
+{
+    return std::make_unique<Loop>(*m_watchdog, Messages, [this, &link](int) {
+        if (m_messagesWanted.exchange(0, std::memory_order_relaxed) > 0)
+            announceFromOutside(link);
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    });
+}
+
+std::unique_ptr<Loop> TestStorm::dataThread(Lane lane, const std::function<void(int)> &turn)
+{
+    return std::make_unique<Loop>(*m_watchdog, lane, turn);
+}
+
+/// Runs life after life for half of the time. What the first leaves behind is what Qt and the C library keep
+/// for good.
+void TestStorm::repeat(const std::function<void()> &live)
+{
+    m_watchdog = std::make_unique<Watchdog>(LaneCount);
+    live();
+    const int threads = threadCount();
+    const int descriptors = descriptorCount();
+    const qint64 allocated = allocatedKilobytes();
+    QElapsedTimer timer;
+    timer.start();
+    int lives = 0;
+    for (; timer.elapsed() < m_seconds * 500 && !QTest::currentTestFailed(); ++lives)
+        live();
+    QTRY_COMPARE(threadCount(), threads);
+    QCOMPARE(descriptorCount(), descriptors);
+    const qint64 grown = allocatedKilobytes() - allocated;
+    qInfo("%d lives, %d datagrams, %lld KiB more than after the first", lives, m_datagrams, grown);
+    QVERIFY(sanitized || grown < allocatedSlackKilobytes);
+    QVERIFY(m_datagrams > 0);
+    m_watchdog.reset();
+}
+
+void TestStorm::dialog()
+{
+    repeat([this] {
+        DialogFixture fixture;
+        changeController(fixture.controller);
+        fixture.versions = fixture.controller.state().version;
+        fixture.create();
+        NetworkDialog *dialog = fixture.dialog.get();
+        // Two threads call the dialog itself, since the locks of the link would order what they do; the host
+        // keeps to what it has promised, and calls no more when the dialog is no longer registered.
+        const auto direct =
+            frames([dialog](const char *type,
+                            const QByteArray &line) { dialog->onOutputData(type, line.constData()); },
+                   [dialog] { dialog->onOutputReset(); });
+        Loops directLoops;
+        directLoops.push_back(dataThread(FirstData, direct));
+        directLoops.push_back(dataThread(SecondData, direct));
+        const auto third = dataThread(ThirdData, framesThrough(fixture.link));
+        const auto messages = messenger(fixture.link);
+        liveOnce({fixture.controller, fixture.link, fixture.window, dialog,
+                  [dialog] { dialog->update_and_exec(); },
+                  [&] {
+                      fixture.dialog->teardownRequests();
+                      directLoops.clear();
+                      fixture.dialog.reset();
+                  }});
+    });
+}
+
+void TestStorm::pluginFile()
+{
+    repeat([this] {
+        PluginHost host;
+        QVERIFY2(host.module, qPrintable(host.loader.errorString()));
+        changeController(host.controller);
+        Loops loops;
+        for (const Lane lane : {FirstData, SecondData, ThirdData})
+            loops.push_back(dataThread(lane, framesThrough(host.link)));
+        loops.push_back(messenger(host.link));
+        const ModuleAction &record = *host.module->moduleActions().constFirst();
+        liveOnce({host.controller, host.link, host.window, record.dialog,
+                  [action = record.action] { action->trigger(); },
+                  [&host] {
+                      host.module->prepareShutdown();
+                      host.module->releaseResources();
+                  }});
+        QVERIFY(host.loader.unload());
+        QVERIFY(!isPluginMapped());
+    });
+}
+
+QTEST_MAIN(TestStorm)
+#include "test_storm.moc"
