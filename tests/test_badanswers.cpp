@@ -195,7 +195,7 @@ void TestBadAnswers::catalogue_data()
 
     const QByteArray description("output type_desc 3d");
     row("description empty", "3d", {{description, ""}}, "|unticked");
-    row("description of quotes", "3d", {{description, "\"\"\"a\"'b'\""}}, "a'b'|unticked");
+    row("description of quotes", "3d", {{description, R"("""a"'b'")"}}, "a'b'|unticked");
     row("description of formats", "3d", {{description, "%s%n%1 <b>\xe4</b>"}}, "%s%n%1 <b>\xe4</b>|unticked");
     row("long description", "3d", {{description, QByteArray(300, 'x')}}, QByteArray(207, 'x') + "|unticked");
     for (const char *answer : {"", "YES", "yes ", "1"}) {

@@ -158,7 +158,7 @@ struct Bench
 
     using Value = const QString &;
     const QHash<QString, std::function<void(Value)>> verbs{
-        {"new", [this](Value v) { channel.reset(new Channel(&manager, v.toInt(), &versions)); }},
+        {"new", [this](Value v) { channel = std::make_unique<Channel>(&manager, v.toInt(), &versions); }},
         {"major", [this](Value v) { versions.major = v.toInt(); }},
         {"minor", [this](Value v) { versions.minor = v.toInt(); }},
         {"third", [this](Value v) { versions.third = v.toInt(); }},
@@ -166,8 +166,8 @@ struct Bench
         {"name", [this](Value v) { channel->setHostName(v); }},
         {"domain", [this](Value v) { channel->setDomainName(v); }},
         {"types", [this](Value v) { channel->setOutputTypes(catalogue(v)); }},
-        {"forget", [this](Value) { hostNames.clear(); }},
-        {"learn", [this](Value v) { hostNames[v.toLatin1()] = "10.0.0.9"; }},
+        {"forget", [](Value) { hostNames.clear(); }},
+        {"learn", [](Value v) { hostNames[v.toLatin1()] = "10.0.0.9"; }},
         {"port", [this](Value v) { channel->setPort(v.toInt()); }},
         {"divisor", [this](Value v) { channel->setDataDivisor(v.toInt()); }},
         {"active", [this](Value v) { channel->setActive(v.toInt()); }},
@@ -222,7 +222,7 @@ void TestChannel::behaves_data()
     const QByteArray read = "number_of_types;type t01;type_desc 6d;available 6d;";
     row("available 6d=yes |catalogue", read + "6d,body,no");
     row("!available 6d=yes|catalogue", read + "! get output availability of 6d;6d,body,no");
-    row("type_desc 6d=\"6d \"body\" 'data'\"|catalogue", read + "6d,6d body 'data',yes");
+    row(R"(type_desc 6d="6d "body" 'data'"|catalogue)", read + "6d,6d body 'data',yes");
     row("!type_desc 6d=lost|catalogue",
         "number_of_types;type t01;type_desc 6d;! get type description;available 6d;6d,,yes");
     row("number_of_types=3|!type t02=6d|type t03=6d|catalogue", // a gap ends nothing

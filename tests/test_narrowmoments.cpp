@@ -50,8 +50,8 @@ bool isWhole(const QByteArray &datagram, int *number)
     const QList<QByteArray> lines = datagram.split('\n');
     const int pairs = (lines.size() - 1) / 2;
     for (int pair = 0; pair < pairs; ++pair) {
-        const QByteArray first = lines.at(2 * pair);
-        const QByteArray second = lines.at(2 * pair + 1);
+        const QByteArray &first = lines.at(2 * pair);
+        const QByteArray &second = lines.at(2 * pair + 1);
         if (!first.startsWith("fr ") || !second.startsWith("6d ") || first.mid(3) != second.mid(3))
             return false;
         *number = first.mid(3).trimmed().toInt();

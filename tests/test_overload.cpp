@@ -389,7 +389,7 @@ void TestOverload::flood()
     // A delivery may meet a busy machine, but deliveries that wait for sends do so at each of them.
     QVERIFY(data.slowDeliveries() * 5 <= stalled);
     if (isMemoryPlain)
-        QVERIFY(growth < 8 * 1024 * 1024);
+        QVERIFY(growth < qint64{8} * 1024 * 1024);
 
     QCOMPARE(receiver.broken(), QByteArray());
     const std::vector<Arrival> &arrivals = receiver.arrivals();

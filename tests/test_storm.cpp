@@ -387,7 +387,7 @@ void TestStorm::repeat(const std::function<void()> &live)
     QElapsedTimer timer;
     timer.start();
     int lives = 0;
-    for (; timer.elapsed() < m_seconds * 500 && !QTest::currentTestFailed(); ++lives)
+    for (; timer.elapsed() < qint64{m_seconds} * 500 && !QTest::currentTestFailed(); ++lives)
         live();
     QTRY_COMPARE(threadCount(), threads);
     QCOMPARE(descriptorCount(), descriptors);
