@@ -440,8 +440,7 @@ void TestFaults::descriptors()
     FaultyChannel channel(receiver);
     {
         const Descriptors taken(last);
-        if (taken.highest() < FD_SETSIZE)
-            QSKIP("too few descriptors are allowed here");
+        QVERIFY2(taken.highest() >= FD_SETSIZE, "too few descriptors are allowed here");
         channel.updateRouterActiveState(true);
         channel.feed(1);
         QVERIFY(channel.settles());

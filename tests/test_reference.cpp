@@ -4,6 +4,7 @@
 #include "channelasrouter.h"
 #include "native.h"
 #include "outputtypeinfo.h"
+#include "pacedsends.h"
 #include "referencemodel.h"
 
 #include <QDeadlineTimer>
@@ -25,8 +26,6 @@ namespace platform {
 std::atomic<int> lineWaits{0};
 std::atomic<bool> holdWaits{false};
 std::atomic<bool> isWaitHeld{false};
-std::atomic<int> datagramsUnderWay{0};
-std::atomic<int> bytesUnderWay{0};
 
 } // namespace platform
 
@@ -44,23 +43,6 @@ int __wrap_nativeSemaphoreWait(NativeSemaphore *semaphore, uint32_t milliseconds
         nativeSleep(1);
     }
     return __real_nativeSemaphoreWait(semaphore, 1);
-}
-
-int32_t __real_nativeSocketSend(NativeSocket, const void *, int32_t, uint32_t, uint16_t);
-int32_t __wrap_nativeSocketSend(NativeSocket socket, const void *data, int32_t length, uint32_t address,
-                                uint16_t port)
-{
-    const QDeadlineTimer limit(10000);
-    while ((platform::datagramsUnderWay >= 64 || platform::bytesUnderWay >= 20000) && !limit.hasExpired())
-        nativeSleep(0);
-    ++platform::datagramsUnderWay;
-    platform::bytesUnderWay += length;
-    const int32_t sent = __real_nativeSocketSend(socket, data, length, address, port);
-    if (sent < 0) {
-        --platform::datagramsUnderWay;
-        platform::bytesUnderWay -= length;
-    }
-    return sent;
 }
 }
 // NOLINTEND(bugprone-reserved-identifier)
