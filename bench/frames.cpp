@@ -1,0 +1,91 @@
+#include "frames.h"
+
+namespace {
+
+std::array<FrameLine, LinesPerFrame> frameLines()
+{
+    return {{
+        {"fr", "fr 100000000\r\n"},
+        {"ts", "ts 44325.218407\r\n"},
+        {"ts2", "ts2 44325 218407 16783\r\n"},
+        {"st", "st 2 0 1 4 0 1 1 37 0 1 2 4 0 1 3 41 0\r\n"},
+        {"6dcal", "6dcal 2\r\n"},
+        {"6d", "6d 2 [0 1.000][326.848 -187.216 109.503 -160.4704 -3.6963 -7.0913]"
+               "[-0.940508 -0.339238 -0.019025 0.338323 -0.932893 -0.123354 0.064464 -0.118432 0.997913] "
+               "[1 0.871][219.713 188.012 87.342 33.2117 8.5502 -4.1184]"
+               "[0.805220 0.523711 0.277865 -0.568110 0.829044 0.083801 -0.186479 -0.225321 0.956879]\r\n"},
+        {"6di", "6di 1 [0 0 0.421][326.848 -187.216 109.503][-0.940508 -0.339238 -0.019025 0.338323 "
+                "-0.932893 -0.123354 0.064464 -0.118432 0.997913]\r\n"},
+        {"6df2", "6df2 1 1 [0 1.000 4 2][261.103 116.520 41.085][0.805220 0.523711 0.277865 -0.568110 "
+                 "0.829044 0.083801 -0.186479 -0.225321 0.956879][1 0.00 -1.00]\r\n"},
+        {"6dmt2", "6dmt2 1 1 [0 1.000 3 1.000][12.004 -45.220 90.117][1 0 0 0 1 0 0 0 1]\r\n"},
+        {"6dmtr", "6dmtr 1 [0 1.000][-118.660 20.430 77.901][1 0 0 0 1 0 0 0 1]\r\n"},
+        {"2dmon", "2dmon 4 [0 12][1 11][2 14][3 9]\r\n"},
+        {"3d", "3d 3 [4 1.000][210.730 -90.669 108.554] [5 0.998][187.131 -22.008 64.300] "
+               "[6 1.000][-12.900 64.778 203.412]\r\n"},
+    }};
+}
+
+bool isSkipped(int channel, int line)
+{
+    constexpr int middle = LinesPerFrame - 2;
+    return line == 1 + channel % middle || line == 1 + (channel + middle / 2) % middle;
+}
+
+} // namespace
+
+void writeNumber(char *digits, uint32_t number)
+{
+    for (int i = NumberDigits - 1; i >= 0; --i) {
+        digits[i] = char('0' + number % 10);
+        number /= 10;
+    }
+}
+
+uint32_t readNumber(const char *digits)
+{
+    uint32_t number = 0;
+    for (int i = 0; i < NumberDigits; ++i)
+        number = number * 10 + uint32_t(digits[i] - '0');
+    return number;
+}
+
+Frame::Frame()
+    : m_lines(frameLines())
+{
+}
+
+void Frame::setNumber(uint32_t number)
+{
+    writeNumber(m_lines[0].text.data() + NumberPosition, number);
+}
+
+int Frame::byteCount() const
+{
+    std::size_t bytes = 0;
+    for (const FrameLine &line : m_lines)
+        bytes += line.text.size();
+    return int(bytes);
+}
+
+std::vector<std::string> tickedTypes(int channel)
+{
+    const auto lines = frameLines();
+    std::vector<std::string> types;
+    for (int line = 0; line < LinesPerFrame; ++line) {
+        if (!isSkipped(channel, line))
+            types.push_back(lines[size_t(line)].type);
+    }
+    return types;
+}
+
+std::string datagramOf(int channel)
+{
+    const auto lines = frameLines();
+    std::string datagram;
+    for (int line = 0; line < LinesPerFrame; ++line) {
+        if (!isSkipped(channel, line))
+            datagram += lines[size_t(line)].text;
+    }
+    return datagram;
+}

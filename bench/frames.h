@@ -1,0 +1,51 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+constexpr int ChannelCount = 10;
+constexpr int LinesPerFrame = 12;
+
+/// One line of a frame, as the host hands it on.
+struct FrameLine
+{
+    std::string type;
+    std::string text; ///< ends in CR LF
+};
+
+/// The one frame that all rows send again and again: 12 lines of together about 1 KB. Only its number
+/// changes, always nine digits at the same place, so that the bytes of every datagram are known beforehand.
+class Frame
+{
+public:
+    Frame();
+
+    /// Writes \a number, of nine digits, into the first line.
+    void setNumber(uint32_t number);
+
+    const std::array<FrameLine, LinesPerFrame> &lines() const { return m_lines; }
+
+    int byteCount() const;
+
+private:
+    std::array<FrameLine, LinesPerFrame> m_lines;
+};
+
+/// The numbers of frames begin here, and have nine digits up to ten times as many.
+constexpr uint32_t FirstFrameNumber = 100'000'000;
+
+/// Where the nine digits of the number stand in the first line, which is also the first of each datagram.
+constexpr int NumberPosition = 3;
+constexpr int NumberDigits = 9;
+
+void writeNumber(char *digits, uint32_t number);
+uint32_t readNumber(const char *digits);
+
+/// The types that channel \a channel ticks: the first and the last line and eight of the ten between, for
+/// each channel others.
+std::vector<std::string> tickedTypes(int channel);
+
+/// The bytes of a datagram of channel \a channel: its lines of the frame.
+std::string datagramOf(int channel);

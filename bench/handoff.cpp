@@ -1,0 +1,60 @@
+#include "handoff.h"
+
+#include "clocks.h"
+#include "receivers.h"
+#include "sender.h"
+
+HandOff::HandOff(const Receivers &receivers, int channels)
+{
+    for (int channel = 0; channel < channels; ++channel) {
+        m_lanes.push_back(std::make_unique<Lane>());
+        m_lanes.back()->thread =
+            std::thread(run, std::ref(*m_lanes.back()), channel, receivers.port(channel));
+    }
+}
+
+HandOff::~HandOff()
+{
+    for (const auto &lane : m_lanes) {
+        {
+            const std::lock_guard<std::mutex> lock(lane->mutex);
+            lane->stopping = true;
+        }
+        lane->wake.notify_one();
+        lane->thread.join();
+    }
+}
+
+int64_t HandOff::carry(uint32_t number)
+{
+    const int64_t start = nowNs();
+    for (const auto &lane : m_lanes) {
+        {
+            const std::lock_guard<std::mutex> lock(lane->mutex);
+            lane->wanted = number;
+        }
+        // After the lock, so that whoever wakes does not meet it.
+        lane->wake.notify_one();
+    }
+    return start;
+}
+
+void HandOff::run(Lane &lane, int channel, uint16_t port)
+{
+    const SendSocket socket;
+    Sender sender(channel, port, socket.descriptor());
+    uint32_t sent = 0;
+    std::unique_lock<std::mutex> lock(lane.mutex);
+    for (;;) {
+        lane.wake.wait(lock, [&] { return lane.stopping || lane.wanted != sent; });
+        if (lane.stopping)
+            return;
+        const uint32_t wanted = lane.wanted;
+        lock.unlock();
+        // Frames are numbered without a gap: those that came while the last one was sent follow at once.
+        for (sent = sent == 0 ? wanted : sent + 1; sent != wanted; ++sent)
+            sender.send(sent);
+        sender.send(sent);
+        lock.lock();
+    }
+}

@@ -1,0 +1,148 @@
+#include "pacing.h"
+
+#include "clocks.h"
+#include "frames.h"
+#include "receivers.h"
+#include "road.h"
+
+#include <algorithm>
+#include <functional>
+#include <thread>
+
+namespace {
+
+constexpr int64_t arrivalLimitNs = 1'000'000'000;
+constexpr int windowFrames = 300;
+
+void sleepUntil(int64_t moment)
+{
+    const timespec time{time_t(moment / 1'000'000'000), long(moment % 1'000'000'000)};
+    clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &time, nullptr);
+}
+
+uint64_t total(const Receivers &receivers, int channels, uint64_t (Receivers::*count)(int) const)
+{
+    uint64_t sum = 0;
+    for (int channel = 0; channel < channels; ++channel)
+        sum += (receivers.*count)(channel);
+    return sum;
+}
+
+uint64_t fewest(const Receivers &receivers, const std::vector<uint64_t> &before)
+{
+    uint64_t fewest = UINT64_MAX;
+    for (size_t i = 0; i < before.size(); ++i)
+        fewest = std::min(fewest, receivers.datagrams(int(i)) - before[i]);
+    return fewest;
+}
+
+/// Runs \a feed on a data thread and counts what it took until all of its \a frames frames have arrived.
+Run measure(Road &road, const Receivers &receivers, int frames, const std::function<void()> &feed)
+{
+    const int channels = road.channels();
+    Run run;
+    run.sent = uint64_t(frames) * uint64_t(channels);
+    std::thread([&] {
+        std::vector<uint64_t> goal = counts(receivers, channels);
+        for (uint64_t &count : goal)
+            count += uint64_t(frames);
+        const uint64_t arrived = total(receivers, channels, &Receivers::datagrams);
+        const uint64_t bytes = total(receivers, channels, &Receivers::bytes);
+        const int64_t cpu = processCpuNs();
+        feed();
+        waitForArrivals(receivers, goal);
+        run.cpuNs = processCpuNs() - cpu;
+        run.arrived = total(receivers, channels, &Receivers::datagrams) - arrived;
+        run.bytes = total(receivers, channels, &Receivers::bytes) - bytes;
+    }).join();
+    return run;
+}
+
+} // namespace
+
+uint32_t nextFrameNumber()
+{
+    static uint32_t next = FirstFrameNumber;
+    return next++;
+}
+
+std::vector<uint64_t> counts(const Receivers &receivers, int channels)
+{
+    std::vector<uint64_t> counts;
+    for (int channel = 0; channel < channels; ++channel)
+        counts.push_back(receivers.datagrams(channel));
+    return counts;
+}
+
+bool waitForArrivals(const Receivers &receivers, const std::vector<uint64_t> &counts)
+{
+    const int64_t limit = nowNs() + arrivalLimitNs;
+    for (size_t channel = 0; channel < counts.size();) {
+        if (receivers.datagrams(int(channel)) >= counts[channel])
+            ++channel;
+        else if (nowNs() > limit)
+            return false;
+        else
+            sleepUs(500);
+    }
+    return true;
+}
+
+bool warmUp(Road &road, const Receivers &receivers)
+{
+    constexpr int64_t LimitNs = 5 * arrivalLimitNs;
+    constexpr int SettleUs = 20'000;
+    const int channels = road.channels();
+    std::vector<uint64_t> before = counts(receivers, channels);
+    const int64_t limit = nowNs() + LimitNs;
+    while (fewest(receivers, before) < 20) {
+        if (nowNs() > limit)
+            return false;
+        road.carry(nextFrameNumber());
+        sleepUs(1000);
+    }
+    do {
+        before = counts(receivers, channels);
+        sleepUs(SettleUs);
+    } while (counts(receivers, channels) != before);
+    return true;
+}
+
+Run runPaced(Road &road, const Receivers &receivers, int rate, int frames)
+{
+    std::vector<int64_t> starts(size_t(frames), 0);
+    uint32_t first = 0;
+    Run run = measure(road, receivers, frames, [&] {
+        const int64_t period = 1'000'000'000 / rate;
+        int64_t due = nowNs();
+        for (int64_t &start : starts) {
+            due += period;
+            sleepUntil(due);
+            const uint32_t number = nextFrameNumber();
+            first = first == 0 ? number : first;
+            start = road.carry(number);
+        }
+    });
+    for (int frame = 0; frame < frames; ++frame) {
+        for (int channel = 0; channel < road.channels(); ++channel) {
+            if (const int64_t arrival = receivers.arrival(channel, first + uint32_t(frame)))
+                run.latenciesNs.push_back(double(arrival - starts[size_t(frame)]));
+        }
+    }
+    std::sort(run.latenciesNs.begin(), run.latenciesNs.end());
+    return run;
+}
+
+Run runWindowed(Road &road, const Receivers &receivers, int frames)
+{
+    const std::vector<uint64_t> before = counts(receivers, road.channels());
+    return measure(road, receivers, frames, [&] {
+        const int64_t limit = nowNs() + 10 * arrivalLimitNs;
+        for (int fed = 0; fed < frames; ++fed) {
+            // A sleep rather than a spin, which would count as work of the road.
+            while (uint64_t(fed) >= fewest(receivers, before) + windowFrames && nowNs() < limit)
+                sleepUs(200);
+            road.carry(nextFrameNumber());
+        }
+    });
+}

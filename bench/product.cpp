@@ -1,0 +1,127 @@
+#include "product.h"
+
+#include "clocks.h"
+#include "moduleaction.h"
+#include "receivers.h"
+#include "requester.h"
+
+#include <QDialog>
+#include <QTimer>
+#include <QWindow>
+
+#include <cstdlib>
+
+namespace {
+
+/// A type that is in the catalogue but in no frame.
+QByteArray spareType(int number)
+{
+    return "x" + QByteArray::number(number);
+}
+
+QList<OutputType> catalogue(int size)
+{
+    QList<OutputType> types;
+    const Frame frame;
+    for (const FrameLine &line : frame.lines())
+        types.append({line.type.c_str(), "Output of the type " + QByteArray(line.type.c_str()), true});
+    for (int number = 1; types.size() < size; ++number)
+        types.append({spareType(number), "Spare output " + QByteArray::number(number), true});
+    return types;
+}
+
+QSet<QByteArray> ticksOf(int channel, const Setup &setup)
+{
+    if (channel >= setup.wanting)
+        return {spareType(1)};
+    QSet<QByteArray> ticks;
+    if (setup.allLines) {
+        const Frame frame;
+        for (const FrameLine &line : frame.lines())
+            ticks.insert(line.type.c_str());
+    } else {
+        for (const std::string &type : tickedTypes(channel))
+            ticks.insert(type.c_str());
+    }
+    return ticks;
+}
+
+/// Without the plug-in there is nothing to measure.
+void endIf(bool failed, const QString &problem)
+{
+    if (!failed)
+        return;
+    qCritical("benchmark: %s", qPrintable(problem));
+    std::exit(1);
+}
+
+} // namespace
+
+Product::Product(const Receivers &receivers, const Setup &setup)
+    : m_setup(setup)
+{
+    prepareController(receivers);
+    QString problem;
+    endIf(!m_module.load(QLatin1String(PLUGIN_PATH), &problem), problem);
+    const QList<ModuleAction *> actions = m_module.begin(&m_link, &m_window, &m_versions);
+    endIf(actions.isEmpty() || !m_link.requester(), QLatin1String("the plug-in does not start"));
+    m_dialog = actions.first()->dialog;
+}
+
+Product::~Product()
+{
+    QString problem;
+    endIf(!m_module.end(&problem), problem);
+}
+
+void Product::prepareController(const Receivers &receivers)
+{
+    m_controller.change([&](ControllerState &state) {
+        state.monitorAddress = "127.0.0.9";
+        state.viaRouter = m_setup.routing;
+        state.catalogue = catalogue(m_setup.types);
+        for (int i = 0; i < m_setup.channels; ++i) {
+            const Destination destination{Destination::Kind::Udp, "127.0.0.1", receivers.port(i)};
+            state.channels[size_t(i)] = {destination, true, 1, ticksOf(i, m_setup)};
+        }
+        m_versions = state.version;
+    });
+}
+
+int64_t Product::carry(uint32_t number)
+{
+    m_frame.setNumber(number);
+    Requester *requester = m_link.requester();
+    const FrameLine &last = m_frame.lines().back();
+    for (const FrameLine &line : m_frame.lines()) {
+        if (&line != &last)
+            requester->onOutputData(line.type.c_str(), line.text.c_str());
+    }
+    const int64_t start = nowNs();
+    requester->onOutputData(last.type.c_str(), last.text.c_str());
+    return start;
+}
+
+void Product::deliver(uint32_t number)
+{
+    m_frame.setNumber(number);
+    Requester *requester = m_link.requester();
+    for (const FrameLine &line : m_frame.lines())
+        requester->onOutputData(line.type.c_str(), line.text.c_str());
+}
+
+int64_t Product::openAndClose()
+{
+    int64_t shown = 0;
+    QTimer lookAtWindow;
+    QObject::connect(&lookAtWindow, &QTimer::timeout, m_dialog, [&] {
+        // Exposed windows are painted before the next timer fires.
+        if (shown != 0 || !m_dialog->windowHandle() || !m_dialog->windowHandle()->isExposed())
+            return;
+        shown = nowNs();
+        m_dialog->done(QDialog::Rejected);
+    });
+    lookAtWindow.start(0);
+    QMetaObject::invokeMethod(m_dialog, "update_and_exec");
+    return shown;
+}

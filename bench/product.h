@@ -1,0 +1,57 @@
+#pragma once
+
+#include "benchlink.h"
+#include "frames.h"
+#include "hostedmodule.h"
+#include "road.h"
+#include "simulatedcontroller.h"
+
+#include <QWidget>
+
+class QDialog;
+class Receivers;
+
+/// How the Controller stands when the module is loaded.
+struct Setup
+{
+    int channels = ChannelCount; ///< with a destination and switched on, at least 1
+    int wanting = ChannelCount;  ///< of these, tick types of the frame; the others a type that never comes
+    bool allLines = false;       ///< who wants, wants all twelve lines, instead of ten
+    int types = 15;              ///< in the catalogue, at least 13
+    bool routing = true;         ///< the Controller is in router mode
+};
+
+/// The plug-in in a host, from loading to unloading, as one way for frames to the receivers. GUI thread, but
+/// for carry().
+class Product : public Road
+{
+public:
+    Product(const Receivers &receivers, const Setup &setup);
+    ~Product() override;
+    Product(const Product &) = delete;
+    Product &operator=(const Product &) = delete;
+
+    int64_t carry(uint32_t number) override;
+    int channels() const override { return m_setup.wanting; }
+
+    /// Hands the lines of frame \a number to the module without more.
+    void deliver(uint32_t number);
+
+    /// Presses the menu action's slot and returns when the dialog is on the screen and closed again. The
+    /// moment at which it was on the screen.
+    int64_t openAndClose();
+
+    BenchLink &link() { return m_link; }
+
+private:
+    void prepareController(const Receivers &receivers);
+
+    Setup m_setup;
+    SimulatedController m_controller;
+    BenchLink m_link{m_controller};
+    BackendVersions m_versions{};
+    QWidget m_window;
+    HostedModule m_module;
+    QDialog *m_dialog = nullptr;
+    Frame m_frame;
+};

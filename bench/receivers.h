@@ -1,0 +1,57 @@
+#pragma once
+
+#include "frames.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+#include <sys/types.h>
+
+/// The receivers of all datagrams, one a channel, in a process of their own, so that their processor time is
+/// not counted. Each is a thread that blocks in recv, as a real receiver does, and leaves its counts and the
+/// moment of each arrival in memory that both processes share.
+class Receivers
+{
+public:
+    Receivers() = default;
+    ~Receivers();
+    Receivers(const Receivers &) = delete;
+    Receivers &operator=(const Receivers &) = delete;
+
+    /// Opens the sockets and forks the process; before any other thread is made. False on failure.
+    bool start();
+
+    /// The port of a channel's receiver on 127.0.0.1.
+    uint16_t port(int channel) const { return m_ports[size_t(channel)]; }
+
+    uint64_t datagrams(int channel) const;
+    uint64_t bytes(int channel) const;
+
+    /// When the datagram of frame \a number came back from recv, in monotonic nanoseconds; 0 if it has not
+    /// come. The latest 65536 frames are kept.
+    int64_t arrival(int channel, uint32_t number) const;
+
+private:
+    struct Arrival
+    {
+        std::atomic<uint32_t> number{0};
+        std::atomic<int64_t> time{0};
+    };
+    struct Inbox
+    {
+        static constexpr uint32_t Kept = 65536;
+        alignas(64) std::atomic<uint64_t> datagrams{0};
+        std::atomic<uint64_t> bytes{0};
+        std::array<Arrival, Kept> arrivals;
+    };
+    using Inboxes = std::array<Inbox, ChannelCount>;
+
+    [[noreturn]] void receiveForever(pid_t parent);
+    static void receive(int socket, Inbox &inbox);
+
+    std::array<int, ChannelCount> m_sockets{};
+    std::array<uint16_t, ChannelCount> m_ports{};
+    Inboxes *m_inboxes = nullptr;
+    pid_t m_process = -1;
+};

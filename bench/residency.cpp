@@ -1,0 +1,75 @@
+#include "residency.h"
+
+#include "handoff.h"
+#include "options.h"
+#include "pacing.h"
+#include "product.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QProcess>
+
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+constexpr int rate = 1000;
+
+/// Anonymous and file pages; not what is shared with the receivers.
+double residentKiB()
+{
+    QFile file(QLatin1String("/proc/self/status"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    double sum = 0;
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    for (const QByteArray &line : lines) {
+        if (line.startsWith("RssAnon:") || line.startsWith("RssFile:"))
+            sum += line.mid(8).trimmed().split(' ').first().toDouble();
+    }
+    return sum;
+}
+
+std::unique_ptr<Road> makeRoad(const QString &what, const Receivers &receivers, int channels, bool routing)
+{
+    if (what == QLatin1String("handoff"))
+        return std::make_unique<HandOff>(receivers, channels);
+    Setup setup;
+    setup.channels = setup.wanting = channels;
+    setup.routing = routing;
+    return std::make_unique<Product>(receivers, setup);
+}
+
+} // namespace
+
+bool startProbe(const Probe &probe, Residency *residency)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(QCoreApplication::applicationFilePath(),
+                  {QLatin1String("--probe"),
+                   QString::fromLatin1("%1 %2 %3").arg(probe.what).arg(probe.channels).arg(probe.seconds)});
+    constexpr int SpareMs = 30000;
+    if (!process.waitForFinished(probe.seconds * 1000 + SpareMs) || process.exitCode() != 0)
+        return false;
+    const QList<QByteArray> words = process.readAllStandardOutput().simplified().split(' ');
+    *residency = {words.value(0).toDouble(), words.value(1).toDouble()};
+    return words.size() == 2;
+}
+
+int probeResidency(const Options &options, const Receivers &receivers)
+{
+    const QStringList words = options.probe.split(QLatin1Char(' '));
+    const int channels = words.value(1).toInt();
+    const int seconds = words.value(2).toInt();
+    const std::unique_ptr<Road> road = makeRoad(words.first(), receivers, channels, seconds > 0);
+    // The first second belongs to the start: queues and buffers reach their size.
+    if (seconds > 0 && (!warmUp(*road, receivers) || runPaced(*road, receivers, rate, rate).arrived == 0))
+        return 1;
+    const double start = residentKiB();
+    for (int second = 1; second < seconds; ++second)
+        runPaced(*road, receivers, rate, rate);
+    std::printf("%f %f\n", start, residentKiB());
+    return 0;
+}

@@ -1,0 +1,60 @@
+#include "rows.h"
+
+#include "frames.h"
+#include "options.h"
+#include "report.h"
+#include "residency.h"
+#include "statistics.h"
+
+#include <vector>
+
+namespace {
+
+/// What one more channel costs: the difference of ten channels and one, by the nine between them, since the
+/// dialog always has one.
+bool measureChannel(const QString &what, int seconds, double *kib)
+{
+    Residency one;
+    Residency ten;
+    if (!startProbe({what, 1, seconds}, &one) || !startProbe({what, ChannelCount, seconds}, &ten))
+        return false;
+    *kib = (ten.start - one.start) / (ChannelCount - 1);
+    return true;
+}
+
+} // namespace
+
+void addMemoryRows(const Options &options, const Receivers & /*receivers*/, Report &report)
+{
+    const QString module = QLatin1String("module");
+    Pairs forwarding;
+    std::vector<double> idles;
+    std::vector<double> runnings;
+    for (int i = 0; i < options.repetitions(3); ++i) {
+        double idle = 0;
+        double running = 0;
+        double thread = 0;
+        if (!measureChannel(module, 0, &idle) || !measureChannel(module, 1, &running) ||
+            !measureChannel(QLatin1String("handoff"), 1, &thread)) {
+            report.remark(QLatin1String("memory: a process failed"));
+            return;
+        }
+        idles.push_back(idle);
+        runnings.push_back(running);
+        forwarding.add(running - idle, thread);
+    }
+    report.add(QLatin1String("memory of a channel and its page, idle [KiB]"), median(idles));
+    report.add(QLatin1String("memory of a channel and its page, running [KiB]"), median(runnings));
+    report.add(QLatin1String("memory, running less idle / a thread that sends [KiB]"), forwarding,
+               Goal::shown());
+
+    const int seconds = options.soakSeconds > 0 ? options.soakSeconds : options.quick ? 4 : 10;
+    Residency flow;
+    if (!startProbe({module, ChannelCount, seconds}, &flow)) {
+        report.remark(QLatin1String("memory: the process with flowing data failed"));
+        return;
+    }
+    constexpr double SettlingKiB = 256;
+    report.add(QString::fromLatin1("growth in %1 s of 10 channels at 1000 frames/s [KiB]").arg(seconds - 1),
+               flow.end - flow.start, Goal::atMost(SettlingKiB));
+}

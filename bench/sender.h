@@ -1,0 +1,55 @@
+#pragma once
+
+#include "frames.h"
+
+#include <string>
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+/// The cheapest fair sender of one channel's datagrams: the bytes are ready but for the number, and leave by
+/// one sendto on an unconnected socket.
+class Sender
+{
+public:
+    Sender(int channel, uint16_t port, int socket)
+        : m_datagram(datagramOf(channel))
+        , m_socket(socket)
+    {
+        m_to.sin_family = AF_INET;
+        m_to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        m_to.sin_port = htons(port);
+    }
+
+    void send(uint32_t number)
+    {
+        writeNumber(m_datagram.data() + NumberPosition, number);
+        // What does not arrive is missed at the receiver.
+        sendto(m_socket, m_datagram.data(), m_datagram.size(), 0, reinterpret_cast<sockaddr *>(&m_to),
+               sizeof m_to);
+    }
+
+private:
+    std::string m_datagram;
+    int m_socket;
+    sockaddr_in m_to{};
+};
+
+/// An unbound UDP socket, closed at the end.
+class SendSocket
+{
+public:
+    SendSocket()
+        : m_descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    {
+    }
+    ~SendSocket() { close(m_descriptor); }
+    SendSocket(const SendSocket &) = delete;
+    SendSocket &operator=(const SendSocket &) = delete;
+
+    int descriptor() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+};
