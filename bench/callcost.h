@@ -30,7 +30,7 @@ private:
     struct Lane
     {
         std::mutex mutex;
-        std::array<char, 65536> buffer;
+        std::array<char, 65536> buffer{};
         size_t used = 0;
         std::condition_variable wake;
         bool woken = false;

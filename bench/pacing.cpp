@@ -68,9 +68,9 @@ uint32_t nextFrameNumber()
 
 std::vector<uint64_t> counts(const Receivers &receivers, int channels)
 {
-    std::vector<uint64_t> counts;
+    std::vector<uint64_t> counts(size_t(channels), 0);
     for (int channel = 0; channel < channels; ++channel)
-        counts.push_back(receivers.datagrams(channel));
+        counts[size_t(channel)] = receivers.datagrams(channel);
     return counts;
 }
 
