@@ -27,8 +27,6 @@ public:
 
     const std::array<FrameLine, LinesPerFrame> &lines() const { return m_lines; }
 
-    int byteCount() const;
-
 private:
     std::array<FrameLine, LinesPerFrame> m_lines;
 };

@@ -30,8 +30,8 @@ Run runPaced(Road &road, const Receivers &receivers, int rate, int frames);
 /// neither a queue nor a socket overflows.
 Run runWindowed(Road &road, const Receivers &receivers, int frames);
 
-/// Waits until the receiver of each of the first \a channels channels has counted so many datagrams in all.
-/// False if they do not come within a second.
+/// Waits until the receivers of the first channels have counted as many datagrams in all as \a counts says of
+/// each. False if they do not come within a second.
 bool waitForArrivals(const Receivers &receivers, const std::vector<uint64_t> &counts);
 
 /// What each receiver has counted so far, of the first \a channels channels.
