@@ -12,6 +12,8 @@
 #include <cstdio>
 #include <memory>
 
+#include <malloc.h>
+
 namespace {
 
 constexpr int rate = 1000;
@@ -29,6 +31,13 @@ double residentKiB()
             sum += line.mid(8).trimmed().split(' ').first().toDouble();
     }
     return sum;
+}
+
+void printResidency()
+{
+    const double resident = residentKiB();
+    malloc_trim(0);
+    std::printf("%f %f\n", resident, residentKiB());
 }
 
 std::unique_ptr<Road> makeRoad(const QString &what, const Receivers &receivers, int channels, bool routing)
@@ -54,8 +63,9 @@ bool startProbe(const Probe &probe, Residency *residency)
     if (!process.waitForFinished(probe.seconds * 1000 + SpareMs) || process.exitCode() != 0)
         return false;
     const QList<QByteArray> words = process.readAllStandardOutput().simplified().split(' ');
-    *residency = {words.value(0).toDouble(), words.value(1).toDouble()};
-    return words.size() == 2;
+    *residency = {words.value(0).toDouble(), words.value(1).toDouble(), words.value(2).toDouble(),
+                  words.value(3).toDouble()};
+    return words.size() == 4;
 }
 
 int probeResidency(const Options &options, const Receivers &receivers)
@@ -67,9 +77,9 @@ int probeResidency(const Options &options, const Receivers &receivers)
     // The first second belongs to the start: queues and buffers reach their size.
     if (seconds > 0 && (!warmUp(*road, receivers) || runPaced(*road, receivers, rate, rate).arrived == 0))
         return 1;
-    const double start = residentKiB();
+    printResidency();
     for (int second = 1; second < seconds; ++second)
         runPaced(*road, receivers, rate, rate);
-    std::printf("%f %f\n", start, residentKiB());
+    printResidency();
     return 0;
 }

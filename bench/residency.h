@@ -8,8 +8,10 @@ class Receivers;
 /// Resident memory of a fresh process, in KiB.
 struct Residency
 {
-    double start = 0; ///< when all is in its stride
-    double end = 0;   ///< after the data has flowed
+    double start = 0;      ///< when all is in its stride
+    double startInUse = 0; ///< the same after free pages were given back to the system
+    double end = 0;        ///< after the data has flowed
+    double endInUse = 0;
 };
 
 /// What a process is looked into for: "module" or "handoff", the number of channels, and seconds of data,
