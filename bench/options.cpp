@@ -7,6 +7,15 @@
 
 namespace {
 
+constexpr char help[] = R"(Measures the module against the least that its work costs. script/bench [OPTION...]
+
+  --quick          fewer and shorter repetitions
+  --only WORD      only the families of rows that WORD is found in:
+                   paced (cpu, latency), throughput, call, growth, opening, memory
+  --soak SECONDS   let data flow so long in the rows of memory
+  --json FILE      write the table to FILE as well
+  --help           this text)";
+
 [[noreturn]] void endWith(const QString &text, FILE *stream, int status)
 {
     std::fprintf(stream, "%s\n", qPrintable(text));
@@ -18,27 +27,19 @@ namespace {
 Options parseOptions(const QStringList &arguments)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QLatin1String("Measures the module against the least that its work costs.\n"
-                      "Families of rows: paced (cpu, latency), throughput, call, growth, opening, memory."));
-    const QCommandLineOption help({QLatin1String("h"), QLatin1String("help")}, QLatin1String("This text."));
-    const QCommandLineOption json(QLatin1String("json"), QLatin1String("Write the table to FILE as well."),
-                                  QLatin1String("FILE"));
-    const QCommandLineOption only(QLatin1String("only"),
-                                  QLatin1String("Only the families of rows that WORD is found in."),
-                                  QLatin1String("WORD"));
-    const QCommandLineOption quick(QLatin1String("quick"), QLatin1String("Fewer and shorter repetitions."));
-    const QCommandLineOption soak(QLatin1String("soak"),
-                                  QLatin1String("Let data flow for SECONDS in the rows of memory."),
-                                  QLatin1String("SECONDS"));
-    QCommandLineOption probe(QLatin1String("probe"), QString(), QLatin1String("WHAT"));
-    probe.setFlags(QCommandLineOption::HiddenFromHelp);
-    parser.addOptions({help, json, only, quick, soak, probe});
+    const QString value = QLatin1String("value");
+    const QCommandLineOption wantsHelp(QLatin1String("help"));
+    const QCommandLineOption quick(QLatin1String("quick"));
+    const QCommandLineOption only(QLatin1String("only"), QString(), value);
+    const QCommandLineOption soak(QLatin1String("soak"), QString(), value);
+    const QCommandLineOption json(QLatin1String("json"), QString(), value);
+    const QCommandLineOption probe(QLatin1String("probe"), QString(), value);
+    parser.addOptions({wantsHelp, quick, only, soak, json, probe});
 
     if (!parser.parse(arguments))
         endWith(parser.errorText(), stderr, 2);
-    if (parser.isSet(help))
-        endWith(parser.helpText(), stdout, 0);
+    if (parser.isSet(wantsHelp))
+        endWith(QLatin1String(help), stdout, 0);
     if (!parser.positionalArguments().isEmpty())
         endWith(QLatin1String("Unexpected argument: ") + parser.positionalArguments().first(), stderr, 2);
     bool isNumber = true;

@@ -23,8 +23,8 @@ void addThroughputRows(const Options &options, const Receivers &receivers, Repor
 {
     const QString name = QLatin1String("throughput");
     const Feed feed = [&](Road &road) { return runWindowed(road, receivers, framesARun); };
-    const auto measureOne = [&](const RoadMaker &make, Run *run) {
-        return measureRoad(name, make, feed, receivers, report, run);
+    const auto measureOne = [&](const RoadMaker &make, const char *road, Run *run) {
+        return measureRoad(name + QLatin1String(road), make, feed, receivers, report, run);
     };
     Pairs againstSender;
     Pairs againstHandOff;
@@ -32,9 +32,11 @@ void addThroughputRows(const Options &options, const Receivers &receivers, Repor
         Run ours;
         Run direct;
         Run handOff;
-        if (!measureOne([&] { return std::make_unique<Product>(receivers, Setup()); }, &ours) ||
-            !measureOne([&] { return std::make_unique<DirectSender>(receivers, ChannelCount); }, &direct) ||
-            !measureOne([&] { return std::make_unique<HandOff>(receivers, ChannelCount); }, &handOff))
+        if (!measureOne([&] { return std::make_unique<Product>(receivers, Setup()); }, ", ours", &ours) ||
+            !measureOne([&] { return std::make_unique<DirectSender>(receivers, ChannelCount); },
+                        ", one sender", &direct) ||
+            !measureOne([&] { return std::make_unique<HandOff>(receivers, ChannelCount); }, ", hand-off",
+                        &handOff))
             continue;
         compareBytes(name, ours, direct, report);
         againstSender.add(datagramsPerCpuMs(ours), datagramsPerCpuMs(direct));
