@@ -4,41 +4,51 @@
 #include "pacing.h"
 #include "product.h"
 #include "receivers.h"
+#include "statistics.h"
 
 #include <cstring>
+#include <numeric>
 
 namespace {
 
-/// Few enough that the lines of a burst stay far below what a queue holds.
-constexpr int framesABurst = 4;
-
-/// Sums of what a side's calls took.
+/// What a side's calls took.
 struct Spent
 {
-    int64_t cpu = 0;
-    int64_t elapsed = 0;
+    std::vector<double> inside; // a call each
+    int64_t last = 0;           // the sum
 };
 
 /// Costs nothing but the looks at the clocks around it.
 struct Nothing
 {
-    void deliver(uint32_t /*number*/) {}
+    void setNumber(uint32_t /*number*/) {}
+    void deliver(int /*index*/) {}
 };
 
 template <typename Side>
-void measureBurst(Side &side, Spent *spent)
+void measureFrame(Side &side, Spent *spent)
 {
-    const int64_t start = nowNs();
-    const int64_t cpu = threadCpuNs();
-    for (int frame = 0; frame < framesABurst; ++frame)
-        side.deliver(nextFrameNumber());
-    spent->cpu += threadCpuNs() - cpu;
-    spent->elapsed += nowNs() - start;
+    constexpr int lastLine = LinesPerFrame - 1;
+    side.setNumber(nextFrameNumber());
+    for (int index = 0; index < lastLine; ++index) {
+        const int64_t start = nowNs();
+        side.deliver(index);
+        spent->inside.push_back(double(nowNs() - start));
+    }
+    const int64_t start = threadCpuNs();
+    side.deliver(lastLine);
+    spent->last += threadCpuNs() - start;
 }
 
-double perLine(int64_t nanoseconds, int bursts)
+double mean(const std::vector<double> &values)
 {
-    return double(nanoseconds) / (double(bursts) * framesABurst * LinesPerFrame);
+    return std::accumulate(values.begin(), values.end(), 0.0) / double(values.size());
+}
+
+LineCost costOf(const Spent &spent, const Spent &clocks, int frames)
+{
+    return {median(spent.inside) - median(clocks.inside), mean(spent.inside) - mean(clocks.inside),
+            double(spent.last - clocks.last) / frames};
 }
 
 } // namespace
@@ -77,27 +87,23 @@ void CopyLanes::waitForever(Lane &lane)
     }
 }
 
-void CopyLanes::deliver(uint32_t number)
+void CopyLanes::deliver(int index)
 {
-    m_frame.setNumber(number);
-    const FrameLine &last = m_frame.lines().back();
-    for (const FrameLine &line : m_frame.lines())
-        put(line.type.c_str(), line.text.c_str(), &line == &last);
-}
-
-void CopyLanes::put(const char *type, const char *line, bool frameEnds)
-{
+    const FrameLine &line = m_frame.lines()[size_t(index)];
+    const bool frameEnds = index == LinesPerFrame - 1;
     // The texts come without their lengths, as they do to the module.
+    const char *type = line.type.c_str();
+    const char *text = line.text.c_str();
     const size_t typeSize = std::strlen(type) + 1;
-    const size_t lineSize = std::strlen(line) + 1;
+    const size_t textSize = std::strlen(text) + 1;
     for (const auto &lane : m_lanes) {
         {
             const std::lock_guard<std::mutex> lock(lane->mutex);
-            if (lane->used + typeSize + lineSize > lane->buffer.size())
+            if (lane->used + typeSize + textSize > lane->buffer.size())
                 lane->used = 0;
             std::memcpy(lane->buffer.data() + lane->used, type, typeSize);
-            std::memcpy(lane->buffer.data() + lane->used + typeSize, line, lineSize);
-            lane->used += typeSize + lineSize;
+            std::memcpy(lane->buffer.data() + lane->used + typeSize, text, textSize);
+            lane->used += typeSize + textSize;
             lane->woken = lane->woken || frameEnds;
         }
         if (m_waking && frameEnds)
@@ -105,7 +111,7 @@ void CopyLanes::put(const char *type, const char *line, bool frameEnds)
     }
 }
 
-bool measureCalls(Product &product, const Receivers &receivers, int bursts, CallCost *cost)
+bool measureCalls(Product &product, const Receivers &receivers, int frames, CallCosts *costs)
 {
     if (!warmUp(product, receivers))
         return false;
@@ -119,21 +125,21 @@ bool measureCalls(Product &product, const Receivers &receivers, int bursts, Call
         CopyLanes lanes(product.channels(), false);
         CopyLanes wakingLanes(product.channels(), true);
         Nothing nothing;
-        for (int burst = 0; burst < bursts; ++burst) {
+        for (int frame = 0; frame < frames; ++frame) {
             std::vector<uint64_t> goal = counts(receivers, product.channels());
             for (uint64_t &count : goal)
-                count += framesABurst;
-            measureBurst(product, &ours);
+                ++count;
+            measureFrame(product, &ours);
             arrived = waitForArrivals(receivers, goal) && arrived;
-            measureBurst(nothing, &clocks);
-            measureBurst(lanes, &copies);
-            measureBurst(wakingLanes, &wakes);
+            measureFrame(nothing, &clocks);
+            // Both sides come back from a sleep.
+            sleepUs(500);
+            measureFrame(lanes, &copies);
+            measureFrame(wakingLanes, &wakes);
             // Its threads have nothing to do but to go back to sleep.
             sleepUs(200);
         }
     }).join();
-    const auto cpu = [&](const Spent &spent) { return perLine(spent.cpu - clocks.cpu, bursts); };
-    const auto elapsed = [&](const Spent &spent) { return perLine(spent.elapsed - clocks.elapsed, bursts); };
-    *cost = {cpu(ours), elapsed(ours), cpu(copies), elapsed(copies), cpu(wakes)};
+    *costs = {costOf(ours, clocks, frames), costOf(copies, clocks, frames), costOf(wakes, clocks, frames)};
     return arrived;
 }

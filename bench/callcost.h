@@ -24,7 +24,10 @@ public:
     CopyLanes(const CopyLanes &) = delete;
     CopyLanes &operator=(const CopyLanes &) = delete;
 
-    void deliver(uint32_t number);
+    void setNumber(uint32_t number) { m_frame.setNumber(number); }
+
+    /// Line \a index of the frame.
+    void deliver(int index);
 
 private:
     struct Lane
@@ -39,23 +42,27 @@ private:
     };
 
     static void waitForever(Lane &lane);
-    void put(const char *type, const char *line, bool frameEnds);
 
     std::vector<std::unique_ptr<Lane>> m_lanes;
     const bool m_waking;
     Frame m_frame;
 };
 
-/// What a line has cost the thread that hands it over.
-struct CallCost
+/// What a line costs the thread that hands it over, in nanoseconds.
+struct LineCost
 {
-    double oursNs = 0;          ///< processor time
-    double oursElapsedNs = 0;   ///< by the clock
-    double copiesNs = 0;        ///< processor time of CopyLanes
-    double copiesElapsedNs = 0; ///< by the clock
-    double wakesNs = 0;         ///< processor time of CopyLanes with wakes
+    double inside = 0; ///< the median of the calls with a line in the midst of a frame, by the clock
+    double mean = 0;   ///< the mean of the same calls
+    double last = 0;   ///< the mean processor time of the call with a frame's last line
 };
 
-/// Hands frames over in bursts, after each of which the workers may drain outside the measured time, ours
+struct CallCosts
+{
+    LineCost ours;
+    LineCost copies; ///< of CopyLanes
+    LineCost wakes;  ///< of CopyLanes with a wake a frame
+};
+
+/// Hands frames over one by one, after each of which the workers may drain outside the measured time, ours
 /// and the limits in turn. False if datagrams do not arrive.
-bool measureCalls(Product &product, const Receivers &receivers, int bursts, CallCost *cost);
+bool measureCalls(Product &product, const Receivers &receivers, int frames, CallCosts *costs);

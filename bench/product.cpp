@@ -90,24 +90,18 @@ void Product::prepareController(const Receivers &receivers)
 
 int64_t Product::carry(uint32_t number)
 {
-    m_frame.setNumber(number);
-    Requester *requester = m_link.requester();
-    const FrameLine &last = m_frame.lines().back();
-    for (const FrameLine &line : m_frame.lines()) {
-        if (&line != &last)
-            requester->onOutputData(line.type.c_str(), line.text.c_str());
-    }
+    setNumber(number);
+    for (int index = 0; index < LinesPerFrame - 1; ++index)
+        deliver(index);
     const int64_t start = nowNs();
-    requester->onOutputData(last.type.c_str(), last.text.c_str());
+    deliver(LinesPerFrame - 1);
     return start;
 }
 
-void Product::deliver(uint32_t number)
+void Product::deliver(int index)
 {
-    m_frame.setNumber(number);
-    Requester *requester = m_link.requester();
-    for (const FrameLine &line : m_frame.lines())
-        requester->onOutputData(line.type.c_str(), line.text.c_str());
+    const FrameLine &line = m_frame.lines()[size_t(index)];
+    m_link.requester()->onOutputData(line.type.c_str(), line.text.c_str());
 }
 
 int64_t Product::openAndClose()

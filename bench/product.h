@@ -34,8 +34,11 @@ public:
     int64_t carry(uint32_t number) override;
     int channels() const override { return m_setup.wanting; }
 
-    /// Hands the lines of frame \a number to the module without more.
-    void deliver(uint32_t number);
+    /// The lines that deliver() hands over are those of frame \a number from now on.
+    void setNumber(uint32_t number) { m_frame.setNumber(number); }
+
+    /// Hands line \a index of the frame to the module; the last one wakes the workers.
+    void deliver(int index);
 
     /// Presses the menu action's slot and returns when the dialog is on the screen and closed again. The
     /// moment at which it was on the screen.
