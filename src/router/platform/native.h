@@ -13,6 +13,7 @@ enum NativeResult : int
     NativeTaken = 0,
     NativeTimedOut = 1,
     NativeFailed = -1,
+    NativeNotReady = -2, ///< of nativeSocketSend() alone
 };
 
 /// As the milliseconds of a wait: without limit.
@@ -74,7 +75,8 @@ int nativeSocketAllowBroadcast(NativeSocket socket);
 int nativeSocketBind(NativeSocket socket, uint16_t port);
 /// NativeTaken once a datagram can be sent; NativeTimedOut; NativeFailed.
 int nativeSocketWaitWritable(NativeSocket socket, uint32_t timeoutMicroseconds);
-/// Sends one datagram, address and port in host byte order. The bytes sent, negative on failure.
+/// Sends one datagram without waiting, address and port in host byte order. The bytes sent; NativeNotReady if
+/// the socket must be waited for first; NativeFailed.
 int32_t nativeSocketSend(NativeSocket socket, const void *data, int32_t length, uint32_t address,
                          uint16_t port);
 int nativeSocketClose(NativeSocket socket);

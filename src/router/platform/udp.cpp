@@ -54,13 +54,17 @@ int udpOpen(SocketHandle **handle, uint16_t port, uint16_t flags)
 int udpSend(SocketHandle *handle, const void *data, int32_t length, uint32_t address, uint16_t port,
             uint32_t timeoutMicroseconds)
 {
-    const int writable = nativeSocketWaitWritable(handle->socket, timeoutMicroseconds);
-    if (writable == NativeTimedOut)
-        return timedOut;
-    if (writable != NativeTaken)
-        return failed;
-    const int32_t sent = nativeSocketSend(handle->socket, data, length, address, port);
-    return sent < 0 || sent < length ? failed : succeeded;
+    // Most datagrams find the socket ready, and are spared the call that waits for it.
+    int32_t sent = nativeSocketSend(handle->socket, data, length, address, port);
+    if (sent == NativeNotReady) {
+        const int writable = nativeSocketWaitWritable(handle->socket, timeoutMicroseconds);
+        if (writable != NativeTaken)
+            return writable == NativeTimedOut ? timedOut : failed;
+        sent = nativeSocketSend(handle->socket, data, length, address, port);
+        if (sent == NativeNotReady)
+            return timedOut;
+    }
+    return sent == length ? succeeded : failed;
 }
 
 int udpClose(SocketHandle *handle)

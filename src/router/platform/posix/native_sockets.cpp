@@ -83,10 +83,12 @@ int32_t nativeSocketSend(NativeSocket socket, const void *data, int32_t length, 
     const sockaddr_in destination = endpoint(address, port);
     ssize_t sent = 0;
     do {
-        sent = sendto(descriptor(socket), data, static_cast<size_t>(length), 0,
+        sent = sendto(descriptor(socket), data, static_cast<size_t>(length), MSG_DONTWAIT,
                       reinterpret_cast<const sockaddr *>(&destination), sizeof destination);
     } while (sent < 0 && errno == EINTR);
-    return static_cast<int32_t>(sent);
+    if (sent >= 0)
+        return static_cast<int32_t>(sent);
+    return errno == EAGAIN || errno == EWOULDBLOCK ? NativeNotReady : NativeFailed;
 }
 
 int nativeSocketClose(NativeSocket socket)
