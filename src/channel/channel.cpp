@@ -5,11 +5,10 @@
 #include <QScopedValueRollback>
 #include <QSet>
 
+#include <algorithm>
 #include <limits>
 
 namespace {
-
-constexpr int portBits = 16;
 
 QStandardItem *takeOrMakeItem(QStandardItemModel &model, int row, int column)
 {
@@ -38,14 +37,14 @@ Channel::Channel(IOManager *ioManager, int channelIndex, BackendVersions *versio
          {"fr", "ts2", "ts", "st", "6dcal", "6d", "6di", "3d", "6df2", "6dmt2", "6dmtr", "glcal", "gl"})
         m_typeOrder << QLatin1String(name);
     setOutputTypes({});
-    connect(&m_typeModel, &QStandardItemModel::itemChanged, this, &Channel::publishTicks);
+    connect(&m_typeModel, &QStandardItemModel::itemChanged, this, &Channel::updateTickedTypes);
 }
 
 Channel::~Channel() = default;
 
 void Channel::setOutputTypes(const QList<OutputTypeInfo> &types)
 {
-    // load() follows and publishes the ticks that it has read.
+    // load() follows and tells the ticks that it has read.
     const QScopedValueRollback<bool> hold(m_holdTicks, true);
     clearRows(m_typeOrder.size() + types.size());
     int others = 0;
@@ -101,7 +100,7 @@ void Channel::findHiddenRows()
     }
 }
 
-void Channel::publishTicks()
+void Channel::updateTickedTypes()
 {
     if (m_holdTicks)
         return;
@@ -113,7 +112,11 @@ void Channel::publishTicks()
             ticked << name.toLatin1();
         seen << name;
     }
-    m_tickedTypes.publish(ticked);
+    std::sort(ticked.begin(), ticked.end());
+    if (ticked == m_tickedTypes)
+        return;
+    m_tickedTypes.swap(ticked);
+    emit tickedTypesChanged();
 }
 
 void Channel::setMonitorIp(QString monitorIp)
@@ -239,12 +242,6 @@ quint32 Channel::lookUp(const QString &host)
 void Channel::setDestination(quint32 address, int port)
 {
     m_destination = quint64{address} << portBits | static_cast<quint16>(port);
-}
-
-UdpDestination Channel::destination() const
-{
-    const quint64 both = m_destination;
-    return {static_cast<quint32>(both >> portBits), static_cast<quint16>(both)};
 }
 
 bool Channel::isPort(int number)

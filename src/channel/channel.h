@@ -1,11 +1,12 @@
 #pragma once
 
 #include "outputtypeinfo.h"
-#include "tickedtypes.h"
 
+#include <QByteArray>
 #include <QObject>
 #include <QStandardItemModel>
 #include <QStringList>
+#include <QVector>
 
 #include <atomic>
 
@@ -59,8 +60,8 @@ public:
     void setActiveOnController(bool on);
 
     /// Rebuilds the rows from \a types: well-known identifiers first, in their fixed order, then the others
-    /// in the order of the catalogue. All ticks are off until load() has read them; isTypeWanted() goes on
-    /// answering from the ticks of before until then, so that a refresh tears no frame.
+    /// in the order of the catalogue. All ticks are off until load() has read them; tickedTypes() stays as
+    /// it was until then, so that a refresh tears no frame.
     void setOutputTypes(const QList<OutputTypeInfo> &types);
 
     /// The three identities of this computer: its address as the Controller sees it, its name, and its
@@ -85,7 +86,11 @@ public:
     int dataDivisor() const { return m_dataDivisor; }
 
     /// Address and port as they stood together at one moment. Any thread.
-    UdpDestination destination() const;
+    UdpDestination destination() const
+    {
+        const quint64 both = m_destination;
+        return {static_cast<quint32>(both >> portBits), static_cast<quint16>(both)};
+    }
 
     quint32 ip() const { return destination().address; }
     int port() const { return destination().port; }
@@ -99,8 +104,8 @@ public:
     /// Whether the row of \a name is ticked; false without such a row.
     bool isTypeActive(const QString &name) const;
 
-    /// isTypeActive() for the data threads, from the ticks as they were last published. Any thread.
-    bool isTypeWanted(const char *name) const { return m_tickedTypes.contains(name); }
+    /// The names of the ticked rows, in Latin-1 and sorted, as tickedTypesChanged() last told.
+    const QVector<QByteArray> &tickedTypes() const { return m_tickedTypes; }
 
     /// The address of \a host, a dotted address or a name; 0 if there is none. A name is looked up: blocks.
     static quint32 lookUp(const QString &host);
@@ -112,6 +117,9 @@ public:
 signals:
     /// load() has ended.
     void updated();
+
+    /// tickedTypes() is another. While rows are rebuilt and read it waits for the last of them.
+    void tickedTypesChanged();
 
     /// commit() begins: whoever holds an edit back hands it over before this returns.
     void committingChanges();
@@ -146,11 +154,13 @@ private:
     void fillRow(int row, const OutputTypeInfo &type);
     void removeEmptyRows();
     void findHiddenRows();
-    void publishTicks();
+    void updateTickedTypes();
     bool hasPendingTick() const;
     void setHostAndPort(const QString &host, int port);
     void setDestination(quint32 address, int port);
     static bool isPort(int number);
+
+    static constexpr int portBits = 16;
 
     IOManager *m_ioManager;
     BackendVersions *m_versions;
@@ -168,6 +178,6 @@ private:
     QString m_domainName;
     QString m_host;
     std::atomic<quint64> m_destination{0}; // address above port, so that both change at once
-    TickedTypes m_tickedTypes;
-    bool m_holdTicks = false; // the rows are being read; their ticks are published as a whole
+    QVector<QByteArray> m_tickedTypes;
+    bool m_holdTicks = false; // the rows are being read; their ticks are told as a whole
 };

@@ -73,7 +73,7 @@ void Channel::loadTicks()
                 loadTick(row);
         }
     }
-    publishTicks();
+    updateTickedTypes();
 }
 
 void Channel::loadTick(int row)

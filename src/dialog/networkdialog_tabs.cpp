@@ -42,6 +42,7 @@ void NetworkDialog::createChannel(int index)
 {
     auto *channel = new ChannelAsRouter(m_ioManager, index, m_versions);
     connect(this, SIGNAL(deferedRouterActiveToggled(bool)), channel, SLOT(updateRouterActiveState(bool)));
+    connect(channel, &Channel::tickedTypesChanged, this, [this] { m_fanOut.publish(m_channels); });
     m_channels << channel;
 
     auto *page = new ChannelWidget(m_ioManager, channel, m_versions);

@@ -3,8 +3,10 @@
 #include "mutexguard.h"
 #include "udp.h"
 
-// Locks: m_runMutex comes before the other two; m_queueMutex and m_frameMutex are never held together.
-// Whoever holds m_queueMutex may try m_runMutex, since trying never waits.
+#include <utility>
+
+// Locks: m_runMutex comes before m_frameMutex, m_frameMutex before m_queueMutex. Whoever holds m_queueMutex
+// may try m_runMutex, since trying never waits.
 
 namespace {
 
@@ -23,11 +25,14 @@ uint32_t workerEntry(void *channel)
 
 ChannelAsRouter::ChannelAsRouter(IOManager *ioManager, int channelIndex, BackendVersions *versions)
     : Channel(ioManager, channelIndex, versions)
+    , m_log(channelIndex + 1)
 {
     mutexCreate(&m_frameMutex);
     mutexCreate(&m_queueMutex);
     mutexCreate(&m_runMutex);
     condCreate(&m_queueCondition);
+    if (!hasLocks())
+        m_log.tell(RouterLog::LocksRefused);
 }
 
 ChannelAsRouter::~ChannelAsRouter()
@@ -35,7 +40,7 @@ ChannelAsRouter::~ChannelAsRouter()
     if (hasLocks()) {
         const MutexGuard queue(m_queueMutex);
         m_workerRun = false;
-        condSignal(m_queueCondition);
+        wakeWorker();
     }
     threadAwait(this);
     if (m_socketHandle)
@@ -48,14 +53,23 @@ ChannelAsRouter::~ChannelAsRouter()
     }
 }
 
-void ChannelAsRouter::enqueue(const char *type, const char *line)
+void ChannelAsRouter::enqueue(const RouterLine &line)
 {
-    if (!isActive() || !m_routerRunning || destination().address == 0 || !isTypeWanted(type))
+    if (!isActive() || !m_routerRunning || destination().address == 0)
         return;
-    RouterLine copy{type, line};
+    // Behind the lock, so that the woken worker does not stop at it at once.
+    if (queueLine(line))
+        condSignal(m_queueCondition);
+}
+
+bool ChannelAsRouter::queueLine(const RouterLine &line)
+{
     const MutexGuard queue(m_queueMutex);
-    m_lineQueue.append(std::move(copy));
-    condSignal(m_queueCondition);
+    m_lineQueue.append(line);
+    if (!m_workerWaits || !(m_wakeRule.isDue(line, m_lineQueue.lineCount()) || m_lineQueue.hasFullBlock()))
+        return false;
+    m_workerWaits = false;
+    return true;
 }
 
 void ChannelAsRouter::resetFrame()
@@ -63,7 +77,7 @@ void ChannelAsRouter::resetFrame()
     if (!hasLocks())
         return;
     const MutexGuard frame(m_frameMutex);
-    m_frame.resetFrame();
+    dropFrame();
 }
 
 void ChannelAsRouter::updateRouterActiveState(bool active)
@@ -78,7 +92,8 @@ void ChannelAsRouter::updateRouterActiveState(bool active)
 
 void ChannelAsRouter::startRouter()
 {
-    m_routerRunning = true;
+    if (!m_routerRunning.exchange(true))
+        m_log.tell(RouterLog::Started);
     openSocket();
     setHost(host()); // repeats a look-up that failed; not under a lock that a data thread takes
     dropFrameAndLetWorkerRun();
@@ -87,14 +102,17 @@ void ChannelAsRouter::startRouter()
 
 void ChannelAsRouter::stopRouter()
 {
+    bool ran = false;
     {
         const MutexGuard queue(m_queueMutex);
-        m_routerRunning = false;
+        ran = m_routerRunning.exchange(false);
         m_workerRun = false;
-        condSignal(m_queueCondition);
+        wakeWorker();
     }
     threadSleep(stopMilliseconds);
     resetFrame();
+    if (ran)
+        m_log.tell(RouterLog::Stopped);
 }
 
 void ChannelAsRouter::dropFrameAndLetWorkerRun()
@@ -103,40 +121,51 @@ void ChannelAsRouter::dropFrameAndLetWorkerRun()
     // and it is dropped, or sees that it is to go on. Nothing is taken from a frame that the new worker has
     // begun.
     const MutexGuard frame(m_frameMutex);
-    m_frame.resetFrame();
+    dropFrame();
     m_workerRun = true;
 }
 
 void ChannelAsRouter::openSocket()
 {
-    SocketHandle *handle = nullptr;
     // Only this thread writes the field, so it may look without the lock. A failure is tried again at the
     // next start.
-    if (m_socketHandle || udpOpen(&handle, 0, UdpAnyPort) != 0)
+    if (m_socketHandle)
         return;
+    SocketHandle *handle = nullptr;
+    if (udpOpen(&handle, 0, UdpAnyPort) != 0) {
+        m_log.tell(RouterLog::SocketRefused);
+        return;
+    }
     const MutexGuard frame(m_frameMutex);
     m_socketHandle = handle;
 }
 
 void ChannelAsRouter::startThread()
 {
-    if (threadStart(workerEntry, this) == 0)
-        return;
+    if (threadStart(workerEntry, this) != 0 && stopWithoutWorker())
+        m_log.tell(RouterLog::ThreadRefused);
+}
+
+bool ChannelAsRouter::stopWithoutWorker()
+{
     const MutexGuard queue(m_queueMutex);
     const bool workerRuns = mutexTryLock(m_runMutex) == 1;
     if (workerRuns)
-        return;
+        return false;
     mutexUnlock(m_runMutex);
     m_routerRunning = false;
     m_workerRun = false;
+    return true;
 }
 
 void ChannelAsRouter::runWorker()
 {
     if (!claimRun())
         return;
-    while (!leaveRun())
-        handleNextLine();
+    while (!leaveRun()) {
+        waitForLines();
+        handleLines(); // also of a worker that is to stop: what it has left in the queue belongs to its frame
+    }
 }
 
 bool ChannelAsRouter::claimRun()
@@ -164,34 +193,54 @@ bool ChannelAsRouter::leaveRun()
     return true;
 }
 
-void ChannelAsRouter::handleNextLine()
+void ChannelAsRouter::handleLines()
 {
-    RouterLine line;
-    bool gap = false;
-    if (!takeLine(&line, &gap))
-        return;
     const MutexGuard frame(m_frameMutex);
-    if (gap)
-        m_frame.startAfterGap();
-    if (!m_frame.add(line))
-        return;
-    sendFrame();
-    resetFrame();
+    if (m_block.isRead())
+        takeLines();
+    RouterLine line;
+    while (m_block.read(&line)) {
+        if (!m_frame.add(line))
+            continue;
+        sendFrame();
+        m_frame.resetFrame();
+        return; // the router may be to stop
+    }
 }
 
-bool ChannelAsRouter::takeLine(RouterLine *line, bool *gap)
+void ChannelAsRouter::takeLines()
 {
+    bool gap = false;
+    {
+        const MutexGuard queue(m_queueMutex);
+        gap = m_lineQueue.take(&m_block) && m_lineQueue.takeGap();
+    }
+    if (!gap)
+        return;
+    m_frame.startAfterGap();
+    m_log.tell(RouterLog::LinesLost);
+}
+
+void ChannelAsRouter::waitForLines()
+{
+    WakeRule nextCompletion;
+    {
+        const MutexGuard frame(m_frameMutex);
+        if (!m_block.isRead())
+            return;
+        nextCompletion = m_frame.nextCompletion();
+    }
     const MutexGuard queue(m_queueMutex);
     // A stop wakes the worker under the lock: if it came before this, there is nothing to wait for.
-    if (m_lineQueue.isEmpty() && isRunWanted())
-        waitForLine();
-    if (!m_lineQueue.take(line))
-        return false;
-    *gap = m_lineQueue.takeGap();
-    return true;
+    if (m_lineQueue.lineCount() > 0 || !isRunWanted())
+        return;
+    m_wakeRule = std::move(nextCompletion);
+    m_workerWaits = !m_waitFailed;
+    sleepUntilWoken();
+    m_workerWaits = false;
 }
 
-void ChannelAsRouter::waitForLine()
+void ChannelAsRouter::sleepUntilWoken()
 {
     if (!m_waitFailed && condTimedWait(m_queueCondition, m_queueMutex, waitMilliseconds) != -1)
         return;
@@ -205,12 +254,56 @@ void ChannelAsRouter::waitForLine()
     mutexLock(m_queueMutex);
 }
 
+void ChannelAsRouter::wakeWorker()
+{
+    if (std::exchange(m_workerWaits, false))
+        condSignal(m_queueCondition);
+}
+
+void ChannelAsRouter::dropFrame()
+{
+    // What a waiting worker has left in the queue belongs to the frame, and is not enough to complete it.
+    if (takeLinesLeftLying()) {
+        RouterLine line;
+        while (m_block.read(&line))
+            m_frame.add(line);
+    }
+    m_frame.resetFrame();
+}
+
+bool ChannelAsRouter::takeLinesLeftLying()
+{
+    const MutexGuard queue(m_queueMutex);
+    if (!m_workerWaits)
+        return false;
+    m_wakeRule = WakeRule(); // what the worker knew of its frame is out of date
+    return m_lineQueue.take(&m_block);
+}
+
 void ChannelAsRouter::sendFrame()
 {
+    if (m_frame.isSendable(dataDivisor()))
+        send(m_frame.text());
+    else if (!m_frame.hasNumber())
+        m_log.tell(RouterLog::FrameWithoutNumber);
+    else if (m_frame.isOversized())
+        m_log.tell(RouterLog::FrameTooLong);
+}
+
+// A frame that does not get out is lost.
+void ChannelAsRouter::send(const QByteArray &text)
+{
     const UdpDestination to = destination();
-    if (!m_socketHandle || to.address == 0 || !m_frame.isSendable(dataDivisor()))
+    if (!m_socketHandle) {
+        m_log.tell(RouterLog::FrameWithoutSocket);
         return;
-    const QByteArray &text = m_frame.text();
-    // A frame that does not get out is lost; forwarding stays silent.
-    udpSend(m_socketHandle, text.constData(), text.size(), to.address, to.port, sendTimeoutMicroseconds);
+    }
+    if (to.address == 0) {
+        m_log.tell(RouterLog::FrameWithoutAddress);
+        return;
+    }
+    const int result =
+        udpSend(m_socketHandle, text.constData(), text.size(), to.address, to.port, sendTimeoutMicroseconds);
+    if (result != 0)
+        m_log.tell(result == -1 ? RouterLog::SendTimedOut : RouterLog::SendFailed);
 }

@@ -3,6 +3,8 @@
 #include "channel.h"
 #include "frameassembler.h"
 #include "linequeue.h"
+#include "routerlog.h"
+#include "wakerule.h"
 
 struct Condition;
 struct Mutex;
@@ -12,8 +14,8 @@ struct SocketHandle;
 /// thread of its own joins them into frames and sends each frame as one UDP datagram to the channel's
 /// destination.
 ///
-/// Failures stay silent: nothing of the forwarding is reported to the user. A channel whose locks could not
-/// be made never routes.
+/// Failures stay silent: nothing of the forwarding is reported to the user, only to RouterLog. A channel
+/// whose locks could not be made never routes.
 class ChannelAsRouter : public Channel
 {
     Q_OBJECT
@@ -25,9 +27,9 @@ public:
     /// channel.
     ~ChannelAsRouter() override;
 
-    /// Queues a copy of \a line if the channel routes and wants \a type. Any thread; waits for nothing but a
-    /// lock that is held for a few instructions.
-    void enqueue(const char *type, const char *line);
+    /// Queues a copy of \a line, whose type the channel ticks, if the channel routes. Any thread; waits for
+    /// nothing but a lock that is held for a few instructions.
+    void enqueue(const RouterLine &line);
 
     /// Drops the frame that is being assembled. Any thread; waits while the worker sends, at most 100 ms.
     void resetFrame();
@@ -49,21 +51,38 @@ private:
     void openSocket();
     void dropFrameAndLetWorkerRun();
     void startThread();
+    bool stopWithoutWorker();
+    bool queueLine(const RouterLine &line);
     bool claimRun();
     bool leaveRun();
-    void handleNextLine();
-    bool takeLine(RouterLine *line, bool *gap);
-    void waitForLine();
+    void handleLines();
+    void waitForLines();
+    void sleepUntilWoken();
+    void wakeWorker();
+    void takeLines();
+    bool takeLinesLeftLying();
+    void dropFrame();
     void sendFrame();
+    void send(const QByteArray &text);
 
-    std::atomic<bool> m_routerRunning{false}; // lines are queued and handled
-    std::atomic<bool> m_workerRun{false};     // the worker may go on
-    SocketHandle *m_socketHandle = nullptr;   // written by the GUI thread; under m_frameMutex
-    Mutex *m_frameMutex = nullptr;            // guards m_frame; held through a send
-    Mutex *m_queueMutex = nullptr;            // guards m_lineQueue, and claiming and leaving the run
-    Mutex *m_runMutex = nullptr;              // held by the worker for its whole life
-    Condition *m_queueCondition = nullptr;    // signalled at every queued line
-    bool m_waitFailed = false;                // m_queueCondition is broken; under m_queueMutex
-    LineQueue m_lineQueue;
-    FrameAssembler m_frame;
+    // A line of data touches the first group, the worker the second. Each has cache lines of its own, so that
+    // the two sides do not slow each other, and as few of them as possible, since they are cold at each
+    // frame.
+    static constexpr std::size_t cacheLineBytes = 64;
+
+    alignas(cacheLineBytes) std::atomic<bool> m_routerRunning{false}; // lines are queued and handled
+    std::atomic<bool> m_workerRun{false};                             // the worker may go on
+    bool m_workerWaits = false;            // and has not been signalled; under m_queueMutex
+    bool m_waitFailed = false;             // m_queueCondition is broken; under m_queueMutex
+    Mutex *m_queueMutex = nullptr;         // also guards claiming and leaving the run
+    Condition *m_queueCondition = nullptr; // signalled at a line that m_wakeRule tells
+    WakeRule m_wakeRule;                   // of the waiting worker; under m_queueMutex
+    LineQueue m_lineQueue;                 // under m_queueMutex
+
+    alignas(cacheLineBytes) Mutex *m_frameMutex = nullptr; // held through a send
+    Mutex *m_runMutex = nullptr;                           // held by the worker for its whole life
+    SocketHandle *m_socketHandle = nullptr;                // written by the GUI thread; under m_frameMutex
+    LineBlock m_block;      // taken by the worker, or by another in its place; under m_frameMutex
+    FrameAssembler m_frame; // under m_frameMutex
+    RouterLog m_log;
 };

@@ -2,27 +2,29 @@
 
 #include <QList>
 
+#include <array>
 #include <atomic>
-#include <memory>
-#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
 
 class ChannelAsRouter;
 
-/// Hands each line of tracking data to every channel. The data threads walk a list that is replaced as a
-/// whole: each line sees one consistent set of channels, and whoever takes a channel out knows when no data
-/// thread can hold it any more.
+/// Hands each line of tracking data to the channels that tick its type. The data threads look the channels up
+/// in a table that is replaced as a whole: each line sees one consistent set of channels and ticks, and
+/// whoever takes a channel out knows when no data thread can hold it any more.
 class ChannelFanOut
 {
 public:
-    ChannelFanOut();
     ~ChannelFanOut();
 
-    /// Makes \a channels the list. Returns when no data thread is under way on the list of before: what is no
-    /// longer listed may then be destroyed. Does not wait for data threads that came later, so it ends
-    /// however busy they are. GUI thread.
+    /// Makes the table from \a channels and their ticks as they are now. Returns when no data thread is under
+    /// way in the table of before: what is no longer listed may then be destroyed. Does not wait for data
+    /// threads that came later, so it ends however busy they are. GUI thread.
     void publish(const QList<ChannelAsRouter *> &channels);
 
-    /// Offers one line to every channel, in order. Any thread; waits for nothing but short locks.
+    /// Offers one line to every channel that ticks \a type, in order. Any thread; waits for nothing but short
+    /// locks. The cost depends on the number of these channels alone.
     void deliver(const char *type, const char *line);
 
     /// Has every channel drop the frame that it is assembling, in order. Any thread; waits for sends under
@@ -30,25 +32,30 @@ public:
     void resetFrames();
 
 private:
-    /// One list, and the data threads that are under way on it.
-    struct Set
+    using Channels = QList<ChannelAsRouter *>;
+
+    struct Route
     {
-        QList<ChannelAsRouter *> channels;
-        std::atomic<int> busyCount{0};
+        std::string type;
+        Channels channels;
     };
 
-    /// A data thread's stay on the current list.
-    class Walk
+    struct Table
     {
-    public:
-        explicit Walk(ChannelFanOut &fanOut);
-        ~Walk();
-        const QList<ChannelAsRouter *> &channels() const { return m_set->channels; }
+        Channels channels;
+        std::vector<Route> routes;       // sorted by the keys of their types
+        std::vector<quint64> keys;       // one a route
+        std::atomic<quint64> visited{0}; // visits that have ended since the table was published
 
-    private:
-        Set *m_set;
+        void fill(const Channels &from);
+        const Channels *find(std::string_view type) const;
     };
 
-    std::mutex m_mutex; // guards m_set, for as long as it takes to count a walk in or to swap the pointer
-    std::unique_ptr<Set> m_set;
+    /// A data thread's stay in the current table.
+    class Visit;
+
+    // There are two tables, the current one and one to be filled. Entering is one step that no publication
+    // can divide, so that a thread is counted in the table that it uses.
+    std::array<Table, 2> m_tables;
+    std::atomic<quint64> m_entrance{0}; // twice the visits begun in the current table, plus its index
 };

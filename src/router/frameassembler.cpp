@@ -1,5 +1,6 @@
 #include "frameassembler.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
@@ -9,22 +10,23 @@ namespace {
 constexpr int reservedBytes = 20000;
 
 /// The number behind "fr ", 0 if there is none or it does not fit.
-qint32 parseFrameNumber(const std::string &line)
+qint32 parseFrameNumber(std::string_view line)
 {
     constexpr std::size_t position = 3;
     if (line.size() < position)
         return 0;
+    const std::string text(line.substr(position)); // ends where the line does
     errno = 0;
-    const long number = std::strtol(line.c_str() + position, nullptr, 10);
+    const long number = std::strtol(text.c_str(), nullptr, 10);
     const bool fits = errno == 0 && number >= std::numeric_limits<qint32>::min() &&
                       number <= std::numeric_limits<qint32>::max();
     return fits ? static_cast<qint32>(number) : 0;
 }
 
-int lengthWithoutLineEnd(const std::string &line)
+int lengthWithoutLineEnd(std::string_view line)
 {
     const std::size_t last = line.find_last_not_of("\r\n");
-    return last == std::string::npos ? 0 : static_cast<int>(last + 1);
+    return last == std::string_view::npos ? 0 : static_cast<int>(last + 1);
 }
 
 } // namespace
@@ -68,7 +70,17 @@ bool FrameAssembler::add(const RouterLine &line)
     return m_lineCount == m_frameLines;
 }
 
-bool FrameAssembler::findFrameStart(const std::string &type)
+WakeRule FrameAssembler::nextCompletion() const
+{
+    const int linesToNewOpener = MaximumLinesWithoutStart - m_linesWithoutStart + 1;
+    const bool isMidFrame = m_lineCount < m_frameLines;
+    // In the midst of a frame the rest of it is to come, unless a new one opens. Between two frames the next
+    // one opens, and it will have the length of this one.
+    const int lines = isMidFrame ? m_frameLines - m_lineCount : m_lineCount;
+    return {static_cast<std::size_t>(std::clamp(lines, 1, linesToNewOpener)), m_firstLineType, !isMidFrame};
+}
+
+bool FrameAssembler::findFrameStart(std::string_view type)
 {
     if (m_firstLineType.empty()) {
         learnFirstLineType(type);
@@ -88,7 +100,7 @@ bool FrameAssembler::findFrameStart(const std::string &type)
     return !m_afterGap;
 }
 
-void FrameAssembler::learnFirstLineType(const std::string &type)
+void FrameAssembler::learnFirstLineType(std::string_view type)
 {
     m_firstLineType = type;
     m_lineCount = 0;
@@ -101,7 +113,7 @@ void FrameAssembler::readFrameNumber(const RouterLine &line)
         m_frameNumber = parseFrameNumber(line.line);
 }
 
-void FrameAssembler::appendText(const std::string &line)
+void FrameAssembler::appendText(std::string_view line)
 {
     const int length = lengthWithoutLineEnd(line);
     if (length == 0 || m_oversized)
@@ -116,5 +128,5 @@ void FrameAssembler::appendText(const std::string &line)
 
 bool FrameAssembler::isSendable(int divisor) const
 {
-    return m_frameNumber != 0 && m_frameNumber % divisor == 0 && !m_oversized;
+    return hasNumber() && m_frameNumber % divisor == 0 && !isOversized();
 }

@@ -1,8 +1,12 @@
 #pragma once
 
-#include "linequeue.h"
+#include "lineblock.h"
+#include "wakerule.h"
 
 #include <QByteArray>
+
+#include <string>
+#include <string_view>
 
 /// Joins lines into frames. The stream has no marks of its own: the first output type that is seen is taken
 /// for the one that opens frames, and a frame is complete when as many lines have come since that type's last
@@ -32,18 +36,25 @@ public:
     /// Adds one line; true if it completes a frame.
     bool add(const RouterLine &line);
 
+    /// The earliest line after now with which a frame can be complete.
+    WakeRule nextCompletion() const;
+
     /// Whether the complete frame is one to send: it has a number, \a divisor (at least 1) divides it, and it
     /// fits into a datagram.
     bool isSendable(int divisor) const;
+
+    /// Of the complete frame.
+    bool hasNumber() const { return m_frameNumber != 0; }
+    bool isOversized() const { return m_oversized; }
 
     /// The frame's lines, each ended by one CR LF.
     const QByteArray &text() const { return m_frameBuffer; }
 
 private:
-    bool findFrameStart(const std::string &type);
-    void learnFirstLineType(const std::string &type);
+    bool findFrameStart(std::string_view type);
+    void learnFirstLineType(std::string_view type);
     void readFrameNumber(const RouterLine &line);
-    void appendText(const std::string &line);
+    void appendText(std::string_view line);
 
     QByteArray m_frameBuffer;
     bool m_oversized = false; // the frame has outgrown a datagram; its text is not kept

@@ -2,35 +2,34 @@
 
 #include <utility>
 
-namespace {
-
-std::size_t byteCount(const RouterLine &line)
+void LineQueue::append(const RouterLine &line)
 {
-    return line.type.size() + line.line.size();
-}
-
-} // namespace
-
-void LineQueue::append(RouterLine &&line)
-{
-    const std::size_t bytes = byteCount(line);
-    while (!m_lines.empty() && (m_lines.size() >= MaximumLines || m_bytes + bytes > MaximumBytes))
+    const std::size_t bytes = line.type.size() + line.line.size();
+    while (m_lineCount > 0 && (m_lineCount >= MaximumLines || m_byteCount + bytes > MaximumBytes))
         dropOldest();
     if (bytes > MaximumBytes) {
         m_gap = true;
         return;
     }
-    m_bytes += bytes;
-    m_lines.push_back(std::move(line));
+    if (isFull(m_newest))
+        startBlock();
+    m_newest.append(line);
+    ++m_lineCount;
+    m_byteCount += bytes;
 }
 
-bool LineQueue::take(RouterLine *line)
+bool LineQueue::take(LineBlock *block)
 {
-    if (m_lines.empty())
+    if (m_lineCount == 0)
         return false;
-    *line = std::move(m_lines.front());
-    m_lines.pop_front();
-    m_bytes -= byteCount(*line);
+    block->clear();
+    if (m_full.empty()) {
+        std::swap(*block, m_newest);
+    } else {
+        m_spare = std::exchange(*block, std::move(m_full.front()));
+        m_full.pop_front();
+    }
+    subtract(*block);
     return true;
 }
 
@@ -39,9 +38,30 @@ bool LineQueue::takeGap()
     return std::exchange(m_gap, false);
 }
 
+bool LineQueue::isFull(const LineBlock &block)
+{
+    return block.lineCount() >= BlockLines || block.byteCount() >= BlockBytes;
+}
+
+void LineQueue::startBlock()
+{
+    m_full.push_back(std::exchange(m_newest, std::exchange(m_spare, {})));
+}
+
 void LineQueue::dropOldest()
 {
-    m_bytes -= byteCount(m_lines.front());
-    m_lines.pop_front();
+    if (m_full.empty()) {
+        subtract(m_newest);
+        m_newest.clear();
+    } else {
+        subtract(m_full.front());
+        m_full.pop_front();
+    }
     m_gap = true;
+}
+
+void LineQueue::subtract(const LineBlock &block)
+{
+    m_lineCount -= block.lineCount();
+    m_byteCount -= block.byteCount();
 }

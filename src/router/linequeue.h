@@ -1,39 +1,45 @@
 #pragma once
 
-#include <cstddef>
+#include "lineblock.h"
+
 #include <deque>
-#include <string>
 
-/// One line of tracking data on its way to a worker.
-struct RouterLine
-{
-    std::string type; ///< output type, such as "fr"
-    std::string line; ///< the text as it came, with its CR and LF
-};
-
-/// The lines that wait for a worker, first in first out. It is bounded: a worker that cannot keep up loses
-/// the oldest lines. Not thread-safe.
+/// The lines that wait for a worker, first in first out, in blocks that the worker takes as they are. It is
+/// bounded: a worker that cannot keep up loses the oldest lines, a block at a time. Not thread-safe.
 class LineQueue
 {
 public:
     static constexpr std::size_t MaximumLines = 16384;
     static constexpr std::size_t MaximumBytes = std::size_t{16} * 1024 * 1024;
 
-    /// Appends \a line. Old lines make room for it; a line above MaximumBytes is dropped itself.
-    void append(RouterLine &&line);
+    /// A block takes no more lines once it has reached either.
+    static constexpr std::size_t BlockLines = 1024;
+    static constexpr std::size_t BlockBytes = std::size_t{64} * 1024;
 
-    /// Moves the oldest line to \a line; false without one.
-    bool take(RouterLine *line);
+    /// Appends a copy of \a line. Old lines make room for it; a line above MaximumBytes is dropped itself.
+    void append(const RouterLine &line);
 
-    bool isEmpty() const { return m_lines.empty(); }
+    /// Puts the oldest lines in the place of those of \a block, which have been read; false, and \a block
+    /// stays, if there are none.
+    bool take(LineBlock *block);
+
+    std::size_t lineCount() const { return m_lineCount; }
+
+    bool hasFullBlock() const { return isFull(m_newest) || m_lineCount > m_newest.lineCount(); }
 
     /// Whether lines have been lost in front of the next one since this was last asked.
     bool takeGap();
 
 private:
+    static bool isFull(const LineBlock &block);
+    void startBlock();
     void dropOldest();
+    void subtract(const LineBlock &block);
 
-    std::deque<RouterLine> m_lines;
-    std::size_t m_bytes = 0; // of the texts in m_lines
+    LineBlock m_newest;
+    std::size_t m_lineCount = 0;
+    std::size_t m_byteCount = 0;
     bool m_gap = false;
+    std::deque<LineBlock> m_full; // oldest first
+    LineBlock m_spare;            // memory for the next block
 };
