@@ -10,13 +10,24 @@
 
 namespace {
 
-QStandardItem *takeOrMakeItem(QStandardItemModel &model, int row, int column)
+/// All of it is set before the item enters the model, which tells the page of every later change.
+QStandardItem *makeIdentifier(const OutputTypeInfo &type)
 {
-    QStandardItem *item = model.item(row, column);
-    if (!item) {
-        item = new QStandardItem;
-        model.setItem(row, column, item);
-    }
+    auto *item = new QStandardItem(type.name);
+    item->setCheckable(true);
+    item->setCheckState(Qt::Unchecked);
+    item->setData(false, Qt::UserRole);
+    item->setEditable(false);
+    // The frame counter is no choice of the user's: the Controller decides whether it is sent.
+    item->setEnabled(type.available && type.name != QLatin1String("fr"));
+    return item;
+}
+
+QStandardItem *makeDescription(const OutputTypeInfo &type)
+{
+    auto *item = new QStandardItem(type.description);
+    item->setData(type.available, Qt::UserRole);
+    item->setEditable(false);
     return item;
 }
 
@@ -46,49 +57,40 @@ void Channel::setOutputTypes(const QList<OutputTypeInfo> &types)
 {
     // load() follows and tells the ticks that it has read.
     const QScopedValueRollback<bool> hold(m_holdTicks, true);
-    clearRows(m_typeOrder.size() + types.size());
-    int others = 0;
-    for (const OutputTypeInfo &type : types) {
-        const int known = m_typeOrder.indexOf(type.name);
-        fillRow(known >= 0 ? known : m_typeOrder.size() + others++, type);
-    }
-    removeEmptyRows();
+    fillRows(inDisplayOrder(types));
     findHiddenRows();
 }
 
-void Channel::clearRows(int count)
+QList<OutputTypeInfo> Channel::inDisplayOrder(const QList<OutputTypeInfo> &types) const
 {
+    QVector<OutputTypeInfo> known(m_typeOrder.size());
+    QList<OutputTypeInfo> others;
+    for (const OutputTypeInfo &type : types) {
+        const int position = m_typeOrder.indexOf(type.name);
+        if (position >= 0)
+            known[position] = type;
+        else
+            others << type;
+    }
+    QList<OutputTypeInfo> ordered = known.toList() + others;
+    const auto isNameless = [](const OutputTypeInfo &type) { return type.name.isEmpty(); };
+    ordered.erase(std::remove_if(ordered.begin(), ordered.end(), isNameless), ordered.end());
+    return ordered;
+}
+
+void Channel::fillRows(const QList<OutputTypeInfo> &types)
+{
+    QList<QStandardItem *> identifiers;
+    QList<QStandardItem *> descriptions;
+    for (const OutputTypeInfo &type : types) {
+        identifiers << makeIdentifier(type);
+        descriptions << makeDescription(type);
+    }
     m_typeModel.clear();
-    m_typeModel.setColumnCount(ColumnCount);
+    m_typeModel.appendColumn(identifiers);
+    m_typeModel.appendColumn(descriptions);
     m_typeModel.setHeaderData(IdentifierColumn, Qt::Horizontal, tr("Identifier"), Qt::EditRole);
     m_typeModel.setHeaderData(DescriptionColumn, Qt::Horizontal, tr("Description"), Qt::EditRole);
-    m_typeModel.setRowCount(count);
-}
-
-void Channel::fillRow(int row, const OutputTypeInfo &type)
-{
-    QStandardItem *identifier = takeOrMakeItem(m_typeModel, row, IdentifierColumn);
-    identifier->setText(type.name);
-    identifier->setCheckable(true);
-    identifier->setCheckState(Qt::Unchecked);
-    identifier->setData(false, Qt::UserRole);
-    identifier->setEditable(false);
-    // The frame counter is no choice of the user's: the Controller decides whether it is sent.
-    identifier->setEnabled(type.available && type.name != QLatin1String("fr"));
-
-    QStandardItem *description = takeOrMakeItem(m_typeModel, row, DescriptionColumn);
-    description->setText(type.description);
-    description->setData(type.available, Qt::UserRole);
-    description->setEditable(false);
-}
-
-void Channel::removeEmptyRows()
-{
-    for (int row = m_typeModel.rowCount() - 1; row >= 0; --row) {
-        const QStandardItem *identifier = m_typeModel.item(row, IdentifierColumn);
-        if (!identifier || identifier->text().isEmpty())
-            m_typeModel.removeRow(row);
-    }
 }
 
 void Channel::findHiddenRows()

@@ -150,9 +150,8 @@ private:
     void commitTicks();
     void commitDestination();
     void commitDataDivisor();
-    void clearRows(int count);
-    void fillRow(int row, const OutputTypeInfo &type);
-    void removeEmptyRows();
+    QList<OutputTypeInfo> inDisplayOrder(const QList<OutputTypeInfo> &types) const;
+    void fillRows(const QList<OutputTypeInfo> &types);
     void findHiddenRows();
     void updateTickedTypes();
     bool hasPendingTick() const;
@@ -165,6 +164,7 @@ private:
     IOManager *m_ioManager;
     BackendVersions *m_versions;
     const int m_channelIndex;
+    std::atomic<quint64> m_destination{0}; // address above port, so that both change at once
     std::atomic<int> m_dataDivisor{1};
     std::atomic<bool> m_active{false};
     bool m_changed = false;
@@ -177,7 +177,6 @@ private:
     QString m_hostName;
     QString m_domainName;
     QString m_host;
-    std::atomic<quint64> m_destination{0}; // address above port, so that both change at once
     QVector<QByteArray> m_tickedTypes;
     bool m_holdTicks = false; // the rows are being read; their ticks are told as a whole
 };
