@@ -1,0 +1,13 @@
+# What a host's project finds with find_package(NetworkSettings2GModule).
+include(CMakePackageConfigHelpers)
+
+set(generated ${PROJECT_BINARY_DIR}/${PROJECT_NAME})
+configure_package_config_file(cmake/Config.cmake.in ${generated}Config.cmake
+    INSTALL_DESTINATION ${CONFIG_FOLDER} PATH_VARS PLUGIN_FOLDER
+    NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file(${generated}ConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${generated}Config.cmake ${generated}ConfigVersion.cmake DESTINATION ${CONFIG_FOLDER})
+install(EXPORT ${PROJECT_NAME}Targets NAMESPACE ${PROJECT_NAME}:: DESTINATION ${CONFIG_FOLDER})
+
+install(FILES docs/host-integration.md DESTINATION ${DOCUMENT_FOLDER})
+install(DIRECTORY examples DESTINATION ${DOCUMENT_FOLDER})

@@ -1,0 +1,6 @@
+# Run by cpack when the files of the package are in place: adds what only a Debian package carries.
+set(folder ${CPACK_TEMPORARY_INSTALL_DIRECTORY}${CPACK_PACKAGING_INSTALL_PREFIX}/${CPACK_DEBIAN_DOCUMENT_FOLDER})
+file(COPY ${CPACK_DEBIAN_DOCUMENTS}/copyright DESTINATION ${folder})
+execute_process(COMMAND gzip --best --no-name --stdout ${CPACK_DEBIAN_DOCUMENTS}/changelog
+    OUTPUT_FILE ${folder}/changelog.gz COMMAND_ERROR_IS_FATAL ANY)
+file(CHMOD ${folder}/copyright ${folder}/changelog.gz PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)

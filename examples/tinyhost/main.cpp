@@ -1,0 +1,153 @@
+// A host that is as small as a host can be. It loads the module, lives through all that a host does with it,
+// and tells each step. Exit status 0: every step went as it should. An argument names another plug-in file.
+
+#include "datathread.h"
+#include "tablemanager.h"
+
+#include <backendversions.h>
+#include <moduleaction.h>
+#include <moduleinterface.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QMainWindow>
+#include <QMenuBar>
+#include <QPluginLoader>
+#include <QUdpSocket>
+
+#include <cstdio>
+#include <dlfcn.h>
+
+namespace {
+
+constexpr int PatienceMilliseconds = 10000;
+
+bool step(const char *name, bool good)
+{
+    std::printf("%s: %s\n", name, good ? "good" : "FAILED");
+    return good;
+}
+
+/// A Controller in router mode with one channel that goes to \a port of this computer.
+std::map<std::string, std::string> controllerAnswers(quint16 port)
+{
+    return {
+        {"config is_changeable", "yes"},
+        {"output net_via_router", "yes"},
+        {"output net ch01", "udp 127.0.0.1 " + std::to_string(port)},
+        {"output net_active ch01", "yes"},
+        {"output net_divisor ch01", "1"},
+        {"output net chmon", "udp 127.0.0.1 5000"},
+        {"output number_of_types", "2"},
+        {"output type t01", "fr"},
+        {"output type_desc fr", "frame counter"},
+        {"output available fr", "yes"},
+        {"output active ch01 fr", "yes"},
+        {"output type t02", "6d"},
+        {"output type_desc 6d", "standard bodies"},
+        {"output available 6d", "yes"},
+        {"output active ch01 6d", "yes"},
+    };
+}
+
+/// The Controller can now send a third type.
+void addType(std::map<std::string, std::string> &answers)
+{
+    answers["output number_of_types"] = "3";
+    answers["output type t03"] = "3d";
+    answers["output type_desc 3d"] = "single markers";
+    answers["output available 3d"] = "yes";
+    answers["output active ch01 3d"] = "yes";
+}
+
+/// Waits for a datagram that is one whole frame with a line of each of \a types and nothing else.
+bool frameArrives(QUdpSocket &receiver, const QList<QByteArray> &types)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!timer.hasExpired(PatienceMilliseconds)) {
+        if (!receiver.hasPendingDatagrams() && !receiver.waitForReadyRead(100))
+            continue;
+        QByteArray datagram(int(receiver.pendingDatagramSize()), '\0');
+        receiver.readDatagram(datagram.data(), datagram.size());
+        const QByteArray number = datagram.mid(3, datagram.indexOf('\r') - 3);
+        QByteArray expected;
+        for (const QByteArray &type : types)
+            expected += type + ' ' + number + "\r\n";
+        if (datagram == expected)
+            return true;
+    }
+    return false;
+}
+
+void handOver(ModuleInterface *module, TableManager &manager, QWidget &window, BackendVersions &versions)
+{
+    module->setParameter("CommandManager", QVariant::fromValue<IOManager *>(&manager));
+    module->setParameter("ModuleParent", QVariant::fromValue<QWidget *>(&window));
+    module->setParameter("BackendVersions", QVariant::fromValue(&versions));
+    module->setParameter("ObserverMode", false);
+}
+
+bool takeActions(ModuleInterface *module, QMainWindow &window)
+{
+    const QList<ModuleAction *> actions = module->moduleActions();
+    for (const ModuleAction *entry : actions) {
+        window.menuBar()->addMenu(entry->menuTitle)->addAction(entry->action);
+        std::printf("  action: %s, %s\n", qPrintable(entry->action->text()),
+                    qPrintable(entry->action->shortcut().toString()));
+    }
+    return actions.size() == 1;
+}
+
+bool isInMemory(const QString &file)
+{
+    void *handle = dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD);
+    if (handle)
+        dlclose(handle);
+    return handle != nullptr;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    QMainWindow window;
+    QUdpSocket receiver;
+    if (!step("open a receiver", receiver.bind(QHostAddress(QHostAddress::LocalHost))))
+        return 1;
+    // These outlive the module.
+    TableManager manager;
+    manager.answers = controllerAnswers(receiver.localPort());
+    BackendVersions versions{{0, 0, 0}, 1, 9, 0};
+
+    QPluginLoader loader(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString::fromUtf8(PLUGIN_FILE));
+    loader.setLoadHints({}); // by default the library would stay in memory for good
+    auto *module = qobject_cast<ModuleInterface *>(loader.instance());
+    if (!step("load", module != nullptr)) {
+        std::printf("  %s\n", qPrintable(loader.errorString()));
+        return 1;
+    }
+    std::printf("  %s %s\n", qPrintable(module->moduleName()), qPrintable(module->moduleVersion()));
+
+    handOver(module, manager, window, versions);
+    bool good = step("take the actions", takeActions(module, window));
+    good &= step("types are requested", manager.isRequested("fr") && manager.isRequested("6d"));
+
+    // It goes on through all that follows, as the data of a real host does.
+    DataThread data(manager);
+    good &= step("a frame arrives", frameArrives(receiver, {"fr", "6d"}));
+
+    addType(manager.answers);
+    manager.sendMessage("OutputTypesChanged");
+    good &= step("the new type is requested", manager.isRequested("3d"));
+    good &= step("a frame with the new type arrives", frameArrives(receiver, {"fr", "6d", "3d"}));
+
+    module->prepareShutdown();
+    good &= step("nothing is registered any more", !manager.isInUse());
+    module->releaseResources();
+    good &= step("unload", loader.unload() && !isInMemory(loader.fileName()));
+    return good ? 0 : 1;
+}

@@ -1,0 +1,133 @@
+#include "tablemanager.h"
+
+#include <messagereceiver.h>
+#include <requester.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+constexpr int Done = 0;
+constexpr int Refused = -1;
+
+/// The room that the module gives for an answer, the terminating zero included.
+constexpr std::size_t AnswerSize = 208;
+
+std::string filled(const char *format, va_list arguments)
+{
+    char text[1024];
+    const int length = std::vsnprintf(text, sizeof text, format, arguments);
+    const bool fits = length >= 0 && std::size_t(length) < sizeof text;
+    return fits ? text : std::string();
+}
+
+} // namespace
+
+int TableManager::getValue(char *answer, const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const auto found = answers.find(filled(format, arguments));
+    va_end(arguments);
+    if (found == answers.end())
+        return Refused;
+    std::snprintf(answer, AnswerSize, "%s", found->second.c_str());
+    return Done;
+}
+
+int TableManager::getIntValue(int *answer, const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const auto found = answers.find(filled(format, arguments));
+    va_end(arguments);
+    if (found == answers.end())
+        return Refused;
+    *answer = std::atoi(found->second.c_str());
+    return Done;
+}
+
+int TableManager::setValue(const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    std::printf("  command: %s\n", filled(format, arguments).c_str());
+    va_end(arguments);
+    return Done;
+}
+
+int TableManager::requestOutputType(const char *type, Requester * /*requester*/)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_types.insert(type);
+    return Done;
+}
+
+int TableManager::releaseOutputType(const char *type, Requester * /*requester*/)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_types.erase(type);
+    return Done;
+}
+
+int TableManager::addRequester(Requester *requester)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_requester = requester;
+    return Done;
+}
+
+int TableManager::removeRequester(Requester * /*requester*/)
+{
+    // The lock waits for a call that is under way: when this returns, none is and none will come.
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_requester = nullptr;
+    return Done;
+}
+
+int TableManager::log(const char *level, const char *component, int number, const char *message)
+{
+    std::printf("  log: %s %s %d %s\n", level, component, number, message);
+    return Done;
+}
+
+int TableManager::addMessageReceiver(const char * /*name*/, MessageReceiver *receiver)
+{
+    m_receiver = receiver;
+    return Done;
+}
+
+int TableManager::removeMessageReceiver(const char * /*name*/, MessageReceiver * /*receiver*/)
+{
+    m_receiver = nullptr;
+    return Done;
+}
+
+void TableManager::deliver(const std::string &type, const std::string &line)
+{
+    // The lock may be held through the call, since onOutputData never waits and calls nothing of the host.
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_requester && m_types.count(type) > 0)
+        m_requester->onOutputData(type.c_str(), line.c_str());
+}
+
+void TableManager::sendMessage(const char *text)
+{
+    // No lock here: the module answers with queries and requests before it returns.
+    if (m_receiver)
+        m_receiver->onMessage(0, 0, text);
+}
+
+bool TableManager::isRequested(const std::string &type)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_types.count(type) > 0;
+}
+
+bool TableManager::isInUse()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_requester || m_receiver || !m_types.empty();
+}
