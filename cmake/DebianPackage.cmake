@@ -14,15 +14,15 @@ set(CPACK_DEBIAN_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # For who builds a host; the plug-in itself does without.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "cmake, qtbase5-dev")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "output settings dialog for an optical tracking frontend")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-"output settings dialog for an optical tracking frontend
- A plug-in module for the graphical frontend of an optical tracking system. It
- gives the user the one dialog in which the ten UDP output channels of the
- tracking Controller are set up. In router mode it forwards the tracking data
- itself, frame by frame, to receivers outside the Controller's network.
- .
- The package also holds the headers and the CMake package with which a host
- that loads the module is built.")
+"A plug-in module for the graphical frontend of an optical tracking system. It
+gives the user the one dialog in which the ten UDP output channels of the
+tracking Controller are set up. In router mode it forwards the tracking data
+itself, frame by frame, to receivers outside the Controller's network.
+
+The package also holds the headers and the CMake package with which a host
+that loads the module is built.")
 # What the policy asks of every package and nobody else needs.
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/documents.cmake)
 set(CPACK_DEBIAN_DOCUMENTS ${PROJECT_SOURCE_DIR}/cmake/debian)
