@@ -8,7 +8,7 @@
 #include <string>
 
 /// The services of the tiny host. Where a real host asks the Controller, this one looks into a table.
-class TableManager : public IOManager
+class TableManager final : public IOManager
 {
 public:
     /// The table: what is asked, and what is answered to it.
