@@ -4,9 +4,9 @@ namespace {
 
 using Words = QList<QByteArray>;
 
-constexpr int MaxPort = 65535;
+constexpr int maxPort = 65535;
 /// The frontend's own channel, over which it listens to the Controller.
-constexpr int MonitorPort = 5000;
+constexpr int monitorPort = 5000;
 
 QByteArray yesOrNo(bool value)
 {
@@ -191,7 +191,7 @@ int setDestination(const ControllerState &state, OutputChannel &channel, const W
         destination.host = state.monitorAddress;
     else if (!parseQuotedHost(words.at(4), &destination.host))
         return NotUnderstood;
-    if (destination.port > MaxPort)
+    if (destination.port > maxPort)
         return OutOfRange;
     channel.destination = destination;
     return Taken;
@@ -208,7 +208,7 @@ int answerQuery(const ControllerState &state, const QByteArray &text, QByteArray
     else if (text == "output net_via_router" && versionAtLeast(state.version, 1, 4))
         *answer = yesOrNo(state.viaRouter);
     else if (text == "output net chmon")
-        *answer = describe({Destination::Kind::Udp, state.monitorAddress, MonitorPort});
+        *answer = describe({Destination::Kind::Udp, state.monitorAddress, monitorPort});
     else if (text == "output number_of_types")
         *answer = QByteArray::number(state.catalogue.size());
     else {

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int Refused = -1;
+constexpr int refused = -1;
 
 QByteArray formatted(const char *format, va_list arguments)
 {
@@ -46,7 +46,7 @@ int ControllerLink::getValue(char *answer, const char *format, ...)
     const int result = m_controller.query(text, &reply);
     if (!reply.isNull()) {
         // Texts are Latin-1, so that a cut anywhere leaves whole characters.
-        reply.truncate(AnswerSize - 1);
+        reply.truncate(answerSize - 1);
         std::memcpy(answer, reply.constData(), size_t(reply.size()) + 1);
     }
     return result;
@@ -65,7 +65,7 @@ int ControllerLink::getIntValue(int *answer, const char *format, ...)
     bool isNumber = false;
     const int number = reply.toInt(&isNumber);
     if (!isNumber)
-        return Refused;
+        return refused;
     *answer = number;
     return 0;
 }
@@ -82,7 +82,7 @@ int ControllerLink::setValue(const char *format, ...)
 int ControllerLink::requestOutputType(const char *type, Requester *requester)
 {
     if (!type || !requester)
-        return Refused;
+        return refused;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         QSet<QByteArray> &types = needSubscriber(requester).types;
@@ -97,7 +97,7 @@ int ControllerLink::requestOutputType(const char *type, Requester *requester)
 int ControllerLink::releaseOutputType(const char *type, Requester *requester)
 {
     if (!type || !requester)
-        return Refused;
+        return refused;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         Subscriber *subscriber = findSubscriber(requester);
@@ -111,7 +111,7 @@ int ControllerLink::releaseOutputType(const char *type, Requester *requester)
 int ControllerLink::addRequester(Requester *requester)
 {
     if (!requester)
-        return Refused;
+        return refused;
     const std::lock_guard<std::mutex> lock(m_mutex);
     needSubscriber(requester).registered = true;
     return 0;
@@ -123,7 +123,7 @@ int ControllerLink::removeRequester(Requester *requester)
         std::unique_lock<std::mutex> lock(m_mutex);
         Subscriber *subscriber = findSubscriber(requester);
         if (!subscriber || !subscriber->registered)
-            return Refused;
+            return refused;
         subscriber->registered = false;
         m_callEnded.wait(lock, [this, requester] {
             const Subscriber *waiting = findSubscriber(requester);
@@ -144,7 +144,7 @@ int ControllerLink::log(const char *level, const char *component, int number, co
     const LogLine line{level, component, number, message};
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_log.size() >= LogLimit)
+        if (m_log.size() >= logLimit)
             m_log.removeFirst();
         m_log.append(line);
     }
@@ -155,10 +155,10 @@ int ControllerLink::log(const char *level, const char *component, int number, co
 int ControllerLink::addMessageReceiver(const char *name, MessageReceiver *receiver)
 {
     if (!name || !receiver)
-        return Refused;
+        return refused;
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (findListener(receiver))
-        return Refused;
+        return refused;
     m_listeners.append({name, receiver, 0});
     return 0;
 }
@@ -168,7 +168,7 @@ int ControllerLink::removeMessageReceiver(const char *name, MessageReceiver *rec
     std::unique_lock<std::mutex> lock(m_mutex);
     Listener *listener = findListener(receiver);
     if (!listener || !name || listener->name != name)
-        return Refused;
+        return refused;
     // Without its name no new call begins.
     listener->name.clear();
     m_callEnded.wait(lock, [this, receiver] { return findListener(receiver)->busy == 0; });

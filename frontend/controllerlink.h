@@ -33,7 +33,7 @@ class ControllerLink : public QObject, public IOManager
 
 public:
     /// The room that an answer has, its terminating zero included.
-    static constexpr int AnswerSize = 208;
+    static constexpr int answerSize = 208;
 
     explicit ControllerLink(SimulatedController &controller, QObject *parent = nullptr);
 
@@ -64,10 +64,10 @@ public:
     /// Requesters and message receivers that are registered at the moment.
     int registeredCount() const;
 
-    /// The latest lines of the log in order, at most LogLimit.
+    /// The latest lines of the log in order, at most logLimit.
     QList<LogLine> logLines() const;
 
-    static constexpr int LogLimit = 10000;
+    static constexpr int logLimit = 10000;
 
 signals:
     void logged(const LogLine &line);

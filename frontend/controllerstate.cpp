@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr int LoopbackModel = 100;
+constexpr int loopbackModel = 100;
 
 QList<OutputType> defaultCatalogue()
 {
@@ -33,7 +33,7 @@ ControllerState defaultControllerState()
 {
     ControllerState state;
     state.version = {{0, 0, 0}, 1, 9, 0};
-    state.systemModel = LoopbackModel;
+    state.systemModel = loopbackModel;
     state.monitorAddress = "127.0.0.1";
     state.catalogue = defaultCatalogue();
     // The frame counter is on from the start: its tick is not for the user to change, and a router needs it.

@@ -10,7 +10,7 @@
 namespace {
 
 /// Readable on light and on dark ground.
-constexpr QRgb FailureColor = 0xffd0342c;
+constexpr QRgb failureColor = 0xffd0342c;
 
 QString outcome(const Exchange &exchange)
 {
@@ -62,11 +62,11 @@ void ConversationModel::clear()
 
 void ConversationModel::append(Entry entry)
 {
-    if (m_entries.size() >= Limit) {
+    if (m_entries.size() >= limit) {
         // A tenth at a time, since a view pays for each removal.
-        constexpr int Portion = Limit / 10;
-        beginRemoveRows({}, 0, Portion - 1);
-        m_entries.remove(0, Portion);
+        constexpr int portion = limit / 10;
+        beginRemoveRows({}, 0, portion - 1);
+        m_entries.remove(0, portion);
         endRemoveRows();
     }
     entry.texts[TimeColumn] = QTime::currentTime().toString(QLatin1String("HH:mm:ss.zzz"));
@@ -91,7 +91,7 @@ QVariant ConversationModel::data(const QModelIndex &index, int role) const
     if (role == Qt::DisplayRole)
         return entry.texts[index.column()];
     if (role == Qt::ForegroundRole && entry.isFailure)
-        return QColor(FailureColor);
+        return QColor(failureColor);
     if (role == Qt::FontRole && entry.isChange && index.column() != TimeColumn) {
         QFont font(QLatin1String("monospace"));
         font.setStyleHint(QFont::Monospace);

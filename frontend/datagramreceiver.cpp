@@ -100,8 +100,8 @@ void DatagramReceiver::run()
 void DatagramReceiver::takeWaiting()
 {
     // Bounded, so that a sender without a pause does not keep the lock from the others.
-    constexpr int AtOnce = 256;
+    constexpr int atOnce = 256;
     QByteArray datagram;
-    for (int i = 0; i < AtOnce && m_socket.receive(&datagram); ++i)
+    for (int i = 0; i < atOnce && m_socket.receive(&datagram); ++i)
         m_checker.take(datagram);
 }

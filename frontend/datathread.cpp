@@ -41,7 +41,7 @@ void DataThread::stop()
 void DataThread::run()
 {
     // A computer that was asleep goes on at the usual pace, without a burst of all the frames it has missed.
-    constexpr auto MaxDelay = std::chrono::milliseconds(250);
+    constexpr auto maxDelay = std::chrono::milliseconds(250);
     m_link.deliverReset();
     // Moments are counted from the start, not from the frame before, so that delays do not add up.
     Clock::time_point due = Clock::now();
@@ -54,7 +54,7 @@ void DataThread::run()
         for (const DataLine &line : frame)
             m_link.deliver(line.type, line.text);
         due += m_period;
-        if (Clock::now() - due > MaxDelay)
+        if (Clock::now() - due > maxDelay)
             due = Clock::now();
     }
     m_link.deliverIdle();

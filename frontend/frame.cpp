@@ -11,11 +11,11 @@ QByteArray lineType(const QByteArray &line)
 
 qint32 frameNumber(const QByteArray &line)
 {
-    constexpr int NumberStart = 3;
-    if (line.size() < NumberStart)
+    constexpr int numberStart = 3;
+    if (line.size() < numberStart)
         return 0;
     errno = 0;
-    const long number = std::strtol(line.constData() + NumberStart, nullptr, 10);
+    const long number = std::strtol(line.constData() + numberStart, nullptr, 10);
     const bool fits = errno == 0 && number >= std::numeric_limits<qint32>::min() &&
                       number <= std::numeric_limits<qint32>::max();
     return fits ? qint32(number) : 0;

@@ -8,9 +8,9 @@
 
 namespace {
 
-constexpr double FramesPerTurn = 240.0;
-constexpr double FramesPerSecond = 60.0;
-constexpr double Pi = 3.14159265358979323846;
+constexpr double framesPerTurn = 240.0;
+constexpr double framesPerSecond = 60.0;
+constexpr double pi = 3.14159265358979323846;
 
 /// What a line tells, without its type: \a number is that of the frame, \a angle grows with it.
 using Content = QByteArray (*)(qint32 number, double angle);
@@ -29,7 +29,7 @@ QByteArray position(double angle, double radius)
 QByteArray orientation(double angle)
 {
     return fixed(15.0 * std::sin(angle)) + fixed(10.0 * std::cos(angle)) +
-           fixed(std::remainder(angle * 180.0 / Pi, 360.0));
+           fixed(std::remainder(angle * 180.0 / pi, 360.0));
 }
 
 /// \a count bodies, each with its number, a quality, a position in mm and an orientation in degrees.
@@ -37,7 +37,7 @@ QByteArray bodies(int count, double angle)
 {
     QByteArray text = QByteArray::number(count);
     for (int i = 0; i < count; ++i) {
-        const double own = angle + i * Pi / 3.0;
+        const double own = angle + i * pi / 3.0;
         text += ' ' + QByteArray::number(i) + " 1.000" + position(own, 400.0 + 150.0 * i) + orientation(own);
     }
     return text;
@@ -47,13 +47,13 @@ QByteArray markers(int count, double angle)
 {
     QByteArray text = QByteArray::number(count);
     for (int i = 0; i < count; ++i)
-        text += ' ' + QByteArray::number(i + 1) + " 1.000" + position(angle + i * Pi / 2.0, 900.0);
+        text += ' ' + QByteArray::number(i + 1) + " 1.000" + position(angle + i * pi / 2.0, 900.0);
     return text;
 }
 
 QByteArray seconds(qint32 number)
 {
-    return QByteArray::number(36000.0 + number / FramesPerSecond, 'f', 6);
+    return QByteArray::number(36000.0 + number / framesPerSecond, 'f', 6);
 }
 
 const QHash<QByteArray, Content> &contents()
@@ -88,7 +88,7 @@ MadeUpFrames::MadeUpFrames(const SimulatedController &controller)
 Frame MadeUpFrames::next()
 {
     ++m_number;
-    const double angle = 2.0 * Pi * m_number / FramesPerTurn;
+    const double angle = 2.0 * pi * m_number / framesPerTurn;
     Frame frame;
     const QList<OutputType> catalogue = m_controller.catalogue();
     for (const OutputType &type : catalogue) {

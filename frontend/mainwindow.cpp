@@ -30,10 +30,10 @@ MainWindow::MainWindow(Session &session, QWidget *parent)
     connect(&m_session.controller(), &SimulatedController::stateChanged, this, &MainWindow::showState);
     showState();
 
-    constexpr int RefreshMs = 200;
+    constexpr int refreshMs = 200;
     auto *timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &MainWindow::refresh);
-    timer->start(RefreshMs);
+    timer->start(refreshMs);
     refresh();
 }
 

@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr int DefaultHeadlessSeconds = 5;
-constexpr int MaxSeconds = 7 * 24 * 3600;
+constexpr int defaultHeadlessSeconds = 5;
+constexpr int maxSeconds = 7 * 24 * 3600;
 
 QString text(const char *source)
 {
@@ -119,9 +119,9 @@ bool parseOptions(const QStringList &arguments, Options *options, QString *probl
     options->headless = parser.isSet("headless");
     options->locked = parser.isSet("locked");
     options->router = parser.isSet("router");
-    options->seconds = options->headless ? DefaultHeadlessSeconds : 0;
+    options->seconds = options->headless ? defaultHeadlessSeconds : 0;
     Reader reader(parser, problem);
-    return reader.number("seconds", 0, MaxSeconds, &options->seconds) &&
+    return reader.number("seconds", 0, maxSeconds, &options->seconds) &&
            reader.number("rate", 1, 2000, &options->rate) &&
            reader.number("channels", 1, 10, &options->channels) &&
            reader.version("controller-version", &options->version) &&

@@ -7,8 +7,8 @@
 
 namespace {
 
-constexpr QRgb BadColor = 0xffd0342c;
-constexpr qint64 RateSpanMs = 1000;
+constexpr QRgb badColor = 0xffd0342c;
+constexpr qint64 rateSpanMs = 1000;
 
 bool sameRows(const QList<ReceiverReport> &one, const QList<ReceiverReport> &other)
 {
@@ -47,7 +47,7 @@ void ReceiversModel::takeSample(const ReceiverReport &report)
     if (!samples.isEmpty() && samples.last().frames > report.statistics.frames)
         samples.clear();
     samples.enqueue({m_clock.elapsed(), report.statistics.frames});
-    while (samples.size() > 2 && samples.last().milliseconds - samples.at(1).milliseconds >= RateSpanMs)
+    while (samples.size() > 2 && samples.last().milliseconds - samples.at(1).milliseconds >= rateSpanMs)
         samples.dequeue();
 }
 
@@ -109,7 +109,7 @@ QVariant ReceiversModel::data(const QModelIndex &index, int role) const
                        (column == MalformedColumn && statistics.malformed > 0) ||
                        (column == DestinationColumn && !report.problem.isEmpty());
     if (role == Qt::ForegroundRole && isBad)
-        return QColor(BadColor);
+        return QColor(badColor);
     return {};
 }
 

@@ -8,8 +8,8 @@
 namespace {
 
 /// A recording is held in memory as a whole.
-constexpr qint64 MiB = qint64{1024} * 1024;
-constexpr qint64 SizeLimit = 512 * MiB;
+constexpr qint64 mebibyte = qint64{1024} * 1024;
+constexpr qint64 sizeLimit = 512 * mebibyte;
 
 bool openFile(QFile &file, const QString &name)
 {
@@ -22,10 +22,10 @@ bool openFile(QFile &file, const QString &name)
 /// Reads by portions, since a pipe tells no size and a directory fails only here.
 bool readAll(QFile &file, QByteArray *content)
 {
-    constexpr int Portion = 1024 * 1024;
-    QByteArray portion(Portion, Qt::Uninitialized);
-    while (content->size() <= SizeLimit) {
-        const qint64 length = file.read(portion.data(), Portion);
+    constexpr int portionSize = 1024 * 1024;
+    QByteArray portion(portionSize, Qt::Uninitialized);
+    while (content->size() <= sizeLimit) {
+        const qint64 length = file.read(portion.data(), portionSize);
         if (length <= 0)
             return length == 0 && file.error() == QFileDevice::NoError;
         content->append(portion.constData(), int(length));
@@ -52,9 +52,9 @@ bool ReplayedFrames::open(const QString &name, const QSet<QByteArray> &types, QS
 
 bool ReplayedFrames::accept(const QByteArray &content, const QSet<QByteArray> &types, QString *problem)
 {
-    if (content.size() > SizeLimit) {
+    if (content.size() > sizeLimit) {
         *problem =
-            QCoreApplication::translate("ReplayedFrames", "is larger than %1 MiB").arg(SizeLimit / MiB);
+            QCoreApplication::translate("ReplayedFrames", "is larger than %1 MiB").arg(sizeLimit / mebibyte);
         return false;
     }
     if (content.contains('\0')) {

@@ -97,14 +97,14 @@ void Session::start()
 
 void Session::stop()
 {
-    constexpr int LimitMs = 2000;
+    constexpr int limitMs = 2000;
     if (!m_dataThread)
         return;
     m_dataThread->stop();
     m_dataThread.reset();
     QElapsedTimer waiting;
     waiting.start();
-    while (!m_receivers.isComplete() && waiting.elapsed() < LimitMs)
+    while (!m_receivers.isComplete() && waiting.elapsed() < limitMs)
         QThread::msleep(1);
 }
 

@@ -124,7 +124,7 @@ int SimulatedController::takeFault(const QByteArray &text)
 /// Expects m_mutex held.
 void SimulatedController::keep(const Exchange &exchange)
 {
-    if (m_record.size() >= RecordLimit)
+    if (m_record.size() >= recordLimit)
         m_record.removeFirst();
     m_record.append(exchange);
 }

@@ -69,7 +69,7 @@ public:
     /// Takes back every fail() and overrideAnswer().
     void behave();
 
-    /// The latest exchanges in order, at most RecordLimit.
+    /// The latest exchanges in order, at most recordLimit.
     QList<Exchange> record() const;
 
     /// The texts of the commands in the record, in order, refused ones included.
@@ -77,7 +77,7 @@ public:
 
     void clearRecord();
 
-    static constexpr int RecordLimit = 20000;
+    static constexpr int recordLimit = 20000;
 
 signals:
     void exchanged(const Exchange &exchange);

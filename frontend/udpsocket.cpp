@@ -10,10 +10,10 @@
 
 namespace {
 
-constexpr quint32 Loopback = 0x7f000001;
-constexpr int MaxDatagram = 65535;
+constexpr quint32 loopbackAddress = 0x7f000001;
+constexpr int maxDatagram = 65535;
 /// Room for some hundred frames, so that a receiver that is held up for a moment loses nothing.
-constexpr int ReceiveBuffer = 4 * 1024 * 1024;
+constexpr int receiveBuffer = 4 * 1024 * 1024;
 
 sockaddr_in socketAddress(quint32 address, quint16 port)
 {
@@ -50,7 +50,7 @@ UdpSocket::UdpSocket()
         return;
     }
     in_addr loopback{};
-    loopback.s_addr = htonl(Loopback);
+    loopback.s_addr = htonl(loopbackAddress);
     if (setsockopt(m_descriptor, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback) != 0)
         m_error = errno;
 }
@@ -63,7 +63,7 @@ UdpSocket::~UdpSocket()
 
 bool UdpSocket::listen(quint32 address, quint16 port)
 {
-    setsockopt(m_descriptor, SOL_SOCKET, SO_RCVBUF, &ReceiveBuffer, sizeof ReceiveBuffer);
+    setsockopt(m_descriptor, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
     const sockaddr_in local = socketAddress(address, port);
     if (::bind(m_descriptor, generic(local), sizeof local) != 0) {
         m_error = errno;
@@ -73,7 +73,7 @@ bool UdpSocket::listen(quint32 address, quint16 port)
         return true;
     ip_mreq membership{};
     membership.imr_multiaddr.s_addr = htonl(address);
-    membership.imr_interface.s_addr = htonl(Loopback);
+    membership.imr_interface.s_addr = htonl(loopbackAddress);
     if (setsockopt(m_descriptor, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) == 0)
         return true;
     m_error = errno;
@@ -99,8 +99,8 @@ bool UdpSocket::send(const QByteArray &datagram, quint32 address, quint16 port)
 
 bool UdpSocket::receive(QByteArray *datagram)
 {
-    datagram->resize(MaxDatagram);
-    const ssize_t length = ::recv(m_descriptor, datagram->data(), MaxDatagram, MSG_DONTWAIT);
+    datagram->resize(maxDatagram);
+    const ssize_t length = ::recv(m_descriptor, datagram->data(), maxDatagram, MSG_DONTWAIT);
     datagram->resize(length < 0 ? 0 : int(length));
     return length >= 0;
 }

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int WaitMs = 30000;
+constexpr int waitMs = 30000;
 
 /// The stand-in as a process. "MODULE" among the arguments becomes the file of the module.
 class Frontend : public QProcess
@@ -29,7 +29,7 @@ public:
     /// Its exit status; -1: crashed or did not end.
     int status()
     {
-        const bool ended = waitForFinished(WaitMs) && exitStatus() == QProcess::NormalExit;
+        const bool ended = waitForFinished(waitMs) && exitStatus() == QProcess::NormalExit;
         out = readAllStandardOutput();
         complaints = readAllStandardError().count("frontend: ");
         return ended ? exitCode() : -1;
@@ -219,7 +219,7 @@ void TestFrontend::signalEndsTheRun()
     for (const int number : {SIGINT, SIGTERM}) {
         Frontend frontend(QLatin1String("--headless --plugin MODULE --seconds 0 --router"));
         // The first progress line tells that frames have come for a second.
-        QVERIFY(frontend.waitForReadyRead(WaitMs));
+        QVERIFY(frontend.waitForReadyRead(waitMs));
         QCOMPARE(::kill(pid_t(frontend.processId()), number), 0);
         QCOMPARE(frontend.status(), 0);
         QVERIFY(frontend.out.contains("summary: "));

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int WaitMs = 10000;
+constexpr int waitMs = 10000;
 
 /// The answer, or the result of a query that fails.
 QByteArray answerOf(SimulatedController &controller, const QByteArray &question)
@@ -154,11 +154,11 @@ void TestSimulatedController::linkCutsAnswersAndReadsNumbers()
     const QByteArray longHost(1000, 'h');
     QCOMPARE(link.setValue("output net ch%02d udp '%s' %d", 3, longHost.constData(), 5000), 0);
     QCOMPARE(controller.state().channels[2].destination.host, longHost);
-    char answer[ControllerLink::AnswerSize + 1];
+    char answer[ControllerLink::answerSize + 1];
     std::fill_n(answer, sizeof answer, '#');
     QCOMPARE(link.getValue(answer, "output net ch%02d", 3), 0);
-    QCOMPARE(qstrlen(answer), uint(ControllerLink::AnswerSize - 1));
-    QCOMPARE(answer[ControllerLink::AnswerSize], '#');
+    QCOMPARE(qstrlen(answer), uint(ControllerLink::answerSize - 1));
+    QCOMPARE(answer[ControllerLink::answerSize], '#');
 
     int number = -5;
     QCOMPARE(link.getIntValue(&number, "output %s", "number_of_types"), 0);
@@ -198,13 +198,13 @@ void TestSimulatedController::removalWaitsForCall()
     link.addRequester(&requester);
     link.requestOutputType("fr", &requester);
     std::thread data([&] { link.deliver("fr", "fr 1\r\n"); });
-    const bool entered = requester.entered.tryAcquire(1, WaitMs);
+    const bool entered = requester.entered.tryAcquire(1, waitMs);
     QSemaphore removed;
     std::thread remover([&] {
         link.removeRequester(&requester);
         removed.release();
     });
-    QTRY_COMPARE_WITH_TIMEOUT(link.registeredCount(), 0, WaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(link.registeredCount(), 0, waitMs);
     const bool tooEarly = removed.tryAcquire();
     requester.proceed.release();
     data.join();
