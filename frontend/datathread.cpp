@@ -5,15 +5,22 @@
 #include "frameledger.h"
 #include "framesource.h"
 
-using Clock = std::chrono::steady_clock;
+namespace {
+
+std::chrono::nanoseconds periodOf(int rate)
+{
+    return std::chrono::nanoseconds(std::chrono::seconds(1)) / rate;
+}
+
+} // namespace
 
 DataThread::DataThread(std::unique_ptr<FrameSource> source, int rate, FrameLedger &ledger,
                        DirectOutput &output, ControllerLink &link)
     : m_source(std::move(source))
-    , m_period(std::chrono::nanoseconds(std::chrono::seconds(1)) / rate)
     , m_ledger(ledger)
     , m_output(output)
     , m_link(link)
+    , m_period(periodOf(rate))
 {
 }
 
@@ -24,6 +31,7 @@ DataThread::~DataThread()
 
 void DataThread::start()
 {
+    m_last = Clock::now() - m_period;
     m_thread = std::thread([this] { run(); });
 }
 
@@ -33,38 +41,91 @@ void DataThread::stop()
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_stopping = true;
     }
-    m_stopped.notify_all();
+    m_changed.notify_all();
     if (m_thread.joinable())
         m_thread.join();
 }
 
+void DataThread::setRate(int rate)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_period = periodOf(rate);
+    }
+    m_changed.notify_all();
+}
+
+void DataThread::setPaused(bool paused)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_paused = paused;
+    }
+    m_changed.notify_all();
+}
+
+void DataThread::reset()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_resetting = true;
+    }
+    m_changed.notify_all();
+}
+
 void DataThread::run()
 {
-    // A computer that was asleep goes on at the usual pace, without a burst of all the frames it has missed.
-    constexpr auto maxDelay = std::chrono::milliseconds(250);
+    Frame frame;
     m_link.deliverReset();
-    // Moments are counted from the start, not from the frame before, so that delays do not add up.
-    Clock::time_point due = Clock::now();
-    while (waitUntil(due)) {
-        const Frame frame = m_source->next();
-        if (frame.isEmpty())
+    while (waitForTurn()) {
+        if (takeReset()) {
+            m_link.deliverReset();
+            emit wasReset();
+        } else if (m_source->next(&frame)) {
+            giveOut(frame);
+        } else {
             break;
-        m_ledger.note(frameNumber(frame));
-        m_output.send(frame);
-        for (const DataLine &line : frame)
-            m_link.deliver(line.type, line.text);
-        due += m_period;
-        if (Clock::now() - due > maxDelay)
-            due = Clock::now();
+        }
     }
     m_link.deliverIdle();
     emit finished();
 }
 
-/// False when the thread is to stop.
-bool DataThread::waitUntil(Clock::time_point moment)
+void DataThread::giveOut(const Frame &frame)
 {
+    m_ledger.note(frameNumber(frame));
+    m_output.send(frame);
+    for (const DataLine &line : frame)
+        m_link.deliver(line.type, line.text);
+}
+
+/// Waits until the next frame is due or the requesters are to be told of a reset. False when the thread is to
+/// stop.
+bool DataThread::waitForTurn()
+{
+    // A computer that was asleep goes on at the usual pace, without a burst of all the frames it has missed.
+    constexpr auto maxDelay = std::chrono::milliseconds(250);
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_stopped.wait_until(lock, moment, [this] { return m_stopping; });
+    while (!m_stopping && !m_resetting) {
+        const Clock::time_point now = Clock::now();
+        // Counted from moment to moment, so that delays do not add up.
+        const Clock::time_point due = m_last + m_period;
+        if (!m_paused && due <= now) {
+            m_last = now - due > maxDelay ? now : due;
+            break;
+        }
+        if (m_paused)
+            m_changed.wait(lock);
+        else
+            m_changed.wait_until(lock, due);
+    }
     return !m_stopping;
+}
+
+bool DataThread::takeReset()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const bool resetting = m_resetting;
+    m_resetting = false;
+    return resetting;
 }

@@ -17,6 +17,8 @@ void FrameLedger::note(qint32 number)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     ++m_frames;
+    if (number == 0)
+        return;
     if (!m_runs.empty() && m_runs.back().last + 1 == number)
         m_runs.back().last = number;
     else
@@ -45,9 +47,6 @@ qint64 FrameLedger::dueBetween(qint64 after, qint64 upTo, int divisor) const
         if (last <= below)
             continue;
         due += (multipleBelow(last, divisor) - multipleBelow(below, divisor)) / divisor;
-        // A frame numbered 0 is never sent.
-        if (below < 0 && last >= 0)
-            --due;
     }
     return due;
 }

@@ -10,7 +10,8 @@
 class FrameLedger
 {
 public:
-    /// Notes the next frame. To be called before any line of it goes out.
+    /// Notes the next frame. To be called before any line of it goes out. Number 0, which no channel sends,
+    /// counts as a frame and no more.
     void note(qint32 number);
 
     /// Frames noted.

@@ -8,6 +8,6 @@ class FrameSource
 public:
     virtual ~FrameSource() = default;
 
-    /// The next frame, or none when the source has come to its end.
-    virtual Frame next() = 0;
+    /// Gives the next frame, which may be empty. False when the source has come to its end.
+    virtual bool next(Frame *frame) = 0;
 };

@@ -85,18 +85,18 @@ MadeUpFrames::MadeUpFrames(const SimulatedController &controller)
 {
 }
 
-Frame MadeUpFrames::next()
+bool MadeUpFrames::next(Frame *frame)
 {
     ++m_number;
     const double angle = 2.0 * pi * m_number / framesPerTurn;
-    Frame frame;
+    frame->clear();
     const QList<OutputType> catalogue = m_controller.catalogue();
     for (const OutputType &type : catalogue) {
         if (!type.available)
             continue;
         const Content content = contents().value(type.name);
         const QByteArray text = content ? content(m_number, angle) : QByteArray("0");
-        frame.append({type.name, type.name + ' ' + text + "\r\n"});
+        frame->append({type.name, type.name + ' ' + text + "\r\n"});
     }
-    return frame;
+    return true;
 }

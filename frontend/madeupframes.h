@@ -11,7 +11,7 @@ class MadeUpFrames : public FrameSource
 public:
     explicit MadeUpFrames(const SimulatedController &controller);
 
-    Frame next() override;
+    bool next(Frame *frame) override;
 
 private:
     const SimulatedController &m_controller;

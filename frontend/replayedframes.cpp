@@ -77,15 +77,15 @@ bool ReplayedFrames::accept(const QByteArray &content, const QSet<QByteArray> &t
     return !m_lines.isEmpty();
 }
 
-Frame ReplayedFrames::next()
+bool ReplayedFrames::next(Frame *frame)
 {
-    Frame frame;
+    frame->clear();
     while (m_position < m_lines.size()) {
         const DataLine &line = m_lines.at(m_position);
-        if (!frame.isEmpty() && line.type == m_lines.first().type)
+        if (!frame->isEmpty() && line.type == m_lines.first().type)
             break;
-        frame.append(line);
+        frame->append(line);
         ++m_position;
     }
-    return frame;
+    return !frame->isEmpty();
 }

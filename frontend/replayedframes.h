@@ -15,7 +15,7 @@ public:
     /// known type or is no text; \a problem then tells why, in one line.
     bool open(const QString &name, const QSet<QByteArray> &types, QString *problem);
 
-    Frame next() override;
+    bool next(Frame *frame) override;
 
     /// Lines that were skipped, blank ones included.
     int skippedLines() const { return m_skipped; }

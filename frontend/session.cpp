@@ -13,6 +13,7 @@ Session::Session(const Options &options, QObject *parent)
     : QObject(parent)
     , m_options(options)
     , m_versions(options.version)
+    , m_rate(options.rate)
     , m_link(m_controller)
     , m_receivers(m_ledger)
 {
@@ -54,6 +55,65 @@ bool Session::setUp(QStringList *remarks, QString *problem)
     return true;
 }
 
+void Session::setVersion(const BackendVersions &version)
+{
+    m_versions = version;
+    m_controller.change([&version](ControllerState &state) {
+        state.version = version;
+        if (!versionAtLeast(version, 1, 4))
+            state.viaRouter = false;
+    });
+}
+
+int Session::channelCount() const
+{
+    const ControllerState state = m_controller.state();
+    int count = 0;
+    for (const OutputChannel &channel : state.channels) {
+        if (channel.destination.kind != Destination::Kind::None)
+            ++count;
+    }
+    return count;
+}
+
+bool Session::setChannelCount(int count, QString *problem)
+{
+    m_controller.change([](ControllerState &state) { state.channels = defaultControllerState().channels; });
+    QStringList remarks;
+    for (int index = 0; index < count; ++index) {
+        if (!setUpChannel(index, &remarks, problem))
+            return false;
+    }
+    return true;
+}
+
+void Session::setRate(int rate)
+{
+    m_rate = rate;
+    if (m_dataThread)
+        m_dataThread->setRate(rate);
+}
+
+void Session::setPaused(bool paused)
+{
+    m_paused = paused;
+    if (m_dataThread)
+        m_dataThread->setPaused(paused);
+}
+
+void Session::resetOutput()
+{
+    if (m_dataThread)
+        m_dataThread->reset();
+}
+
+void Session::announceTypes()
+{
+    m_link.sendMessage("OutputTypesChanged");
+    // The routers have begun anew with it.
+    m_receivers.join();
+}
+
 bool Session::setUpChannel(int index, QStringList *remarks, QString *problem)
 {
     const ChannelPreset preset = channelPreset(index);
@@ -72,7 +132,7 @@ bool Session::setUpChannel(int index, QStringList *remarks, QString *problem)
         *problem = tr("no receiver can listen at %1").arg(QString::fromLatin1(destination.host));
         return false;
     }
-    const bool knowsDivisor = versionAtLeast(m_options.version, 1, 6);
+    const bool knowsDivisor = versionAtLeast(m_versions, 1, 6);
     m_controller.change([&](ControllerState &state) {
         state.channels[size_t(index)] = {destination, true, knowsDivisor ? preset.divisor : 1, preset.types};
     });
@@ -88,9 +148,10 @@ void Session::start()
     } else {
         source = std::make_unique<MadeUpFrames>(m_controller);
     }
-    m_dataThread =
-        std::make_unique<DataThread>(std::move(source), m_options.rate, m_ledger, m_output, m_link);
+    m_dataThread = std::make_unique<DataThread>(std::move(source), m_rate, m_ledger, m_output, m_link);
     connect(m_dataThread.get(), &DataThread::finished, this, &Session::sourceEnded);
+    // Routers give up the frame that they have begun.
+    connect(m_dataThread.get(), &DataThread::wasReset, this, [this] { m_receivers.join(); });
     m_receivers.begin();
     m_dataThread->start();
 }

@@ -42,8 +42,31 @@ public:
     ReceiverPool &receivers() { return m_receivers; }
     const Options &options() const { return m_options; }
 
-    /// The version record for the module, unchanged for the session's life.
+    /// The version record for the module, which takes it as unchangeable.
     BackendVersions *versions() { return &m_versions; }
+
+    /// Has the Controller in another version from now on. No module may be loaded.
+    void setVersion(const BackendVersions &version);
+
+    /// How many channels are set up, from the first on.
+    int channelCount() const;
+
+    /// Sets up the channels anew, \a count of them, the others without a destination. What could not be done
+    /// is told in \a problem.
+    bool setChannelCount(int count, QString *problem);
+
+    /// Frames a second.
+    int rate() const { return m_rate; }
+    void setRate(int rate);
+
+    bool isPaused() const { return m_paused; }
+    void setPaused(bool paused);
+
+    /// Has the data start over, as after a break in the connection.
+    void resetOutput();
+
+    /// Tells the module that the Controller's output types have changed.
+    void announceTypes();
 
     /// Frames given out so far.
     qint64 frames() const { return m_ledger.frames(); }
@@ -61,6 +84,8 @@ private:
 
     const Options m_options;
     BackendVersions m_versions;
+    int m_rate;
+    bool m_paused = false;
     SimulatedController m_controller;
     ControllerLink m_link;
     FrameLedger m_ledger;

@@ -2,6 +2,15 @@
 
 #include <QMutexLocker>
 
+namespace {
+
+constexpr int failed = -1;
+
+/// Neither yes nor no, no number, no destination; with what a careless reader could stumble over.
+constexpr char garbage[] = "\"%s%n\" 99999999999999 -\xfc\x7f ";
+
+} // namespace
+
 SimulatedController::SimulatedController(QObject *parent)
     : QObject(parent)
     , m_state(defaultControllerState())
@@ -14,11 +23,8 @@ int SimulatedController::query(const QByteArray &text, QByteArray *answer)
     Exchange exchange{Exchange::Kind::Query, text, {}, Taken};
     {
         const QMutexLocker locker(&m_mutex);
-        exchange.result = takeFault(text);
-        const auto override = m_overrides.constFind(text);
-        if (override != m_overrides.constEnd())
-            exchange.answer = *override;
-        else if (exchange.result == Taken)
+        exchange.result = takeFault(exchange.kind, text);
+        if (!findSubstitute(text, &exchange.answer) && exchange.result == Taken)
             exchange.result = answerQuery(m_state, text, &exchange.answer);
         keep(exchange);
     }
@@ -33,7 +39,7 @@ int SimulatedController::command(const QByteArray &text)
     Exchange exchange{Exchange::Kind::Command, text, {}, Taken};
     {
         const QMutexLocker locker(&m_mutex);
-        exchange.result = takeFault(text);
+        exchange.result = takeFault(exchange.kind, text);
         if (exchange.result == Taken)
             exchange.result = carryOutCommand(m_state, text);
         keep(exchange);
@@ -77,11 +83,24 @@ void SimulatedController::overrideAnswer(const QByteArray &text, const QByteArra
     m_overrides.insert(text, answer);
 }
 
+void SimulatedController::setTreatment(int phrase, Treatment treatment)
+{
+    const QMutexLocker locker(&m_mutex);
+    m_treatments[size_t(phrase)] = treatment;
+}
+
+Treatments SimulatedController::treatments() const
+{
+    const QMutexLocker locker(&m_mutex);
+    return m_treatments;
+}
+
 void SimulatedController::behave()
 {
     const QMutexLocker locker(&m_mutex);
     m_faults.clear();
     m_overrides.clear();
+    m_treatments = {};
 }
 
 QList<Exchange> SimulatedController::record() const
@@ -108,7 +127,7 @@ void SimulatedController::clearRecord()
 }
 
 /// The result of the first fault that matches, 0 without one. Expects m_mutex held.
-int SimulatedController::takeFault(const QByteArray &text)
+int SimulatedController::takeFault(Exchange::Kind kind, const QByteArray &text)
 {
     for (int i = 0; i < m_faults.size(); ++i) {
         const Fault fault = m_faults.at(i);
@@ -118,7 +137,31 @@ int SimulatedController::takeFault(const QByteArray &text)
             m_faults.removeAt(i);
         return fault.result;
     }
-    return Taken;
+    const int phrase = phraseOf(kind == Exchange::Kind::Command, text);
+    if (phrase < 0)
+        return Taken;
+    Treatment &treatment = m_treatments[size_t(phrase)];
+    const Treatment now = treatment;
+    if (now == Treatment::FailNext)
+        treatment = Treatment::AsUsual;
+    return now == Treatment::FailNext || now == Treatment::FailEvery ? failed : int(Taken);
+}
+
+/// Whether the query \a text has an answer that does not come from the state. Expects m_mutex held.
+bool SimulatedController::findSubstitute(const QByteArray &text, QByteArray *answer) const
+{
+    const auto override = m_overrides.constFind(text);
+    if (override != m_overrides.constEnd()) {
+        *answer = *override;
+        return true;
+    }
+    const int phrase = phraseOf(false, text);
+    const Treatment treatment = phrase < 0 ? Treatment::AsUsual : m_treatments[size_t(phrase)];
+    if (treatment == Treatment::AnswerEmpty)
+        *answer = "";
+    else if (treatment == Treatment::AnswerGarbage)
+        *answer = garbage;
+    return treatment == Treatment::AnswerEmpty || treatment == Treatment::AnswerGarbage;
 }
 
 /// Expects m_mutex held.

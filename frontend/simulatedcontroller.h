@@ -1,12 +1,14 @@
 #pragma once
 
 #include "controllerlanguage.h"
+#include "phrases.h"
 
 #include <QHash>
 #include <QMetaType>
 #include <QMutex>
 #include <QObject>
 
+#include <array>
 #include <functional>
 
 /// One query or command with what the Controller made of it.
@@ -25,6 +27,18 @@ struct Exchange
 };
 
 Q_DECLARE_METATYPE(Exchange)
+
+/// How the Controller treats all that is said in one phrase. The last two are for questions.
+enum class Treatment
+{
+    AsUsual,
+    FailNext,  ///< once, then as usual again
+    FailEvery, ///< without an answer and without effect
+    AnswerEmpty,
+    AnswerGarbage
+};
+
+using Treatments = std::array<Treatment, phraseCount>;
 
 /// A Controller that takes and gives the texts of its language, without a network. Every function may be
 /// called on any thread; the signals come on the thread of the call that caused them, with no lock held.
@@ -66,7 +80,14 @@ public:
     /// From now on the query \a text gets \a answer, known to the Controller or not.
     void overrideAnswer(const QByteArray &text, const QByteArray &answer);
 
-    /// Takes back every fail() and overrideAnswer().
+    /// Treats phrase \a phrase, a position in phrases(), in this way from now on. What fail() and
+    /// overrideAnswer() say of single texts comes first.
+    void setTreatment(int phrase, Treatment treatment);
+
+    /// By the position in phrases().
+    Treatments treatments() const;
+
+    /// Takes back every fail(), overrideAnswer() and setTreatment().
     void behave();
 
     /// The latest exchanges in order, at most recordLimit.
@@ -93,12 +114,14 @@ private:
         int result;
     };
 
-    int takeFault(const QByteArray &text);
+    int takeFault(Exchange::Kind kind, const QByteArray &text);
+    bool findSubstitute(const QByteArray &text, QByteArray *answer) const;
     void keep(const Exchange &exchange);
 
     mutable QMutex m_mutex;
     ControllerState m_state;
     QList<Fault> m_faults;
     QHash<QByteArray, QByteArray> m_overrides;
+    Treatments m_treatments{};
     QList<Exchange> m_record;
 };

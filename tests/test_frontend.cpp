@@ -155,7 +155,7 @@ void TestFrontend::recordingIsCutIntoFrames()
     QVERIFY2(frames.open(file.fileName(), {"fr", "6d", "3d"}, &problem), qPrintable(problem));
     QCOMPARE(frames.skippedLines(), 2);
     QList<QByteArray> seen;
-    for (Frame frame = frames.next(); !frame.isEmpty(); frame = frames.next()) {
+    for (Frame frame; frames.next(&frame);) {
         seen.append(QByteArray());
         for (const DataLine &line : qAsConst(frame))
             seen.last() += line.text;

@@ -1,0 +1,56 @@
+#include "cataloguesets.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+QList<OutputType> only(const QList<OutputType> &types, bool (*wanted)(const OutputType &))
+{
+    QList<OutputType> kept;
+    for (const OutputType &type : types) {
+        if (wanted(type))
+            kept.append(type);
+    }
+    return kept;
+}
+
+/// \a types with the availability changed of every \a step th one.
+QList<OutputType> withAvailability(QList<OutputType> types, bool available, int step)
+{
+    for (int i = step - 1; i < types.size(); i += step)
+        types[i].available = available;
+    return types;
+}
+
+QList<OutputType> withMore(QList<OutputType> types, int count)
+{
+    for (int i = 1; i <= count; ++i) {
+        const QByteArray number = QByteArray::number(i).rightJustified(3, '0');
+        types.append({"x" + number, "Additional data " + number, i % 10 != 0});
+    }
+    return types;
+}
+
+} // namespace
+
+const QList<CatalogueSet> &catalogueSets()
+{
+    static const QList<OutputType> usual = defaultControllerState().catalogue;
+    static const QList<OutputType> known =
+        only(usual, [](const OutputType &type) { return type.name != "2dmon" && type.name != "6dx"; });
+    static const QList<OutputType> bodies = only(usual, [](const OutputType &type) {
+        return type.name == "fr" || type.name == "6d" || type.name == "6di" || type.name == "3d";
+    });
+    static const QList<CatalogueSet> sets{
+        {QT_TRANSLATE_NOOP("CatalogueSets", "Usual (15, of them one hidden and one unknown)"), usual},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "The 13 well-known, all available"),
+         withAvailability(known, true, 1)},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "Bodies and markers only (4)"), bodies},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "Usual and 100 more"), withMore(usual, 100)},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "Every third one not available"),
+         withAvailability(known, false, 3)},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "None available"), withAvailability(usual, false, 1)},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "No types at all"), {}},
+    };
+    return sets;
+}
