@@ -1,16 +1,15 @@
 #include "conversationmodel.h"
 
+#include "appearance.h"
 #include "controllerlink.h"
 #include "simulatedcontroller.h"
 
-#include <QColor>
-#include <QFont>
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QPalette>
 #include <QTime>
 
 namespace {
-
-/// Readable on light and on dark ground.
-constexpr QRgb failureColor = 0xffd0342c;
 
 QString outcome(const Exchange &exchange)
 {
@@ -41,16 +40,16 @@ void ConversationModel::addExchange(const Exchange &exchange)
     const bool isCommand = exchange.kind == Exchange::Kind::Command;
     append({{{QString(), isCommand ? tr("set") : tr("get"), QString::fromLatin1(exchange.text),
               outcome(exchange)}},
-            exchange.result != Taken,
-            isCommand});
+            isCommand ? Speaker::Command : Speaker::Question,
+            exchange.result != Taken});
 }
 
 void ConversationModel::addLogLine(const LogLine &line)
 {
     append({{{QString(), tr("log"), QString::fromLatin1(line.message),
               QString::fromLatin1(line.level + ", " + line.component)}},
-            true,
-            false});
+            Speaker::Log,
+            true});
 }
 
 void ConversationModel::clear()
@@ -91,10 +90,14 @@ QVariant ConversationModel::data(const QModelIndex &index, int role) const
     if (role == Qt::DisplayRole)
         return entry.texts[index.column()];
     if (role == Qt::ForegroundRole && entry.isFailure)
-        return QColor(failureColor);
-    if (role == Qt::FontRole && entry.isChange && index.column() != TimeColumn) {
-        QFont font(QLatin1String("monospace"));
-        font.setStyleHint(QFont::Monospace);
+        return failureColor(QGuiApplication::palette());
+    if (role == SpeakerRole)
+        return QVariant::fromValue(entry.speaker);
+    if (role == FailureRole)
+        return entry.isFailure;
+    // What may change something stands out.
+    if (role == Qt::FontRole && entry.speaker == Speaker::Command && index.column() != TimeColumn) {
+        QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
         font.setBold(true);
         return font;
     }

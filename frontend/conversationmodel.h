@@ -23,6 +23,20 @@ public:
         ColumnCount
     };
 
+    enum class Speaker
+    {
+        Question,
+        Command,
+        Log
+    };
+    Q_ENUM(Speaker)
+
+    enum Role
+    {
+        SpeakerRole = Qt::UserRole,
+        FailureRole ///< whether it was refused or tells of a failure
+    };
+
     /// Entries that are kept; the oldest go.
     static constexpr int limit = 5000;
 
@@ -41,8 +55,8 @@ private:
     struct Entry
     {
         std::array<QString, ColumnCount> texts;
+        Speaker speaker = Speaker::Log;
         bool isFailure = false;
-        bool isChange = false; ///< a command, which may change something
     };
 
     void append(Entry entry);

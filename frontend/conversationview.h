@@ -2,10 +2,15 @@
 
 #include <QWidget>
 
+class ConversationFilter;
 class ConversationModel;
+class QComboBox;
+class QLabel;
+class QLayout;
+class QLineEdit;
 class QTreeView;
 
-/// The conversation with the Controller and the host's log, as they come.
+/// The conversation with the Controller and the host's log, as they come, to be filtered and copied.
 class ConversationView : public QWidget
 {
     Q_OBJECT
@@ -15,11 +20,21 @@ public:
 
     ConversationModel &model() { return *m_model; }
 
+    /// Lets the user type into the filter.
+    void focusFilter();
+
 private:
-    void noteScrollPosition();
+    QLayout *makeHead();
+    void makeTable();
+    void makeCopyActions();
+    void showCount();
     void followEnd();
 
     ConversationModel *m_model;
+    ConversationFilter *m_filter;
+    QComboBox *m_kind;
+    QLineEdit *m_words;
+    QLabel *m_count;
     QTreeView *m_view;
     bool m_atEnd = true;
 };

@@ -70,6 +70,10 @@ QList<ModuleAction *> HostedModule::begin(IOManager *manager, QWidget *parent, B
 
 bool HostedModule::end(QString *problem)
 {
+    if (!m_module) {
+        *problem = text("no module is loaded");
+        return false;
+    }
     m_module->prepareShutdown();
     m_module->releaseResources();
     m_module = nullptr;

@@ -22,6 +22,9 @@ public:
     /// line.
     bool load(const QString &file, QString *problem);
 
+    /// The file that was loaded last.
+    QString file() const { return m_loader.fileName(); }
+
     /// Name and version as the module tells them.
     QString title() const;
 

@@ -1,6 +1,7 @@
 #include "headless.h"
 #include "hostedmodule.h"
 #include "mainwindow.h"
+#include "modulekeeper.h"
 #include "options.h"
 #include "session.h"
 #include "signalwatcher.h"
@@ -75,10 +76,10 @@ int runHeadless(Session &session, HostedModule &module)
 
 int runWindow(Session &session, HostedModule &module)
 {
-    MainWindow window(session);
-    window.setWindowTitle(module.title());
-    window.placeActions(module.begin(&session.link(), &window, session.versions()));
-    window.show();
+    MainWindow window(session, session.options().dark);
+    ModuleKeeper keeper(session, module, window);
+    keeper.begin();
+    window.showOnScreen();
     session.start();
     if (session.options().seconds > 0)
         QTimer::singleShot(session.options().seconds * 1000, qApp, &QCoreApplication::quit);
@@ -120,8 +121,11 @@ int main(int argc, char **argv)
     choosePlatform(options);
     // Qt has options of its own, some with the same names: it gets the program's name alone.
     int nameAlone = 1;
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(nameAlone, argv);
     QApplication::setApplicationName(QLatin1String("frontend"));
+    QApplication::setWindowIcon(windowIcon());
     if (options.help) {
         std::fputs(qPrintable(helpText()), stdout);
         return Success;

@@ -1,33 +1,37 @@
 #include "mainwindow.h"
 
+#include "appearance.h"
 #include "conversationmodel.h"
 #include "conversationview.h"
 #include "moduleaction.h"
 #include "receiverspanel.h"
 #include "session.h"
-#include "windowicon.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QLabel>
 #include <QMenuBar>
+#include <QScreen>
+#include <QScrollArea>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTimer>
 
 #include <algorithm>
 
-MainWindow::MainWindow(Session &session, QWidget *parent)
+MainWindow::MainWindow(Session &session, bool dark, QWidget *parent)
     : QMainWindow(parent)
     , m_session(session)
+    , m_controller(session)
 {
-    setWindowIcon(windowIcon());
-    resize(1280, 800);
-    makeMenus();
+    // A dialog of the module blocks this window, and leaves the Controller's to the user.
+    setAttribute(Qt::WA_GroupLeader);
+    makeMenus(dark);
     makeViews();
     makeStatusBar();
     followConversation();
     connect(&m_session.controller(), &SimulatedController::stateChanged, this, &MainWindow::showState);
+    connect(&m_session, &Session::sourceEnded, this, [this] { m_sourceEnded = true; });
     showState();
 
     constexpr int refreshMs = 200;
@@ -48,6 +52,29 @@ void MainWindow::placeActions(const QList<ModuleAction *> &actions)
         menu(entry->menuTitle)->addAction(entry->action);
 }
 
+void MainWindow::showOnScreen()
+{
+    constexpr QSize wanted(1010, 860);
+    constexpr QSize frame(4, 26);
+    const QRect screen = QApplication::primaryScreen()->availableGeometry();
+    const int controllerWidth = m_controller.sizeHint().width();
+    const int height = std::min(wanted.height(), screen.height() - frame.height());
+    const int beside = screen.width() - controllerWidth - 2 * frame.width();
+    const bool bothFit = beside >= minimumSizeHint().width() && beside >= 2 * controllerWidth;
+    const int width = std::min(wanted.width(), bothFit ? beside : screen.width() - frame.width());
+    const int left = screen.left() + (bothFit ? (beside - width) / 2 : 0);
+    resize(width, height);
+    move(left, screen.top());
+    m_controller.resize(controllerWidth, height);
+    m_controller.move(bothFit ? left + width + frame.width()
+                              : screen.right() + 1 - controllerWidth - frame.width(),
+                      screen.top());
+    // The host's window last, which the user begins with.
+    m_controller.setVisible(bothFit);
+    show();
+    activateWindow();
+}
+
 QMenu *MainWindow::menu(const QString &title)
 {
     const QList<QAction *> entries = menuBar()->actions();
@@ -58,10 +85,24 @@ QMenu *MainWindow::menu(const QString &title)
     return menuBar()->addMenu(title);
 }
 
-void MainWindow::makeMenus()
+void MainWindow::makeMenus(bool dark)
 {
     QAction *quit = menu(tr("&File"))->addAction(tr("&Quit"), qApp, &QCoreApplication::quit);
     quit->setShortcut(QKeySequence::Quit);
+
+    QMenu *view = menu(tr("&View"));
+    QAction *filter =
+        view->addAction(tr("&Filter the conversation"), [this] { m_conversation->focusFilter(); });
+    filter->setShortcut(QKeySequence::Find);
+    QAction *controller = view->addAction(tr("Simulated &Controller"));
+    controller->setShortcut(Qt::Key_F8);
+    controller->setCheckable(true);
+    connect(controller, &QAction::toggled, &m_controller, &QWidget::setVisible);
+    connect(&m_controller, &ControllerWindow::visibilityChanged, controller, &QAction::setChecked);
+    QAction *darkPalette = view->addAction(tr("&Dark palette"));
+    darkPalette->setCheckable(true);
+    connect(darkPalette, &QAction::toggled, this, &setDarkPalette);
+    darkPalette->setChecked(dark);
 }
 
 void MainWindow::makeViews()
@@ -71,10 +112,15 @@ void MainWindow::makeViews()
     auto *splitter = new QSplitter(Qt::Vertical);
     splitter->addWidget(m_receivers);
     splitter->addWidget(m_conversation);
-    splitter->setSizes({320, 400});
+    splitter->setSizes({420, 280});
     splitter->setChildrenCollapsible(false);
     splitter->setContentsMargins(9, 9, 9, 0);
-    setCentralWidget(splitter);
+    // A small screen gets scroll bars rather than parts that are cut off.
+    auto *area = new QScrollArea;
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidgetResizable(true);
+    area->setWidget(splitter);
+    setCentralWidget(area);
 }
 
 void MainWindow::makeStatusBar()
@@ -95,7 +141,10 @@ void MainWindow::followConversation()
 void MainWindow::refresh()
 {
     m_receivers->update(m_session.receivers().reports());
-    m_frames->setText(tr("Frame %1, %2 a second").arg(m_session.frames()).arg(m_session.options().rate));
+    const QString flow = m_sourceEnded          ? tr("the recording has ended")
+                         : m_session.isPaused() ? tr("paused")
+                                                : tr("%1 a second").arg(m_session.rate());
+    m_frames->setText(tr("Frame %1, %2").arg(m_session.frames()).arg(flow));
 }
 
 void MainWindow::showState()

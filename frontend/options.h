@@ -5,11 +5,15 @@
 #include <QString>
 #include <QStringList>
 
+/// Frames a second that a session can give out at most.
+constexpr int maximumRate = 2000;
+
 /// What the command line asks for.
 struct Options
 {
     bool help = false;
     bool headless = false;
+    bool dark = false;
     int seconds = 0; ///< 0: until the user ends it
     int rate = 60;   ///< frames a second
     int channels = 3;

@@ -1,13 +1,15 @@
 #include "receiversmodel.h"
 
-#include <QColor>
+#include "appearance.h"
+
+#include <QGuiApplication>
 #include <QLocale>
+#include <QPalette>
 
 #include <algorithm>
 
 namespace {
 
-constexpr QRgb badColor = 0xffd0342c;
 constexpr qint64 rateSpanMs = 1000;
 
 bool sameRows(const QList<ReceiverReport> &one, const QList<ReceiverReport> &other)
@@ -58,6 +60,14 @@ double ReceiversModel::rate(int channel) const
     return span > 0 ? 1000.0 * double(samples.last().frames - samples.first().frames) / double(span) : 0.0;
 }
 
+QHash<int, double> ReceiversModel::rates() const
+{
+    QHash<int, double> rates;
+    for (const ReceiverReport &report : m_reports)
+        rates.insert(report.channel, rate(report.channel));
+    return rates;
+}
+
 int ReceiversModel::rowCount(const QModelIndex &parent) const
 {
     return parent.isValid() ? 0 : m_reports.size();
@@ -104,12 +114,14 @@ QVariant ReceiversModel::data(const QModelIndex &index, int role) const
         return text(report, column);
     if (role == Qt::TextAlignmentRole && column != DestinationColumn)
         return int(Qt::AlignRight | Qt::AlignVCenter);
+    if (role == Qt::DecorationRole && column == ChannelColumn)
+        return channelColor(report.channel);
     const bool isBad = (column == LostColumn && statistics.lost > 0) ||
                        (column == OrderColumn && statistics.outOfOrder > 0) ||
                        (column == MalformedColumn && statistics.malformed > 0) ||
                        (column == DestinationColumn && !report.problem.isEmpty());
     if (role == Qt::ForegroundRole && isBad)
-        return QColor(badColor);
+        return failureColor(QGuiApplication::palette());
     return {};
 }
 

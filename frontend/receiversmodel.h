@@ -35,6 +35,9 @@ public:
     /// The report in \a row, which has to exist.
     const ReceiverReport &report(int row) const { return m_reports.at(row); }
 
+    /// Frames a second over the last second, by channel.
+    QHash<int, double> rates() const;
+
     int rowCount(const QModelIndex &parent = {}) const override;
     int columnCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;

@@ -1,24 +1,24 @@
 #include "receiverspanel.h"
 
+#include "emptyhint.h"
+#include "lastframeview.h"
+#include "rateplot.h"
 #include "receiversmodel.h"
 
-#include <QFontDatabase>
 #include <QHeaderView>
 #include <QLabel>
-#include <QPlainTextEdit>
-#include <QScrollBar>
 #include <QSplitter>
 #include <QTableView>
 #include <QVBoxLayout>
 
 namespace {
 
-QWidget *titled(QLabel *title, QWidget *content)
+QWidget *titled(const QString &title, QWidget *content)
 {
     auto *box = new QWidget;
     auto *layout = new QVBoxLayout(box);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(title);
+    layout->addWidget(new QLabel(title));
     layout->addWidget(content);
     return box;
 }
@@ -28,48 +28,55 @@ QWidget *titled(QLabel *title, QWidget *content)
 ReceiversPanel::ReceiversPanel(QWidget *parent)
     : QWidget(parent)
     , m_model(new ReceiversModel(this))
+    , m_table(new QTableView)
+    , m_plot(new RatePlot)
+    , m_frame(new LastFrameView)
 {
-    auto *splitter = new QSplitter(Qt::Horizontal, this);
-    splitter->addWidget(makeTable());
-    splitter->addWidget(makeFrameView());
-    splitter->setSizes({800, 460});
+    makeTable();
+    auto *splitter = new QSplitter(Qt::Vertical);
+    splitter->addWidget(titled(tr("<b>Receivers on this computer</b>"), m_table));
+    splitter->addWidget(makeDetails());
+    splitter->setSizes({160, 200});
     splitter->setChildrenCollapsible(false);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(splitter);
 }
 
-QWidget *ReceiversPanel::makeTable()
+void ReceiversPanel::makeTable()
 {
-    m_table = new QTableView;
     m_table->setModel(m_model);
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->setAlternatingRowColors(true);
     m_table->setShowGrid(false);
+    m_table->setTabKeyNavigation(false);
+    m_table->setMinimumHeight(3 * m_table->verticalHeader()->defaultSectionSize());
     m_table->verticalHeader()->hide();
+    m_table->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
     QHeaderView *header = m_table->horizontalHeader();
     header->setSectionResizeMode(QHeaderView::ResizeToContents);
     header->setSectionResizeMode(ReceiversModel::DestinationColumn, QHeaderView::Stretch);
     header->setHighlightSections(false);
+    new EmptyHint(tr("No channel has a destination on this computer. Press F9 to give it one."), m_table);
     connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &ReceiversPanel::showFrame);
-    return titled(new QLabel(tr("<b>Receivers on this computer</b>")), m_table);
 }
 
-QWidget *ReceiversPanel::makeFrameView()
+QWidget *ReceiversPanel::makeDetails()
 {
-    m_frame = new QPlainTextEdit;
-    m_frame->setReadOnly(true);
-    m_frame->setLineWrapMode(QPlainTextEdit::NoWrap);
-    m_frame->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    m_frameTitle = new QLabel;
-    return titled(m_frameTitle, m_frame);
+    auto *splitter = new QSplitter(Qt::Horizontal);
+    splitter->addWidget(titled(tr("<b>Frames a second</b>"), m_plot));
+    splitter->addWidget(m_frame);
+    splitter->setSizes({480, 360});
+    splitter->setChildrenCollapsible(false);
+    return splitter;
 }
 
 void ReceiversPanel::update(const QList<ReceiverReport> &reports)
 {
     m_model->update(reports);
+    m_plot->addRates(m_model->rates());
     if (!m_table->currentIndex().isValid() && m_model->rowCount() > 0)
         m_table->selectRow(0);
     showFrame();
@@ -78,19 +85,8 @@ void ReceiversPanel::update(const QList<ReceiverReport> &reports)
 void ReceiversPanel::showFrame()
 {
     const QModelIndex current = m_table->currentIndex();
-    if (!current.isValid()) {
-        m_frameTitle->setText(tr("<b>Last frame</b>"));
-        m_frame->clear();
-        return;
-    }
-    const ReceiverReport &report = m_model->report(current.row());
-    m_frameTitle->setText(tr("<b>Last frame of channel %1</b>").arg(report.channel));
-    const QString text = QString::fromLatin1(report.statistics.lastFrame).remove(QLatin1Char('\r'));
-    if (text == m_frame->toPlainText())
-        return;
-    // A new text would throw the user back to the first column.
-    QScrollBar *bar = m_frame->horizontalScrollBar();
-    const int position = bar->value();
-    m_frame->setPlainText(text);
-    bar->setValue(position);
+    if (current.isValid())
+        m_frame->show(m_model->report(current.row()));
+    else
+        m_frame->showNone();
 }

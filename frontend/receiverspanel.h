@@ -4,12 +4,12 @@
 
 #include <QWidget>
 
-class QLabel;
-class QPlainTextEdit;
+class LastFrameView;
 class QTableView;
+class RatePlot;
 class ReceiversModel;
 
-/// The receivers and what they get: a table, and the last frame of the selected one.
+/// The receivers and what they get: a table, the rates as a plot, and the last frame of the selected one.
 class ReceiversPanel : public QWidget
 {
     Q_OBJECT
@@ -20,12 +20,12 @@ public:
     void update(const QList<ReceiverReport> &reports);
 
 private:
-    QWidget *makeTable();
-    QWidget *makeFrameView();
+    void makeTable();
+    QWidget *makeDetails();
     void showFrame();
 
     ReceiversModel *m_model;
-    QTableView *m_table = nullptr;
-    QLabel *m_frameTitle = nullptr;
-    QPlainTextEdit *m_frame = nullptr;
+    QTableView *m_table;
+    RatePlot *m_plot;
+    LastFrameView *m_frame;
 };

@@ -1,0 +1,76 @@
+#include "controllerwindow.h"
+
+#include "datapanel.h"
+#include "session.h"
+#include "statepanel.h"
+#include "treatmentpanel.h"
+
+#include <QAbstractSpinBox>
+#include <QComboBox>
+#include <QEvent>
+#include <QScrollArea>
+#include <QVBoxLayout>
+
+ControllerWindow::ControllerWindow(Session &session, QWidget *parent)
+    : QWidget(parent, Qt::Window)
+    , m_state(new StatePanel(session))
+{
+    setWindowTitle(tr("Simulated Controller"));
+    // The host's window alone keeps the program running.
+    setAttribute(Qt::WA_QuitOnClose, false);
+    auto *content = new QWidget;
+    auto *panels = new QVBoxLayout(content);
+    panels->addWidget(m_state);
+    panels->addWidget(new DataPanel(session));
+    panels->addWidget(new TreatmentPanel(session.controller()));
+    panels->addStretch();
+    auto *area = new QScrollArea;
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area->setWidget(content);
+    area->setMinimumWidth(content->minimumSizeHint().width() +
+                          area->style()->pixelMetric(QStyle::PM_ScrollBarExtent));
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(area);
+    connect(m_state, &StatePanel::versionWanted, this, &ControllerWindow::versionWanted);
+    keepWheelFromBoxes();
+}
+
+void ControllerWindow::setVersionChangeable(bool changeable)
+{
+    m_state->setVersionChangeable(changeable);
+}
+
+void ControllerWindow::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    emit visibilityChanged(true);
+}
+
+void ControllerWindow::hideEvent(QHideEvent *event)
+{
+    QWidget::hideEvent(event);
+    emit visibilityChanged(false);
+}
+
+/// The wheel scrolls the panels and changes no switch that happens to be under it.
+void ControllerWindow::keepWheelFromBoxes()
+{
+    const auto widgets = findChildren<QWidget *>();
+    for (QWidget *widget : widgets) {
+        if (qobject_cast<QComboBox *>(widget) || qobject_cast<QAbstractSpinBox *>(widget)) {
+            widget->setFocusPolicy(Qt::StrongFocus);
+            widget->installEventFilter(this);
+        }
+    }
+}
+
+bool ControllerWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() != QEvent::Wheel || static_cast<QWidget *>(watched)->hasFocus())
+        return QWidget::eventFilter(watched, event);
+    event->ignore();
+    return true;
+}

@@ -1,0 +1,95 @@
+#include "datapanel.h"
+
+#include "session.h"
+
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QSpinBox>
+
+namespace {
+
+QWidget *inOneRow(std::initializer_list<QWidget *> widgets)
+{
+    auto *row = new QWidget;
+    auto *layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    for (QWidget *widget : widgets)
+        layout->addWidget(widget);
+    return row;
+}
+
+} // namespace
+
+DataPanel::DataPanel(Session &session, QWidget *parent)
+    : QGroupBox(tr("Data and channels"), parent)
+    , m_session(session)
+    , m_rate(new QSpinBox)
+    , m_channels(new QSpinBox)
+    , m_problem(new QLabel)
+{
+    auto *form = new QFormLayout(this);
+    form->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
+    m_rate->setRange(1, maximumRate);
+    m_rate->setSuffix(tr(" Hz"));
+    m_rate->setValue(m_session.rate());
+    m_rate->setKeyboardTracking(false);
+    connect(m_rate, QOverload<int>::of(&QSpinBox::valueChanged), &m_session, &Session::setRate);
+    form->addRow(tr("&Frames:"), makeFlow());
+    form->addRow(tr("Cha&nnels:"), makeChannels());
+    m_problem->setWordWrap(true);
+    m_problem->hide();
+    form->addRow(m_problem);
+}
+
+QWidget *DataPanel::makeFlow()
+{
+    auto *pause = new QPushButton(tr("&Pause"));
+    pause->setCheckable(true);
+    pause->setChecked(m_session.isPaused());
+    pause->setToolTip(tr("Holds the data back; it goes on with the next frame"));
+    connect(pause, &QPushButton::toggled, &m_session, &Session::setPaused);
+    auto *reset = new QPushButton(tr("Re&set"));
+    reset->setToolTip(tr("Has the data start over, as after a break in the connection"));
+    connect(reset, &QPushButton::clicked, &m_session, &Session::resetOutput);
+    QWidget *row = inOneRow({m_rate, pause, reset});
+    row->setFocusProxy(m_rate);
+    return row;
+}
+
+QWidget *DataPanel::makeChannels()
+{
+    m_channels->setRange(0, OutputChannelCount);
+    m_channels->setValue(m_session.channelCount());
+    auto *setUp = new QPushButton(tr("Set &up anew"));
+    setUp->setToolTip(tr("Gives so many channels, from the first on, a receiver on this computer. The dialog "
+                         "notices when it opens."));
+    connect(setUp, &QPushButton::clicked, this, &DataPanel::setUpChannels);
+    auto *collide = new QPushButton(tr("2 as 1"));
+    collide->setToolTip(
+        tr("Gives channel 2 the destination of channel 1: the dialog then asks when it is left"));
+    connect(collide, &QPushButton::clicked, this, &DataPanel::collide);
+    QWidget *row = inOneRow({m_channels, setUp, collide});
+    row->setFocusProxy(m_channels);
+    return row;
+}
+
+void DataPanel::setUpChannels()
+{
+    QString problem;
+    m_session.setChannelCount(m_channels->value(), &problem);
+    showProblem(problem);
+}
+
+void DataPanel::collide()
+{
+    m_session.controller().change(
+        [](ControllerState &state) { state.channels[1].destination = state.channels[0].destination; });
+}
+
+void DataPanel::showProblem(const QString &problem)
+{
+    m_problem->setText(problem);
+    m_problem->setVisible(!problem.isEmpty());
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+class QPlainTextEdit;
+struct ReceiverReport;
+
+/// The text of the last datagram that a receiver has got.
+class LastFrameView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit LastFrameView(QWidget *parent = nullptr);
+
+    void show(const ReceiverReport &report);
+    void showNone();
+
+private:
+    QLabel *m_title;
+    QPlainTextEdit *m_text;
+};

@@ -1,0 +1,53 @@
+#include "modulekeeper.h"
+
+#include "hostedmodule.h"
+#include "mainwindow.h"
+#include "moduleaction.h"
+#include "session.h"
+
+#include <QDialog>
+#include <QEvent>
+#include <QMessageBox>
+#include <QTimer>
+
+ModuleKeeper::ModuleKeeper(Session &session, HostedModule &module, MainWindow &window)
+    : m_session(session)
+    , m_module(module)
+    , m_window(window)
+{
+    connect(&m_window.controllerWindow(), &ControllerWindow::versionWanted, this,
+            [this](const BackendVersions &version) {
+                // Later, when the call from the Controller's window is over.
+                QTimer::singleShot(0, this, [this, version] { changeVersion(version); });
+            });
+}
+
+void ModuleKeeper::begin()
+{
+    m_window.setWindowTitle(tr("Frontend with %1").arg(m_module.title()));
+    const QList<ModuleAction *> actions = m_module.begin(&m_session.link(), &m_window, m_session.versions());
+    m_window.placeActions(actions);
+    for (const ModuleAction *action : actions) {
+        m_dialog = action->dialog;
+        m_dialog->installEventFilter(this);
+    }
+}
+
+bool ModuleKeeper::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::Show || event->type() == QEvent::Hide)
+        m_window.controllerWindow().setVersionChangeable(event->type() == QEvent::Hide);
+    return QObject::eventFilter(watched, event);
+}
+
+void ModuleKeeper::changeVersion(const BackendVersions &version)
+{
+    QString problem;
+    const QString file = m_module.file();
+    const bool ended = m_module.end(&problem);
+    m_session.setVersion(version);
+    if (ended && m_module.load(file, &problem))
+        begin();
+    else
+        QMessageBox::critical(&m_window, m_window.windowTitle(), problem);
+}
