@@ -42,14 +42,12 @@ const QList<CatalogueSet> &catalogueSets()
         return type.name == "fr" || type.name == "6d" || type.name == "6di" || type.name == "3d";
     });
     static const QList<CatalogueSet> sets{
-        {QT_TRANSLATE_NOOP("CatalogueSets", "Usual (15, of them one hidden and one unknown)"), usual},
-        {QT_TRANSLATE_NOOP("CatalogueSets", "The 13 well-known, all available"),
-         withAvailability(known, true, 1)},
-        {QT_TRANSLATE_NOOP("CatalogueSets", "Bodies and markers only (4)"), bodies},
-        {QT_TRANSLATE_NOOP("CatalogueSets", "Usual and 100 more"), withMore(usual, 100)},
-        {QT_TRANSLATE_NOOP("CatalogueSets", "Every third one not available"),
-         withAvailability(known, false, 3)},
-        {QT_TRANSLATE_NOOP("CatalogueSets", "None available"), withAvailability(usual, false, 1)},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "Usual (15)"), usual},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "Well-known alone (13)"), withAvailability(known, true, 1)},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "Bodies and markers (4)"), bodies},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "Usual and 100 more (115)"), withMore(usual, 100)},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "Every third unavailable"), withAvailability(known, false, 3)},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "All unavailable"), withAvailability(usual, false, 1)},
         {QT_TRANSLATE_NOOP("CatalogueSets", "No types at all"), {}},
     };
     return sets;

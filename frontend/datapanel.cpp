@@ -30,7 +30,7 @@ DataPanel::DataPanel(Session &session, QWidget *parent)
     , m_problem(new QLabel)
 {
     auto *form = new QFormLayout(this);
-    form->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     m_rate->setRange(1, maximumRate);
     m_rate->setSuffix(tr(" Hz"));
     m_rate->setValue(m_session.rate());

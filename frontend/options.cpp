@@ -1,5 +1,7 @@
 #include "options.h"
 
+#include "controllerstate.h"
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QRegularExpression>
@@ -16,31 +18,11 @@ QString text(const char *source)
 
 void addOptions(QCommandLineParser &parser)
 {
-    parser.setApplicationDescription(
-        text("Stands in for the frontend of a tracking system and for its Controller, loads the module\n"
-             "for the output settings and shows what the receivers of its channels get."));
-    parser.addOptions({
-        {{"h", "help"}, text("Shows this help.")},
-        {"headless", text("Runs without a window. The exit status is 0 only if every channel got its frames "
-                          "in order and none was lost.")},
-        {"seconds",
-         text("Ends after <n> seconds; 0: when it is closed or interrupted. Default: 5 headless, "
-              "0 with a window."),
-         "n"},
-        {"rate", text("Makes <hz> frames a second, 1 to 2000. Default: 60."), "hz"},
-        {"channels", text("Starts with <n> channels set up, 1 to 10. Default: 3."), "n"},
-        {"controller-version", text("Version of the Controller, <major.minor[.third]>. Default: 1.9.0."),
-         "version"},
-        {"locked", text("The Controller refuses changes of its configuration.")},
-        {"router", text("The Controller is in router mode from the start.")},
-        {"replay",
-         text("Plays the recorded lines of <file> (\"-\": standard input) instead of made-up frames."),
-         "file"},
-        {"plugin",
-         text("Loads the module from <file>. Default: "
-              "../plugins/NetworkSettings2GModule.so beside this program."),
-         "file"},
-    });
+    parser.addOption({{"h", "help"}, QString()});
+    for (const char *name : {"headless", "dark", "locked", "router"})
+        parser.addOption(QCommandLineOption(QLatin1String(name)));
+    for (const char *name : {"seconds", "rate", "channels", "controller-version", "replay", "plugin"})
+        parser.addOption({QLatin1String(name), QString(), QLatin1String("value")});
 }
 
 class Reader
@@ -117,20 +99,14 @@ bool parseOptions(const QStringList &arguments, Options *options, QString *probl
     }
     options->help = parser.isSet("help");
     options->headless = parser.isSet("headless");
+    options->dark = parser.isSet("dark");
     options->locked = parser.isSet("locked");
     options->router = parser.isSet("router");
     options->seconds = options->headless ? defaultHeadlessSeconds : 0;
     Reader reader(parser, problem);
     return reader.number("seconds", 0, maxSeconds, &options->seconds) &&
-           reader.number("rate", 1, 2000, &options->rate) &&
-           reader.number("channels", 1, 10, &options->channels) &&
+           reader.number("rate", 1, maximumRate, &options->rate) &&
+           reader.number("channels", 1, OutputChannelCount, &options->channels) &&
            reader.version("controller-version", &options->version) &&
            reader.file("replay", &options->replay) && reader.file("plugin", &options->plugin);
-}
-
-QString helpText()
-{
-    QCommandLineParser parser;
-    addOptions(parser);
-    return parser.helpText();
 }

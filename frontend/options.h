@@ -28,5 +28,5 @@ struct Options
 /// problem then tells what, in one line.
 bool parseOptions(const QStringList &arguments, Options *options, QString *problem);
 
-/// The text for "--help". Needs an application object.
+/// The text for "--help".
 QString helpText();

@@ -55,7 +55,7 @@ StatePanel::StatePanel(Session &session, QWidget *parent)
     , m_types(new QComboBox)
 {
     auto *form = new QFormLayout(this);
-    form->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     makeVersions(form);
     makeModels(form);
     makeSwitches(form);
@@ -96,8 +96,8 @@ void StatePanel::makeVersions(QFormLayout *form)
 void StatePanel::makeModels(QFormLayout *form)
 {
     letShrink(m_model);
-    m_model->addItem(tr("100, may send to 127.0.0.1"), 100);
-    m_model->addItem(tr("200, may not"), 200);
+    m_model->addItem(tr("100, takes 127.0.0.1"), 100);
+    m_model->addItem(tr("200, refuses 127.0.0.1"), 200);
     m_model->setToolTip(tr("On other models than 100 the module refuses 127.0.0.1 typed as a destination"));
     connect(m_model, QOverload<int>::of(&QComboBox::activated), this, [this] {
         const int model = m_model->currentData().toInt();
@@ -126,6 +126,9 @@ void StatePanel::makeTypes(QFormLayout *form)
     letShrink(m_types);
     for (const CatalogueSet &set : catalogueSets())
         m_types->addItem(QCoreApplication::translate("CatalogueSets", set.title));
+    m_types->setToolTip(
+        tr("The catalogue that the Controller tells; the dialog reads it when it opens or when the "
+           "change is announced"));
     connect(m_types, QOverload<int>::of(&QComboBox::activated), this, [this](int row) {
         const QList<OutputType> types = catalogueSets().at(row).types;
         m_session.controller().change([&types](ControllerState &state) { state.catalogue = types; });

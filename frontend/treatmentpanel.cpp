@@ -13,7 +13,7 @@ TreatmentPanel::TreatmentPanel(SimulatedController &controller, QWidget *parent)
     , m_controller(controller)
 {
     auto *form = new QFormLayout(this);
-    form->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     form->setVerticalSpacing(3);
     auto *behave = new QPushButton(tr("All as &usual again"));
     connect(behave, &QPushButton::clicked, this, &TreatmentPanel::behave);
