@@ -12,14 +12,16 @@ namespace {
 
 QPalette darkPalette()
 {
-    const QColor window(0x2b, 0x2d, 0x30);
-    const QColor base(0x1e, 0x1f, 0x22);
+    // The style draws the frames of check boxes a shade below the window's colour, which has to stand out
+    // from the base.
+    const QColor window(0x4a, 0x4e, 0x54);
+    const QColor base(0x17, 0x18, 0x1a);
     const QColor text(0xe6, 0xe8, 0xea);
-    const QColor faint(0x80, 0x84, 0x8a);
+    const QColor faint(0xa0, 0xa4, 0xaa);
     const QColor highlight(0x2f, 0x65, 0xa8);
-    QPalette palette(text, QColor(0x3c, 0x3f, 0x43), QColor(0x5a, 0x5e, 0x64), QColor(0x18, 0x19, 0x1b),
-                     QColor(0x30, 0x32, 0x36), text, Qt::white, base, window);
-    palette.setColor(QPalette::AlternateBase, QColor(0x26, 0x28, 0x2b));
+    QPalette palette(text, QColor(0x55, 0x59, 0x60), QColor(0x6c, 0x71, 0x78), QColor(0x26, 0x28, 0x2b),
+                     QColor(0x3a, 0x3d, 0x42), text, Qt::white, base, window);
+    palette.setColor(QPalette::AlternateBase, QColor(0x20, 0x22, 0x24));
     palette.setColor(QPalette::ToolTipBase, base);
     palette.setColor(QPalette::ToolTipText, text);
     palette.setColor(QPalette::PlaceholderText, faint);
@@ -28,7 +30,7 @@ QPalette darkPalette()
     palette.setColor(QPalette::HighlightedText, Qt::white);
     for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         palette.setColor(QPalette::Disabled, role, faint);
-    palette.setColor(QPalette::Disabled, QPalette::Highlight, QColor(0x45, 0x48, 0x4d));
+    palette.setColor(QPalette::Disabled, QPalette::Highlight, QColor(0x5a, 0x5e, 0x64));
     return palette;
 }
 

@@ -62,13 +62,11 @@ void TreatmentPanel::showTreatments()
     const Treatments treatments = m_controller.treatments();
     for (size_t i = 0; i < m_boxes.size(); ++i) {
         QComboBox *box = m_boxes[i];
-        const int row = box->findData(int(treatments[i]));
-        if (row == box->currentIndex())
-            continue;
-        box->setCurrentIndex(row);
+        box->setCurrentIndex(box->findData(int(treatments[i])));
         // What is not as usual stands out among so many.
-        QFont font = box->font();
-        font.setBold(treatments[i] != Treatment::AsUsual);
-        box->setFont(font);
+        QFont bold = box->font();
+        bold.setBold(treatments[i] != Treatment::AsUsual);
+        if (bold != box->font())
+            box->setFont(bold);
     }
 }
