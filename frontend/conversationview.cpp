@@ -68,6 +68,7 @@ QLayout *ConversationView::makeHead()
 
     m_words->setPlaceholderText(tr("Filter by words"));
     m_words->setClearButtonEnabled(true);
+    m_words->setMinimumWidth(9 * fontMetrics().averageCharWidth() + 60);
     m_words->setToolTip(tr("Shows the lines with all of these words (Ctrl+F)"));
     connect(m_words, &QLineEdit::textChanged, m_filter, &ConversationFilter::setWords);
 
@@ -78,7 +79,7 @@ QLayout *ConversationView::makeHead()
     connect(clear, &QPushButton::clicked, m_model, &ConversationModel::clear);
 
     auto *head = new QHBoxLayout;
-    head->addWidget(new QLabel(tr("<b>Conversation with the Controller</b>")));
+    head->addWidget(new QLabel(tr("<b>Conversation</b>")));
     head->addWidget(m_count);
     head->addStretch();
     head->addWidget(m_kind);

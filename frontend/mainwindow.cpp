@@ -152,6 +152,6 @@ void MainWindow::showState()
     const ControllerState state = m_session.controller().state();
     m_version->setText(
         tr("Controller %1.%2.%3").arg(state.version.major).arg(state.version.minor).arg(state.version.third));
-    m_router->setText(state.viaRouter ? tr("Router mode: this frontend sends") : tr("The Controller sends"));
+    m_router->setText(state.viaRouter ? tr("Router mode on") : tr("Router mode off"));
     m_lock->setText(state.locked ? tr("Configuration locked") : tr("Configuration open"));
 }

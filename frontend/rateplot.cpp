@@ -36,6 +36,7 @@ RatePlot::RatePlot(QWidget *parent)
     setRenderHint(QPainter::Antialiasing);
     setFrameShape(QFrame::StyledPanel);
     setFocusPolicy(Qt::NoFocus);
+    setMinimumHeight(13 * fontMetrics().height());
     chart()->legend()->hide();
     chart()->setMargins({4, 4, 8, 2});
     chart()->setBackgroundRoundness(0.0);

@@ -127,11 +127,25 @@ QVariant ReceiversModel::data(const QModelIndex &index, int role) const
 
 QVariant ReceiversModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
-        return QAbstractTableModel::headerData(section, orientation, role);
-    static const char *const titles[ColumnCount] = {
-        QT_TR_NOOP("Channel"),  QT_TR_NOOP("Destination"), QT_TR_NOOP("Frames"),
-        QT_TR_NOOP("Rate"),     QT_TR_NOOP("Bytes"),       QT_TR_NOOP("Lost"),
-        QT_TR_NOOP("Disorder"), QT_TR_NOOP("Malformed"),   QT_TR_NOOP("Last number")};
-    return tr(titles[section]);
+    struct Title
+    {
+        const char *text;
+        const char *explanation;
+    };
+    static constexpr Title titles[ColumnCount] = {
+        {QT_TR_NOOP("Channel"), QT_TR_NOOP("Number and colour of the channel")},
+        {QT_TR_NOOP("Destination"), QT_TR_NOOP("Where the receiver listens")},
+        {QT_TR_NOOP("Frames"), QT_TR_NOOP("Frames that have arrived")},
+        {QT_TR_NOOP("Rate"), QT_TR_NOOP("Frames over the last second")},
+        {QT_TR_NOOP("Bytes"), QT_TR_NOOP("Bytes of all datagrams")},
+        {QT_TR_NOOP("Lost"), QT_TR_NOOP("Frames that were due and did not arrive")},
+        {QT_TR_NOOP("Disorder"), QT_TR_NOOP("Frames that came twice or out of order")},
+        {QT_TR_NOOP("Bad"),
+         QT_TR_NOOP("Datagrams that hold other lines than the channel's of one due frame")},
+        {QT_TR_NOOP("Number"), QT_TR_NOOP("Number of the last frame")}};
+    if (orientation == Qt::Horizontal && role == Qt::DisplayRole)
+        return tr(titles[section].text);
+    if (orientation == Qt::Horizontal && role == Qt::ToolTipRole)
+        return tr(titles[section].explanation);
+    return QAbstractTableModel::headerData(section, orientation, role);
 }
