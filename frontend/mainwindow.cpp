@@ -16,6 +16,7 @@
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTimer>
+#include <QVBoxLayout>
 
 #include <algorithm>
 
@@ -112,14 +113,17 @@ void MainWindow::makeViews()
     auto *splitter = new QSplitter(Qt::Vertical);
     splitter->addWidget(m_receivers);
     splitter->addWidget(m_conversation);
-    splitter->setSizes({420, 280});
+    splitter->setStretchFactor(1, 1);
     splitter->setChildrenCollapsible(false);
-    splitter->setContentsMargins(9, 9, 9, 0);
+    auto *content = new QWidget;
+    auto *layout = new QVBoxLayout(content);
+    layout->setContentsMargins(9, 9, 9, 0);
+    layout->addWidget(splitter);
     // A small screen gets scroll bars rather than parts that are cut off.
     auto *area = new QScrollArea;
     area->setFrameShape(QFrame::NoFrame);
     area->setWidgetResizable(true);
-    area->setWidget(splitter);
+    area->setWidget(content);
     setCentralWidget(area);
 }
 

@@ -36,7 +36,7 @@ ReceiversPanel::ReceiversPanel(QWidget *parent)
     auto *splitter = new QSplitter(Qt::Vertical);
     splitter->addWidget(titled(tr("<b>Receivers on this computer</b>"), m_table));
     splitter->addWidget(makeDetails());
-    splitter->setSizes({160, 200});
+    splitter->setStretchFactor(1, 1);
     splitter->setChildrenCollapsible(false);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
