@@ -69,7 +69,6 @@ void TestFrontend::checkerJudges()
     const std::tuple<bool, int, QByteArray, QByteArray> cases[] = {
         {false, 1, "fr 1\n|fr 2\n6d 0\n|fr 3\n", "3 0 0 0 5"},
         {false, 4, "fr 4\n|fr 8\n", "2 0 0 0 0"},
-        {false, 1, "fr 2\n", "1 1 0 0 7"},
         {false, 2, "fr 2\n|fr 8\n", "2 2 0 0 2"},
         {false, 1, "fr 4\n|fr 6\n", "2 3 0 0 6"},
         {false, 1, "fr 1\n|fr 3\n|fr 2\n", "3 1 1 0 6"},
@@ -104,10 +103,9 @@ void TestFrontend::checkerJudges()
 
 void TestFrontend::datagramIsNeverTooLong()
 {
-    const Expectation both{{"fr", "6d"}, 3, true, false};
     const QByteArray longest(65507 - 8, 'x'); // beside "fr 3" and two line ends
-    QCOMPARE(datagramOf({{"fr", "fr 3"}, {"6d", longest}}, both).size(), 65507);
-    QVERIFY(datagramOf({{"fr", "fr 3"}, {"6d", longest + 'x'}}, both).isEmpty());
+    for (const QByteArray &text : {longest, longest + 'x'})
+        QCOMPARE(datagramOf({{"fr", "fr 3"}, {"6d", text}}, {{"fr", "6d"}, 3}).isEmpty(), text != longest);
 }
 
 void TestFrontend::wrongUseIsRefused()
@@ -117,7 +115,8 @@ void TestFrontend::wrongUseIsRefused()
                             "--channels 11|--controller-version 1|--replay|"
                             "--headless --plugin /nonexistent/file|--headless --plugin MODULE --replay -|"
                             "--headless --plugin MODULE --replay /nonexistent/file");
-    for (const QString &arguments : uses.split('|')) {
+    const QStringList all = uses.split('|');
+    for (const QString &arguments : all) {
         Frontend frontend(arguments, QByteArray("fr 1\n\0\n", 7));
         QVERIFY2(frontend.status() == 2 && frontend.out.isEmpty(), qPrintable(arguments));
         QVERIFY2(frontend.readAllStandardError().count("frontend: ") == 1, qPrintable(arguments));
