@@ -57,7 +57,7 @@ QColor channelColor(int number)
 {
     static constexpr std::array<QRgb, 10> colors{0xffd97706, 0xff2e9e5b, 0xff9467bd, 0xffd0453e, 0xff1ba3b5,
                                                  0xff9c6b4f, 0xffd264b0, 0xff7f858c, 0xffa8a01e, 0xff3584c4};
-    return QColor(colors[size_t(number - 1) % colors.size()]);
+    return {colors[size_t(number - 1) % colors.size()]};
 }
 
 void setDarkPalette(bool dark)

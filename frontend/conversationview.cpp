@@ -44,10 +44,10 @@ ConversationView::ConversationView(QWidget *parent)
     makeTable();
     makeCopyActions();
     followEnd();
-    for (const auto change : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved}) {
-        connect(m_filter, change, this, &ConversationView::showCount);
-        connect(m_model, change, this, &ConversationView::showCount);
-    }
+    connect(m_model, &QAbstractItemModel::rowsInserted, this, &ConversationView::showCount);
+    connect(m_model, &QAbstractItemModel::rowsRemoved, this, &ConversationView::showCount);
+    connect(m_filter, &QAbstractItemModel::rowsInserted, this, &ConversationView::showCount);
+    connect(m_filter, &QAbstractItemModel::rowsRemoved, this, &ConversationView::showCount);
     connect(m_model, &QAbstractItemModel::modelReset, this, &ConversationView::showCount);
     showCount();
 }

@@ -25,5 +25,5 @@ private:
     void showTreatments();
 
     SimulatedController &m_controller;
-    std::array<QComboBox *, phraseCount> m_boxes;
+    std::array<QComboBox *, phraseCount> m_boxes{};
 };
