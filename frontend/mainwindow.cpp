@@ -92,8 +92,8 @@ void MainWindow::makeMenus(bool dark)
     quit->setShortcut(QKeySequence::Quit);
 
     QMenu *view = menu(tr("&View"));
-    QAction *filter =
-        view->addAction(tr("&Filter the conversation"), [this] { m_conversation->focusFilter(); });
+    QAction *filter = view->addAction(tr("&Filter the conversation"));
+    connect(filter, &QAction::triggered, this, [this] { m_conversation->focusFilter(); });
     filter->setShortcut(QKeySequence::Find);
     QAction *controller = view->addAction(tr("Simulated &Controller"));
     controller->setShortcut(Qt::Key_F8);
