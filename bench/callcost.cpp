@@ -28,7 +28,7 @@ struct Nothing
 template <typename Side>
 void measureFrame(Side &side, Spent *spent)
 {
-    constexpr int lastLine = LinesPerFrame - 1;
+    constexpr int lastLine = linesPerFrame - 1;
     side.setNumber(nextFrameNumber());
     for (int index = 0; index < lastLine; ++index) {
         const int64_t start = nowNs();
@@ -90,7 +90,7 @@ void CopyLanes::waitForever(Lane &lane)
 void CopyLanes::deliver(int index)
 {
     const FrameLine &line = m_frame.lines()[size_t(index)];
-    const bool frameEnds = index == LinesPerFrame - 1;
+    const bool frameEnds = index == linesPerFrame - 1;
     // The texts come without their lengths, as they do to the module.
     const char *type = line.type.c_str();
     const char *text = line.text.c_str();

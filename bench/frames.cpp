@@ -2,7 +2,7 @@
 
 namespace {
 
-std::array<FrameLine, LinesPerFrame> frameLines()
+std::array<FrameLine, linesPerFrame> frameLines()
 {
     return {{
         {"fr", "fr 100000000\r\n"},
@@ -28,7 +28,7 @@ std::array<FrameLine, LinesPerFrame> frameLines()
 
 bool isSkipped(int channel, int line)
 {
-    constexpr int middle = LinesPerFrame - 2;
+    constexpr int middle = linesPerFrame - 2;
     constexpr int apart = 3; // so that each of the ten channels misses another pair
     return line == 1 + channel % middle || line == 1 + (channel + apart) % middle;
 }
@@ -37,7 +37,7 @@ bool isSkipped(int channel, int line)
 
 void writeNumber(char *digits, uint32_t number)
 {
-    for (int i = NumberDigits - 1; i >= 0; --i) {
+    for (int i = numberDigits - 1; i >= 0; --i) {
         digits[i] = char('0' + number % 10);
         number /= 10;
     }
@@ -46,7 +46,7 @@ void writeNumber(char *digits, uint32_t number)
 uint32_t readNumber(const char *digits)
 {
     uint32_t number = 0;
-    for (int i = 0; i < NumberDigits; ++i)
+    for (int i = 0; i < numberDigits; ++i)
         number = number * 10 + uint32_t(digits[i] - '0');
     return number;
 }
@@ -58,14 +58,14 @@ Frame::Frame()
 
 void Frame::setNumber(uint32_t number)
 {
-    writeNumber(m_lines[0].text.data() + NumberPosition, number);
+    writeNumber(m_lines[0].text.data() + numberPosition, number);
 }
 
 std::vector<std::string> tickedTypes(int channel)
 {
     const auto lines = frameLines();
     std::vector<std::string> types;
-    for (int line = 0; line < LinesPerFrame; ++line) {
+    for (int line = 0; line < linesPerFrame; ++line) {
         if (!isSkipped(channel, line))
             types.push_back(lines[size_t(line)].type);
     }
@@ -76,7 +76,7 @@ std::string datagramOf(int channel)
 {
     const auto lines = frameLines();
     std::string datagram;
-    for (int line = 0; line < LinesPerFrame; ++line) {
+    for (int line = 0; line < linesPerFrame; ++line) {
         if (!isSkipped(channel, line))
             datagram += lines[size_t(line)].text;
     }

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-constexpr int ChannelCount = 10;
-constexpr int LinesPerFrame = 12;
+constexpr int channelCount = 10;
+constexpr int linesPerFrame = 12;
 
 /// One line of a frame, as the host hands it on.
 struct FrameLine
@@ -25,18 +25,18 @@ public:
     /// Writes \a number, of nine digits, into the first line.
     void setNumber(uint32_t number);
 
-    const std::array<FrameLine, LinesPerFrame> &lines() const { return m_lines; }
+    const std::array<FrameLine, linesPerFrame> &lines() const { return m_lines; }
 
 private:
-    std::array<FrameLine, LinesPerFrame> m_lines;
+    std::array<FrameLine, linesPerFrame> m_lines;
 };
 
 /// The numbers of frames begin here, and have nine digits up to ten times as many.
-constexpr uint32_t FirstFrameNumber = 100'000'000;
+constexpr uint32_t firstFrameNumber = 100'000'000;
 
 /// Where the nine digits of the number stand in the first line, which is also the first of each datagram.
-constexpr int NumberPosition = 3;
-constexpr int NumberDigits = 9;
+constexpr int numberPosition = 3;
+constexpr int numberDigits = 9;
 
 void writeNumber(char *digits, uint32_t number);
 uint32_t readNumber(const char *digits);

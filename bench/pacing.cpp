@@ -62,7 +62,7 @@ Run measure(Road &road, const Receivers &receivers, int frames, const std::funct
 
 uint32_t nextFrameNumber()
 {
-    static uint32_t next = FirstFrameNumber;
+    static uint32_t next = firstFrameNumber;
     return next++;
 }
 
@@ -90,11 +90,11 @@ bool waitForArrivals(const Receivers &receivers, const std::vector<uint64_t> &co
 
 bool warmUp(Road &road, const Receivers &receivers)
 {
-    constexpr int64_t LimitNs = 5 * arrivalLimitNs;
-    constexpr int SettleUs = 20'000;
+    constexpr int64_t limitNs = 5 * arrivalLimitNs;
+    constexpr int settleUs = 20'000;
     const int channels = road.channels();
     std::vector<uint64_t> before = counts(receivers, channels);
-    const int64_t limit = nowNs() + LimitNs;
+    const int64_t limit = nowNs() + limitNs;
     while (fewest(receivers, before) < 20) {
         if (nowNs() > limit)
             return false;
@@ -103,7 +103,7 @@ bool warmUp(Road &road, const Receivers &receivers)
     }
     do {
         before = counts(receivers, channels);
-        sleepUs(SettleUs);
+        sleepUs(settleUs);
     } while (counts(receivers, channels) != before);
     return true;
 }

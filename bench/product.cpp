@@ -91,10 +91,10 @@ void Product::prepareController(const Receivers &receivers)
 int64_t Product::carry(uint32_t number)
 {
     setNumber(number);
-    for (int index = 0; index < LinesPerFrame - 1; ++index)
+    for (int index = 0; index < linesPerFrame - 1; ++index)
         deliver(index);
     const int64_t start = nowNs();
-    deliver(LinesPerFrame - 1);
+    deliver(linesPerFrame - 1);
     return start;
 }
 

@@ -14,8 +14,8 @@ class Receivers;
 /// How the Controller stands when the module is loaded.
 struct Setup
 {
-    int channels = ChannelCount; ///< with a destination and switched on, at least 1
-    int wanting = ChannelCount;  ///< of these, tick types of the frame; the others a type that never comes
+    int channels = channelCount; ///< with a destination and switched on, at least 1
+    int wanting = channelCount;  ///< of these, tick types of the frame; the others a type that never comes
     bool allLines = false;       ///< who wants, wants all twelve lines, instead of ten
     int types = 15;              ///< in the catalogue, at least 13
     bool routing = true;         ///< the Controller is in router mode

@@ -73,9 +73,9 @@ void Receivers::receive(int socket, Inbox &inbox)
     for (;;) {
         const ssize_t length = recv(socket, datagram, sizeof datagram, 0);
         const int64_t time = nowNs();
-        if (length < NumberPosition + NumberDigits)
+        if (length < numberPosition + numberDigits)
             continue;
-        const uint32_t number = readNumber(datagram + NumberPosition);
+        const uint32_t number = readNumber(datagram + numberPosition);
         Arrival &arrival = inbox.arrivals[number % Inbox::Kept];
         arrival.time.store(time, std::memory_order_relaxed);
         arrival.number.store(number, std::memory_order_release);

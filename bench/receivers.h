@@ -45,13 +45,13 @@ private:
         std::atomic<uint64_t> bytes{0};
         std::array<Arrival, Kept> arrivals;
     };
-    using Inboxes = std::array<Inbox, ChannelCount>;
+    using Inboxes = std::array<Inbox, channelCount>;
 
     [[noreturn]] void receiveForever(pid_t parent);
     static void receive(int socket, Inbox &inbox);
 
-    std::array<int, ChannelCount> m_sockets{};
-    std::array<uint16_t, ChannelCount> m_ports{};
+    std::array<int, channelCount> m_sockets{};
+    std::array<uint16_t, channelCount> m_ports{};
     Inboxes *m_inboxes = nullptr;
     pid_t m_process = -1;
 };

@@ -59,8 +59,8 @@ bool startProbe(const Probe &probe, Residency *residency)
     process.start(QCoreApplication::applicationFilePath(),
                   {QLatin1String("--probe"),
                    QString::fromLatin1("%1 %2 %3").arg(probe.what).arg(probe.channels).arg(probe.seconds)});
-    constexpr int SpareMs = 30000;
-    if (!process.waitForFinished(probe.seconds * 1000 + SpareMs) || process.exitCode() != 0)
+    constexpr int spareMs = 30000;
+    if (!process.waitForFinished(probe.seconds * 1000 + spareMs) || process.exitCode() != 0)
         return false;
     const QList<QByteArray> words = process.readAllStandardOutput().simplified().split(' ');
     *residency = {words.value(0).toDouble(), words.value(1).toDouble(), words.value(2).toDouble(),

@@ -16,9 +16,9 @@ bool measureChannel(const QString &what, int seconds, double *kib)
 {
     Residency one;
     Residency ten;
-    if (!startProbe({what, 1, seconds}, &one) || !startProbe({what, ChannelCount, seconds}, &ten))
+    if (!startProbe({what, 1, seconds}, &one) || !startProbe({what, channelCount, seconds}, &ten))
         return false;
-    *kib = (ten.start - one.start) / (ChannelCount - 1);
+    *kib = (ten.start - one.start) / (channelCount - 1);
     return true;
 }
 
@@ -50,14 +50,14 @@ void addMemoryRows(const Options &options, const Receivers & /*receivers*/, Repo
 
     const int seconds = options.soakSeconds > 0 ? options.soakSeconds : options.quick ? 4 : 10;
     Residency flow;
-    if (!startProbe({module, ChannelCount, seconds}, &flow)) {
+    if (!startProbe({module, channelCount, seconds}, &flow)) {
         report.remark(QLatin1String("memory: the process with flowing data failed"));
         return;
     }
     const QString span = QString::fromLatin1(" in %1 s, 10 channels, 1000 frames/s [KiB]").arg(seconds - 1);
     report.add(QLatin1String("growth") + span, flow.end - flow.start);
     // Less than a byte a line even in the shortest run: what is more, or grows with the time, is a leak.
-    constexpr double SettlingKiB = 64;
+    constexpr double settlingKiB = 64;
     report.add(QLatin1String("growth of what is in use") + span, flow.endInUse - flow.startInUse,
-               Goal::atMost(SettlingKiB));
+               Goal::atMost(settlingKiB));
 }

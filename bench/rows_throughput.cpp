@@ -33,9 +33,9 @@ void addThroughputRows(const Options &options, const Receivers &receivers, Repor
         Run direct;
         Run handOff;
         if (!measureOne([&] { return std::make_unique<Product>(receivers, Setup()); }, ", ours", &ours) ||
-            !measureOne([&] { return std::make_unique<DirectSender>(receivers, ChannelCount); },
+            !measureOne([&] { return std::make_unique<DirectSender>(receivers, channelCount); },
                         ", one sender", &direct) ||
-            !measureOne([&] { return std::make_unique<HandOff>(receivers, ChannelCount); }, ", hand-off",
+            !measureOne([&] { return std::make_unique<HandOff>(receivers, channelCount); }, ", hand-off",
                         &handOff))
             continue;
         compareBytes(name, ours, direct, report);

@@ -24,7 +24,7 @@ public:
 
     void send(uint32_t number)
     {
-        writeNumber(m_datagram.data() + NumberPosition, number);
+        writeNumber(m_datagram.data() + numberPosition, number);
         // What does not arrive is missed at the receiver.
         sendto(m_socket, m_datagram.data(), m_datagram.size(), 0, reinterpret_cast<sockaddr *>(&m_to),
                sizeof m_to);
