@@ -1,6 +1,8 @@
 #include "channelasrouter.h"
 #include "dialogfixture.h"
 
+#include <QAccessible>
+#include <QTabBar>
 #include <QUdpSocket>
 
 #include <array>
@@ -39,6 +41,19 @@ void setVersion(ControllerState &state, int minor, int third = 0)
     state.version.third = third;
 }
 
+/// The size of the help window that is open, which is closed; empty without one.
+QSize takeHelp()
+{
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (QWidget *window : windows) {
+        if (!window->inherits("QWhatsThat") || !window->isVisible())
+            continue;
+        window->close();
+        return window->size();
+    }
+    return {};
+}
+
 } // namespace
 
 /// Start, opening, read-only state, routing and end of the dialog. What the way out sends is told in
@@ -62,6 +77,7 @@ private slots:
     void routerMode_data();
     void routerMode();
     void openTwiceLeavesPagesAlone();
+    void keyboardReachesAll();
     void requestsFollowTicks();
     void routerModeAtStartForwards();
     void catalogueMessage_data();
@@ -327,6 +343,42 @@ void TestDialog::openTwiceLeavesPagesAlone()
         fixture.dialog->update_and_exec();
         QCOMPARE(fixture.titles(), tabTitles(2));
         QCOMPARE(fixture.page(0)->spinBox_port->value(), 7000);
+    });
+}
+
+void TestDialog::keyboardReachesAll()
+{
+    DialogFixture fixture(withChannels(2));
+    fixture.open([&] {
+        fixture.tabs()->setCurrentIndex(1);
+        QVERIFY(QTest::qWaitForWindowActive(fixture.dialog.get()));
+        QTabBar *bar = fixture.tabs()->tabBar();
+        bar->setFocus();
+        QStringList visited;
+        do {
+            QWidget *widget = fixture.dialog->focusWidget();
+            visited << widget->objectName().section('_', 1);
+            const QByteArray name = visited.last().toLatin1();
+            QVERIFY2(!QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name).isEmpty(), name);
+            QTest::keyClick(widget, Qt::Key_F1, Qt::ShiftModifier);
+            const QSize help = takeHelp();
+            QVERIFY2(!help.isEmpty(), name);
+            if (widget == fixture.dialog->checkBox_actAsRouter)
+                QVERIFY(help.width() > 364 && help.height() > 142); // the picture
+            QTest::keyClick(widget, Qt::Key_Tab);
+        } while (fixture.dialog->focusWidget() != bar && visited.size() < 20);
+        QCOMPARE(visited.join(' '), QLatin1String("tabwidget_tabbar active_channel host multicast  my_ip "
+                                                  "closeTab port sendDataDivisor actAsRouter ok"));
+
+        // The first row is the frame counter's, which cannot be ticked.
+        QTableView *types = fixture.page(1)->tableView;
+        QTest::keyClick(types, Qt::Key_Down);
+        QTest::keyClick(types, Qt::Key_Space);
+        QVERIFY(fixture.page(1)->channel()->isTypeActive(QLatin1String("ts")));
+
+        QTest::keyClick(bar, Qt::Key_Right);
+        QCOMPARE(QAccessible::queryAccessibleInterface(bar)->text(QAccessible::Name),
+                 QLatin1String("Add a channel with Ctrl + T"));
     });
 }
 

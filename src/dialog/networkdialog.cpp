@@ -46,8 +46,18 @@ void NetworkDialog::setupTabs()
     m_tabWidget->setWhatsThis(QLatin1String("Add new tab: Ctrl + T\nClose tab:   Ctrl + W"));
     layout_tabWidget->addWidget(m_tabWidget);
     m_plusPage = new QWidget(this);
+    describeForScreenReaders();
     rebuildTabs();
     connect(m_tabWidget, SIGNAL(tabBarClicked(int)), this, SLOT(onTabBarClicked(int)));
+}
+
+void NetworkDialog::describeForScreenReaders()
+{
+    m_tabWidget->setAccessibleName(QLatin1String("Channels"));
+    m_plusPage->setAccessibleName(QLatin1String("Add a channel with Ctrl + T"));
+    // Its help is a picture and rich text, which is read out with all its marks.
+    checkBox_actAsRouter->setAccessibleDescription(
+        QLatin1String("Passes the tracking data on to receivers outside the Controller's network"));
 }
 
 NetworkDialog::~NetworkDialog()
@@ -123,6 +133,7 @@ void NetworkDialog::applyLock()
 {
     m_locked = isConfigLocked();
     setWindowIcon(m_locked ? m_lockIcon : m_parentWidget->windowIcon());
+    setAccessibleDescription(m_locked ? QLatin1String("The configuration is locked") : QLatin1String());
     enablePages(!m_locked);
     if (m_locked) {
         checkBox_actAsRouter->setEnabled(false);

@@ -96,6 +96,7 @@ private:
 
     // networkdialog.cpp: start, opening, read-only state, end
     void setupTabs();
+    void describeForScreenReaders();
     void bringUpToDate();
     void dismissMessageBoxes();
     void applyLock();

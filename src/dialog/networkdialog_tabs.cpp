@@ -10,6 +10,7 @@
 
 #include <QKeyEvent>
 #include <QMessageBox>
+#include <QTabBar>
 
 namespace {
 
@@ -60,7 +61,8 @@ void NetworkDialog::createChannel(int index)
 
 void NetworkDialog::addPlusTab()
 {
-    m_tabWidget->addTab(m_plusPage, plusTitle);
+    const int tab = m_tabWidget->addTab(m_plusPage, plusTitle);
+    m_tabWidget->tabBar()->setAccessibleTabName(tab, m_plusPage->accessibleName());
 }
 
 void NetworkDialog::removePlusTab()

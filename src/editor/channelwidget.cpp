@@ -29,6 +29,7 @@ ChannelWidget::ChannelWidget(IOManager *ioManager, ChannelAsRouter *channel, Bac
     connectChannel();
     setControlsEnabled(false);
     pushButton_closeTab->hide();
+    describeForScreenReaders();
 }
 
 ChannelWidget::~ChannelWidget()
@@ -44,6 +45,8 @@ void ChannelWidget::showTypesOfChannel()
     tableView->setModel(m_channel->typeModel());
     delete previous;
     tableView->horizontalHeader()->setSectionsClickable(false);
+    // Arrow keys walk its cells: Tab must lead out of it again.
+    tableView->setTabKeyNavigation(false);
 }
 
 void ChannelWidget::createValidators()
@@ -60,6 +63,15 @@ void ChannelWidget::connectChannel()
     connect(m_channel, SIGNAL(updated()), this, SLOT(updateFromChannel()));
     connect(tableView, SIGNAL(doubleClicked(QModelIndex)), this,
             SLOT(tableViewItemDoubleClicked(QModelIndex)));
+}
+
+void ChannelWidget::describeForScreenReaders()
+{
+    setAccessibleName(tr("Channel %1").arg(number()));
+    checkBox_my_ip->setAccessibleDescription(tr("Sends to the computer on which this frontend runs"));
+    pushButton_closeTab->setAccessibleDescription(tr("Closes this channel, on the Controller at once"));
+    tableView->setAccessibleName(tr("Output types"));
+    tableView->setAccessibleDescription(tr("Space ticks the type that the arrow keys have reached"));
 }
 
 void ChannelWidget::setCloseButtonVisible(bool visible)
@@ -117,6 +129,17 @@ void ChannelWidget::showRows()
     const QList<int> hiddenRows = m_channel->hiddenRows();
     for (int row = 0; row < tableView->model()->rowCount(); ++row)
         tableView->setRowHidden(row, hiddenRows.contains(row));
+    placeCursor();
+}
+
+// Without a current cell the arrow keys try the first one alone and stay outside if that is disabled, as the
+// one of the frame counter is.
+void ChannelWidget::placeCursor()
+{
+    for (int row = 0; row < tableView->model()->rowCount() && !tableView->currentIndex().isValid(); ++row) {
+        if (!tableView->isRowHidden(row))
+            tableView->setCurrentIndex(tableView->model()->index(row, Channel::IdentifierColumn));
+    }
 }
 
 void ChannelWidget::flushChangesToChannel()

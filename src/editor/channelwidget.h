@@ -75,10 +75,12 @@ private:
     void showTypesOfChannel();
     void createValidators();
     void connectChannel();
+    void describeForScreenReaders();
     void enterDigitsMode();
     void enterNamesMode();
     void showWhetherMyIp();
     void showRows();
+    void placeCursor();
 
     bool judgeUnresolved(const QString &host);
     bool judgeMulticast(const QString &host, quint32 address);
