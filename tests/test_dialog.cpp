@@ -1,20 +1,12 @@
-#include "channelasrouter.h"
-#include "dialogfixture.h"
+#include "gestures.h"
 
 #include <QAccessible>
 #include <QTabBar>
 #include <QUdpSocket>
 
-#include <array>
-#include <atomic>
 #include <thread>
 
 namespace {
-
-int plusTabs(const DialogFixture &fixture)
-{
-    return fixture.titles().count(QLatin1String("+"));
-}
 
 QList<QByteArray> destinationQueries()
 {
@@ -32,13 +24,6 @@ QStringList tabTitles(int channels)
     if (channels < OutputChannelCount)
         titles << QLatin1String("+");
     return titles;
-}
-
-void setVersion(ControllerState &state, int minor, int third = 0)
-{
-    state.version.major = 1;
-    state.version.minor = minor;
-    state.version.third = third;
 }
 
 /// The size of the help window that is open, which is closed; empty without one.
@@ -63,67 +48,48 @@ class TestDialog : public QObject
     Q_OBJECT
 
 private slots:
-    void startAsksForChannelsAndRouterMode();
     void tabsFollowHighestChannelInUse_data();
     void tabsFollowHighestChannelInUse();
     void openingBringsEverythingUpToDate();
     void channelCountChangedWhileClosed();
-    void answersChangeBetweenTwoQueries();
-    void widthFollowsChannelCount();
     void lock_data();
     void lock();
-    void lockComesAndGoes();
-    void lockedRebuildHasEnabledPages();
     void routerMode_data();
     void routerMode();
-    void openTwiceLeavesPagesAlone();
     void keyboardReachesAll();
-    void requestsFollowTicks();
     void routerModeAtStartForwards();
     void catalogueMessage_data();
     void catalogueMessage();
-    void dataWhileRebuilding();
-    void teardownEndsAllDealings();
 };
-
-void TestDialog::startAsksForChannelsAndRouterMode()
-{
-    DialogFixture fixture(withChannels(2));
-    fixture.create();
-    QCOMPARE(fixture.sent(), destinationQueries() << "output net_via_router");
-    QVERIFY(fixture.controller.commands().isEmpty());
-    QCOMPARE(fixture.link.registeredCount(), 2);
-    QVERIFY(!fixture.dialog->isVisible());
-    QCOMPARE(fixture.titles(), tabTitles(2));
-}
 
 void TestDialog::tabsFollowHighestChannelInUse_data()
 {
     QTest::addColumn<QList<int>>("inUse");
-    QTest::addColumn<bool>("failing");
+    QTest::addColumn<bool>("answered");
     QTest::addColumn<int>("channels");
 
-    QTest::newRow("none") << QList<int>{} << false << 1;
-    QTest::newRow("only the seventh") << QList<int>{7} << false << 7;
-    QTest::newRow("with a gap") << QList<int>{1, 3} << false << 3;
-    QTest::newRow("the tenth") << QList<int>{10} << false << 10;
-    QTest::newRow("queries fail") << QList<int>{1, 2, 3} << true << 1;
+    QTest::newRow("none") << QList<int>{} << true << 1;
+    QTest::newRow("with a gap") << QList<int>{1, 7} << true << 7;
+    QTest::newRow("the tenth") << QList<int>{10} << true << 10;
+    QTest::newRow("queries fail") << QList<int>{1, 2, 3} << false << 1;
 }
 
 void TestDialog::tabsFollowHighestChannelInUse()
 {
     QFETCH(QList<int>, inUse);
-    QFETCH(bool, failing);
+    QFETCH(bool, answered);
     QFETCH(int, channels);
     DialogFixture fixture([&](ControllerState &state) {
         for (const int number : inUse)
             state.channels[static_cast<size_t>(number - 1)].destination = {Destination::Kind::Udp,
                                                                            "127.0.0.1", 5001};
     });
-    if (failing)
+    if (!answered)
         fixture.controller.fail("output net ch", SimulatedController::Match::Prefix);
     fixture.create();
     QCOMPARE(fixture.titles(), tabTitles(channels));
+    QCOMPARE(fixture.sent(), destinationQueries() << "output net_via_router");
+    QCOMPARE(fixture.link.registeredCount(), 2);
 }
 
 void TestDialog::openingBringsEverythingUpToDate()
@@ -132,75 +98,46 @@ void TestDialog::openingBringsEverythingUpToDate()
     fixture.create();
     fixture.change([](ControllerState &state) {
         state.channels[1].destination = {Destination::Kind::Multicast, "239.1.2.3", 6000};
-        state.channels[1].divisor = 4;
         state.channels[1].types = {"fr", "3d"};
     });
     fixture.controller.clearRecord();
-
-    QVERIFY(fixture.open([&] {
+    fixture.open([&] {
         const QList<QByteArray> sent = fixture.sent();
-        QCOMPARE(sent.mid(0, 12), QList<QByteArray>() << "config is_changeable"
-                                                      << "output net_via_router" << destinationQueries());
-        QCOMPARE(sent.at(12), QByteArray("output number_of_types"));
-        const int identity = sent.indexOf("output net chmon");
-        QVERIFY(identity > 12);
-        QCOMPARE(sent.at(identity + 1), QByteArray("output net ch01"));
-        QVERIFY(sent.indexOf("output net ch02", identity) > sent.indexOf("output active ch01 6dx", identity));
+        QCOMPARE(sent.mid(0, 13), QList<QByteArray>() << "config is_changeable"
+                                                      << "output net_via_router" << destinationQueries()
+                                                      << "output number_of_types");
+        // The identities come before the channels, whose pages ask for them.
+        QVERIFY(sent.indexOf("output net ch01", 13) > sent.indexOf("output net chmon"));
         QCOMPARE(sent.last(), QByteArray("config is_changeable"));
 
         const ChannelWidget *page = fixture.page(1);
-        QCOMPARE(page->lineEdit_host->text(), QLatin1String("239.1.2.3"));
+        QCOMPARE(page->lineEdit_host->text(), QString("239.1.2.3"));
         QCOMPARE(page->spinBox_port->value(), 6000);
-        QCOMPARE(page->spinBox_sendDataDivisor->value(), 4);
         QVERIFY(page->checkBox_multicast->isChecked());
-        QVERIFY(page->checkBox_active_channel->isChecked());
-        QVERIFY(page->channel()->isTypeActive(QLatin1String("3d")));
-        QVERIFY(!page->channel()->isTypeActive(QLatin1String("6d")));
-        // Closing belongs to the last page alone.
-        QVERIFY(!fixture.page(0)->pushButton_closeTab->isVisibleTo(fixture.page(0)));
-        QVERIFY(page->pushButton_closeTab->isVisibleTo(page));
-    }));
+        QVERIFY(page->channel()->isTypeActive("3d"));
+        QVERIFY(!page->channel()->isTypeActive("6d"));
+
+        // Pressed again, the action only shows what is there.
+        fixture.change(withChannels(4));
+        fixture.dialog->update_and_exec();
+        QCOMPARE(fixture.titles(), tabTitles(2));
+        QCOMPARE(page->spinBox_port->value(), 6000);
+    });
 }
 
 void TestDialog::channelCountChangedWhileClosed()
 {
-    DialogFixture fixture(withChannels(3));
-    fixture.create();
-    const QPointer<ChannelWidget> first = fixture.page(0);
-    for (const int channels : {10, 1, 4}) {
-        fixture.change(withChannels(channels));
-        fixture.open([&] { QCOMPARE(fixture.titles(), tabTitles(channels)); });
-    }
-    QVERIFY(first.isNull());
-}
-
-void TestDialog::answersChangeBetweenTwoQueries()
-{
-    DialogFixture fixture(withChannels(3));
-    fixture.create();
-    fixture.change(withChannels(5));
-    // The count differs at the first look and is the old one again at the second.
-    QObject scope;
-    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
-        if (exchange.text == "output net ch10")
-            fixture.change(withChannels(3));
-    });
-    QVERIFY(fixture.open([&] {
-        QCOMPARE(fixture.titles(), tabTitles(3));
-        QCOMPARE(fixture.page(2)->spinBox_port->value(), 5003);
-    }));
-}
-
-void TestDialog::widthFollowsChannelCount()
-{
     DialogFixture fixture(withChannels(5));
     fixture.create();
-    const int base = fixture.dialog->width();
-    fixture.open([&] { QVERIFY(fixture.dialog->width() < base + 300); });
-    for (const auto &step : {qMakePair(6, 360), qMakePair(10, 600), qMakePair(2, 600)}) {
-        fixture.change(withChannels(step.first));
-        fixture.open([&] { QCOMPARE(fixture.dialog->width(), base + step.second); });
+    const int width = fixture.dialog->width();
+    const QPointer<ChannelWidget> first = fixture.page(0);
+    fixture.open([&] { QVERIFY(fixture.dialog->width() < width + 300); });
+    for (const auto &[channels, wider] : {std::pair(6, 360), {10, 600}, {2, 600}}) {
+        fixture.change(withChannels(channels));
+        fixture.open([&fixture, channels = channels] { QCOMPARE(fixture.titles(), tabTitles(channels)); });
+        QCOMPARE(fixture.dialog->width(), width + wider);
     }
+    QVERIFY(!first);
 }
 
 void TestDialog::lock_data()
@@ -212,10 +149,7 @@ void TestDialog::lock_data()
     QTest::addColumn<bool>("locked");
 
     QTest::newRow("locked") << 9 << 0 << QByteArray("no") << true << true;
-    QTest::newRow("changeable") << 9 << 0 << QByteArray("yes") << true << false;
     QTest::newRow("trailing blank") << 9 << 0 << QByteArray("no ") << true << false;
-    QTest::newRow("wrong case") << 9 << 0 << QByteArray("No") << true << false;
-    QTest::newRow("query fails") << 9 << 0 << QByteArray() << true << false;
     QTest::newRow("last test build") << 9 << -1 << QByteArray("no") << true << true;
     QTest::newRow("earlier test build") << 9 << -2 << QByteArray("no") << false << false;
     QTest::newRow("old") << 8 << 9 << QByteArray("no") << false << false;
@@ -230,59 +164,28 @@ void TestDialog::lock()
     QFETCH(bool, locked);
     DialogFixture fixture([&](ControllerState &state) {
         withChannels(2)(state);
-        setVersion(state, minor, third);
+        state.version.minor = minor;
+        state.version.third = third;
     });
-    fixture.window.setWindowIcon(QIcon(QLatin1String(":/act_as_router_whatsthis.png")));
-    if (answer.isNull())
-        fixture.controller.fail("config is_changeable");
-    else
-        fixture.controller.overrideAnswer("config is_changeable", answer);
-    fixture.create();
-    const bool closed = fixture.open([&] {
-        NetworkDialog &dialog = *fixture.dialog;
+    fixture.window.setWindowIcon(QIcon(":/act_as_router_whatsthis.png"));
+    fixture.controller.overrideAnswer("config is_changeable", answer);
+    QVERIFY(fixture.open([&] {
         QCOMPARE(fixture.sent().contains("config is_changeable"), asked);
         QCOMPARE(fixture.page(0)->isEnabled(), !locked);
-        QCOMPARE(fixture.page(1)->isEnabled(), !locked);
-        QCOMPARE(plusTabs(fixture), locked ? 0 : 1);
-        QCOMPARE(dialog.checkBox_actAsRouter->isEnabled(), !locked);
+        QCOMPARE(fixture.titles().contains("+"), !locked);
+        QCOMPARE(fixture.dialog->checkBox_actAsRouter->isEnabled(), !locked);
         QCOMPARE(fixture.page(1)->pushButton_closeTab->isVisibleTo(fixture.page(1)), !locked);
-        const QSize size = dialog.windowIcon().availableSizes().value(0);
-        QCOMPARE(size, locked ? QSize(48, 48) : QSize(364, 142));
-        QVERIFY(dialog.pushButton_ok->isEnabled());
-        fixture.controller.clearRecord();
-    });
-    QVERIFY(closed);
-    QCOMPARE(fixture.controller.commands().isEmpty(), locked);
-}
-
-void TestDialog::lockComesAndGoes()
-{
-    DialogFixture fixture(withChannels(2));
-    fixture.create();
-    for (const bool locked : {true, true, false, false, true}) {
-        fixture.change([locked](ControllerState &state) { state.locked = locked; });
-        fixture.open([&] {
-            QCOMPARE(plusTabs(fixture), locked ? 0 : 1);
-            QCOMPARE(fixture.page(1)->isEnabled(), !locked);
-        });
-    }
-}
-
-void TestDialog::lockedRebuildHasEnabledPages()
-{
-    DialogFixture fixture(withChannels(2));
-    fixture.create();
-    fixture.change([](ControllerState &state) {
-        withChannels(3)(state);
-        state.locked = true;
-    });
-    fixture.controller.clearRecord();
-    QVERIFY(fixture.open([&] {
-        QCOMPARE(fixture.titles(), tabTitles(3));
-        QVERIFY(fixture.page(0)->isEnabled());
-        QTest::mouseClick(fixture.page(0)->checkBox_active_channel, Qt::LeftButton);
+        const QSize icon = fixture.dialog->windowIcon().availableSizes().value(0);
+        QCOMPARE(icon, locked ? QSize(48, 48) : QSize(364, 142));
     }));
-    QVERIFY(fixture.controller.commands().isEmpty());
+    QCOMPARE(fixture.controller.commands().isEmpty(), locked);
+
+    // The lock goes.
+    fixture.controller.behave();
+    fixture.open([&] {
+        QCOMPARE(fixture.titles(), tabTitles(2));
+        QVERIFY(fixture.page(0)->isEnabled());
+    });
 }
 
 void TestDialog::routerMode_data()
@@ -293,12 +196,10 @@ void TestDialog::routerMode_data()
     QTest::addColumn<bool>("checked");
     QTest::addColumn<bool>("enabled");
 
-    QTest::newRow("on") << 9 << QByteArray("yes") << true << true << true;
     QTest::newRow("on, no channel active") << 9 << QByteArray("yes") << false << true << true;
-    QTest::newRow("off") << 9 << QByteArray("no") << true << false << true;
+    QTest::newRow("off") << 4 << QByteArray("no") << true << false << true;
     QTest::newRow("off, no channel active") << 9 << QByteArray("no") << false << false << false;
     QTest::newRow("trailing blank") << 9 << QByteArray("yes ") << true << false << true;
-    QTest::newRow("query fails") << 9 << QByteArray() << true << false << true;
     QTest::newRow("too old") << 3 << QByteArray("yes") << false << false << false;
 }
 
@@ -307,42 +208,20 @@ void TestDialog::routerMode()
     QFETCH(int, minor);
     QFETCH(QByteArray, answer);
     QFETCH(bool, anyActive);
-    QFETCH(bool, checked);
-    QFETCH(bool, enabled);
     DialogFixture fixture([&](ControllerState &state) {
-        withChannels(2)(state);
+        withChannels(1)(state);
         state.channels[0].active = anyActive;
-        state.channels[1].active = false;
-        setVersion(state, minor);
+        state.version.minor = minor;
     });
-    if (answer.isNull())
-        fixture.controller.fail("output net_via_router");
-    else
-        fixture.controller.overrideAnswer("output net_via_router", answer);
-    fixture.create();
+    fixture.controller.overrideAnswer("output net_via_router", answer);
     fixture.open([&] {
         const QCheckBox *box = fixture.dialog->checkBox_actAsRouter;
-        QCOMPARE(box->isChecked(), checked);
-        QCOMPARE(box->isEnabled(), enabled);
+        QTEST(box->isChecked(), "checked");
+        QTEST(box->isEnabled(), "enabled");
         QCOMPARE(fixture.sent().contains("output net_via_router"), minor >= 4);
         // The rule of the active boxes knows no version.
-        if (!anyActive) {
-            QTest::mouseClick(fixture.page(0)->checkBox_active_channel, Qt::LeftButton);
-            QVERIFY(box->isEnabled());
-        }
-    });
-}
-
-void TestDialog::openTwiceLeavesPagesAlone()
-{
-    DialogFixture fixture(withChannels(2));
-    fixture.create();
-    fixture.open([&] {
-        fixture.page(0)->spinBox_port->setValue(7000);
-        fixture.change(withChannels(4));
-        fixture.dialog->update_and_exec();
-        QCOMPARE(fixture.titles(), tabTitles(2));
-        QCOMPARE(fixture.page(0)->spinBox_port->value(), 7000);
+        clickBox(fixture.page(0)->checkBox_active_channel);
+        QCOMPARE(box->isEnabled(), !anyActive);
     });
 }
 
@@ -382,55 +261,40 @@ void TestDialog::keyboardReachesAll()
     });
 }
 
-void TestDialog::requestsFollowTicks()
-{
-    DialogFixture fixture([](ControllerState &state) {
-        withChannels(2)(state);
-        state.channels[0].types = {"fr", "6d"};
-        state.channels[1].types = {"3d"};
-        state.channels[1].active = false;
-        state.viaRouter = true;
-    });
-    fixture.create();
-    // The tick alone counts: whether a channel is on shows when the line arrives.
-    QCOMPARE(fixture.link.requestedTypes(fixture.dialog.get()), QSet<QByteArray>({"fr", "6d", "3d"}));
-}
-
 void TestDialog::routerModeAtStartForwards()
 {
     QUdpSocket receiver;
     QVERIFY(receiver.bind(QHostAddress::LocalHost));
     DialogFixture fixture([&](ControllerState &state) {
-        withChannels(1)(state);
+        withChannels(2)(state);
         state.channels[0].destination.port = receiver.localPort();
+        state.channels[1].types = {"3d"};
+        state.channels[1].active = false;
         state.viaRouter = true;
     });
     fixture.create();
     QVERIFY(!fixture.dialog->isVisible());
+    // The tick alone counts: whether a channel is on shows when the line arrives.
+    QCOMPARE(fixture.link.requestedTypes(fixture.dialog.get()), QSet<QByteArray>({"fr", "6d", "3d"}));
 
     std::thread data([&] {
-        for (int number = 1; number <= 4; ++number) {
-            fixture.link.deliver("fr", "fr " + QByteArray::number(number) + "\r\n");
-            fixture.link.deliver("6d", "6d 0\r\n");
-            fixture.link.deliver("3d", "3d 0\r\n");
-        }
+        for (const QByteArray line : {"fr 1\r\n", "6d 0\r\n", "3d 0\r\n", "fr 2\r\n", "6d 0\r\n", "fr 3\r\n"})
+            fixture.link.deliver(line.left(2), line);
     });
     data.join();
-    for (const QByteArray &expected : {QByteArray("fr 1\r\n6d 0\r\nfr 2\r\n6d 0\r\n"),
-                                       QByteArray("fr 3\r\n6d 0\r\n"), QByteArray("fr 4\r\n6d 0\r\n")}) {
-        QTRY_VERIFY(receiver.hasPendingDatagrams());
-        QByteArray datagram(static_cast<int>(receiver.pendingDatagramSize()), '\0');
-        receiver.readDatagram(datagram.data(), datagram.size());
-        QCOMPARE(datagram, expected);
-    }
+    // A worker that has not seen the order of the lines yet takes two frames for its first.
+    QTRY_VERIFY(receiver.hasPendingDatagrams());
+    QByteArray datagram(64, '\0');
+    datagram.truncate(static_cast<int>(receiver.readDatagram(datagram.data(), datagram.size())));
+    QCOMPARE(datagram, QByteArray("fr 1\r\n6d 0\r\nfr 2\r\n6d 0\r\n"));
 
     // The box closes the gate at once, before anything is accepted.
     fixture.open([&] {
-        fixture.dialog->checkBox_actAsRouter->setChecked(false);
-        fixture.dialog->onOutputData("fr", "fr 5\r\n");
-        fixture.dialog->onOutputData("6d", "6d 0\r\n");
+        clickBox(fixture.dialog->checkBox_actAsRouter);
+        for (const QByteArray line : {"fr 4\r\n", "6d 0\r\n", "fr 5\r\n", "6d 0\r\n", "fr 6\r\n"})
+            fixture.dialog->onOutputData(line.left(2), line);
+        QVERIFY(!receiver.waitForReadyRead(200));
     });
-    QVERIFY(!receiver.waitForReadyRead(200));
     QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
 }
 
@@ -482,60 +346,6 @@ void TestDialog::catalogueMessage()
     QCOMPARE(!fixture.sent().isEmpty(), refreshes);
     QCOMPARE(switches, refreshes ? QList<bool>({false, true}) : QList<bool>());
     QCOMPARE(newTypeKnown, refreshes ? QList<bool>({false, true}) : QList<bool>());
-}
-
-void TestDialog::dataWhileRebuilding()
-{
-    DialogFixture fixture([](ControllerState &state) {
-        withChannels(3)(state);
-        state.viaRouter = true;
-    });
-    fixture.create();
-    std::atomic<bool> stop{false};
-    std::array<std::thread, 3> threads;
-    for (std::thread &thread : threads) {
-        thread = std::thread([&] {
-            for (int number = 1; !stop; ++number) {
-                fixture.dialog->onOutputData("fr", ("fr " + QByteArray::number(number)).constData());
-                fixture.dialog->onOutputData("6d", "6d 0\r\n");
-                if (number % 50 == 0)
-                    fixture.dialog->onOutputReset();
-            }
-        });
-    }
-    for (int round = 0; round < 30; ++round) {
-        fixture.change([round](ControllerState &state) {
-            withChannels(1 + round % OutputChannelCount)(state);
-            state.viaRouter = true;
-        });
-        fixture.open([&] {
-            QCOMPARE(fixture.titles(), tabTitles(1 + round % OutputChannelCount));
-            fixture.link.sendMessage("OutputTypesChanged");
-        });
-    }
-    stop = true;
-    for (std::thread &thread : threads)
-        thread.join();
-}
-
-void TestDialog::teardownEndsAllDealings()
-{
-    DialogFixture fixture([](ControllerState &state) {
-        withChannels(2)(state);
-        state.viaRouter = true;
-    });
-    fixture.create();
-    std::atomic<bool> stop{false};
-    std::thread data([&] {
-        while (!stop)
-            fixture.link.deliver("fr", "fr 1\r\n");
-    });
-    fixture.dialog->teardownRequests();
-    QCOMPARE(fixture.link.registeredCount(), 0);
-    QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
-    fixture.dialog.reset();
-    stop = true;
-    data.join();
 }
 
 QTEST_MAIN(TestDialog)
