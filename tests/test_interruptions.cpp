@@ -1,6 +1,4 @@
-#include "channelasrouter.h"
-#include "dialogfixture.h"
-#include "messageboxes.h"
+#include "gestures.h"
 
 #include <QDir>
 
@@ -187,6 +185,8 @@ void TestInterruptions::closedChannelStaysStopped()
         // Before the event loop has taken the closed channel away.
         fixture.link.sendMessage("OutputTypesChanged");
         QTRY_COMPARE(threadCount(), before + 2);
+        clickBox(fixture.page(0)->checkBox_active_channel);
+        QTRY_COMPARE(threadCount(), before + 1);
     });
 }
 
