@@ -38,15 +38,6 @@ struct Page
         widget.updateFromChannel();
     }
 
-    void showTypes(const QStringList &names)
-    {
-        QList<OutputTypeInfo> types;
-        for (const QString &name : names)
-            types << OutputTypeInfo{name, "about " + name, true};
-        channel.setOutputTypes(types);
-        widget.updateFromChannel();
-    }
-
     void type(const QString &text)
     {
         widget.lineEdit_host->setFocus();
@@ -78,7 +69,6 @@ private slots:
     void boxes_data();
     void boxes();
     void typedHost();
-    void table();
     void validate_data();
     void validate();
 };
@@ -166,24 +156,6 @@ void TestChannelWidget::typedHost()
     QCOMPARE(field->text(), "Mytracker-1.lab4" + QString(84, 'a'));
     QTest::keyClick(page.widget.lineEdit_host, Qt::Key_Return);
     QCOMPARE(page.channel.host(), field->text());
-}
-
-void TestChannelWidget::table()
-{
-    Page page;
-    page.showActive(Other);
-    page.showTypes({"zz", "2dmon", "6d"});
-    page.showTypes({"6d", "2dmon", "zz"});
-    const QTableView *table = page.widget.tableView;
-    QVERIFY(!table->isRowHidden(0) && table->isRowHidden(1) && !table->isRowHidden(2));
-
-    for (const int column : {Channel::IdentifierColumn, Channel::DescriptionColumn}) {
-        // Away from the square, which takes single clicks. A double click is the second of two clicks.
-        const QPoint text = table->visualRect(table->model()->index(0, column)).center();
-        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, text);
-        QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, text);
-        QVERIFY(page.channel.isTypeActive("6d"));
-    }
 }
 
 void TestChannelWidget::validate_data()

@@ -32,7 +32,7 @@ bool isPluginMapped()
 class Host
 {
 public:
-    explicit Host(bool observer = false)
+    Host()
     {
         controller.change([](ControllerState &state) {
             state.viaRouter = true;
@@ -48,7 +48,6 @@ public:
         module = qobject_cast<ModuleInterface *>(loader.instance());
         if (!module)
             return;
-        module->setParameter("ObserverMode", observer);
         module->setParameter("ModuleParent", QVariant::fromValue(&window));
         module->setParameter("CommandManager", QVariant::fromValue<IOManager *>(&link));
         module->setParameter("BackendVersions", QVariant::fromValue(&versions));
@@ -72,7 +71,6 @@ class TestModule : public QObject
 private slots:
     void identity();
     void lifeOfAction();
-    void observerDoesNothing();
     void unloadRightAfterRelease();
 };
 
@@ -94,10 +92,13 @@ void TestModule::identity()
 void TestModule::lifeOfAction()
 {
     Host host;
+    host.module->setParameter("ObserverMode", true);
+    QVERIFY(host.module->moduleActions().isEmpty());
     host.module->prepareShutdown();
     host.module->releaseResources();
     QVERIFY(host.controller.record().isEmpty());
 
+    host.module->setParameter("ObserverMode", false);
     // Any object that is a widget is taken for the parent, whatever pointer type it comes as.
     host.module->setParameter("ModuleParent", QVariant::fromValue<QObject *>(&host.window));
     const QList<ModuleAction *> actions = host.module->moduleActions();
@@ -127,16 +128,6 @@ void TestModule::lifeOfAction()
     host.module->releaseResources();
     QVERIFY(host.loader.unload());
     QVERIFY(!first);
-}
-
-void TestModule::observerDoesNothing()
-{
-    Host host(true);
-    QVERIFY(host.module->moduleActions().isEmpty());
-    host.module->prepareShutdown();
-    host.module->releaseResources();
-    QVERIFY(host.controller.record().isEmpty());
-    QVERIFY(host.loader.unload());
 }
 
 void TestModule::unloadRightAfterRelease()
