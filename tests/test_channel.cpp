@@ -109,8 +109,8 @@ struct Bench
                       channel->hasChanges() ? "changed" : "clean"));
     }
 
-    /// Rows as "name#description", with "!" for a tick out of reach, "-" for not available and "?" for a row
-    /// that is not as one that was just made; behind the stroke the hidden ones.
+    /// Rows as "name#description", with "!" for a tick out of reach and "-" for not available; behind the
+    /// stroke the hidden ones.
     void showRows()
     {
         const QStandardItemModel &model = *channel->typeModel();
@@ -118,10 +118,8 @@ struct Bench
         for (int row = 0; row < model.rowCount(); ++row) {
             const QStandardItem *name = model.item(row, Channel::IdentifierColumn);
             const QStandardItem *description = model.item(row, Channel::DescriptionColumn);
-            const bool fresh = name->isCheckable() && !name->isEditable() && !description->isEditable() &&
-                               name->checkState() == Qt::Unchecked;
             rows << name->text() + '#' + description->text() + (name->isEnabled() ? "" : "!") +
-                        (description->data(Qt::UserRole).toBool() ? "" : "-") + (fresh ? "" : "?");
+                        (description->data(Qt::UserRole).toBool() ? "" : "-");
         }
         for (const int row : channel->hiddenRows())
             hidden << QString::number(row);
@@ -250,6 +248,7 @@ void TestChannel::behaves_data()
     row("multicast=1|host=pc|commit", "net_active ch01 yes;net ch01 multicast 'pc' 5100;net_divisor ch01 4");
     row("committing=host=pc.lab.org|commit",
         "net_active ch01 yes;net ch01 udp my_ip 5100;net_divisor ch01 4");
+    row("port=80|committing=active=0|commit", "net_active ch01 no");
     row("active=0|untick=1|commit|active=1|commit", "net_active ch01 no;net_active ch01 yes;active ch01 6d "
                                                     "no;net ch01 udp 'tracker' 5100;net_divisor ch01 4");
     // Refused counts as committed.

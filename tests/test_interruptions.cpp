@@ -8,12 +8,12 @@ namespace {
 
 int threadCount()
 {
-    return QDir(QLatin1String("/proc/self/task")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries).size();
+    return static_cast<int>(QDir("/proc/self/task").count());
 }
 
 void routing(ControllerState &state)
 {
-    withChannels(2)(state);
+    withChannels(3)(state);
     state.viaRouter = true;
 }
 
@@ -40,16 +40,14 @@ void TestInterruptions::shutdownWithinDialog_data()
     QTest::addColumn<QString>("host"); // of the first channel
     QTest::addColumn<QString>("box");
 
-    QTest::newRow("close question") << Qt::Key_W << "127.0.0.1"
-                                    << "Close Channel 2?";
-    QTest::newRow("conflict") << Qt::Key_Escape << "127.0.0.2"
-                              << "Channel 1 and 2 have";
-    QTest::newRow("empty host") << Qt::Key_Escape << ""
-                                << "Invalid empty host";
-    QTest::newRow("unresolved host") << Qt::Key_Escape << "no-such-host.invalid"
-                                     << "Cannot resolve host";
-    QTest::newRow("no box") << Qt::Key_7 << "127.0.0.1"
-                            << "";
+    const auto row = [](const char *name, Qt::Key key, const QString &host, const QString &box) {
+        QTest::newRow(name) << key << host << box;
+    };
+    row("close question", Qt::Key_W, "127.0.0.1", "Close Channel 3?");
+    row("conflict", Qt::Key_Escape, "127.0.0.2", "Channel 1 and 2 have");
+    row("empty host", Qt::Key_Escape, "", "Invalid empty host");
+    row("unresolved host", Qt::Key_Escape, "no-such-host.invalid", "Cannot resolve host");
+    row("no box", Qt::Key_7, "127.0.0.1", "");
 }
 
 void TestInterruptions::shutdownWithinDialog()
@@ -101,7 +99,6 @@ void TestInterruptions::nothingIsSentAfterTeardown()
     });
     fixture.dialog->update_and_exec();
     QVERIFY(fixture.sent().isEmpty());
-    fixture.dialog.reset();
 }
 
 void TestInterruptions::hostComesBackWithinCommand_data()
@@ -117,10 +114,7 @@ void TestInterruptions::hostComesBackWithinCommand_data()
 void TestInterruptions::hostComesBackWithinCommand()
 {
     QFETCH(QByteArray, trigger);
-    DialogFixture fixture([](ControllerState &state) {
-        withChannels(3)(state);
-        state.viaRouter = true;
-    });
+    DialogFixture fixture(routing);
     fixture.create();
     fixture.change([](ControllerState &state) { state.catalogue.append({"7d", "New", true}); });
     QList<bool> switches;
@@ -155,10 +149,7 @@ void TestInterruptions::hostComesBackWithinCommand()
 
 void TestInterruptions::closedChannelStaysStopped()
 {
-    DialogFixture fixture([](ControllerState &state) {
-        withChannels(3)(state);
-        state.viaRouter = true;
-    });
+    DialogFixture fixture(routing);
     const int before = threadCount();
     fixture.create();
     fixture.open([&] {

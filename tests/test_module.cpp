@@ -12,15 +12,9 @@
 #include <QtTest>
 
 #include <atomic>
-#include <memory>
 #include <thread>
 
 namespace {
-
-int entryCount(const char *folder)
-{
-    return QDir(folder).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size();
-}
 
 bool isPluginMapped()
 {
@@ -80,7 +74,6 @@ void TestModule::identity()
     QVERIFY2(host.module, qPrintable(host.loader.errorString()));
     const QJsonObject metadata = host.loader.metaData();
     QCOMPARE(metadata.value("IID").toString(), QString("io.kelmora-sys.Orvane2.NetworkSettigns2gModule"));
-    QCOMPARE(metadata.value("className").toString(), QString("NetworkSettings2GModule"));
     QObject *object = host.loader.instance();
     for (const char *name : {"ModuleInterface", "io.kelmora-sys.orvane2.gui.Module/0.2.0"})
         QCOMPARE(object->qt_metacast(name), static_cast<void *>(host.module));
@@ -133,7 +126,7 @@ void TestModule::lifeOfAction()
 void TestModule::unloadRightAfterRelease()
 {
     for (int round = 0; round < 20; ++round) {
-        const int threads = entryCount("/proc/self/task");
+        const uint threads = QDir("/proc/self/task").count();
         Host host;
         QCOMPARE(host.module->moduleActions().size(), 1);
         std::atomic<int> frames{0};
@@ -151,7 +144,7 @@ void TestModule::unloadRightAfterRelease()
         QVERIFY(!isPluginMapped());
         stop = true;
         data.join();
-        QTRY_COMPARE(entryCount("/proc/self/task"), threads);
+        QTRY_COMPARE(QDir("/proc/self/task").count(), threads);
     }
 }
 
