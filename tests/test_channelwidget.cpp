@@ -9,7 +9,7 @@
 namespace {
 
 // This computer as a channel knows it.
-const QString MonitorIp("10.0.0.5");
+const QString MonitorIp("0x0a000005");
 const QString HostName("localhost");
 
 // Hosts with letters that need no name server: a hexadecimal address, and a name that no name server is asked
@@ -108,13 +108,13 @@ void TestChannelWidget::boxes_data()
     };
     const QString group("239.1.2.3");
 
-    row("multicast on", Other, {"m"}, Other, "multicast open", Other);
     row("multicast on, name", OtherName, {"m"}, "", "multicast open", OtherName);
     row("multicast off, nothing typed", OtherName, {"m", "m"}, OtherName, "open", OtherName);
     row("multicast off, group typed", OtherName, {"m", group, "m"}, group, "open", group);
     row("multicast off, own host", HostName, {"m", "m"}, HostName, "mine open", HostName);
     row("this computer on", Other, {"t"}, MonitorIp, "mine closed", Other);
     row("this computer off", Other, {"t", "t"}, MonitorIp, "open", Other);
+    row("this computer, then multicast", Other, {"t", "m"}, "", "multicast open", MonitorIp);
     row("by name, then multicast", Other, {HostName, "t", "m"}, "", "multicast open", HostName);
     row("multicast, then this computer", Other, {"m", group, "t"}, MonitorIp, "closed", group);
 }
