@@ -31,7 +31,7 @@ private slots:
     void nothingIsSentAfterTeardown();
     void hostComesBackWithinCommand_data();
     void hostComesBackWithinCommand();
-    void closedChannelStaysStopped();
+    void closedAndInactiveChannelsHaveNoWorker();
 };
 
 void TestInterruptions::shutdownWithinDialog_data()
@@ -146,7 +146,7 @@ void TestInterruptions::hostComesBackWithinCommand()
     QCOMPARE(switches.size(), 3);
 }
 
-void TestInterruptions::closedChannelStaysStopped()
+void TestInterruptions::closedAndInactiveChannelsHaveNoWorker()
 {
     DialogFixture fixture(routing);
     const int before = threadCount();
@@ -160,6 +160,8 @@ void TestInterruptions::closedChannelStaysStopped()
         QTRY_COMPARE(threadCount(), before + 2);
         clickBox(fixture.page(0)->checkBox_active_channel);
         QTRY_COMPARE(threadCount(), before + 1);
+        clickBox(fixture.page(0)->checkBox_active_channel);
+        QTRY_COMPARE(threadCount(), before + 2);
     });
 }
 
