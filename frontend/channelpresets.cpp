@@ -2,7 +2,7 @@
 
 ChannelPreset channelPreset(int index)
 {
-    static const std::array<ChannelPreset, OutputChannelCount> presets{{
+    static const std::array<ChannelPreset, outputChannelCount> presets{{
         {nullptr, 1, {"fr", "6d"}},
         {nullptr, 2, {"fr", "3d", "6df2"}},
         {"239.255.42.3", 5, {"fr", "6d", "3d"}},

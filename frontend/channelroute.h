@@ -17,7 +17,7 @@ struct ChannelRoute
     bool isReachable() const { return address != 0 && port != 0; }
 };
 
-using ChannelRoutes = std::array<ChannelRoute, OutputChannelCount>;
+using ChannelRoutes = std::array<ChannelRoute, outputChannelCount>;
 
 /// Finds the routes of the channels. Looks up a host name once, and waits for that.
 class RouteFinder

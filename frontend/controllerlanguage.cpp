@@ -47,7 +47,7 @@ int findChannel(const QByteArray &word, int *index)
     if (!parseIndexed(word, "ch", &number))
         return NotUnderstood;
     *index = number - 1;
-    return number >= 1 && number <= OutputChannelCount ? Taken : OutOfRange;
+    return number >= 1 && number <= outputChannelCount ? Taken : OutOfRange;
 }
 
 /// The words from \a first on, as they stood: an identifier may hold blanks.

@@ -9,7 +9,7 @@
 #include <array>
 
 /// The output channels of a Controller, numbered from 1 in its language and from 0 here.
-constexpr int OutputChannelCount = 10;
+constexpr int outputChannelCount = 10;
 
 /// One entry of the Controller's catalogue of ASCII output types.
 struct OutputType
@@ -56,7 +56,7 @@ struct ControllerState
     int systemModel = 0;
     QByteArray monitorAddress; ///< the frontend's computer, as the Controller sees it
     QList<OutputType> catalogue;
-    std::array<OutputChannel, OutputChannelCount> channels;
+    std::array<OutputChannel, outputChannelCount> channels;
 };
 
 /// A Controller of version 1.9 with the usual catalogue, all channels without a destination. It is of model

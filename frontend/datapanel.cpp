@@ -60,7 +60,7 @@ QWidget *DataPanel::makeFlow()
 
 QWidget *DataPanel::makeChannels()
 {
-    m_channels->setRange(0, OutputChannelCount);
+    m_channels->setRange(0, outputChannelCount);
     m_channels->setValue(m_session.channelCount());
     auto *setUp = new QPushButton(tr("Set &up anew"));
     setUp->setToolTip(tr("Gives so many channels, from the first on, a receiver on this computer. The dialog "

@@ -106,7 +106,7 @@ bool parseOptions(const QStringList &arguments, Options *options, QString *probl
     Reader reader(parser, problem);
     return reader.number("seconds", 0, maxSeconds, &options->seconds) &&
            reader.number("rate", 1, maximumRate, &options->rate) &&
-           reader.number("channels", 1, OutputChannelCount, &options->channels) &&
+           reader.number("channels", 1, outputChannelCount, &options->channels) &&
            reader.version("controller-version", &options->version) &&
            reader.file("replay", &options->replay) && reader.file("plugin", &options->plugin);
 }

@@ -54,6 +54,6 @@ private:
     QList<ReceiverReport> collect(Statistics statisticsOf) const;
 
     const FrameLedger &m_ledger;
-    std::array<std::unique_ptr<DatagramReceiver>, OutputChannelCount> m_receivers;
+    std::array<std::unique_ptr<DatagramReceiver>, outputChannelCount> m_receivers;
     ChannelRoutes m_routes;
 };

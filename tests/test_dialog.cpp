@@ -12,7 +12,7 @@ namespace {
 QList<QByteArray> destinationQueries()
 {
     QList<QByteArray> queries;
-    for (int number = 1; number <= OutputChannelCount; ++number)
+    for (int number = 1; number <= outputChannelCount; ++number)
         queries << "output net ch" + QByteArray::number(number).rightJustified(2, '0');
     return queries;
 }
@@ -22,7 +22,7 @@ QStringList tabTitles(int channels)
     QStringList titles;
     for (int number = 1; number <= channels; ++number)
         titles << QString::fromLatin1("Channel %1").arg(number);
-    if (channels < OutputChannelCount)
+    if (channels < outputChannelCount)
         titles << QLatin1String("+");
     return titles;
 }

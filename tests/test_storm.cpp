@@ -225,7 +225,7 @@ void TestStorm::init()
 /// module as the router.
 void TestStorm::changeController(SimulatedController &controller)
 {
-    const int channels = 1 + below(OutputChannelCount);
+    const int channels = 1 + below(outputChannelCount);
     const bool viaRouter = below(5) > 0;
     const bool locked = below(8) == 0;
     const bool moreTypes = below(2) == 0;

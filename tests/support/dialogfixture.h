@@ -104,7 +104,7 @@ public:
 inline std::function<void(ControllerState &)> withChannels(int count)
 {
     return [count](ControllerState &state) {
-        for (int i = 0; i < OutputChannelCount; ++i) {
+        for (int i = 0; i < outputChannelCount; ++i) {
             OutputChannel channel;
             if (i < count) {
                 channel.destination = {Destination::Kind::Udp, "127.0.0.1", 5001 + i};
