@@ -90,7 +90,7 @@ struct Bench
     {
         QStringList wanted;
         for (const char *name : {"fr", "6d", "6di"}) {
-            if (channel->isTypeWanted(name))
+            if (channel->tickedTypes().contains(name))
                 wanted << name;
         }
         return wanted.join(' ');

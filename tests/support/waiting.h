@@ -1,0 +1,38 @@
+#pragma once
+
+#include "native.h"
+
+#include <QDeadlineTimer>
+
+#include <filesystem>
+
+// What a test waits for and counts in its own process.
+
+/// Whether \a wanted comes to hold. It is looked at without events being handled.
+template <typename Predicate>
+bool comesTrue(Predicate wanted)
+{
+    const QDeadlineTimer limit(30000);
+    while (!wanted()) {
+        if (limit.hasExpired())
+            return false;
+        nativeSleep(0);
+    }
+    return true;
+}
+
+inline int entryCount(const char *folder)
+{
+    const std::filesystem::directory_iterator entries(folder);
+    return static_cast<int>(std::distance(begin(entries), end(entries)));
+}
+
+inline int threadCount()
+{
+    return entryCount("/proc/self/task");
+}
+
+inline int descriptorCount()
+{
+    return entryCount("/proc/self/fd");
+}
