@@ -138,8 +138,9 @@ void TestRouter::stories_data()
         "start off gone on " + first + " fr3 6d3 fr4 nowhere start asleep here 6d4", "fr4 6d4");
     // The line of fr15 is one too many and drives out the block that begins with fr11.
     row("overflow tears no frame",
-        "start " + first + " fr3 asleep reset off gone on fr11 6d11 fr12 6d12 fr13 6d13 many fr14 6d14 fr15 "
-                           "start 6d15",
+        "start " + first +
+            " fr3 asleep reset off gone on fr11 6d11 fr12 6d12 fr13 6d13 many fr14 6d14 fr15 "
+            "start 6d15",
         first + "|fr14 6d14|fr15 6d15");
 }
 

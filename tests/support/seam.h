@@ -28,9 +28,9 @@ enum Call
     SocketCreate,
     SocketAllowBroadcast,
     SocketBind,
-    SocketNotReady,    ///< a send would have to wait
-    SocketWait,        ///< as SocketNotReady, and the wait fails
-    SocketWaitInTime,  ///< as SocketNotReady, and the wait times out
+    SocketNotReady,   ///< a send would have to wait
+    SocketWait,       ///< as SocketNotReady, and the wait fails
+    SocketWaitInTime, ///< as SocketNotReady, and the wait times out
     SocketSend,
     SocketSendShort,
     SocketClose,
@@ -90,10 +90,10 @@ enum Path
 };
 
 inline std::atomic<Path> path{Open};
-inline std::atomic<int> sends{0};          // begun
-inline std::atomic<int> writableWaits{0};  // begun
-inline std::atomic<bool> isPaced{false};   // a send waits until the receiver has room
-inline std::atomic<int> bytesUnderWay{0};  // to the receiver, which takes them off
+inline std::atomic<int> sends{0};         // begun
+inline std::atomic<int> writableWaits{0}; // begun
+inline std::atomic<bool> isPaced{false};  // a send waits until the receiver has room
+inline std::atomic<int> bytesUnderWay{0}; // to the receiver, which takes them off
 
 /// What a datagram takes up of the receiver's room.
 inline int bytesTaken(int length)
