@@ -1,22 +1,17 @@
 // Moments that are a few instructions wide, each met thousands of times. Every crossing lets the two sides
 // meet at another distance, and counts show that both outcomes of a meeting have come.
 
-#include "channelasrouter.h"
-#include "channelfanout.h"
 #include "condition.h"
-#include "native.h"
-#include "outputtypeinfo.h"
+#include "fedchannel.h"
 #include "threads.h"
-#include "watchdog.h"
+#include "waiting.h"
 
-#include <QDeadlineTimer>
 #include <QRandomGenerator>
 #include <QtTest>
 
-#include <cstring>
-#include <filesystem>
 #include <functional>
 #include <memory>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -24,7 +19,6 @@ namespace {
 constexpr int fullCrossings = 10000;
 constexpr int limitMilliseconds = 30000;
 constexpr int sendYields = 200; // the longest that a send waits for a reset to meet it
-constexpr quint32 loopback = 0x7f000001;
 
 std::atomic<int> claims{0};        // workers that have taken the run of a channel
 std::atomic<int> refusedClaims{0}; // threads that found another worker
@@ -134,62 +128,20 @@ int crossings()
 #endif
 }
 
-int entryCount(const char *folder)
+void feedFrame(FedChannel *channel, int number)
 {
-    const std::filesystem::directory_iterator entries(folder);
-    return static_cast<int>(std::distance(begin(entries), end(entries)));
+    const QByteArray text = QByteArray::number(number);
+    channel->feed("fr" + text + " 6d" + text);
 }
 
-int threadCount()
+/// Whether a worker takes what is queued. Three frames, since one that has just begun keeps the first for the
+/// second.
+bool forwards(FedChannel *channel, int *number)
 {
-    return entryCount("/proc/self/task");
+    for (int frames = 0; frames < 3; ++frames)
+        feedFrame(channel, ++*number);
+    return comesTrue([number] { return lastSentNumber == *number; });
 }
-
-template <typename Predicate>
-bool comesTrue(Predicate wanted)
-{
-    const QDeadlineTimer limit(limitMilliseconds);
-    while (!wanted()) {
-        if (limit.hasExpired())
-            return false;
-        std::this_thread::yield();
-    }
-    return true;
-}
-
-/// An active channel that ticks fr and 6d. It sends no command, so there is no host.
-class RouterChannel : public ChannelAsRouter
-{
-public:
-    RouterChannel()
-        : ChannelAsRouter(nullptr, 0, nullptr)
-    {
-        setOutputTypes({{"fr", "", true}, {"6d", "", true}});
-        for (const char *type : {"fr", "6d"}) {
-            for (QStandardItem *item : typeModel()->findItems(type))
-                item->setCheckState(Qt::Checked);
-        }
-        setIp(loopback);
-        setPort(9);
-        setActive(true);
-    }
-
-    void feedFrame(int number)
-    {
-        const QByteArray text = QByteArray::number(number) + "\r\n";
-        enqueue("fr", "fr " + text);
-        enqueue("6d", "6d " + text);
-    }
-
-    /// Whether a worker takes what is queued. Three frames, since one that has just begun keeps the first for
-    /// the second.
-    bool forwards(int *number)
-    {
-        for (int frames = 0; frames < 3; ++frames)
-            feedFrame(++*number);
-        return comesTrue([number] { return lastSentNumber == *number; });
-    }
-};
 
 /// A thread that repeats one turn until it goes.
 class Loop
@@ -220,10 +172,8 @@ class TestNarrowMoments : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void init();
     void cleanup();
-    void cleanupTestCase();
     void startMeetsEndingWorker();
     void stopMeetsStartingWorker();
     void destructorMeetsStartedThread();
@@ -233,23 +183,11 @@ private slots:
 
 private:
     int below(int bound) { return static_cast<int>(m_random.bounded(bound)); }
-    void pass() { m_watchdog->progress(0); }
 
     QRandomGenerator m_random{1};
-    std::unique_ptr<Watchdog> m_watchdog;
     int m_threads = 0;
     int m_descriptors = 0;
 };
-
-void TestNarrowMoments::initTestCase()
-{
-    m_watchdog = std::make_unique<Watchdog>(1);
-}
-
-void TestNarrowMoments::cleanupTestCase()
-{
-    m_watchdog.reset();
-}
 
 void TestNarrowMoments::init()
 {
@@ -258,28 +196,28 @@ void TestNarrowMoments::init()
           &resetsBegun, &departureYields, &workerYields})
         *counter = 0;
     m_threads = threadCount();
-    m_descriptors = entryCount("/proc/self/fd");
+    m_descriptors = descriptorCount();
 }
 
 void TestNarrowMoments::cleanup()
 {
     QVERIFY(comesTrue([this] { return threadCount() == m_threads; }));
-    QCOMPARE(entryCount("/proc/self/fd"), m_descriptors);
+    QCOMPARE(descriptorCount(), m_descriptors);
     QCOMPARE(tornDatagrams.load(), 0);
 }
 
 void TestNarrowMoments::startMeetsEndingWorker()
 {
-    RouterChannel channel;
+    FedChannel channel(9);
     int number = 0;
     channel.updateRouterActiveState(true);
-    QVERIFY(channel.forwards(&number));
+    QVERIFY(forwards(&channel, &number));
     for (int crossing = 0; crossing < crossings(); ++crossing) {
         if (crossing % 2 == 0) {
             channel.updateRouterActiveState(false);
         } else {
             channel.setActive(false);
-            channel.feedFrame(0); // not taken: the worker sleeps on unless it is still awake
+            feedFrame(&channel, 0); // not taken: the worker sleeps on unless it is still awake
         }
         if (crossing % 10 == 0)
             QVERIFY(comesTrue([this] { return threadCount() == m_threads; }));
@@ -287,9 +225,8 @@ void TestNarrowMoments::startMeetsEndingWorker()
             spin(below(4000));
         channel.setActive(true);
         channel.updateRouterActiveState(true);
-        QVERIFY2(channel.forwards(&number), "no worker after a start");
+        QVERIFY2(forwards(&channel, &number), "no worker after a start");
         QVERIFY2(comesTrue([this] { return threadCount() == m_threads + 1; }), "more than one worker");
-        pass();
     }
     qInfo("%d starts found the worker gone, %d found it on its way", claims.load(), refusedClaims.load());
     QVERIFY(claims > 1);
@@ -298,40 +235,38 @@ void TestNarrowMoments::startMeetsEndingWorker()
 
 void TestNarrowMoments::stopMeetsStartingWorker()
 {
-    RouterChannel channel;
+    FedChannel channel(9);
     int number = 0;
     channel.updateRouterActiveState(true);
-    QVERIFY(channel.forwards(&number));
+    QVERIFY(forwards(&channel, &number));
     channel.updateRouterActiveState(false);
     for (int crossing = 0; crossing < crossings(); ++crossing) {
         channel.updateRouterActiveState(true);
         spin(below(4000));
         channel.updateRouterActiveState(false);
         QVERIFY2(comesTrue([this] { return threadCount() == m_threads; }), "a worker after a stop");
-        pass();
     }
     const int before = lastSentNumber;
-    channel.feedFrame(++number);
-    channel.feedFrame(++number);
+    feedFrame(&channel, ++number);
+    feedFrame(&channel, ++number);
     channel.updateRouterActiveState(true);
-    QVERIFY(channel.forwards(&number));
+    QVERIFY(forwards(&channel, &number));
     QVERIFY(lastSentNumber > before);
 }
 
 void TestNarrowMoments::destructorMeetsStartedThread()
 {
     for (int crossing = 0; crossing < crossings(); ++crossing) {
-        auto channel = std::make_unique<RouterChannel>();
+        auto channel = std::make_unique<FedChannel>(9);
         workerYields = below(4);
         for (int starts = 1 + below(3); starts > 0; --starts)
             channel->updateRouterActiveState(true);
         if (below(2) == 0)
-            channel->feedFrame(crossing);
+            feedFrame(channel.get(), crossing);
         spin(below(200));
         destroying = true;
         channel.reset();
         destroying = false;
-        pass();
     }
     const int all = claims + refusedClaims;
     qInfo("%d of %d threads came to claim a channel that was being destroyed", lateClaims.load(), all);
@@ -341,7 +276,7 @@ void TestNarrowMoments::destructorMeetsStartedThread()
 
 void TestNarrowMoments::lineMeetsChannelTakenOut()
 {
-    RouterChannel steady;
+    FedChannel steady(9);
     ChannelFanOut fanOut;
     fanOut.publish({&steady});
     std::atomic<int> lines{0};
@@ -353,7 +288,7 @@ void TestNarrowMoments::lineMeetsChannelTakenOut()
     };
     const Loop data(deliver);
     for (int crossing = 0; crossing < crossings(); ++crossing) {
-        auto passing = std::make_unique<RouterChannel>();
+        auto passing = std::make_unique<FedChannel>(9);
         fanOut.publish({&steady, passing.get()});
         passing->updateRouterActiveState(true);
         const int before = lines;
@@ -361,7 +296,6 @@ void TestNarrowMoments::lineMeetsChannelTakenOut()
         spin(below(500));
         fanOut.publish({&steady});
         passing.reset();
-        pass();
     }
     qInfo("%d looks at a list that was still walked", publishWaits.load());
     QVERIFY(publishWaits > 0);
@@ -398,7 +332,6 @@ void TestNarrowMoments::signalMeetsTimeOut()
                     break;
             }
             tokens = 0;
-            pass();
         }
         mutexUnlock(mutex);
     });
@@ -431,16 +364,16 @@ void TestNarrowMoments::signalMeetsTimeOut()
 
 void TestNarrowMoments::resetMeetsSend()
 {
-    RouterChannel channel;
+    FedChannel channel(9);
     int number = 0;
     channel.updateRouterActiveState(true);
-    QVERIFY(channel.forwards(&number));
-    for (int met = 0; met < crossings(); pass()) {
+    QVERIFY(forwards(&channel, &number));
+    for (int met = 0; met < crossings();) {
         int looks = 0;
         QVERIFY(comesTrue([&] {
             // A reset drops what it finds begun, so it is not known how many frames lead to a send.
             if (++looks % 50 == 1)
-                channel.feedFrame(++number);
+                feedFrame(&channel, ++number);
             return sends % 2 == 1;
         }));
         const int sending = sends;
@@ -451,7 +384,7 @@ void TestNarrowMoments::resetMeetsSend()
         QVERIFY2(sends != sending, "the reset did not wait for the send");
         ++met;
     }
-    QVERIFY(channel.forwards(&number));
+    QVERIFY(forwards(&channel, &number));
 }
 
 QTEST_GUILESS_MAIN(TestNarrowMoments)

@@ -101,7 +101,7 @@ inline int bytesTaken(int length)
     return length + 500;
 }
 
-inline std::atomic<bool> holdLookUps{false};
+inline std::atomic<bool> holdLookUps{false}; // each for ten seconds at most
 inline std::atomic<int> lookUpsBegun{0};
 inline std::atomic<int> lookUpsEnded{0};
 
@@ -202,7 +202,7 @@ uint32_t __real_nativeLookUp(const char *);
 uint32_t __wrap_nativeLookUp(const char *name)
 {
     ++seam::lookUpsBegun;
-    while (seam::holdLookUps)
+    for (int milliseconds = 0; seam::holdLookUps && milliseconds < 10000; ++milliseconds)
         nativeSleep(1);
     const uint32_t address = seam::refuses(seam::LookUp) ? 0 : __real_nativeLookUp(name);
     ++seam::lookUpsEnded;
