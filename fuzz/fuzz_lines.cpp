@@ -1,27 +1,15 @@
-#include "backendversions.h"
-#include "channelasrouter.h"
-#include "iomanager.h"
-#include "native.h"
-
-#include <QCoreApplication>
+#include "frameassembler.h"
+#include "linequeue.h"
+#include "referencemodel.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-#include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
-#include <deque>
 #include <limits>
-#include <mutex>
-#include <optional>
-#include <sched.h>
-#include <string>
-#include <vector>
 
 // Tracking data may be anything: each input is a stream of lines with what happens to a worker in it. The
-// queue and the assembler are held against a plain account of the same stream, and every so often the
-// datagrams of a real channel are held against it too.
+// assembler is held against the model of the tests, the queue against what was put in.
 
 namespace {
 
@@ -33,121 +21,12 @@ void require(bool holds, const char *fact)
     std::abort();
 }
 
-/// The digits behind "fr ", read one by one; 0 for what does not fit.
-qint64 frameNumber(const std::string &line)
+struct Line
 {
-    const std::string text = line.substr(std::min<std::size_t>(line.size(), 3));
-    std::size_t at = 0;
-    const std::string blanks(" \t\n\v\f\r");
-    while (at < text.size() && blanks.find(text[at]) != std::string::npos)
-        ++at;
-    const bool negative = at < text.size() && text[at] == '-';
-    if (at < text.size() && (text[at] == '-' || text[at] == '+'))
-        ++at;
-    qint64 number = 0;
-    for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
-        number = number * 10 + (text[at] - '0');
-        if (number > qint64{1} << 40)
-            return 0;
-    }
-    number = negative ? -number : number;
-    const bool fits =
-        number >= std::numeric_limits<qint32>::min() && number <= std::numeric_limits<qint32>::max();
-    return fits ? number : 0;
-}
+    std::string type;
+    std::string text;
 
-/// The account of a worker: it remembers where frames began instead of counting.
-class Account
-{
-public:
-    void startRun()
-    {
-        m_begin = m_position; // lines of an earlier run measure no frame
-        m_measured.reset();
-        m_strangers = 0;
-        m_waiting = false;
-    }
-
-    void startAfterGap()
-    {
-        startRun();
-        drop();
-        m_waiting = true;
-    }
-
-    void drop()
-    {
-        m_lines.clear();
-        m_bytes = 0;
-        m_number = 0;
-    }
-
-    /// True if \a line completes a frame.
-    bool add(const RouterLine &line)
-    {
-        noteStart(line.type);
-        if (m_waiting)
-            return false;
-        if (line.type == "fr")
-            m_number = frameNumber(line.line);
-        std::string text = line.line;
-        while (!text.empty() && (text.back() == '\r' || text.back() == '\n'))
-            text.pop_back();
-        if (!text.empty()) {
-            m_lines.push_back(text + "\r\n");
-            m_bytes += m_lines.back().size();
-        }
-        ++m_position;
-        return m_measured && m_position - m_begin == *m_measured;
-    }
-
-    bool fits() const { return m_bytes <= FrameAssembler::MaximumFrameBytes; }
-    bool isSendable(int divisor) const { return m_number != 0 && m_number % divisor == 0 && fits(); }
-
-    std::string text() const
-    {
-        std::string joined;
-        for (const std::string &line : m_lines)
-            joined += line;
-        return joined;
-    }
-
-private:
-    void noteStart(const std::string &type)
-    {
-        if (m_opening.empty()) {
-            learn(type);
-        } else if (type == m_opening) {
-            if (!m_waiting)
-                m_measured = m_position - m_begin;
-            m_begin = m_position;
-            m_strangers = 0;
-            m_waiting = false;
-        } else if (m_strangers == FrameAssembler::MaximumLinesWithoutStart) {
-            startRun();
-            drop();
-            learn(type);
-        } else {
-            ++m_strangers;
-        }
-    }
-
-    void learn(const std::string &type)
-    {
-        m_opening = type;
-        m_begin = m_position;
-        m_waiting = false;
-    }
-
-    std::string m_opening;
-    std::size_t m_position = 0; // lines that counted
-    std::size_t m_begin = 0;    // where the frame began
-    std::optional<std::size_t> m_measured;
-    int m_strangers = 0;
-    bool m_waiting = false;
-    std::vector<std::string> m_lines;
-    std::size_t m_bytes = 0;
-    qint64 m_number = 0;
+    RouterLine routed() const { return {type, text}; }
 };
 
 /// Up to more than a datagram; the smallest choices lie about its limit.
@@ -179,14 +58,11 @@ std::string takeText(FuzzedDataProvider &input)
 
 std::string takeType(FuzzedDataProvider &input)
 {
-    const int choice = input.ConsumeIntegralInRange(0, 7);
-    if (choice == 7)
-        return input.ConsumeRandomLengthString(12);
-    static const char *const types[] = {"fr", "fr", "6d", "3d", "6df2", "FR", ""};
-    return types[choice];
+    return input.ConsumeBool() ? input.PickValueInArray<std::string>({"fr", "fr", "6d", "3d", "6df2", "FR"})
+                               : 't' + input.ConsumeRandomLengthString(12);
 }
 
-RouterLine takeRouterLine(FuzzedDataProvider &input)
+Line takeLine(FuzzedDataProvider &input)
 {
     std::string type = takeType(input);
     return {std::move(type), takeText(input)};
@@ -198,80 +74,97 @@ int takeDivisor(FuzzedDataProvider &input)
                                : input.ConsumeIntegralInRange(1, std::numeric_limits<int>::max());
 }
 
-/// An assembler beside its account.
+/// An assembler beside its model.
 class Bench
 {
 public:
     void startRun()
     {
+        m_frame.resetFrame();
         m_frame.startRun();
-        m_account.startRun();
+        m_model.start();
+        lookAhead();
     }
     void startAfterGap()
     {
         m_frame.startAfterGap();
-        m_account.startAfterGap();
+        m_model.loseLines();
+        lookAhead();
     }
     void resetFrame()
     {
         m_frame.resetFrame();
-        m_account.drop();
+        m_model.reset();
     }
 
-    void add(const RouterLine &line, int divisor)
+    void add(const Line &line, int divisor)
     {
-        const bool complete = m_frame.add(line);
-        require(complete == m_account.add(line), "frames complete where they began and how long they were");
-        const QByteArray &text = m_frame.text();
-        require(text.size() <= FrameAssembler::MaximumFrameBytes, "a frame fits into a datagram");
-        require(text.isEmpty() || text.endsWith("\r\n"), "every line ends");
-        require(m_frame.isSendable(divisor) == m_account.isSendable(divisor), "which frames are sent");
-        require(m_frame.isSendable(1) || !m_frame.isSendable(divisor), "a divisor sends no more frames");
-        require(!m_frame.isSendable(1) || !text.isEmpty(), "a frame with a number has text");
-        if (!complete)
-            return;
-        require(text.toStdString() == (m_account.fits() ? m_account.text() : std::string()),
-                "a frame is its lines");
-        resetFrame();
+        m_model.setDivisor(divisor);
+        m_isDue = m_isDue || m_wakeRule.isDue(line.routed(), ++m_linesAhead);
+        const bool completes = m_frame.add(line.routed());
+        require(!completes || m_isDue, "no frame completes before it was expected");
+        require(m_frame.text().size() <= FrameAssembler::MaximumFrameBytes, "a frame fits into a datagram");
+        std::optional<std::string> sent;
+        if (completes && m_frame.isSendable(divisor))
+            sent = m_frame.text().toStdString();
+        require(sent == m_model.add(line.type, line.text), "what is sent are the frames of the stream");
+        if (completes)
+            m_frame.resetFrame();
+        if (m_isDue)
+            lookAhead();
     }
 
 private:
+    void lookAhead()
+    {
+        m_wakeRule = m_frame.nextCompletion();
+        m_linesAhead = 0;
+        m_isDue = false;
+    }
+
     FrameAssembler m_frame;
-    Account m_account;
+    ReferenceModel m_model;
+    WakeRule m_wakeRule;
+    std::size_t m_linesAhead = 0; // since m_wakeRule was asked for
+    bool m_isDue = false;
 };
 
 /// A queue that knows which lines it should give.
 class Waiting
 {
 public:
-    void append(const RouterLine &line)
+    void append(const Line &line)
     {
-        RouterLine numbered{line.type, std::to_string(m_appended++) + ' ' + line.line};
-        m_queue.append(std::move(numbered));
+        const std::string numbered = std::to_string(m_appended++) + ' ' + line.text;
+        m_queue.append({line.type, numbered});
+        require(m_queue.lineCount() <= LineQueue::MaximumLines, "the queue is bounded");
     }
 
     /// The next line, and whether some are missing in front of it.
-    bool take(RouterLine *line, bool *gap)
+    bool take(Line *line, bool *gap)
     {
         RouterLine numbered;
-        require(m_queue.isEmpty() == !m_queue.take(&numbered), "an empty queue gives nothing");
-        if (numbered.line.empty())
+        if (m_block.isRead()) {
+            const bool hasLines = m_queue.lineCount() > 0;
+            require(m_queue.take(&m_block) == hasLines, "an empty queue gives nothing");
+            *gap = hasLines && m_queue.takeGap();
+        }
+        if (!m_block.read(&numbered))
             return false;
-        const std::size_t blank = numbered.line.find(' ');
-        const quint64 number = std::stoull(numbered.line.substr(0, blank));
-        *gap = m_queue.takeGap();
+        const std::string text(numbered.line);
+        const std::size_t number = std::stoull(text);
         require(number >= m_next && number < m_appended, "lines come in order");
         require(*gap == (number != m_next), "a gap is told, and nothing else");
-        require(m_appended - number <= LineQueue::MaximumLines, "the queue is bounded");
         m_next = number + 1;
-        *line = {numbered.type, numbered.line.substr(blank + 1)};
+        *line = {std::string(numbered.type), text.substr(text.find(' ') + 1)};
         return true;
     }
 
 private:
     LineQueue m_queue;
-    quint64 m_appended = 0;
-    quint64 m_next = 0;
+    LineBlock m_block;
+    std::size_t m_appended = 0;
+    std::size_t m_next = 0;
 };
 
 /// Queue and assembler as a worker uses them, one thing after the other.
@@ -316,14 +209,14 @@ private:
             break;
         case 7:
         case 8:
-            m_waiting.append(takeRouterLine(m_input));
+            m_waiting.append(takeLine(m_input));
             break;
         case 9:
         case 10:
             handleNext();
             break;
         default:
-            m_bench.add(takeRouterLine(m_input), m_divisor);
+            m_bench.add(takeLine(m_input), m_divisor);
         }
     }
 
@@ -332,16 +225,16 @@ private:
 
     void repeat()
     {
-        const RouterLine line = takeRouterLine(m_input);
+        const Line line = takeLine(m_input);
         for (int times = takeTimes(FrameAssembler::MaximumLinesWithoutStart + 100); times > 0; --times)
             m_bench.add(line, m_divisor);
     }
 
     void flood()
     {
-        const RouterLine line = takeRouterLine(m_input);
+        const Line line = takeLine(m_input);
         const int times = takeTimes(20000);
-        for (int i = 0; i < times && line.line.size() < 3000; ++i)
+        for (int i = 0; i < times && line.text.size() < 3000; ++i)
             m_waiting.append(line);
     }
 
@@ -353,7 +246,7 @@ private:
 
     void handleNext()
     {
-        RouterLine line;
+        Line line;
         bool gap = false;
         if (!m_waiting.take(&line, &gap))
             return;
@@ -369,121 +262,11 @@ private:
     int m_bulk = 3;
 };
 
-/// The datagrams of the channel at work, in order.
-class Datagrams
-{
-public:
-    void clear()
-    {
-        const std::lock_guard<std::mutex> guard(m_mutex);
-        m_sent.clear();
-    }
-
-    void add(std::string text)
-    {
-        const std::lock_guard<std::mutex> guard(m_mutex);
-        m_sent.push_back(std::move(text));
-        m_more.notify_all();
-    }
-
-    /// Waits until \a count are there.
-    std::vector<std::string> await(std::size_t count)
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_more.wait_for(lock, std::chrono::seconds(60), [&] { return m_sent.size() >= count; });
-        return m_sent;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_more;
-    std::vector<std::string> m_sent;
-};
-
-Datagrams datagrams;
-
-OutputTypeInfo type(const char *name)
-{
-    return {QString::fromLatin1(name), QString(), true};
-}
-
-void tickAll(Channel *channel)
-{
-    QStandardItemModel *rows = channel->typeModel();
-    for (int row = 0; row < rows->rowCount(); ++row)
-        rows->item(row, Channel::IdentifierColumn)->setCheckState(Qt::Checked);
-}
-
-/// One run of a real channel, worker and all: its datagrams are those of the account.
-void feedChannel(FuzzedDataProvider &input)
-{
-    datagrams.clear();
-    BackendVersions versions = {};
-    ChannelAsRouter channel(nullptr, 0, &versions); // without load() and commit() it asks nobody
-    channel.setOutputTypes({type("fr"), type("6d"), type("3d")});
-    tickAll(&channel);
-    channel.setHost(QLatin1String("127.0.0.1"));
-    channel.setPort(5001);
-    const int divisor = input.ConsumeIntegralInRange(1, 3);
-    channel.setDataDivisor(divisor);
-    channel.setActive(true);
-    channel.updateRouterActiveState(true);
-
-    Account account;
-    account.startRun();
-    std::vector<std::string> expected;
-    while (input.remaining_bytes() > 0) {
-        const RouterLine line = takeRouterLine(input);
-        // A host's texts end at the first zero.
-        const std::string text = line.line.substr(0, line.line.find('\0'));
-        const std::string name = line.type.substr(0, line.type.find('\0'));
-        channel.enqueue(name.c_str(), text.c_str());
-        const bool wanted = name == "fr" || name == "6d" || name == "3d";
-        if (!wanted || !account.add({name, text}))
-            continue;
-        if (account.isSendable(divisor))
-            expected.push_back(account.text());
-        account.drop();
-    }
-    const std::vector<std::string> sent = datagrams.await(expected.size());
-    channel.updateRouterActiveState(false);
-    require(sent == expected, "a channel sends the frames of its lines");
-}
-
 } // namespace
 
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
-extern "C" {
-
-void __wrap_nativeSleep(uint32_t /*milliseconds*/)
-{
-    sched_yield();
-}
-
-int32_t __wrap_nativeSocketSend(NativeSocket /*socket*/, const void *data, int32_t length, uint32_t address,
-                                uint16_t port)
-{
-    require(address == 0x7F000001 && port == 5001, "datagrams go to the channel's destination");
-    require(length > 0 && length <= FrameAssembler::MaximumFrameBytes, "a datagram has a frame's length");
-    datagrams.add(std::string(static_cast<const char *>(data), static_cast<std::size_t>(length)));
-    return length;
-}
-
-int LLVMFuzzerInitialize(int *argc, char ***argv)
-{
-    static const QCoreApplication application(*argc, *argv);
-    return 0;
-}
-
-int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
 {
     FuzzedDataProvider input(data, size);
-    // A run of a channel costs a hundred times that of an assembler.
-    if (input.ConsumeIntegral<quint8>() % 32 == 1)
-        feedChannel(input);
-    else
-        Stream(input).run();
+    Stream(input).run();
     return 0;
 }
-}
-// NOLINTEND(bugprone-reserved-identifier)

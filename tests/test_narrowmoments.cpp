@@ -3,15 +3,14 @@
 
 #include "condition.h"
 #include "fedchannel.h"
+#include "loop.h"
 #include "threads.h"
 #include "waiting.h"
 
 #include <QRandomGenerator>
 #include <QtTest>
 
-#include <functional>
 #include <memory>
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -143,28 +142,6 @@ bool forwards(FedChannel *channel, int *number)
     return comesTrue([number] { return lastSentNumber == *number; });
 }
 
-/// A thread that repeats one turn until it goes.
-class Loop
-{
-public:
-    explicit Loop(const std::function<void()> &turn)
-        : m_thread([this, turn] {
-            while (!m_ended)
-                turn();
-        })
-    {
-    }
-    ~Loop()
-    {
-        m_ended = true;
-        m_thread.join();
-    }
-
-private:
-    std::atomic<bool> m_ended{false};
-    std::thread m_thread;
-};
-
 } // namespace
 
 class TestNarrowMoments : public QObject
@@ -280,13 +257,12 @@ void TestNarrowMoments::lineMeetsChannelTakenOut()
     ChannelFanOut fanOut;
     fanOut.publish({&steady});
     std::atomic<int> lines{0};
-    const auto deliver = [&] {
+    const Loop data([&](int line) {
         fanOut.deliver("fr", "fr 0\r\n");
-        ++lines;
-        if (lines % 100 == 0)
+        if (line % 100 == 0)
             fanOut.resetFrames();
-    };
-    const Loop data(deliver);
+        lines = line;
+    });
     for (int crossing = 0; crossing < crossings(); ++crossing) {
         auto passing = std::make_unique<FedChannel>(9);
         fanOut.publish({&steady, passing.get()});

@@ -1,11 +1,11 @@
 #include "backendversions.h"
 #include "dialogfixture.h"
+#include "loop.h"
 #include "moduleaction.h"
 #include "moduleinterface.h"
-#include "watchdog.h"
+#include "waiting.h"
 
 #include <QAction>
-#include <QDir>
 #include <QFile>
 #include <QPluginLoader>
 #include <QRandomGenerator>
@@ -13,7 +13,6 @@
 #include <QUdpSocket>
 
 #include <malloc.h>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -36,37 +35,10 @@ constexpr bool sanitized = false;
 constexpr int visitsInLife = 5;
 constexpr int allocatedSlackKilobytes = 8 * 1024;
 
-enum Lane
-{
-    User,
-    FirstData,
-    SecondData,
-    ThirdData,
-    Messages,
-    LaneCount
-};
-
 quint32 numberFromEnvironment(const char *name, quint32 fallback)
 {
     const QByteArray given = qgetenv(name);
     return given.isEmpty() ? fallback : given.toUInt();
-}
-
-int entryCount(const char *folder)
-{
-    return QDir(QLatin1String(folder))
-        .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
-        .size();
-}
-
-int threadCount()
-{
-    return entryCount("/proc/self/task");
-}
-
-int descriptorCount()
-{
-    return entryCount("/proc/self/fd");
 }
 
 /// What has been allocated and not freed, in all arenas. Resident memory would also count what many threads
@@ -82,30 +54,6 @@ bool isPluginMapped()
     QFile maps(QLatin1String("/proc/self/maps"));
     return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("NetworkSettings2GModule");
 }
-
-/// A thread that repeats one turn without a pause for as long as it lives.
-class Loop
-{
-public:
-    Loop(Watchdog &watchdog, Lane lane, const std::function<void(int)> &turn)
-        : m_thread([this, &watchdog, lane, turn] {
-            for (int number = 1; !m_ended; ++number) {
-                turn(number);
-                watchdog.progress(lane);
-            }
-        })
-    {
-    }
-    ~Loop()
-    {
-        m_ended = true;
-        m_thread.join();
-    }
-
-private:
-    std::atomic<bool> m_ended{false};
-    std::thread m_thread;
-};
 
 using Loops = std::vector<std::unique_ptr<Loop>>;
 
@@ -195,14 +143,12 @@ private:
     void giveDestinations(const QTabWidget &tabs) const;
     void leave(const Scene &scene);
     std::unique_ptr<Loop> messenger(ControllerLink &link);
-    std::unique_ptr<Loop> dataThread(Lane lane, const std::function<void(int)> &turn);
     void repeat(const std::function<void()> &live);
 
     quint32 m_seconds = 0;
     QRandomGenerator m_random;
     std::unique_ptr<QUdpSocket> m_receiver; // where the first channel sends to
     int m_datagrams = 0;
-    std::unique_ptr<Watchdog> m_watchdog;
     std::atomic<int> m_messagesWanted{0};
 };
 
@@ -278,7 +224,6 @@ void TestStorm::visit(const Scene &scene, bool shutsDown)
 /// Each step is an event of its own, so that what a step has put off happens before the next.
 void TestStorm::step(const Scene &scene, int stepsLeft, bool shutsDown)
 {
-    m_watchdog->progress(User);
     if (stepsLeft > 0) {
         act(scene);
         QTimer::singleShot(0, &scene.window, [=] { step(scene, stepsLeft - 1, shutsDown); });
@@ -363,23 +308,17 @@ void TestStorm::leave(const Scene &scene)
 /// Tells of a changed catalogue on a thread of its own, as often as it is asked to.
 std::unique_ptr<Loop> TestStorm::messenger(ControllerLink &link)
 {
-    return std::make_unique<Loop>(*m_watchdog, Messages, [this, &link](int) {
+    return std::make_unique<Loop>([this, &link](int) {
         if (m_messagesWanted.exchange(0, std::memory_order_relaxed) > 0)
             announceFromOutside(link);
         std::this_thread::sleep_for(std::chrono::microseconds(200));
     });
 }
 
-std::unique_ptr<Loop> TestStorm::dataThread(Lane lane, const std::function<void(int)> &turn)
-{
-    return std::make_unique<Loop>(*m_watchdog, lane, turn);
-}
-
 /// Runs life after life for half of the time. What the first leaves behind is what Qt and the C library keep
 /// for good.
 void TestStorm::repeat(const std::function<void()> &live)
 {
-    m_watchdog = std::make_unique<Watchdog>(LaneCount);
     live();
     const int threads = threadCount();
     const int descriptors = descriptorCount();
@@ -395,7 +334,6 @@ void TestStorm::repeat(const std::function<void()> &live)
     qInfo("%d lives, %d datagrams, %lld KiB more than after the first", lives, m_datagrams, grown);
     QVERIFY(sanitized || grown < allocatedSlackKilobytes);
     QVERIFY(m_datagrams > 0);
-    m_watchdog.reset();
 }
 
 void TestStorm::dialog()
@@ -413,9 +351,9 @@ void TestStorm::dialog()
                             const QByteArray &line) { dialog->onOutputData(type, line.constData()); },
                    [dialog] { dialog->onOutputReset(); });
         Loops directLoops;
-        directLoops.push_back(dataThread(FirstData, direct));
-        directLoops.push_back(dataThread(SecondData, direct));
-        const auto third = dataThread(ThirdData, framesThrough(fixture.link));
+        directLoops.push_back(std::make_unique<Loop>(direct));
+        directLoops.push_back(std::make_unique<Loop>(direct));
+        const Loop third(framesThrough(fixture.link));
         const auto messages = messenger(fixture.link);
         liveOnce({fixture.controller, fixture.link, fixture.window, dialog,
                   [dialog] { dialog->update_and_exec(); },
@@ -434,8 +372,8 @@ void TestStorm::pluginFile()
         QVERIFY2(host.module, qPrintable(host.loader.errorString()));
         changeController(host.controller);
         Loops loops;
-        for (const Lane lane : {FirstData, SecondData, ThirdData})
-            loops.push_back(dataThread(lane, framesThrough(host.link)));
+        for (int thread = 0; thread < 3; ++thread)
+            loops.push_back(std::make_unique<Loop>(framesThrough(host.link)));
         loops.push_back(messenger(host.link));
         const ModuleAction &record = *host.module->moduleActions().constFirst();
         liveOnce({host.controller, host.link, host.window, record.dialog,

@@ -52,10 +52,10 @@ Counts countsOf(const Condition *condition)
 
 const Counts idle = {0, 0, 0, 0, 0, 1};
 
-QByteArray contentOf(const QString &name)
+int mappingCount()
 {
-    QFile file(QStringLiteral("/proc/self/") + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    QFile maps(QStringLiteral("/proc/self/maps"));
+    return maps.open(QIODevice::ReadOnly) ? maps.readAll().count('\n') : 0;
 }
 
 /// One wait in a thread of its own.
@@ -64,7 +64,6 @@ class Waiter
 public:
     Waiter(Condition *condition, Mutex *mutex, uint32_t milliseconds)
         : m_thread([=] {
-            m_task = gettid();
             mutexLock(mutex);
             m_result = condTimedWait(condition, mutex, milliseconds);
             m_held = mutexUnlock(mutex) == 0;
@@ -72,8 +71,6 @@ public:
     {
     }
     ~Waiter() { finish(); }
-
-    bool sleeps() const { return contentOf(QStringLiteral("task/%1/stat").arg(m_task)).contains(") S "); }
 
     /// What the wait gave; -2 if the mutex was not held after it.
     int finish()
@@ -84,7 +81,6 @@ public:
     }
 
 private:
-    std::atomic<int> m_task{0};
     int m_result = -2;
     bool m_held = false;
     std::thread m_thread;
@@ -116,9 +112,6 @@ private slots:
     void wakeUpMovesCounts();
     void timeOutsAreTakenOff();
     void wakeUpsReachOneOrAll();
-    void waiterIsCountedBeforeItFreesTheMutex();
-    void lateWaiterCountsAsWoken();
-    void noWakeUpIsLost();
     void endedThreadsLeaveNothing();
     void signalsAreForTheHost();
 
@@ -219,72 +212,6 @@ void TestThreads::wakeUpsReachOneOrAll()
     QCOMPARE(countsOf(m_condition), idle);
 }
 
-void TestThreads::waiterIsCountedBeforeItFreesTheMutex()
-{
-    nativeSemaphoreWait(m_condition->gate, 0);
-    Waiter waiter(m_condition, m_mutex, 0);
-    const bool stopped = QTest::qWaitFor([&] { return waiter.sleeps(); }, waitMs);
-    const int tried = mutexTryLock(m_mutex);
-    if (tried == 0)
-        mutexUnlock(m_mutex);
-    nativeSemaphorePost(m_condition->gate, 1);
-    QVERIFY(stopped);
-    QCOMPARE(tried, 1);
-}
-
-void TestThreads::lateWaiterCountsAsWoken()
-{
-    // The waiter's time is over, but it cannot account for that before the lock is free; the wake-up, already
-    // running, nearly always takes the lock before it.
-    int result = 1;
-    for (int attempt = 0; attempt < 100 && result == 1; ++attempt) {
-        nativeLockEnter(m_condition->lock);
-        const int before = m_condition->waitersBlocked;
-        Waiter waiter(m_condition, m_mutex, 0);
-        QTRY_VERIFY_WITH_TIMEOUT(m_condition->waitersBlocked == before + 1 && waiter.sleeps(), waitMs);
-        nativeLockLeave(m_condition->lock);
-        QCOMPARE(condSignal(m_condition), 0);
-        result = waiter.finish();
-    }
-    QCOMPARE(result, 0);
-    QCOMPARE(countsOf(m_condition), idle);
-}
-
-/// Every token is announced by one wake-up, and may meet a wait whose time is over.
-void TestThreads::noWakeUpIsLost()
-{
-    std::atomic<bool> run{true};
-    int queued = 0;
-    const auto produce = [&] {
-        while (run) {
-            mutexLock(m_mutex);
-            const bool puts = queued == 0;
-            queued = 1;
-            mutexUnlock(m_mutex);
-            if (puts)
-                condSignal(m_condition);
-            threadSleep(0);
-        }
-    };
-    std::array<std::thread, 2> producers = {std::thread(produce), std::thread(produce)};
-    int timeOuts = 0;
-    mutexLock(m_mutex);
-    for (int taken = 0; taken < 10000 && timeOuts == 0; ++taken) {
-        if (queued == 0)
-            condTimedWait(m_condition, m_mutex, 0);
-        while (queued == 0 && timeOuts == 0)
-            timeOuts = condTimedWait(m_condition, m_mutex, 10000);
-        queued = 0;
-    }
-    mutexUnlock(m_mutex);
-    run = false;
-    for (std::thread &producer : producers)
-        producer.join();
-    QCOMPARE(timeOuts, 0);
-    const int gone = m_condition->waitersGone;
-    QCOMPARE(countsOf(m_condition), (Counts{gone, 0, gone, 0, 0, 1}));
-}
-
 /// Neither awaited nor unawaited ones, while other threads start and await theirs and one goes on running.
 void TestThreads::endedThreadsLeaveNothing()
 {
@@ -303,14 +230,14 @@ void TestThreads::endedThreadsLeaveNothing()
             missed += mine != 2;
         }
     };
-    const int mappings = contentOf(QStringLiteral("maps")).count('\n');
+    const int mappings = mappingCount();
     std::array<std::thread, 4> workers;
     for (std::thread &worker : workers)
         worker = std::thread(work);
     for (std::thread &worker : workers)
         worker.join();
     // Each stack that is still there would be one more at least.
-    QVERIFY(contentOf(QStringLiteral("maps")).count('\n') - mappings < rounds);
+    QVERIFY(mappingCount() - mappings < rounds);
     QCOMPARE(missed.load(), 0);
 
     // Awaited from two sides.

@@ -1,23 +1,15 @@
 #include "sockethandle.h"
 #include "udp.h"
+#include "waiting.h"
 
-#include <QDir>
 #include <QtTest>
 
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
-#include <unistd.h>
-#include <vector>
 
 namespace {
-
-int openDescriptors()
-{
-    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System).size();
-}
 
 /// 0 if the handle is not bound.
 uint16_t portOf(const SocketHandle *handle)
@@ -39,7 +31,6 @@ private slots:
     void cleanup();
     void datagramArrivesWholeOrNotAtAll();
     void flagsAndPort();
-    void descriptorsBeyondSelectWork();
     void addresses();
 
 private:
@@ -53,7 +44,7 @@ private:
 
 void TestUdp::init()
 {
-    m_descriptors = openDescriptors();
+    m_descriptors = descriptorCount();
     QCOMPARE(udpOpen(&m_sender, 0, UdpAnyPort), 0);
     QCOMPARE(udpOpen(&m_receiver, 0, UdpAnyPort), 0);
 }
@@ -62,7 +53,7 @@ void TestUdp::cleanup()
 {
     QCOMPARE(udpClose(m_sender), 0);
     QCOMPARE(udpClose(m_receiver), 0);
-    QCOMPARE(openDescriptors(), m_descriptors);
+    QCOMPARE(descriptorCount(), m_descriptors);
 }
 
 int TestUdp::send(SocketHandle *from, const QByteArray &data, uint32_t address)
@@ -109,27 +100,6 @@ void TestUdp::flagsAndPort()
     QCOMPARE(udpClose(m_receiver), 0);
     QCOMPARE(udpOpen(&m_receiver, taken, 0), 0);
     QCOMPARE(portOf(m_receiver), taken);
-}
-
-void TestUdp::descriptorsBeyondSelectWork()
-{
-    rlimit limit = {};
-    QCOMPARE(getrlimit(RLIMIT_NOFILE, &limit), 0);
-    limit.rlim_cur = limit.rlim_max;
-    QCOMPARE(setrlimit(RLIMIT_NOFILE, &limit), 0);
-    QVERIFY2(limit.rlim_cur > FD_SETSIZE + 1, "too few descriptors are allowed here");
-
-    std::vector<int> fillers;
-    while (fillers.empty() || (fillers.back() >= 0 && fillers.back() < FD_SETSIZE))
-        fillers.push_back(dup(int(m_sender->socket)));
-    SocketHandle *high = nullptr;
-    QCOMPARE(udpOpen(&high, 0, UdpAnyPort), 0);
-    QVERIFY(high->socket > FD_SETSIZE);
-    QCOMPARE(send(high, "high"), 0);
-    QCOMPARE(received(), QByteArray("high"));
-    QCOMPARE(udpClose(high), 0);
-    for (const int filler : fillers)
-        close(filler);
 }
 
 void TestUdp::addresses()

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -86,8 +88,11 @@ private:
     std::optional<std::string> takeFrame()
     {
         const std::string frame = frameText();
-        const std::int64_t number = frameNumber();
-        reset();
+        std::int64_t number = 0;
+        for (; m_frameBegin < m_lines.size(); ++m_frameBegin) {
+            if (m_lines[m_frameBegin].type == "fr")
+                number = numberIn(m_lines[m_frameBegin].text);
+        }
         if (number == 0 || number % m_divisor != 0 || frame.size() > 65507)
             return {};
         return frame;
@@ -105,36 +110,13 @@ private:
         return frame;
     }
 
-    /// The number of the last "fr" line of the frame; 0 without one.
-    std::int64_t frameNumber() const
-    {
-        std::int64_t number = 0;
-        for (std::size_t at = m_frameBegin; at < m_lines.size(); ++at) {
-            if (m_lines[at].type == "fr")
-                number = numberIn(m_lines[at].text);
-        }
-        return number;
-    }
-
-    /// The number that stands behind the first three characters: space, a sign, digits, whatever. 0 if there
-    /// is none or if it takes more than 32 bits.
+    /// The number that stands behind the first three characters. 0 if there is none or if it takes more than
+    /// 32 bits.
     static std::int64_t numberIn(const std::string &text)
     {
-        std::size_t at = text.find_first_not_of(" \t\n\v\f\r", 3);
-        if (at == std::string::npos)
-            return 0;
-        const bool isNegative = text[at] == '-';
-        if (isNegative || text[at] == '+')
-            ++at;
         std::int64_t number = 0;
-        for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
-            number = number * 10 + (text[at] - '0');
-            if (number > std::int64_t{1} << 31)
-                return 0;
-        }
-        if (isNegative)
-            return -number;
-        return number == std::int64_t{1} << 31 ? 0 : number;
+        std::istringstream(text.substr(std::min(text.size(), std::size_t{3}))) >> number;
+        return number == static_cast<std::int32_t>(number) ? number : 0;
     }
 
     std::vector<Line> m_lines;    // since the worker began or lines were lost

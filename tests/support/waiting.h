@@ -1,10 +1,9 @@
 #pragma once
 
-#include "native.h"
-
 #include <QDeadlineTimer>
 
 #include <filesystem>
+#include <thread>
 
 // What a test waits for and counts in its own process.
 
@@ -16,7 +15,7 @@ bool comesTrue(Predicate wanted)
     while (!wanted()) {
         if (limit.hasExpired())
             return false;
-        nativeSleep(0);
+        std::this_thread::yield();
     }
     return true;
 }

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <thread>
+
+/// A thread that repeats one turn without a pause for as long as it lives. The turns count from 1.
+class Loop
+{
+public:
+    explicit Loop(const std::function<void(int)> &turn)
+        : m_thread([this, turn] {
+            for (int number = 1; !m_ended; ++number)
+                turn(number);
+        })
+    {
+    }
+    ~Loop()
+    {
+        m_ended = true;
+        m_thread.join();
+    }
+
+private:
+    std::atomic<bool> m_ended{false};
+    std::thread m_thread;
+};
