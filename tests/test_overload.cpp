@@ -2,14 +2,13 @@
 // delivers does not wait, and no frame is glued across a gap.
 
 #include "fedchannel.h"
+#include "loop.h"
 #include "receiver.h"
 
 #include <QtTest>
 
-#include <algorithm>
 #include <chrono>
 #include <fstream>
-#include <thread>
 
 #include <unistd.h>
 
@@ -21,16 +20,10 @@ constexpr bool isMemoryPlain = false; // a sanitizer keeps freed memory and shad
 constexpr bool isMemoryPlain = true;
 #endif
 
-QByteArrayList frameLines(int number)
-{
-    const QByteArray text = ' ' + QByteArray::number(number) + ' ';
-    return {"fr" + text + QByteArray(80, 'a') + "\r\n", "6d" + text + QByteArray(80, 'b') + "\r\n",
-            "6d" + text + QByteArray(80, 'c') + "\r\n", "3d" + text + QByteArray(80, 'd') + "\r\n"};
-}
-
 QByteArray frameText(int number)
 {
-    return frameLines(number).join();
+    const QByteArray word = QByteArray::number(number) + QByteArray(80, 'x');
+    return bytesOf("fr" + word + " 6d" + word + " 6d" + word + " 3d" + word);
 }
 
 qint64 residentBytes()
@@ -40,93 +33,21 @@ qint64 residentBytes()
     return resident * sysconf(_SC_PAGESIZE);
 }
 
-/// The frames of one datagram.
+/// The frames of one datagram: one, or two in a row.
 struct Arrival
 {
-    int first = 0;
-    int last = 0;
-};
-
-/// What has come, one frame in each datagram or two in a row.
-class Arrivals
-{
-public:
-    bool readUntil(const std::function<bool()> &wanted)
-    {
-        return m_receiver.readsUntil(wanted, [this](const QByteArray &datagram) { take(datagram); });
-    }
-
-    quint16 port() const { return m_receiver.port(); }
-    const std::vector<Arrival> &all() const { return m_arrivals; }
-
-    /// The first datagram of another kind; empty without one.
-    const QByteArray &broken() const { return m_broken; }
-
-private:
-    void take(const QByteArray &datagram)
-    {
-        const int first = datagram.mid(3, 12).split(' ').first().toInt();
-        const QByteArray one = frameText(first);
-        if (datagram == one)
-            m_arrivals.push_back({first, first});
-        else if (datagram == one + frameText(first + 1))
-            m_arrivals.push_back({first, first + 1});
-        else if (m_broken.isEmpty())
-            m_broken = datagram;
-    }
-
-    Receiver m_receiver;
-    std::vector<Arrival> m_arrivals;
-    QByteArray m_broken;
-};
-
-/// A data thread that delivers frames, without a pause as long as the path stalls and at a calm rate else.
-class DataThread
-{
-public:
-    explicit DataThread(FedChannel *channel)
-        : m_thread([this, channel] { run(channel); })
+    explicit Arrival(const QByteArray &datagram)
+        : first(datagram.mid(3, 12).split('x').first().toInt())
+        , isSingle(datagram == frameText(first))
+        , isDouble(datagram == frameText(first) + frameText(first + 1))
     {
     }
-    ~DataThread() { end(); }
 
-    void end()
-    {
-        m_ended = true;
-        if (m_thread.joinable())
-            m_thread.join();
-    }
+    int last() const { return isDouble ? first + 1 : first; }
 
-    /// The number of the frame that is being delivered.
-    int number() const { return m_number; }
-
-    /// How many deliveries of a line took half as long as a stalled send or longer. After end().
-    int slowDeliveries() const { return m_slowDeliveries; }
-
-private:
-    void run(FedChannel *channel)
-    {
-        for (; !m_ended; ++m_number) {
-            const QByteArrayList lines = frameLines(m_number);
-            for (const QByteArray &line : lines)
-                deliver(channel, line);
-            if (seam::path == seam::Open)
-                nativeSleep(1);
-        }
-    }
-
-    void deliver(FedChannel *channel, const QByteArray &line)
-    {
-        const auto begin = std::chrono::steady_clock::now();
-        channel->feed(line.left(2).constData(), line.constData());
-        if (std::chrono::steady_clock::now() - begin >= std::chrono::milliseconds(50))
-            ++m_slowDeliveries;
-    }
-
-    std::atomic<bool> m_ended{false};
-    std::atomic<int> m_number{1};
-    int m_slowDeliveries = 0;
-    std::thread m_thread;
+    int first;
+    bool isSingle;
+    bool isDouble;
 };
 
 } // namespace
@@ -153,6 +74,7 @@ void TestOverload::flood_data()
     QTest::newRow("sends time out") << int(seam::TimingOut);
 }
 
+// A data thread delivers without a pause as long as the path stalls, and at a calm rate else.
 void TestOverload::flood()
 {
     QFETCH(const int, path);
@@ -161,44 +83,60 @@ void TestOverload::flood()
     constexpr int calmFrames = 300;
 
     seam::isPaced = true;
-    Arrivals arrivals;
-    FedChannel channel(arrivals.port());
+    Receiver receiver;
+    FedChannel channel(receiver.port());
     channel.updateRouterActiveState(true);
-    DataThread data(&channel);
-    QVERIFY(arrivals.readUntil([&] { return arrivals.all().size() >= 20; }));
+    std::atomic<int> delivered{0};
+    std::atomic<int> slowDeliveries{0}; // half as long as a stalled send or longer
+    auto data = std::make_unique<Loop>([&](int number) {
+        const QByteArray text = frameText(number);
+        for (QByteArray line : text.trimmed().split('\n')) {
+            const auto begin = std::chrono::steady_clock::now();
+            channel.feed(line.left(2).constData(), line.constData());
+            slowDeliveries += std::chrono::steady_clock::now() - begin >= std::chrono::milliseconds(50);
+        }
+        delivered = number;
+        if (seam::path == seam::Open)
+            nativeSleep(1);
+    });
+    std::vector<Arrival> arrivals;
+    const auto readUntil = [&](const std::function<bool()> &wanted) {
+        return receiver.readsUntil(wanted, [&](const QByteArray &text) { arrivals.emplace_back(text); });
+    };
+    QVERIFY(readUntil([&] { return arrivals.size() >= 20; }));
 
     const int sends = seam::sends;
-    const int begin = data.number();
+    const int begin = delivered;
     seam::path = static_cast<seam::Path>(path);
-    QVERIFY(arrivals.readUntil([&] { return data.number() >= begin + firstFrames; }));
+    QVERIFY(readUntil([&] { return delivered >= begin + firstFrames; }));
     const qint64 memory = residentBytes();
-    QVERIFY(arrivals.readUntil(
-        [&] { return data.number() >= begin + floodFrames && seam::sends >= sends + wantedSends; }));
+    QVERIFY(
+        readUntil([&] { return delivered >= begin + floodFrames && seam::sends >= sends + wantedSends; }));
     const qint64 growth = residentBytes() - memory;
-    const std::size_t stalledArrivals = arrivals.all().size();
+    const std::size_t stalledArrivals = arrivals.size();
     const int stalledSends = seam::sends - sends;
     seam::path = seam::Open;
-    const int calmNumber = data.number() + 1;
-    QVERIFY(arrivals.readUntil([&] { return arrivals.all().back().last >= calmNumber + calmFrames; }));
-    data.end();
-    QVERIFY(arrivals.readUntil(seam::isAsleep));
+    const int calmNumber = delivered + 1;
+    QVERIFY(readUntil([&] { return arrivals.back().last() >= calmNumber + calmFrames; }));
+    data.reset();
+    QVERIFY(readUntil(seam::isAsleep));
 
     qInfo("%d frames, %d stalled sends, %d slow deliveries, %lld KiB more memory", calmNumber - begin,
-          stalledSends, data.slowDeliveries(), static_cast<long long>(growth / 1024));
+          stalledSends, slowDeliveries.load(), static_cast<long long>(growth / 1024));
     // A delivery may meet a busy machine, but deliveries that wait for sends do so at each of them.
-    QVERIFY(data.slowDeliveries() * 5 <= stalledSends);
+    QVERIFY(slowDeliveries * 5 <= stalledSends);
     if (isMemoryPlain)
         QVERIFY(growth < qint64{8} * 1024 * 1024);
 
-    QCOMPARE(arrivals.broken(), QByteArray());
-    const std::vector<Arrival> &all = arrivals.all();
     int gaps = 0, lateGaps = 0;
-    for (std::size_t i = 1; i < all.size(); ++i) {
-        const bool isAfterGap = all[i].first != all[i - 1].last + 1;
-        QVERIFY(all[i].first > all[i - 1].last);
+    for (std::size_t i = 1; i < arrivals.size(); ++i) {
+        const Arrival &arrival = arrivals[i];
+        QVERIFY(arrival.isSingle || arrival.isDouble);
+        QVERIFY(arrival.first > arrivals[i - 1].last());
+        const bool isAfterGap = arrival.first != arrivals[i - 1].last() + 1;
         // Frames whose sends timed out are missing without a gap in the lines.
         if (path != seam::TimingOut || i > stalledArrivals)
-            QCOMPARE(all[i].first != all[i].last, isAfterGap);
+            QCOMPARE(arrival.isDouble, isAfterGap);
         gaps += isAfterGap;
         lateGaps += isAfterGap && i > stalledArrivals;
     }

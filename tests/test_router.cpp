@@ -5,7 +5,6 @@
 #include "receiver.h"
 #include "waiting.h"
 
-#include <QElapsedTimer>
 #include <QtTest>
 
 #include <future>
@@ -45,8 +44,6 @@ private slots:
     void stories_data();
     void stories();
     void oneWakeUpForAFrame();
-    void bytesAndDivisor();
-    void inactiveStartTakesItsTime();
     void stalledSend();
     void destinationChanges();
     void destruction_data();
@@ -182,45 +179,6 @@ void TestRouter::oneWakeUpForAFrame()
         QCOMPARE(receiver.next(), bytesOf("fr3 6d3 3d3"));
     }
     QCOMPARE(seam::wakeUps - wakeUps, frames);
-}
-
-void TestRouter::bytesAndDivisor()
-{
-    Receiver receiver;
-    FedChannel channel(receiver.port());
-    channel.updateRouterActiveState(true);
-    const auto feedFrame = [&channel](int number) {
-        channel.feed("fr", "fr " + QByteArray::number(number) + "\r\n");
-        channel.feed("6d", "6d 1 [0 1.000]\t[-12.5 0 7]\n");
-        channel.feed("3d", "3d 0 \xe4\n\r\r\n");
-    };
-    const auto sentFrame = [](int number) {
-        return "fr " + QByteArray::number(number) + "\r\n6d 1 [0 1.000]\t[-12.5 0 7]\r\n3d 0 \xe4\r\n";
-    };
-
-    feedFrame(1);
-    feedFrame(2);
-    QCOMPARE(receiver.next(), sentFrame(1) + sentFrame(2));
-    channel.setDataDivisor(7);
-    for (int number = 3; number <= 30; ++number)
-        feedFrame(number);
-    for (const int number : {7, 14, 21, 28})
-        QCOMPARE(receiver.next(), sentFrame(number));
-    QVERIFY(fallsAsleep());
-    QVERIFY(receiver.isEmpty());
-}
-
-void TestRouter::inactiveStartTakesItsTime()
-{
-    FedChannel channel(9);
-    channel.updateRouterActiveState(true);
-    channel.setActive(false);
-
-    QElapsedTimer timer;
-    timer.start();
-    channel.updateRouterActiveState(true);
-    QVERIFY(timer.elapsed() >= 10);
-    QVERIFY(comesTrue([this] { return hasNoWorker(); }));
 }
 
 // Whoever delivers goes on, whoever resets the frame waits, and then drops none of what has come behind it.

@@ -1,16 +1,15 @@
 #include "condition.h"
 #include "native.h"
 #include "threads.h"
+#include "waiting.h"
 
 #include <QElapsedTimer>
 #include <QFile>
 #include <QtTest>
 
-#include <array>
 #include <csignal>
+#include <future>
 #include <pthread.h>
-#include <thread>
-#include <unistd.h>
 
 #ifdef __SANITIZE_THREAD__
 // One test gives back a mutex that it does not hold, and expects the refusal.
@@ -24,14 +23,11 @@ namespace {
 
 using Counts = QList<int>;
 
-constexpr int waitMs = 10000;
 constexpr uint32_t longWait = 60000; // a wait that only a wake-up ends before the test fails
 
 int elsewhere(int (*operation)(Mutex *), Mutex *mutex)
 {
-    int result = 0;
-    std::thread([&] { result = operation(mutex); }).join();
-    return result;
+    return std::async(std::launch::async, operation, mutex).get();
 }
 
 /// The count of a semaphore that nobody else uses meanwhile.
@@ -43,53 +39,10 @@ int countOf(NativeSemaphore *semaphore)
     return count == 0 || nativeSemaphorePost(semaphore, count) == 0 ? count : -1;
 }
 
-/// waitersBlocked, waitersToUnblock, waitersGone, waitersLate, posts in the queue, gate.
-Counts countsOf(const Condition *condition)
-{
-    return {condition->waitersBlocked, condition->waitersToUnblock, condition->waitersGone,
-            condition->waitersLate,    countOf(condition->queue),   countOf(condition->gate)};
-}
-
-const Counts idle = {0, 0, 0, 0, 0, 1};
-
 int mappingCount()
 {
     QFile maps(QStringLiteral("/proc/self/maps"));
     return maps.open(QIODevice::ReadOnly) ? maps.readAll().count('\n') : 0;
-}
-
-/// One wait in a thread of its own.
-class Waiter
-{
-public:
-    Waiter(Condition *condition, Mutex *mutex, uint32_t milliseconds)
-        : m_thread([=] {
-            mutexLock(mutex);
-            m_result = condTimedWait(condition, mutex, milliseconds);
-            m_held = mutexUnlock(mutex) == 0;
-        })
-    {
-    }
-    ~Waiter() { finish(); }
-
-    /// What the wait gave; -2 if the mutex was not held after it.
-    int finish()
-    {
-        if (m_thread.joinable())
-            m_thread.join();
-        return m_held ? m_result : -2;
-    }
-
-private:
-    int m_result = -2;
-    bool m_held = false;
-    std::thread m_thread;
-};
-
-uint32_t waitForPost(void *semaphore)
-{
-    nativeSemaphoreWait(static_cast<NativeSemaphore *>(semaphore), nativeForever);
-    return 0;
 }
 
 uint32_t countUp(void *counter)
@@ -116,6 +69,11 @@ private slots:
     void signalsAreForTheHost();
 
 private:
+    std::future<int> wait(uint32_t milliseconds);
+    bool hasBlocked(int count);
+    Counts counts() const;
+
+    const Counts m_idle = {0, 0, 0, 0, 0, 1};
     Mutex *m_mutex = nullptr;
     Condition *m_condition = nullptr;
 };
@@ -130,6 +88,28 @@ void TestThreads::cleanup()
 {
     QCOMPARE(condDestroy(m_condition), 0);
     QCOMPARE(mutexDestroy(m_mutex), 0);
+}
+
+/// A wait in a thread of its own. It gives what the wait gave, or -2 if the mutex was not held after it.
+std::future<int> TestThreads::wait(uint32_t milliseconds)
+{
+    return std::async(std::launch::async, [this, milliseconds] {
+        mutexLock(m_mutex);
+        const int result = condTimedWait(m_condition, m_mutex, milliseconds);
+        return mutexUnlock(m_mutex) == 0 ? result : -2;
+    });
+}
+
+bool TestThreads::hasBlocked(int count)
+{
+    return comesTrue([this, count] { return m_condition->waitersBlocked == count; });
+}
+
+/// waitersBlocked, waitersToUnblock, waitersGone, waitersLate, posts in the queue, gate.
+Counts TestThreads::counts() const
+{
+    return {m_condition->waitersBlocked, m_condition->waitersToUnblock, m_condition->waitersGone,
+            m_condition->waitersLate,    countOf(m_condition->queue),   countOf(m_condition->gate)};
 }
 
 void TestThreads::mutexBelongsToItsThread()
@@ -168,59 +148,56 @@ void TestThreads::wakeUpMovesCounts()
     if (before[5] == 0)
         nativeSemaphoreWait(m_condition->gate, 0);
     QCOMPARE(condWake(m_condition, all), 0);
-    QTEST(countsOf(m_condition), "after");
+    QTEST(counts(), "after");
 }
 
 void TestThreads::timeOutsAreTakenOff()
 {
     QElapsedTimer timer;
     timer.start();
-    QCOMPARE(Waiter(m_condition, m_mutex, 30).finish(), 1);
+    QCOMPARE(wait(30).get(), 1);
     QVERIFY(timer.elapsed() >= 30);
-    QCOMPARE(Waiter(m_condition, m_mutex, 0).finish(), 1);
-    QCOMPARE(countsOf(m_condition), (Counts{2, 0, 2, 0, 0, 1}));
+    QCOMPARE(wait(0).get(), 1);
+    QCOMPARE(counts(), (Counts{2, 0, 2, 0, 0, 1}));
 
-    Waiter waiter(m_condition, m_mutex, longWait);
-    QTRY_COMPARE_WITH_TIMEOUT(m_condition->waitersBlocked.load(), 3, waitMs);
+    std::future<int> woken = wait(longWait);
+    QVERIFY(hasBlocked(3));
     QCOMPARE(condSignal(m_condition), 0);
-    QCOMPARE(waiter.finish(), 0);
-    QCOMPARE(countsOf(m_condition), idle);
+    QCOMPARE(woken.get(), 0);
+    QCOMPARE(counts(), m_idle);
     // With nobody to wake them, the counters fold at their limit.
     m_condition->waitersBlocked = 499999998;
     m_condition->waitersGone = 499999998;
-    QCOMPARE(Waiter(m_condition, m_mutex, 0).finish(), 1);
-    QCOMPARE(countsOf(m_condition), (Counts{499999999, 0, 499999999, 0, 0, 1}));
-    QCOMPARE(Waiter(m_condition, m_mutex, 0).finish(), 1);
-    QCOMPARE(countsOf(m_condition), idle);
+    QCOMPARE(wait(0).get(), 1);
+    QCOMPARE(counts(), (Counts{499999999, 0, 499999999, 0, 0, 1}));
+    QCOMPARE(wait(0).get(), 1);
+    QCOMPARE(counts(), m_idle);
 }
 
 void TestThreads::wakeUpsReachOneOrAll()
 {
-    std::array<Waiter, 3> waiters = {{{m_condition, m_mutex, longWait},
-                                      {m_condition, m_mutex, longWait},
-                                      {m_condition, m_mutex, longWait}}};
-    QTRY_COMPARE_WITH_TIMEOUT(m_condition->waitersBlocked.load(), 3, waitMs);
+    std::vector<std::future<int>> waits;
+    for (int waiter = 0; waiter < 3; ++waiter)
+        waits.push_back(wait(longWait));
+    QVERIFY(hasBlocked(3));
     QCOMPARE(condSignal(m_condition), 0);
     QCOMPARE(m_condition->waitersBlocked.load(), 2);
     // The woken waiter opens the gate for newcomers although two others still sleep.
-    Waiter newcomer(m_condition, m_mutex, longWait);
-    QTRY_COMPARE_WITH_TIMEOUT(m_condition->waitersBlocked.load(), 3, waitMs);
+    waits.push_back(wait(longWait));
+    QVERIFY(hasBlocked(3));
     QCOMPARE(condWake(m_condition, 1), 0);
-    for (Waiter &waiter : waiters)
-        QCOMPARE(waiter.finish(), 0);
-    QCOMPARE(newcomer.finish(), 0);
-    QCOMPARE(countsOf(m_condition), idle);
+    for (std::future<int> &result : waits)
+        QCOMPARE(result.get(), 0);
+    QCOMPARE(counts(), m_idle);
 }
 
-/// Neither awaited nor unawaited ones, while other threads start and await theirs and one goes on running.
+/// Neither awaited nor unawaited ones, while other threads start and await theirs.
 void TestThreads::endedThreadsLeaveNothing()
 {
     constexpr int rounds = 300;
-    NativeSemaphore *semaphore = nativeSemaphoreCreate(0, 1);
-    QCOMPARE(threadStart(waitForPost, semaphore), 0);
     std::atomic<int> unawaited{0};
-    std::atomic<int> missed{0};
-    const auto work = [&] {
+    const auto work = [&unawaited] {
+        int missed = 0;
         for (int i = 0; i < rounds; ++i) {
             std::atomic<int> mine{0};
             threadStart(countUp, &mine);
@@ -229,33 +206,26 @@ void TestThreads::endedThreadsLeaveNothing()
             threadAwait(&mine);
             missed += mine != 2;
         }
+        return missed;
     };
     const int mappings = mappingCount();
-    std::array<std::thread, 4> workers;
-    for (std::thread &worker : workers)
-        worker = std::thread(work);
-    for (std::thread &worker : workers)
-        worker.join();
+    std::vector<std::future<int>> workers;
+    for (int worker = 0; worker < 4; ++worker)
+        workers.push_back(std::async(std::launch::async, work));
+    for (std::future<int> &missed : workers)
+        QCOMPARE(missed.get(), 0);
     // Each stack that is still there would be one more at least.
     QVERIFY(mappingCount() - mappings < rounds);
-    QCOMPARE(missed.load(), 0);
 
     // Awaited from two sides.
     threadStart(countUp, &unawaited);
-    int seenElsewhere = 0;
-    std::thread other([&] {
+    std::future<int> seenElsewhere = std::async(std::launch::async, [&unawaited] {
         threadAwait(&unawaited);
-        seenElsewhere = unawaited;
+        return unawaited.load();
     });
     threadAwait(&unawaited);
     QCOMPARE(unawaited.load(), 4 * rounds + 1);
-    other.join();
-    QCOMPARE(seenElsewhere, 4 * rounds + 1);
-
-    QCOMPARE(nativeSemaphorePost(semaphore, 1), 0);
-    threadAwait(semaphore);
-    QCOMPARE(countOf(semaphore), 0);
-    QCOMPARE(nativeSemaphoreClose(semaphore), 0);
+    QCOMPARE(seenElsewhere.get(), 4 * rounds + 1);
 }
 
 void TestThreads::signalsAreForTheHost()
