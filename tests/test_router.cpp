@@ -80,6 +80,7 @@ void TestRouter::take(const QByteArray &step, FedChannel *channel, bool isSlow)
         channel->updateRouterActiveState(step == "start");
     } else if (step == "on" || step == "off") {
         channel->setActive(step == "on");
+        seam::timeOuts = step == "off"; // by which a worker learns it
     } else if (step == "tick" || step == "untick") {
         for (const char *type : {"fr", "6d", "3d"})
             channel->tick(type, step == "tick");
@@ -90,9 +91,7 @@ void TestRouter::take(const QByteArray &step, FedChannel *channel, bool isSlow)
     } else if (step == "asleep") {
         QVERIFY(fallsAsleep());
     } else if (step == "gone") {
-        seam::timeOuts = true;
         QVERIFY(comesTrue([this] { return hasNoWorker(); }));
-        seam::timeOuts = false;
     } else if (step == "many") {
         for (std::size_t lines = 0; lines < LineQueue::MaximumLines - 8; lines += 2)
             channel->feed("fr0 6d0");
@@ -126,6 +125,7 @@ void TestRouter::stories_data()
     // The line of fr3 lies in the queue, since no frame can be complete with it.
     row("second start in mid-frame", "start " + first + " asleep fr3 start 6d3 fr4 6d4", first + "|fr4 6d4");
     row("reset in mid-frame", "start " + first + " asleep fr3 reset 6d3 fr4 6d4", first + "|fr4 6d4");
+    row("reset ahead of the number", "start 6d1 fr1 6d2 fr2 asleep 6d3 reset fr3", "6d1 fr1 6d2 fr2|fr3");
     row("stop in mid-frame", "start " + first + " asleep fr3 stop gone start fr4 6d4 fr5 6d5",
         first + "|fr4 6d4 fr5 6d5");
     row("queued lines outlive a stop",

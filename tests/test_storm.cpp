@@ -55,25 +55,20 @@ bool isPluginMapped()
     return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("NetworkSettings2GModule");
 }
 
-using Loops = std::vector<std::unique_ptr<Loop>>;
-
-/// The turn of a data thread: one frame, and now and then a reset.
-template <typename Line, typename Reset>
-std::function<void(int)> frames(Line line, Reset reset)
+/// A link that tells whom it serves.
+class OpenLink : public ControllerLink
 {
-    return [line, reset](int number) {
-        for (const char *type : {"fr", "6d", "3d", "7d"})
-            line(type, QByteArray(type) + ' ' + QByteArray::number(number) + " [1.000 -2.500 3.125]\r\n");
-        if (number % 50 == 0)
-            reset();
-    };
-}
+public:
+    using ControllerLink::ControllerLink;
 
-std::function<void(int)> framesThrough(ControllerLink &link)
-{
-    return frames([&link](const char *type, const QByteArray &line) { link.deliver(type, line); },
-                  [&link] { link.deliverReset(); });
-}
+    int addRequester(Requester *requester) override
+    {
+        served = requester;
+        return ControllerLink::addRequester(requester);
+    }
+
+    Requester *served = nullptr;
+};
 
 /// As a thread of the host that is not the GUI thread.
 void announceFromOutside(ControllerLink &link)
@@ -81,30 +76,63 @@ void announceFromOutside(ControllerLink &link)
     link.sendMessage("OutputTypesChanged");
 }
 
-/// A host around the plug-in file.
-class PluginHost
+/// A host around the plug-in file. The dialog is known by its widgets alone.
+struct Host
 {
-public:
-    PluginHost()
+    Host()
     {
         // By default Qt keeps a plug-in mapped after unload().
         loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
         module = qobject_cast<ModuleInterface *>(loader.instance());
-        if (!module)
-            return;
+    }
+
+    /// Starts the module, which asks the Controller at once.
+    void start()
+    {
         versions = controller.state().version;
         module->setParameter(QLatin1String("ModuleParent"), QVariant::fromValue(&window));
         module->setParameter(QLatin1String("CommandManager"), QVariant::fromValue<IOManager *>(&link));
         module->setParameter(QLatin1String("BackendVersions"), QVariant::fromValue(&versions));
+        const ModuleAction &record = *module->moduleActions().constFirst();
+        action = record.action;
+        dialog = record.dialog;
+    }
+
+    void shutDown()
+    {
+        module->prepareShutdown();
+        direct.clear(); // which call no more when the dialog is no longer registered
+        module->releaseResources();
+    }
+
+    template <typename Type>
+    Type *find(const char *name) const
+    {
+        return dialog->findChild<Type *>(QLatin1String(name));
     }
 
     SimulatedController controller;
-    ControllerLink link{controller};
+    OpenLink link{controller};
     BackendVersions versions{};
     QWidget window;
     QPluginLoader loader{QLatin1String(PLUGIN_PATH)};
     ModuleInterface *module = nullptr;
+    QAction *action = nullptr;
+    QDialog *dialog = nullptr;
+    std::vector<std::unique_ptr<Loop>> direct; ///< data threads that call the dialog itself
 };
+
+/// The turn of a data thread: one frame, and now and then a reset.
+template <typename Deliver, typename Reset>
+std::function<void(int)> frames(Deliver deliver, Reset reset)
+{
+    return [deliver, reset](int number) {
+        for (const char *type : {"fr", "6d", "3d", "7d"})
+            deliver(type, QByteArray(type) + ' ' + QByteArray::number(number) + " [1.000 -2.500 3.125]\r\n");
+        if (number % 50 == 0)
+            reset();
+    };
+}
 
 } // namespace
 
@@ -117,37 +145,23 @@ class TestStorm : public QObject
 
 private slots:
     void initTestCase();
-    void init();
-    void dialog();
-    void pluginFile();
+    void storm();
 
 private:
-    /// What the storm rages in. The dialog is known by its widgets alone, as the plug-in file shows it.
-    struct Scene
-    {
-        SimulatedController &controller;
-        ControllerLink &link;
-        QWidget &window;
-        QDialog *dialog;
-        std::function<void()> show;     ///< returns when the dialog has been left
-        std::function<void()> shutDown; ///< the dialog is gone when this returns
-    };
-
     int below(int bound) { return static_cast<int>(m_random.bounded(bound)); }
     void changeController(SimulatedController &controller);
-    void liveOnce(const Scene &scene);
-    void visit(const Scene &scene, bool shutsDown);
-    void step(const Scene &scene, int stepsLeft, bool shutsDown);
-    void act(const Scene &scene);
-    void editPage(const Scene &scene);
+    void live();
+    void visitAll(Host &host);
+    void visit(Host &host, bool shutsDown);
+    void step(Host &host, int stepsLeft, bool shutsDown);
+    void act(Host &host);
+    void editPage(const Host &host);
     void giveDestinations(const QTabWidget &tabs) const;
-    void leave(const Scene &scene);
-    std::unique_ptr<Loop> messenger(ControllerLink &link);
-    void repeat(const std::function<void()> &live);
+    void leave(const Host &host);
 
     quint32 m_seconds = 0;
     QRandomGenerator m_random;
-    std::unique_ptr<QUdpSocket> m_receiver; // where the first channel sends to
+    QUdpSocket m_receiver; // where the first channel sends to
     int m_datagrams = 0;
     std::atomic<int> m_messagesWanted{0};
 };
@@ -158,13 +172,7 @@ void TestStorm::initTestCase()
     m_seconds = numberFromEnvironment("STORM_SECONDS", 5);
     qInfo("STORM_SEED=%u STORM_SECONDS=%u", seed, m_seconds);
     m_random.seed(seed);
-}
-
-void TestStorm::init()
-{
-    m_receiver = std::make_unique<QUdpSocket>();
-    QVERIFY(m_receiver->bind(QHostAddress::LocalHost));
-    m_datagrams = 0;
+    QVERIFY(m_receiver.bind(QHostAddress::LocalHost));
 }
 
 /// As its own user would while the dialog is closed: another number of channels, other types, mostly with the
@@ -177,7 +185,7 @@ void TestStorm::changeController(SimulatedController &controller)
     const bool moreTypes = below(2) == 0;
     controller.change([&](ControllerState &state) {
         withChannels(channels)(state);
-        state.channels[0].destination.port = m_receiver->localPort();
+        state.channels[0].destination.port = m_receiver.localPort();
         state.viaRouter = viaRouter;
         state.locked = locked;
         const OutputType extra{"7d", "More", true};
@@ -189,77 +197,74 @@ void TestStorm::changeController(SimulatedController &controller)
 }
 
 /// From the first opening to the shut-down, which now and then comes while the dialog is open.
-void TestStorm::liveOnce(const Scene &scene)
+void TestStorm::visitAll(Host &host)
 {
     const bool shutsDownOpen = below(2) == 0;
     for (int visits = 1; visits <= visitsInLife && !QTest::currentTestFailed(); ++visits) {
-        changeController(scene.controller);
-        scene.link.sendMessage("OutputTypesChanged");
+        changeController(host.controller);
+        host.link.sendMessage("OutputTypesChanged");
         ++m_messagesWanted;
         QCoreApplication::processEvents();
-        visit(scene, shutsDownOpen && visits == visitsInLife);
-        while (m_receiver->hasPendingDatagrams()) {
-            m_receiver->readDatagram(nullptr, 0);
+        visit(host, shutsDownOpen && visits == visitsInLife);
+        while (m_receiver.hasPendingDatagrams()) {
+            m_receiver.readDatagram(nullptr, 0);
             ++m_datagrams;
         }
     }
     if (!shutsDownOpen)
-        scene.shutDown();
+        host.shutDown();
 }
 
-void TestStorm::visit(const Scene &scene, bool shutsDown)
+void TestStorm::visit(Host &host, bool shutsDown)
 {
     MessageBoxes boxes;
-    const QStringList &said = boxes.texts;
     boxes.decide = [](const QMessageBox *box) {
         return box->standardButtons() & QMessageBox::Yes ? QMessageBox::Yes : QMessageBox::Cancel;
     };
     const int steps = 3 + below(10);
-    QTimer::singleShot(0, &scene.window, [&] { step(scene, steps, shutsDown); });
-    scene.show();
-    if (QTest::currentTestFailed())
-        qWarning() << said.mid(qMax(0, said.size() - 3));
+    QTimer::singleShot(0, &host.window, [&] { step(host, steps, shutsDown); });
+    host.action->trigger();
 }
 
 /// Each step is an event of its own, so that what a step has put off happens before the next.
-void TestStorm::step(const Scene &scene, int stepsLeft, bool shutsDown)
+void TestStorm::step(Host &host, int stepsLeft, bool shutsDown)
 {
     if (stepsLeft > 0) {
-        act(scene);
-        QTimer::singleShot(0, &scene.window, [=] { step(scene, stepsLeft - 1, shutsDown); });
+        act(host);
+        QTimer::singleShot(0, &host.window, [=, &host] { step(host, stepsLeft - 1, shutsDown); });
     } else if (shutsDown) {
-        scene.shutDown();
+        host.shutDown();
     } else {
-        leave(scene);
+        leave(host);
     }
 }
 
-void TestStorm::act(const Scene &scene)
+void TestStorm::act(Host &host)
 {
     switch (below(9)) {
     case 0:
-        QTest::keyClick(scene.dialog, Qt::Key_T, Qt::ControlModifier);
+        QTest::keyClick(host.dialog, Qt::Key_T, Qt::ControlModifier);
         break;
     case 1:
-        QTest::keyClick(scene.dialog, Qt::Key_W, Qt::ControlModifier);
+        QTest::keyClick(host.dialog, Qt::Key_W, Qt::ControlModifier);
         break;
     case 2:
-        scene.dialog->findChild<QCheckBox *>("checkBox_actAsRouter")->click();
+        host.find<QCheckBox>("checkBox_actAsRouter")->click();
         break;
     case 3:
-        scene.link.sendMessage("OutputTypesChanged");
+        host.link.sendMessage("OutputTypesChanged");
         break;
     case 4:
         ++m_messagesWanted;
         break;
     default:
-        editPage(scene);
+        editPage(host);
     }
 }
 
-void TestStorm::editPage(const Scene &scene)
+void TestStorm::editPage(const Host &host)
 {
-    const auto *tabs = scene.dialog->findChild<QTabWidget *>();
+    const auto *tabs = host.dialog->findChild<QTabWidget *>();
     const int index = below(tabs->count());
     const QWidget *page = tabs->widget(index);
     auto *active = page->findChild<QCheckBox *>("checkBox_active_channel");
@@ -290,34 +295,53 @@ void TestStorm::giveDestinations(const QTabWidget &tabs) const
         if (!host || !host->text().isEmpty())
             continue;
         host->setText(QLatin1String("127.0.0.1"));
-        const int port = index == 0 ? m_receiver->localPort() : 5001 + index;
+        const int port = index == 0 ? m_receiver.localPort() : 5001 + index;
         tabs.widget(index)->findChild<QSpinBox *>("spinBox_port")->setValue(port);
     }
 }
 
-void TestStorm::leave(const Scene &scene)
+void TestStorm::leave(const Host &host)
 {
-    giveDestinations(*scene.dialog->findChild<QTabWidget *>());
-    QTest::mouseClick(scene.dialog->findChild<QPushButton *>("pushButton_ok"), Qt::LeftButton);
-    if (!scene.dialog->isVisible())
+    giveDestinations(*host.dialog->findChild<QTabWidget *>());
+    QTest::mouseClick(host.find<QPushButton>("pushButton_ok"), Qt::LeftButton);
+    if (!host.dialog->isVisible())
         return;
-    scene.dialog->done(QDialog::Rejected);
+    host.dialog->done(QDialog::Rejected);
     QFAIL("the dialog did not let go");
 }
 
-/// Tells of a changed catalogue on a thread of its own, as often as it is asked to.
-std::unique_ptr<Loop> TestStorm::messenger(ControllerLink &link)
+/// One load of the plug-in file, with data threads through the link and past it, since the link's locks order
+/// what the threads do. A further thread tells of a changed catalogue as often as it is asked to.
+void TestStorm::live()
 {
-    return std::make_unique<Loop>([this, &link](int) {
-        if (m_messagesWanted.exchange(0, std::memory_order_relaxed) > 0)
-            announceFromOutside(link);
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
-    });
+    Host host;
+    QVERIFY2(host.module, qPrintable(host.loader.errorString()));
+    changeController(host.controller);
+    host.start();
+    {
+        const auto direct = frames(
+            [served = host.link.served](const char *type, const QByteArray &line) {
+                served->onOutputData(type, line.constData());
+            },
+            [served = host.link.served] { served->onOutputReset(); });
+        host.direct.push_back(std::make_unique<Loop>(direct));
+        host.direct.push_back(std::make_unique<Loop>(direct));
+        const Loop data(
+            frames([&host](const char *type, const QByteArray &line) { host.link.deliver(type, line); },
+                   [&host] { host.link.deliverReset(); }));
+        const Loop messages([this, &host](int) {
+            if (m_messagesWanted.exchange(0, std::memory_order_relaxed) > 0)
+                announceFromOutside(host.link);
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        });
+        visitAll(host);
+    }
+    QVERIFY(host.loader.unload());
+    QVERIFY(!isPluginMapped());
 }
 
-/// Runs life after life for half of the time. What the first leaves behind is what Qt and the C library keep
-/// for good.
-void TestStorm::repeat(const std::function<void()> &live)
+/// What the first life leaves behind is what Qt and the C library keep for good.
+void TestStorm::storm()
 {
     live();
     const int threads = threadCount();
@@ -326,7 +350,7 @@ void TestStorm::repeat(const std::function<void()> &live)
     QElapsedTimer timer;
     timer.start();
     int lives = 0;
-    for (; timer.elapsed() < qint64{m_seconds} * 500 && !QTest::currentTestFailed(); ++lives)
+    for (; timer.elapsed() < qint64{m_seconds} * 1000 && !QTest::currentTestFailed(); ++lives)
         live();
     QTRY_COMPARE(threadCount(), threads);
     QCOMPARE(descriptorCount(), descriptors);
@@ -334,57 +358,6 @@ void TestStorm::repeat(const std::function<void()> &live)
     qInfo("%d lives, %d datagrams, %lld KiB more than after the first", lives, m_datagrams, grown);
     QVERIFY(sanitized || grown < allocatedSlackKilobytes);
     QVERIFY(m_datagrams > 0);
-}
-
-void TestStorm::dialog()
-{
-    repeat([this] {
-        DialogFixture fixture;
-        changeController(fixture.controller);
-        fixture.versions = fixture.controller.state().version;
-        fixture.create();
-        NetworkDialog *dialog = fixture.dialog.get();
-        // Two threads call the dialog itself, since the locks of the link would order what they do; the host
-        // keeps to what it has promised, and calls no more when the dialog is no longer registered.
-        const auto direct =
-            frames([dialog](const char *type,
-                            const QByteArray &line) { dialog->onOutputData(type, line.constData()); },
-                   [dialog] { dialog->onOutputReset(); });
-        Loops directLoops;
-        directLoops.push_back(std::make_unique<Loop>(direct));
-        directLoops.push_back(std::make_unique<Loop>(direct));
-        const Loop third(framesThrough(fixture.link));
-        const auto messages = messenger(fixture.link);
-        liveOnce({fixture.controller, fixture.link, fixture.window, dialog,
-                  [dialog] { dialog->update_and_exec(); },
-                  [&] {
-                      fixture.dialog->teardownRequests();
-                      directLoops.clear();
-                      fixture.dialog.reset();
-                  }});
-    });
-}
-
-void TestStorm::pluginFile()
-{
-    repeat([this] {
-        PluginHost host;
-        QVERIFY2(host.module, qPrintable(host.loader.errorString()));
-        changeController(host.controller);
-        Loops loops;
-        for (int thread = 0; thread < 3; ++thread)
-            loops.push_back(std::make_unique<Loop>(framesThrough(host.link)));
-        loops.push_back(messenger(host.link));
-        const ModuleAction &record = *host.module->moduleActions().constFirst();
-        liveOnce({host.controller, host.link, host.window, record.dialog,
-                  [action = record.action] { action->trigger(); },
-                  [&host] {
-                      host.module->prepareShutdown();
-                      host.module->releaseResources();
-                  }});
-        QVERIFY(host.loader.unload());
-        QVERIFY(!isPluginMapped());
-    });
 }
 
 QTEST_MAIN(TestStorm)
