@@ -6,17 +6,17 @@
 #include "native.h"
 #include "networkdialog.h"
 #include "networkdialogtabwidget.h"
+#include "require.h"
 
 #include <QApplication>
 #include <QKeyEvent>
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <sched.h>
 #include <thread>
 
@@ -24,14 +24,6 @@
 // a few openings of the dialog in it.
 
 namespace {
-
-void require(bool holds, const char *fact)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "broken: %s\n", fact);
-    std::abort();
-}
 
 constexpr int answerBytes = 208;
 constexpr int mostTypes = 40;
@@ -64,8 +56,8 @@ public:
         va_start(arguments, format);
         fill(format, arguments);
         va_end(arguments);
-        for (int i = 0; i < answerBytes; ++i)
-            require(answer[i] == '\0', "the room for an answer is zeroed");
+        require(std::all_of(answer, answer + answerBytes, [](char byte) { return byte == '\0'; }),
+                "the room for an answer is zeroed");
         return answerText(answer);
     }
 
@@ -96,26 +88,10 @@ public:
         return take(message);
     }
 
-    int addRequester(Requester *) override
-    {
-        ++m_registered;
-        return take("requester");
-    }
-    int removeRequester(Requester *) override
-    {
-        --m_registered;
-        return take("requester");
-    }
-    int addMessageReceiver(const char *name, MessageReceiver *) override
-    {
-        ++m_registered;
-        return take(name);
-    }
-    int removeMessageReceiver(const char *name, MessageReceiver *) override
-    {
-        --m_registered;
-        return take(name);
-    }
+    int addRequester(Requester *) override { return take("requester", 1); }
+    int removeRequester(Requester *) override { return take("requester", -1); }
+    int addMessageReceiver(const char *name, MessageReceiver *) override { return take(name, 1); }
+    int removeMessageReceiver(const char *name, MessageReceiver *) override { return take(name, -1); }
 
     /// The module has ended its dealings: from now on any call is a fault.
     void shut()
@@ -148,8 +124,9 @@ private:
     }
     int result() { return m_input.ConsumeIntegral<quint8>() % 4 == 1 ? 1 : 0; }
 
-    int take(const char *text)
+    int take(const char *text, int registered = 0)
     {
+        m_registered += registered;
         require(!m_shut, "no call after the end of all dealings");
         require(std::strlen(text) < sizeof m_text, "texts are bounded");
         return result();
@@ -191,7 +168,6 @@ private:
     std::string steadyText() const;
     std::string fittingText();
     std::string chosenText();
-    int chosenNumber();
 
     FuzzedDataProvider &m_input;
     Conversation &m_conversation;
@@ -256,13 +232,7 @@ public:
 private:
     void chooseVersion()
     {
-        if (m_input.ConsumeBool()) {
-            m_versions.major = m_input.ConsumeIntegral<int32_t>();
-            m_versions.minor = m_input.ConsumeIntegral<int32_t>();
-            m_versions.third = m_input.ConsumeIntegral<int32_t>();
-            return;
-        }
-        m_versions.major = 1;
+        m_versions.major = m_input.ConsumeIntegralInRange(0, 2);
         m_versions.minor = m_input.ConsumeIntegralInRange(3, 10);
         m_versions.third = m_input.ConsumeIntegralInRange(-2, 0);
     }
@@ -362,8 +332,7 @@ private:
     /// One step of the user's or of the host's; false once it is time to leave.
     bool act()
     {
-        const int step = m_input.ConsumeIntegralInRange(0, 9);
-        switch (step) {
+        switch (m_input.ConsumeIntegralInRange(0, 9)) {
         case 0:
             return false;
         case 1:
@@ -404,7 +373,9 @@ private:
             current->checkBox_my_ip->click();
             break;
         case 3:
-            typeHost(current);
+            current->lineEdit_host->selectAll();
+            current->lineEdit_host->insert(
+                QString::fromLatin1(m_input.ConsumeRandomLengthString(120).c_str()));
             break;
         case 4:
             current->spinBox_port->setValue(m_input.ConsumeIntegral<int>());
@@ -420,15 +391,6 @@ private:
         }
     }
 
-    void typeHost(ChannelWidget *current)
-    {
-        const std::string text = m_input.ConsumeRandomLengthString(120);
-        current->lineEdit_host->selectAll();
-        current->lineEdit_host->insert(QString::fromLatin1(text.c_str()));
-        if (m_input.ConsumeBool())
-            current->flushChangesToChannel();
-    }
-
     void tick(ChannelWidget *current)
     {
         const QAbstractItemModel *rows = current->tableView->model();
@@ -441,17 +403,14 @@ private:
     /// Something comes from the host.
     void notify()
     {
-        switch (m_input.ConsumeIntegralInRange(0, 4)) {
+        switch (m_input.ConsumeIntegralInRange(0, 3)) {
         case 0:
-            m_dialog->onMessage(1, 2, "OutputTypesChanged");
-            break;
-        case 1:
             std::thread([this] { m_dialog->onMessage(1, 2, "OutputTypesChanged"); }).join();
             break;
-        case 2:
+        case 1:
             m_dialog->onOutputReset();
             break;
-        case 3:
+        case 2:
             m_dialog->onMessage(0, 0, m_input.ConsumeRandomLengthString(20).c_str());
             break;
         default:
@@ -495,20 +454,44 @@ int FuzzedHost::answerText(char *answer)
     }
     if (kind == Failing)
         return 1;
-    std::string text;
-    if (kind == Steady)
-        text = steadyText();
-    else if (kind == Fitting)
-        text = fittingText();
-    else if (kind == Chosen)
-        text = chosenText();
-    else
-        text = m_input.ConsumeRandomLengthString(answerBytes - 1);
+    const std::string text = kind == Steady    ? steadyText()
+                             : kind == Fitting ? fittingText()
+                             : kind == Chosen  ? chosenText()
+                                               : m_input.ConsumeRandomLengthString(answerBytes - 1);
     std::memcpy(answer, text.c_str(), text.size() + 1); // as a host does that is told no length
     return kind == FailingWithText ? 1 : 0;
 }
 
 constexpr const char *names[] = {"fr", "6d", "3d", "6df2", "gl", "2dmon", "ts2", "st", "mine", "6d"};
+
+constexpr const char *chosenTexts[] = {"",
+                                       "yes",
+                                       "no",
+                                       "none",
+                                       "Yes",
+                                       "NONE",
+                                       "no ",
+                                       " yes",
+                                       "none ",
+                                       "udp",
+                                       "udp ",
+                                       "udp  5001",
+                                       "udp unknown 5001",
+                                       "udp myself 5001",
+                                       "udp group 70000",
+                                       "UDP 127.0.0.1 5001",
+                                       "udp 127.0.0.1 -1",
+                                       "udp 127.0.0.1 99999999999",
+                                       "multicast 10.0.0.1 5001",
+                                       "multicast myself 5001",
+                                       "udp 224.0.0.1 80",
+                                       "udp 255.255.255.255 5001",
+                                       "udp 'quoted' 5001",
+                                       "udp %s%n%d 5001",
+                                       "udp \xe4\xf6\xfc.de 5001",
+                                       "\"\"",
+                                       "+",
+                                       "\t\r\n"};
 
 std::string FuzzedHost::steadyText() const
 {
@@ -544,38 +527,8 @@ std::string FuzzedHost::fittingText()
 
 std::string FuzzedHost::chosenText()
 {
-    return m_input.PickValueInArray<std::string>({"",
-                                                  "yes",
-                                                  "no",
-                                                  "none",
-                                                  "Yes",
-                                                  "NONE",
-                                                  "no ",
-                                                  " yes",
-                                                  "none ",
-                                                  "udp",
-                                                  "udp ",
-                                                  "udp  5001",
-                                                  "udp unknown 5001",
-                                                  "udp myself 5001",
-                                                  "udp group 70000",
-                                                  "UDP 127.0.0.1 5001",
-                                                  "udp 127.0.0.1 -1",
-                                                  "udp 127.0.0.1 99999999999",
-                                                  "multicast 10.0.0.1 5001",
-                                                  "multicast myself 5001",
-                                                  "udp 224.0.0.1 80",
-                                                  "udp 255.255.255.255 5001",
-                                                  "udp 'quoted' 5001",
-                                                  "udp %s%n%d 5001",
-                                                  "udp \xe4\xf6\xfc.de 5001",
-                                                  std::string(answerBytes - 1, '9'),
-                                                  "udp " + std::string(190, 'h') + " 5001",
-                                                  std::string(answerBytes - 1, ' '),
-                                                  std::string(answerBytes - 1, '\xff'),
-                                                  "\"\"",
-                                                  "+",
-                                                  "\t\r\n"});
+    return m_input.ConsumeBool() ? std::string(answerBytes - 1, m_input.PickValueInArray({'9', ' ', '\xff'}))
+                                 : m_input.PickValueInArray(chosenTexts);
 }
 
 int FuzzedHost::answerNumber(int *answer)
@@ -588,21 +541,13 @@ int FuzzedHost::answerNumber(int *answer)
     }
     if (kind == Failing)
         return 1;
-    int number = kind == Steady    ? 6
-                 : kind == Fitting ? m_input.ConsumeIntegralInRange(0, 12)
-                                   : chosenNumber();
+    int number = kind == Steady ? 6 : m_input.ConsumeIntegralInRange(0, 12);
+    if (kind != Steady && kind != Fitting)
+        number = m_input.PickValueInArray({-1, 100, 10001, 65536, INT_MIN, INT_MAX});
     if (types) // the run is to end
         number = qMin(number, qMin(mostTypes, 6 + static_cast<int>(m_input.remaining_bytes())));
     *answer = number;
     return kind == FailingWithText ? 1 : 0;
-}
-
-int FuzzedHost::chosenNumber()
-{
-    if (m_input.ConsumeBool())
-        return m_input.ConsumeIntegral<int>();
-    return m_input.PickValueInArray(
-        {0, -1, 1, 10, 100, 10001, 65536, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()});
 }
 
 } // namespace
@@ -614,16 +559,9 @@ extern "C" {
 uint32_t __wrap_nativeLookUp(const char *name)
 {
     require(*name != '\0', "an empty text is not looked up");
-    switch (*name) {
-    case 'u':
+    if (*name == 'u')
         return 0;
-    case 'g':
-        return 0xEF010203;
-    case 'l':
-        return 0x7F000001;
-    default:
-        return 0x7F000000 + static_cast<uint32_t>(std::strlen(name) % 4) + 1;
-    }
+    return *name == 'g' ? 0xEF010203 : 0x7F000001 + static_cast<uint32_t>(std::strlen(name) % 4);
 }
 
 void __wrap_nativeSleep(uint32_t /*milliseconds*/)

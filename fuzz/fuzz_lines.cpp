@@ -1,25 +1,16 @@
 #include "frameassembler.h"
 #include "linequeue.h"
 #include "referencemodel.h"
+#include "require.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <limits>
+#include <climits>
 
 // Tracking data may be anything: each input is a stream of lines with what happens to a worker in it. The
 // assembler is held against the model of the tests, the queue against what was put in.
 
 namespace {
-
-void require(bool holds, const char *fact)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "broken: %s\n", fact);
-    std::abort();
-}
 
 struct Line
 {
@@ -66,12 +57,6 @@ Line takeLine(FuzzedDataProvider &input)
 {
     std::string type = takeType(input);
     return {std::move(type), takeText(input)};
-}
-
-int takeDivisor(FuzzedDataProvider &input)
-{
-    return input.ConsumeBool() ? input.ConsumeIntegralInRange(1, 4)
-                               : input.ConsumeIntegralInRange(1, std::numeric_limits<int>::max());
 }
 
 /// An assembler beside its model.
@@ -168,105 +153,63 @@ private:
 };
 
 /// Queue and assembler as a worker uses them, one thing after the other.
-class Stream
+void runStream(FuzzedDataProvider &input)
 {
-public:
-    explicit Stream(FuzzedDataProvider &input)
-        : m_input(input)
-    {
-    }
-
-    void run()
-    {
-        while (m_input.remaining_bytes() > 0)
-            step();
-    }
-
-private:
-    void step()
-    {
-        switch (m_input.ConsumeIntegralInRange(0, 15)) {
+    Bench bench;
+    Waiting waiting;
+    int divisor = 1;
+    int bulk = 3; // steps of many lines take time, so there are few
+    while (input.remaining_bytes() > 0) {
+        const int step = input.ConsumeIntegralInRange(0, 11);
+        Line line = takeLine(input);
+        const bool isMany = (step == 4 || step == 5) && bulk-- > 0;
+        const int times = isMany ? input.ConsumeIntegralInRange(0, 20000) : 1;
+        bool gap = false;
+        switch (step) {
         case 0:
-            m_bench.startRun();
+            bench.startRun();
             break;
         case 1:
-            m_bench.startAfterGap();
+            bench.startAfterGap();
             break;
         case 2:
-            m_bench.resetFrame();
+            bench.resetFrame();
             break;
         case 3:
-            m_divisor = takeDivisor(m_input);
+            divisor = input.PickValueInArray({1, 2, 3, 7, INT_MAX});
             break;
         case 4:
-            repeat();
+        case 6:
+            for (int i = 0; i < times && line.text.size() < 3000; ++i)
+                waiting.append(line);
             break;
         case 5:
-            flood();
-            break;
-        case 6:
-            appendHuge();
+            for (int i = 0; i < times && i < FrameAssembler::MaximumLinesWithoutStart + 100; ++i)
+                bench.add(line, divisor);
             break;
         case 7:
-        case 8:
-            m_waiting.append(takeLine(m_input));
+            line.text.resize(LineQueue::MaximumBytes / 16 * input.ConsumeIntegralInRange(0u, 17u));
+            waiting.append(line);
             break;
+        case 8:
         case 9:
-        case 10:
-            handleNext();
+            if (!waiting.take(&line, &gap))
+                break;
+            if (gap)
+                bench.startAfterGap();
+            bench.add(line, divisor);
             break;
         default:
-            m_bench.add(takeLine(m_input), m_divisor);
+            bench.add(line, divisor);
         }
     }
-
-    /// How often a line comes. Bulky steps take time, so there are few.
-    int takeTimes(int most) { return m_bulk-- > 0 ? m_input.ConsumeIntegralInRange(0, most) : 1; }
-
-    void repeat()
-    {
-        const Line line = takeLine(m_input);
-        for (int times = takeTimes(FrameAssembler::MaximumLinesWithoutStart + 100); times > 0; --times)
-            m_bench.add(line, m_divisor);
-    }
-
-    void flood()
-    {
-        const Line line = takeLine(m_input);
-        const int times = takeTimes(20000);
-        for (int i = 0; i < times && line.text.size() < 3000; ++i)
-            m_waiting.append(line);
-    }
-
-    void appendHuge()
-    {
-        const int bytes = takeTimes(static_cast<int>(LineQueue::MaximumBytes) + 20);
-        m_waiting.append({"6d", std::string(static_cast<std::size_t>(bytes), 'x')});
-    }
-
-    void handleNext()
-    {
-        Line line;
-        bool gap = false;
-        if (!m_waiting.take(&line, &gap))
-            return;
-        if (gap)
-            m_bench.startAfterGap();
-        m_bench.add(line, m_divisor);
-    }
-
-    FuzzedDataProvider &m_input;
-    Bench m_bench;
-    Waiting m_waiting;
-    int m_divisor = 1;
-    int m_bulk = 3;
-};
+}
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
 {
     FuzzedDataProvider input(data, size);
-    Stream(input).run();
+    runStream(input);
     return 0;
 }

@@ -188,8 +188,10 @@ int32_t __wrap_nativeSocketSend(NativeSocket socket, const void *data, int32_t l
         return NativeNotReady;
     if (seam::path == seam::Slow)
         nativeSleep(100);
-    while (seam::path == seam::Held || (seam::isPaced && seam::bytesUnderWay > 40000))
+    while (seam::path == seam::Held)
         nativeSleep(0);
+    for (int looks = 0; seam::isPaced && seam::bytesUnderWay > 20000 && looks < 10000; ++looks)
+        nativeSleep(looks < 1000 ? 0 : 1);
     if (seam::refuses(seam::SocketSend))
         return NativeFailed;
     if (seam::refuses(seam::SocketSendShort))
