@@ -1,8 +1,7 @@
-// What the platform refuses, from the records of the two lowest layers up to a channel that forwards.
+// What the platform refuses: a send, and what a channel needs to forward.
 
 #include "fedchannel.h"
 #include "receiver.h"
-#include "threads.h"
 #include "udp.h"
 
 #include <QtTest>
@@ -23,35 +22,6 @@ extern "C" __attribute__((visibility("default"))) const char *__tsan_default_opt
 
 namespace {
 
-constexpr int halfMade = -100; // instead of the result, where a failure has left something to the caller
-
-/// Makes a record by \a make and gives it back.
-template <typename Record, typename Make, typename Destroy>
-int makeAndGiveBack(Make make, Destroy destroy)
-{
-    Record *record = nullptr;
-    const int result = make(&record);
-    if (result == 0)
-        return destroy(record);
-    return record ? halfMade : result;
-}
-
-int makeMutex()
-{
-    return makeAndGiveBack<Mutex>(mutexCreate, mutexDestroy);
-}
-
-int makeCondition()
-{
-    return makeAndGiveBack<Condition>(condCreate, condDestroy);
-}
-
-int makeSocket()
-{
-    return makeAndGiveBack<SocketHandle>(
-        [](SocketHandle **handle) { return udpOpen(handle, 0, UdpAnyPort | UdpBroadcast); }, udpClose);
-}
-
 QByteArray frames(int first, int last)
 {
     QByteArrayList words;
@@ -69,11 +39,8 @@ QByteArray textUpTo(Receiver *receiver, const QByteArray &words)
     return text;
 }
 
-using Operation = int (*)();
-
 } // namespace
 
-Q_DECLARE_METATYPE(Operation)
 Q_DECLARE_METATYPE(seam::Call)
 
 class TestFaults : public QObject
@@ -83,8 +50,6 @@ class TestFaults : public QObject
 private slots:
     void init();
     void cleanup();
-    void records_data();
-    void records();
     void sends_data();
     void sends();
     void channelWithoutLocks_data();
@@ -114,46 +79,6 @@ void TestFaults::cleanup()
     seam::holdLookUps = false;
     QVERIFY(comesTrue([this] { return threadCount() == m_threads; }));
     QCOMPARE(descriptorCount(), m_descriptors);
-}
-
-void TestFaults::records_data()
-{
-    QTest::addColumn<Operation>("operation");
-    QTest::addColumn<seam::Call>("call");
-    QTest::addColumn<int>("spared");
-    QTest::addColumn<int>("result");
-    const auto row = [](const char *name, Operation operation, seam::Call call, int spared, int result) {
-        QTest::newRow(name) << operation << call << spared << result;
-    };
-
-    row("mutex: no record", makeMutex, seam::Memory, 0, -11);
-    row("mutex: refused", makeMutex, seam::MutexCreate, 0, -1);
-    row("mutex: not closed", makeMutex, seam::MutexClose, 0, -1);
-    row("condition: no record", makeCondition, seam::Memory, 0, -11);
-    row("condition: no lock", makeCondition, seam::LockCreate, 0, -11);
-    row("condition: no queue", makeCondition, seam::SemaphoreCreate, 0, -11);
-    row("condition: no gate", makeCondition, seam::SemaphoreCreate, 1, -11);
-    row("condition: queue not closed", makeCondition, seam::SemaphoreClose, 0, -1);
-    row("condition: gate not closed", makeCondition, seam::SemaphoreClose, 1, -1);
-    row("socket: no network", makeSocket, seam::NetworkStart, 0, -2);
-    row("socket: refused", makeSocket, seam::SocketCreate, 0, -2);
-    row("socket: no record", makeSocket, seam::Memory, 0, -2);
-    row("socket: no broadcast", makeSocket, seam::SocketAllowBroadcast, 0, -2);
-    row("socket: not bound", makeSocket, seam::SocketBind, 0, -2);
-    row("socket: not closed", makeSocket, seam::SocketClose, 0, -2);
-}
-
-void TestFaults::records()
-{
-    QFETCH(Operation, operation);
-    QFETCH(seam::Call, call);
-    QFETCH(int, spared);
-    {
-        const seam::Refusal refusal(call, spared);
-        QTEST(operation(), "result");
-        QVERIFY(seam::refusals > 0);
-    }
-    QCOMPARE(operation(), 0);
 }
 
 void TestFaults::sends_data()

@@ -152,7 +152,6 @@ private slots:
     void init();
     void cleanup();
     void startMeetsEndingWorker();
-    void stopMeetsStartingWorker();
     void destructorMeetsStartedThread();
     void lineMeetsChannelTakenOut();
     void signalMeetsTimeOut();
@@ -208,27 +207,6 @@ void TestNarrowMoments::startMeetsEndingWorker()
     qInfo("%d starts found the worker gone, %d found it on its way", claims.load(), refusedClaims.load());
     QVERIFY(claims > 1);
     QVERIFY(refusedClaims > 0);
-}
-
-void TestNarrowMoments::stopMeetsStartingWorker()
-{
-    FedChannel channel(9);
-    int number = 0;
-    channel.updateRouterActiveState(true);
-    QVERIFY(forwards(&channel, &number));
-    channel.updateRouterActiveState(false);
-    for (int crossing = 0; crossing < crossings(); ++crossing) {
-        channel.updateRouterActiveState(true);
-        spin(below(4000));
-        channel.updateRouterActiveState(false);
-        QVERIFY2(comesTrue([this] { return threadCount() == m_threads; }), "a worker after a stop");
-    }
-    const int before = lastSentNumber;
-    feedFrame(&channel, ++number);
-    feedFrame(&channel, ++number);
-    channel.updateRouterActiveState(true);
-    QVERIFY(forwards(&channel, &number));
-    QVERIFY(lastSentNumber > before);
 }
 
 void TestNarrowMoments::destructorMeetsStartedThread()

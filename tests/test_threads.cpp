@@ -61,8 +61,6 @@ private slots:
     void init();
     void cleanup();
     void mutexBelongsToItsThread();
-    void wakeUpMovesCounts_data();
-    void wakeUpMovesCounts();
     void timeOutsAreTakenOff();
     void wakeUpsReachOneOrAll();
     void endedThreadsLeaveNothing();
@@ -122,33 +120,6 @@ void TestThreads::mutexBelongsToItsThread()
     QCOMPARE(mutexUnlock(m_mutex), 0);
     QCOMPARE(mutexUnlock(m_mutex), -1);
     QCOMPARE(elsewhere([](Mutex *mutex) { return mutexTryLock(mutex) + mutexUnlock(mutex); }, m_mutex), 0);
-}
-
-void TestThreads::wakeUpMovesCounts_data()
-{
-    QTest::addColumn<Counts>("before");
-    QTest::addColumn<int>("all");
-    QTest::addColumn<Counts>("after");
-
-    QTest::newRow("gone waiters only") << Counts{3, 0, 3, 0, 0, 1} << 1 << Counts{3, 0, 3, 0, 0, 1};
-    QTest::newRow("one beside gone") << Counts{4, 0, 2, 0, 0, 1} << 0 << Counts{1, 1, 0, 0, 1, 0};
-    QTest::newRow("all beside gone") << Counts{5, 0, 2, 0, 0, 1} << 1 << Counts{0, 3, 0, 0, 3, 0};
-    QTest::newRow("group that has all") << Counts{0, 1, 0, 0, 0, 0} << 0 << Counts{0, 1, 0, 0, 0, 0};
-    QTest::newRow("group takes one more") << Counts{2, 1, 0, 0, 0, 0} << 0 << Counts{1, 2, 0, 0, 1, 0};
-    QTest::newRow("group takes all others") << Counts{2, 1, 0, 0, 0, 0} << 1 << Counts{0, 3, 0, 0, 2, 0};
-}
-
-void TestThreads::wakeUpMovesCounts()
-{
-    QFETCH(Counts, before);
-    QFETCH(int, all);
-    m_condition->waitersBlocked = before[0];
-    m_condition->waitersToUnblock = before[1];
-    m_condition->waitersGone = before[2];
-    if (before[5] == 0)
-        nativeSemaphoreWait(m_condition->gate, 0);
-    QCOMPARE(condWake(m_condition, all), 0);
-    QTEST(counts(), "after");
 }
 
 void TestThreads::timeOutsAreTakenOff()

@@ -16,24 +16,17 @@ enum Call
     NoCall,
     Memory, ///< operator new of what can do without
     MutexCreate,
-    MutexClose,
     SemaphoreCreate,
     SemaphoreWait,
     LineWait, ///< a wait with a limit: for a wake-up, not for a gate
-    SemaphorePost,
-    SemaphoreClose,
     LockCreate,
     ThreadCreate,
-    NetworkStart,
     SocketCreate,
-    SocketAllowBroadcast,
-    SocketBind,
     SocketNotReady,   ///< a send would have to wait
     SocketWait,       ///< as SocketNotReady, and the wait fails
     SocketWaitInTime, ///< as SocketNotReady, and the wait times out
     SocketSend,
     SocketSendShort,
-    SocketClose,
     LookUp
 };
 
@@ -71,7 +64,7 @@ public:
 inline std::atomic<bool> timeOuts{false};
 inline std::atomic<int> lineWaits{0};
 inline std::atomic<int> endedLineWaits{0};
-inline std::atomic<NativeSemaphore *> lineQueue{nullptr}; // of the last such wait
+inline std::atomic<NativeSemaphore *> lineQueue{nullptr}; // of the last condition that was made
 inline std::atomic<int> wakeUps{0};                       // posts to it
 inline std::atomic<int> takenWakeUps{0};
 
@@ -125,28 +118,26 @@ void *operator new(std::size_t size, const std::nothrow_t &) noexcept
 extern "C" {
 
 SEAM(NativeMutex *, MutexCreate, (), (), nullptr)
-SEAM(NativeSemaphore *, SemaphoreCreate, (int32_t initial, int32_t most), (initial, most), nullptr)
 SEAM(NativeLock *, LockCreate, (), (), nullptr)
 SEAM(NativeThread *, ThreadCreate, (uint32_t(*entry)(void *), void *argument, uint32_t stackBytes),
      (entry, argument, stackBytes), nullptr)
-SEAM(int, NetworkStart, (), (), NativeFailed)
 SEAM(NativeSocket, SocketCreate, (), (), nativeNoSocket)
-SEAM(int, SocketAllowBroadcast, (NativeSocket socket), (socket), NativeFailed)
-SEAM(int, SocketBind, (NativeSocket socket, uint16_t port), (socket, port), NativeFailed)
-// What gives something back does so even where it reports a failure.
-SEAM(int, MutexClose, (NativeMutex * mutex), (mutex), (__real_nativeMutexClose(mutex), NativeFailed))
-SEAM(int, SemaphoreClose, (NativeSemaphore * semaphore), (semaphore),
-     (__real_nativeSemaphoreClose(semaphore), NativeFailed))
-SEAM(int, SocketClose, (NativeSocket socket), (socket), (__real_nativeSocketClose(socket), NativeFailed))
+NativeSemaphore *__real_nativeSemaphoreCreate(int32_t, int32_t);
+NativeSemaphore *__wrap_nativeSemaphoreCreate(int32_t initial, int32_t most)
+{
+    if (seam::refuses(seam::SemaphoreCreate))
+        return nullptr;
+    NativeSemaphore *made = __real_nativeSemaphoreCreate(initial, most);
+    if (initial == 0) // not a gate
+        seam::lineQueue = made;
+    return made;
+}
 
 int __real_nativeSemaphoreWait(NativeSemaphore *, uint32_t);
 int __wrap_nativeSemaphoreWait(NativeSemaphore *semaphore, uint32_t milliseconds)
 {
     const bool isForLines = milliseconds != nativeForever;
-    if (isForLines) {
-        seam::lineQueue = semaphore;
-        ++seam::lineWaits;
-    }
+    seam::lineWaits += isForLines;
     const bool fails = seam::refuses(seam::SemaphoreWait) || (isForLines && seam::refuses(seam::LineWait));
     int result = fails ? int(NativeFailed) : __real_nativeSemaphoreWait(semaphore, milliseconds);
     while (isForLines && result == NativeTimedOut && !seam::timeOuts)
@@ -159,8 +150,6 @@ int __wrap_nativeSemaphoreWait(NativeSemaphore *semaphore, uint32_t milliseconds
 int __real_nativeSemaphorePost(NativeSemaphore *, int32_t);
 int __wrap_nativeSemaphorePost(NativeSemaphore *semaphore, int32_t count)
 {
-    if (seam::refuses(seam::SemaphorePost))
-        return NativeFailed;
     seam::wakeUps += semaphore == seam::lineQueue ? count : 0;
     return __real_nativeSemaphorePost(semaphore, count);
 }
