@@ -106,12 +106,12 @@ void Channel::updateTickedTypes()
 {
     if (m_holdTicks)
         return;
-    QSet<QString> seen; // of two rows with one name the first counts
+    QSet<QByteArray> seen; // of two rows with one name the first counts
     QVector<QByteArray> ticked;
     for (int row = 0; row < m_typeModel.rowCount(); ++row) {
-        const QString name = m_typeModel.item(row, IdentifierColumn)->text();
+        const QByteArray name = m_typeModel.item(row, IdentifierColumn)->text().toLatin1();
         if (!seen.contains(name) && isTicked(m_typeModel, row))
-            ticked << name.toLatin1();
+            ticked << name;
         seen << name;
     }
     std::sort(ticked.begin(), ticked.end());

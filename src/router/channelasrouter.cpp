@@ -72,11 +72,31 @@ bool ChannelAsRouter::queueLine(const RouterLine &line)
     return true;
 }
 
+/// Holds m_frameMutex, ahead of the worker: that one would take the mutex again and again while it has frames
+/// to send, and a mutex owes nobody a turn.
+class ChannelAsRouter::FrameTurn
+{
+public:
+    explicit FrameTurn(ChannelAsRouter *channel)
+        : m_mutex(channel->m_frameMutex)
+    {
+        ++channel->m_frameTurnsWanted;
+        mutexLock(m_mutex);
+        --channel->m_frameTurnsWanted;
+    }
+    ~FrameTurn() { mutexUnlock(m_mutex); }
+    FrameTurn(const FrameTurn &) = delete;
+    FrameTurn &operator=(const FrameTurn &) = delete;
+
+private:
+    Mutex *m_mutex;
+};
+
 void ChannelAsRouter::resetFrame()
 {
     if (!hasLocks())
         return;
-    const MutexGuard frame(m_frameMutex);
+    const FrameTurn turn(this);
     dropFrame();
 }
 
@@ -120,7 +140,7 @@ void ChannelAsRouter::dropFrameAndLetWorkerRun()
     // In one step, and before the new thread starts: an old worker with a line in hand either adds it before
     // and it is dropped, or sees that it is to go on. Nothing is taken from a frame that the new worker has
     // begun.
-    const MutexGuard frame(m_frameMutex);
+    const FrameTurn turn(this);
     dropFrame();
     m_workerRun = true;
 }
@@ -136,7 +156,7 @@ void ChannelAsRouter::openSocket()
         m_log.tell(RouterLog::SocketRefused);
         return;
     }
-    const MutexGuard frame(m_frameMutex);
+    const FrameTurn turn(this);
     m_socketHandle = handle;
 }
 
@@ -163,6 +183,8 @@ void ChannelAsRouter::runWorker()
     if (!claimRun())
         return;
     while (!leaveRun()) {
+        if (m_frameTurnsWanted > 0)
+            threadSleep(1);
         waitForLines();
         handleLines(); // also of a worker that is to stop: what it has left in the queue belongs to its frame
     }
@@ -195,30 +217,47 @@ bool ChannelAsRouter::leaveRun()
 
 void ChannelAsRouter::handleLines()
 {
-    const MutexGuard frame(m_frameMutex);
-    if (m_block.isRead())
-        takeLines();
-    RouterLine line;
-    while (m_block.read(&line)) {
-        if (!m_frame.add(line))
-            continue;
-        sendFrame();
-        m_frame.resetFrame();
-        return; // the router may be to stop
+    bool linesLost = false;
+    std::optional<RouterLog::Event> dropped;
+    {
+        const MutexGuard frame(m_frameMutex);
+        if (m_block.isRead())
+            linesLost = takeLines();
+        dropped = assembleFrame();
+        if (m_block.isRead())
+            m_block.clear();
     }
+    // Behind the lock: the host's message handler may take its time, or a lock that somebody holds who waits
+    // for this one.
+    if (linesLost)
+        m_log.tell(RouterLog::LinesLost);
+    if (dropped)
+        m_log.tell(*dropped);
 }
 
-void ChannelAsRouter::takeLines()
+bool ChannelAsRouter::takeLines()
 {
     bool gap = false;
     {
         const MutexGuard queue(m_queueMutex);
         gap = m_lineQueue.take(&m_block) && m_lineQueue.takeGap();
     }
-    if (!gap)
-        return;
-    m_frame.startAfterGap();
-    m_log.tell(RouterLog::LinesLost);
+    if (gap)
+        m_frame.startAfterGap();
+    return gap;
+}
+
+std::optional<RouterLog::Event> ChannelAsRouter::assembleFrame()
+{
+    RouterLine line;
+    while (m_block.read(&line)) {
+        if (!m_frame.add(line))
+            continue;
+        const std::optional<RouterLog::Event> dropped = sendFrame();
+        m_frame.resetFrame();
+        return dropped; // the router may be to stop
+    }
+    return {};
 }
 
 void ChannelAsRouter::waitForLines()
@@ -277,33 +316,32 @@ bool ChannelAsRouter::takeLinesLeftLying()
     if (!m_workerWaits)
         return false;
     m_wakeRule = WakeRule(); // what the worker knew of its frame is out of date
-    return m_lineQueue.take(&m_block);
+    takeLines();
+    return true;
 }
 
-void ChannelAsRouter::sendFrame()
+std::optional<RouterLog::Event> ChannelAsRouter::sendFrame()
 {
-    if (m_frame.isSendable(dataDivisor()))
-        send(m_frame.text());
-    else if (!m_frame.hasNumber())
-        m_log.tell(RouterLog::FrameWithoutNumber);
-    else if (m_frame.isOversized())
-        m_log.tell(RouterLog::FrameTooLong);
-}
-
-// A frame that does not get out is lost.
-void ChannelAsRouter::send(const QByteArray &text)
-{
+    if (!m_frame.hasNumber())
+        return RouterLog::FrameWithoutNumber;
+    if (m_frame.isOversized())
+        return RouterLog::FrameTooLong;
+    if (!m_frame.isSendable(dataDivisor()))
+        return {};
     const UdpDestination to = destination();
-    if (!m_socketHandle) {
-        m_log.tell(RouterLog::FrameWithoutSocket);
-        return;
+    if (!m_socketHandle)
+        return RouterLog::FrameWithoutSocket;
+    if (to.address == 0)
+        return RouterLog::FrameWithoutAddress;
+    const QByteArray &text = m_frame.text();
+    // A frame that does not get out is lost.
+    switch (udpSend(m_socketHandle, text.constData(), text.size(), to.address, to.port,
+                    sendTimeoutMicroseconds)) {
+    case 0:
+        return {};
+    case -1:
+        return RouterLog::SendTimedOut;
+    default:
+        return RouterLog::SendFailed;
     }
-    if (to.address == 0) {
-        m_log.tell(RouterLog::FrameWithoutAddress);
-        return;
-    }
-    const int result =
-        udpSend(m_socketHandle, text.constData(), text.size(), to.address, to.port, sendTimeoutMicroseconds);
-    if (result != 0)
-        m_log.tell(result == -1 ? RouterLog::SendTimedOut : RouterLog::SendFailed);
 }

@@ -6,6 +6,8 @@
 #include "routerlog.h"
 #include "wakerule.h"
 
+#include <optional>
+
 struct Condition;
 struct Mutex;
 struct SocketHandle;
@@ -40,10 +42,12 @@ public:
 public slots:
     /// Starts forwarding if \a active and the channel is active, otherwise stops it; either way the frame
     /// that is being assembled is dropped. GUI thread. A start may block for a name look-up, a stop takes 10
-    /// ms.
+    /// ms; both wait while the worker sends.
     void updateRouterActiveState(bool active);
 
 private:
+    class FrameTurn;
+
     bool hasLocks() const { return m_frameMutex && m_queueMutex && m_runMutex && m_queueCondition; }
     bool isRunWanted() const { return m_workerRun && m_routerRunning && isActive(); }
     void startRouter();
@@ -59,11 +63,11 @@ private:
     void waitForLines();
     void sleepUntilWoken();
     void wakeWorker();
-    void takeLines();
+    bool takeLines();
+    std::optional<RouterLog::Event> assembleFrame();
     bool takeLinesLeftLying();
     void dropFrame();
-    void sendFrame();
-    void send(const QByteArray &text);
+    std::optional<RouterLog::Event> sendFrame();
 
     // A line of data touches the first group, the worker the second. Each has cache lines of its own, so that
     // the two sides do not slow each other, and as few of them as possible, since they are cold at each
@@ -80,6 +84,7 @@ private:
     LineQueue m_lineQueue;                 // under m_queueMutex
 
     alignas(cacheLineBytes) Mutex *m_frameMutex = nullptr; // held through a send
+    std::atomic<int> m_frameTurnsWanted{0};                // threads that wait for it beside the worker
     Mutex *m_runMutex = nullptr;                           // held by the worker for its whole life
     SocketHandle *m_socketHandle = nullptr;                // written by the GUI thread; under m_frameMutex
     LineBlock m_block;      // taken by the worker, or by another in its place; under m_frameMutex

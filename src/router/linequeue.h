@@ -5,7 +5,8 @@
 #include <deque>
 
 /// The lines that wait for a worker, first in first out, in blocks that the worker takes as they are. It is
-/// bounded: a worker that cannot keep up loses the oldest lines, a block at a time. Not thread-safe.
+/// bounded, not counting the one block that the worker has in hand: a worker that cannot keep up loses the
+/// oldest lines, a block at a time. Not thread-safe.
 class LineQueue
 {
 public:
