@@ -1,5 +1,6 @@
 #include "native.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <ctime>
@@ -7,6 +8,7 @@
 #include <new>
 #include <pthread.h>
 #include <sched.h>
+#include <semaphore.h>
 #include <unistd.h>
 
 struct NativeMutex
@@ -14,13 +16,12 @@ struct NativeMutex
     pthread_mutex_t mutex;
 };
 
+/// The platform's semaphore wakes and sleeps; what it cannot do is to keep to a maximum.
 struct NativeSemaphore
 {
-    pthread_mutex_t mutex;
-    pthread_cond_t posted;
-    int32_t count;
+    sem_t semaphore;
+    std::atomic<int32_t> count; // of the semaphore, or ahead of it while a post is under way
     int32_t maximum;
-    int32_t waiters;
 };
 
 struct NativeLock
@@ -55,28 +56,6 @@ bool initRecursive(pthread_mutex_t *mutex)
     return made;
 }
 
-/// The monotonic clock: a wait must not change its length when the wall clock is set.
-bool initMonotonic(pthread_cond_t *condition)
-{
-    pthread_condattr_t attributes;
-    if (pthread_condattr_init(&attributes) != 0)
-        return false;
-    const bool made = pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC) == 0 &&
-                      pthread_cond_init(condition, &attributes) == 0;
-    pthread_condattr_destroy(&attributes);
-    return made;
-}
-
-bool initParts(NativeSemaphore *semaphore)
-{
-    if (pthread_mutex_init(&semaphore->mutex, nullptr) != 0)
-        return false;
-    if (initMonotonic(&semaphore->posted))
-        return true;
-    pthread_mutex_destroy(&semaphore->mutex);
-    return false;
-}
-
 timespec timeAfter(uint32_t milliseconds)
 {
     constexpr long nanosecondsInSecond = 1000000000;
@@ -91,31 +70,24 @@ timespec timeAfter(uint32_t milliseconds)
     return time;
 }
 
-/// Sleeps, with the semaphore's mutex held, until there is a count to take or the time has passed.
-int sleepUntilPosted(NativeSemaphore *semaphore, uint32_t milliseconds)
+/// On the monotonic clock: a wait must not change its length when the wall clock is set.
+int waitOnce(sem_t *semaphore, uint32_t milliseconds, const timespec &end)
 {
-    const bool limited = milliseconds != nativeForever;
-    const timespec deadline = limited ? timeAfter(milliseconds) : timespec{};
-    int error = 0;
-    ++semaphore->waiters;
-    while (semaphore->count == 0 && error == 0) {
-        error = limited ? pthread_cond_timedwait(&semaphore->posted, &semaphore->mutex, &deadline)
-                        : pthread_cond_wait(&semaphore->posted, &semaphore->mutex);
-    }
-    --semaphore->waiters;
-    return error;
+    if (milliseconds == 0)
+        return sem_trywait(semaphore);
+    return milliseconds == nativeForever ? sem_wait(semaphore)
+                                         : sem_clockwait(semaphore, CLOCK_MONOTONIC, &end);
 }
 
-int takeCount(NativeSemaphore *semaphore, uint32_t milliseconds)
+/// Raises the count by \a added unless it would pass the maximum.
+bool raiseCount(NativeSemaphore *semaphore, int32_t added)
 {
-    int error = 0;
-    if (semaphore->count == 0)
-        error = milliseconds == 0 ? ETIMEDOUT : sleepUntilPosted(semaphore, milliseconds);
-    if (semaphore->count > 0) {
-        --semaphore->count;
-        return NativeTaken;
-    }
-    return error == ETIMEDOUT ? NativeTimedOut : NativeFailed;
+    int32_t count = semaphore->count;
+    do {
+        if (added > semaphore->maximum - count)
+            return false;
+    } while (!semaphore->count.compare_exchange_weak(count, count + added));
+    return true;
 }
 
 void *runNativeThread(void *data)
@@ -202,49 +174,43 @@ NativeSemaphore *nativeSemaphoreCreate(int32_t initial, int32_t maximum)
     auto *semaphore = new (std::nothrow) NativeSemaphore;
     if (!semaphore)
         return nullptr;
-    if (!initParts(semaphore)) {
+    if (sem_init(&semaphore->semaphore, 0, static_cast<unsigned>(initial)) != 0) {
         delete semaphore;
         return nullptr;
     }
     semaphore->count = initial;
     semaphore->maximum = maximum;
-    semaphore->waiters = 0;
     return semaphore;
 }
 
 int nativeSemaphoreWait(NativeSemaphore *semaphore, uint32_t milliseconds)
 {
-    if (pthread_mutex_lock(&semaphore->mutex) != 0)
-        return NativeFailed;
-    const int result = takeCount(semaphore, milliseconds);
-    pthread_mutex_unlock(&semaphore->mutex);
-    return result;
+    const timespec end = milliseconds == nativeForever ? timespec{} : timeAfter(milliseconds);
+    int result = 0;
+    do {
+        result = waitOnce(&semaphore->semaphore, milliseconds, end);
+    } while (result != 0 && errno == EINTR);
+    if (result != 0)
+        return errno == ETIMEDOUT || errno == EAGAIN ? NativeTimedOut : NativeFailed;
+    --semaphore->count;
+    return NativeTaken;
 }
 
 int nativeSemaphorePost(NativeSemaphore *semaphore, int32_t count)
 {
-    if (pthread_mutex_lock(&semaphore->mutex) != 0)
+    if (!raiseCount(semaphore, count))
         return NativeFailed;
-    const bool fits = count <= semaphore->maximum - semaphore->count;
-    if (fits)
-        semaphore->count += count;
-    const int32_t waiters = semaphore->waiters;
-    pthread_mutex_unlock(&semaphore->mutex);
-    if (!fits)
-        return NativeFailed;
-    // Behind the lock, so that a woken waiter does not stop at it at once.
-    if (waiters == 0)
-        return NativeTaken;
-    return outcome(count == 1 ? pthread_cond_signal(&semaphore->posted)
-                              : pthread_cond_broadcast(&semaphore->posted));
+    int result = 0;
+    for (int32_t posted = 0; posted < count && result == 0; ++posted)
+        result = sem_post(&semaphore->semaphore);
+    return outcome(result);
 }
 
 int nativeSemaphoreClose(NativeSemaphore *semaphore)
 {
-    const int conditionError = pthread_cond_destroy(&semaphore->posted);
-    const int mutexError = pthread_mutex_destroy(&semaphore->mutex);
+    const int result = sem_destroy(&semaphore->semaphore);
     delete semaphore;
-    return conditionError == 0 && mutexError == 0 ? NativeTaken : NativeFailed;
+    return outcome(result);
 }
 
 NativeLock *nativeLockCreate()
