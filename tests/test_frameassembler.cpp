@@ -238,7 +238,7 @@ void TestFrameAssembler::frameNumber()
     QVERIFY(assembler.add({"fr", QTest::currentDataTag()}));
     QCOMPARE(assembler.isSendable(1), number != 0);
     QCOMPARE(assembler.isSendable(qMax(qAbs(number), 1)), number != 0);
-    QVERIFY(!assembler.isSendable(qAbs(number) + 1));
+    QVERIFY(number == 0 || !assembler.isSendable(qAbs(number) - 1));
 }
 
 void TestFrameAssembler::oversizedFrame_data()

@@ -27,7 +27,7 @@ extern "C" __attribute__((visibility("default"))) const char *__tsan_default_sup
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool sanitized = true; // freed memory stays with the sanitizer for a while
+constexpr bool sanitized = true; // it keeps freed memory, and maps files to read the names of functions
 #else
 constexpr bool sanitized = false;
 #endif
@@ -337,7 +337,7 @@ void TestStorm::live()
         visitAll(host);
     }
     QVERIFY(host.loader.unload());
-    QVERIFY(!isPluginMapped());
+    QVERIFY(sanitized || !isPluginMapped());
 }
 
 /// What the first life leaves behind is what Qt and the C library keep for good.
