@@ -90,7 +90,7 @@ void TestOverload::flood()
     std::atomic<int> slowDeliveries{0}; // half as long as a stalled send or longer
     auto data = std::make_unique<Loop>([&](int number) {
         const QByteArray text = frameText(number);
-        for (QByteArray line : text.trimmed().split('\n')) {
+        for (const QByteArray &line : text.trimmed().split('\n')) {
             const auto begin = std::chrono::steady_clock::now();
             channel.feed(line.left(2).constData(), line.constData());
             slowDeliveries += std::chrono::steady_clock::now() - begin >= std::chrono::milliseconds(50);

@@ -315,13 +315,13 @@ private:
     Source m_source;
     ReferenceModel m_model;
     Receiver m_receiver;
-    FedChannel m_channel{m_receiver.port()};
     std::set<std::string> m_ticked;
     QByteArrayList m_received;
     QByteArrayList m_expected;
     QByteArray m_event = "the start";
     int m_lines = 0;
     int m_datagrams = 0;
+    FedChannel m_channel{m_receiver.port()};
 };
 
 } // namespace

@@ -148,6 +148,7 @@ void TestThreads::timeOutsAreTakenOff()
 void TestThreads::wakeUpsReachOneOrAll()
 {
     std::vector<std::future<int>> waits;
+    waits.reserve(4);
     for (int waiter = 0; waiter < 3; ++waiter)
         waits.push_back(wait(longWait));
     QVERIFY(hasBlocked(3));
@@ -181,6 +182,7 @@ void TestThreads::endedThreadsLeaveNothing()
     };
     const int mappings = mappingCount();
     std::vector<std::future<int>> workers;
+    workers.reserve(4);
     for (int worker = 0; worker < 4; ++worker)
         workers.push_back(std::async(std::launch::async, work));
     for (std::future<int> &missed : workers)
