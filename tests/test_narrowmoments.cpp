@@ -22,6 +22,8 @@ constexpr int sendYields = 200; // the longest that a send waits for a reset to 
 std::atomic<int> claims{0};        // workers that have taken the run of a channel
 std::atomic<int> refusedClaims{0}; // threads that found another worker
 std::atomic<int> workerYields{0};  // before a worker takes a lock
+std::atomic<NativeMutex *> runMutex{nullptr};
+std::atomic<int> leaveYields{0}; // before a worker gives back its run
 std::atomic<bool> destroying{false};
 std::atomic<int> lateClaims{0};   // both, while the channel was being destroyed
 std::atomic<int> publishWaits{0}; // looks at a list that a data thread still walks
@@ -81,9 +83,19 @@ int __wrap_nativeMutexTryLock(NativeMutex *mutex)
 {
     const int result = __real_nativeMutexTryLock(mutex);
     ++(result == NativeTaken ? claims : refusedClaims);
+    if (result == NativeTaken)
+        runMutex = mutex;
     if (destroying)
         ++lateClaims;
     return result;
+}
+
+int __real_nativeMutexUnlock(NativeMutex *);
+int __wrap_nativeMutexUnlock(NativeMutex *mutex)
+{
+    for (int turn = 0; mutex == runMutex && turn < leaveYields; ++turn)
+        std::this_thread::yield();
+    return __real_nativeMutexUnlock(mutex);
 }
 
 int __real_nativeSemaphoreWait(NativeSemaphore *, uint32_t);
@@ -169,7 +181,7 @@ void TestNarrowMoments::init()
 {
     for (std::atomic<int> *counter :
          {&claims, &refusedClaims, &lateClaims, &publishWaits, &sends, &tornDatagrams, &lastSentNumber,
-          &resetsBegun, &departureYields, &workerYields})
+          &resetsBegun, &departureYields, &workerYields, &leaveYields})
         *counter = 0;
     m_threads = threadCount();
     m_descriptors = descriptorCount();
@@ -189,6 +201,7 @@ void TestNarrowMoments::startMeetsEndingWorker()
     channel.updateRouterActiveState(true);
     QVERIFY(forwards(&channel, &number));
     for (int crossing = 0; crossing < crossings(); ++crossing) {
+        leaveYields = below(300);
         if (crossing % 2 == 0) {
             channel.updateRouterActiveState(false);
         } else {
