@@ -236,12 +236,14 @@ void TestRouter::destruction()
     QFETCH(const int, starts);
     QFETCH(const int, frames);
 
-    for (int round = 0; round < 30; ++round) {
+    for (int round = 0; round < (frames > 0 ? 30 : 1000); ++round) {
         FedChannel channel(9);
         for (int start = 0; start < starts; ++start)
             channel.updateRouterActiveState(true);
         for (int frame = 0; frame < frames; ++frame)
             channel.feed("fr1 6d1");
+        for (int turn = round % 50; turn > 0; --turn) // another stage of the worker's start each time
+            nativeSleep(0);
     }
 }
 
