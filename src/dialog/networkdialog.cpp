@@ -9,6 +9,8 @@
 
 #include <QHostInfo>
 #include <QMessageBox>
+#include <QScreen>
+#include <QStyle>
 
 #include <utility>
 
@@ -112,7 +114,7 @@ void NetworkDialog::bringUpToDate()
     for (ChannelWidget *page : pages)
         page->updateTabColor();
     updateCloseButtons();
-    widenForTabs();
+    fitSize();
 }
 
 NetworkDialog::Operation::Operation(NetworkDialog *dialog)
@@ -240,8 +242,12 @@ void NetworkDialog::refreshChannels(const QList<ChannelAsRouter *> &channels)
     }
 }
 
-void NetworkDialog::widenForTabs()
+void NetworkDialog::fitSize()
 {
     if (m_channelCount >= manyChannels)
         resize(m_channelCount * tabWidth + m_baseWidth, height());
+    // The way out stands at the bottom: it must not end below the edge of a small screen.
+    const int roomBelowTitle =
+        screen()->availableSize().height() - style()->pixelMetric(QStyle::PM_TitleBarHeight);
+    resize(width(), qMin(height(), roomBelowTitle));
 }

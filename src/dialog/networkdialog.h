@@ -109,7 +109,7 @@ private:
     void refreshChannel(int index);
     void refreshAllChannels();
     void refreshChannels(const QList<ChannelAsRouter *> &channels);
-    void widenForTabs();
+    void fitSize();
 
     // networkdialog_tabs.cpp: the tab row
     int channelsInUse();
