@@ -45,6 +45,7 @@ private slots:
     void stories();
     void oneWakeUpForAFrame();
     void stalledSend();
+    void resetTakesItsTurn();
     void destinationChanges();
     void destruction_data();
     void destruction();
@@ -201,6 +202,28 @@ void TestRouter::stalledSend()
     QCOMPARE(receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
     QCOMPARE(receiver.next(), bytesOf("fr3 6d3"));
     reset.get();
+}
+
+// A worker with many frames to send lets a reset in between two of them.
+void TestRouter::resetTakesItsTurn()
+{
+    constexpr int resets = 6;
+    Receiver receiver;
+    FedChannel channel(receiver.port());
+    channel.updateRouterActiveState(true);
+    seam::path = seam::Slow;
+    for (int number = 1; number <= 10 * resets; ++number)
+        channel.feed("fr" + QByteArray::number(number) + " 6d0");
+    int sendsMeanwhile = 0;
+    for (int reset = 0; reset < resets; ++reset) {
+        const int before = seam::sends;
+        channel.resetFrame();
+        sendsMeanwhile += seam::sends - before;
+        const int after = seam::sends;
+        QVERIFY(comesTrue([after] { return seam::sends > after; }));
+    }
+    seam::path = seam::Open;
+    QVERIFY2(sendsMeanwhile <= resets + 2, qPrintable(QString::number(sendsMeanwhile)));
 }
 
 void TestRouter::destinationChanges()
