@@ -112,7 +112,7 @@ void TestModule::lifeOfAction()
     QVERIFY(first);
 
     // A dialog that has died with its parent is not deleted again.
-    QWidget *parent = new QWidget;
+    auto *parent = new QWidget;
     host.module->setParameter("ModuleParent", QVariant::fromValue(parent));
     QCOMPARE(host.module->moduleActions().size(), 1);
     host.module->prepareShutdown();

@@ -5,7 +5,8 @@
 
 namespace {
 
-constexpr std::size_t keptBytes = std::size_t{128} * 1024;
+constexpr std::size_t calmBytes = std::size_t{8} * 1024; // some frames
+constexpr std::size_t mostKeptBytes = std::size_t{128} * 1024;
 
 } // namespace
 
@@ -26,7 +27,7 @@ void LineBlock::append(const RouterLine &line)
 
 void LineBlock::reserve(std::size_t bytes)
 {
-    m_memory.resize(std::max(bytes, 2 * m_memory.size()));
+    m_memory.resize(std::max({calmBytes, bytes, 2 * m_memory.size()}));
 }
 
 bool LineBlock::read(RouterLine *line)
@@ -34,7 +35,7 @@ bool LineBlock::read(RouterLine *line)
     if (isRead())
         return false;
     const char *from = m_memory.data() + m_read;
-    Lengths lengths;
+    Lengths lengths = {};
     std::memcpy(&lengths, from, sizeof lengths);
     from += sizeof lengths;
     line->type = {from, lengths.type};
@@ -45,7 +46,9 @@ bool LineBlock::read(RouterLine *line)
 
 void LineBlock::clear()
 {
-    if (m_memory.size() > keptBytes)
+    // What a backlog has taken goes back with the first calm data behind it.
+    const bool isWasted = m_memory.size() > calmBytes && m_memory.size() / 4 > m_used;
+    if (isWasted || m_memory.size() > mostKeptBytes)
         std::vector<char>().swap(m_memory);
     m_used = 0;
     m_read = 0;

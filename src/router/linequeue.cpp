@@ -26,7 +26,7 @@ bool LineQueue::take(LineBlock *block)
     if (m_full.empty()) {
         std::swap(*block, m_newest);
     } else {
-        m_spare = std::exchange(*block, std::move(m_full.front()));
+        *block = std::move(m_full.front());
         m_full.pop_front();
     }
     subtract(*block);
@@ -45,7 +45,7 @@ bool LineQueue::isFull(const LineBlock &block)
 
 void LineQueue::startBlock()
 {
-    m_full.push_back(std::exchange(m_newest, std::exchange(m_spare, {})));
+    m_full.push_back(std::exchange(m_newest, {}));
 }
 
 void LineQueue::dropOldest()

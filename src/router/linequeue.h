@@ -42,5 +42,4 @@ private:
     std::size_t m_byteCount = 0;
     bool m_gap = false;
     std::deque<LineBlock> m_full; // oldest first
-    LineBlock m_spare;            // memory for the next block
 };
