@@ -42,8 +42,8 @@ QByteArray say(SimulatedController &controller, bool isCommand, const QByteArray
 
 } // namespace
 
-/// What the commands that it takes change, TestEditing compares with the pages; fail() and overrideAnswer()
-/// are the means of TestAccept and TestBadAnswers.
+/// What a command that is taken changes is seen in TestAccept and TestInterruptions; fail() and
+/// overrideAnswer() are used, and so tested, in TestDialog and TestAccept.
 class TestSimulatedController : public QObject
 {
     Q_OBJECT
