@@ -36,8 +36,7 @@ public:
     enum Column
     {
         IdentifierColumn,
-        DescriptionColumn,
-        ColumnCount
+        DescriptionColumn
     };
 
     /// The most channels that a Controller has.

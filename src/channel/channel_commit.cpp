@@ -1,7 +1,7 @@
 #include "channel.h"
 
 #include "commands.h"
-#include "controllerlog.h"
+#include "hostlog.h"
 #include "iomanager.h"
 
 void Channel::commit()

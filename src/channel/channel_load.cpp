@@ -2,7 +2,7 @@
 
 #include "answer.h"
 #include "commands.h"
-#include "controllerlog.h"
+#include "hostlog.h"
 #include "iomanager.h"
 
 #include <QScopedValueRollback>

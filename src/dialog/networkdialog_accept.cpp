@@ -3,7 +3,7 @@
 #include "channelasrouter.h"
 #include "channelwidget.h"
 #include "commands.h"
-#include "controllerlog.h"
+#include "hostlog.h"
 #include "iomanager.h"
 #include "networkdialogtabwidget.h"
 

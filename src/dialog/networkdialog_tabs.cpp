@@ -4,7 +4,7 @@
 #include "channelasrouter.h"
 #include "channelwidget.h"
 #include "commands.h"
-#include "controllerlog.h"
+#include "hostlog.h"
 #include "iomanager.h"
 #include "networkdialogtabwidget.h"
 

@@ -1,4 +1,4 @@
-#include "controllerlog.h"
+#include "hostlog.h"
 
 #include "iomanager.h"
 
