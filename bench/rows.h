@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QString>
-
 struct Options;
 class Receivers;
 class Report;

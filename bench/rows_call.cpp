@@ -6,8 +6,6 @@
 #include "report.h"
 #include "statistics.h"
 
-#include <QVector>
-
 namespace {
 
 constexpr int framesARun = 400;

@@ -6,7 +6,6 @@
 #include <QList>
 #include <QObject>
 #include <QSet>
-#include <QString>
 
 #include <condition_variable>
 #include <mutex>

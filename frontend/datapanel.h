@@ -3,7 +3,6 @@
 #include <QGroupBox>
 
 class QLabel;
-class QPushButton;
 class QSpinBox;
 class Session;
 

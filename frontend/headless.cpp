@@ -1,15 +1,26 @@
 #include "headless.h"
 
-#include "residentmemory.h"
 #include "session.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QTextStream>
 #include <QTimer>
 
 #include <cstdio>
+#include <unistd.h>
 
 namespace {
+
+/// The memory of this process that is in use at the moment, in KiB; 0 if the system does not tell.
+qint64 residentKiB()
+{
+    QFile file(QLatin1String("/proc/self/statm"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    // Pages in all, then resident pages.
+    return file.readLine().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE) / 1024;
+}
 
 bool isGood(const ReceiverReport &report)
 {

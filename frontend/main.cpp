@@ -5,10 +5,10 @@
 #include "options.h"
 #include "session.h"
 #include "signalwatcher.h"
-#include "windowicon.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QIcon>
 #include <QTimer>
 
 #include <cstdio>
@@ -21,6 +21,15 @@ enum ExitStatus : int
     Failure = 1,
     WrongUse = 2
 };
+
+/// The frontend's own icon: a tracked body with its markers.
+QIcon windowIcon()
+{
+    QIcon icon;
+    for (const int size : {16, 32, 48, 128})
+        icon.addFile(QString::fromLatin1(":/frontend/icon-%1.png").arg(size));
+    return icon;
+}
 
 void complain(const QString &line)
 {

@@ -7,9 +7,7 @@
 #include <array>
 
 class QComboBox;
-class QFormLayout;
 class SimulatedController;
-enum class Treatment;
 
 /// How the simulated Controller treats what it is asked and told, phrase by phrase.
 class TreatmentPanel : public QGroupBox

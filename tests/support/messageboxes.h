@@ -24,12 +24,7 @@ public:
 
     /// The texts shown so far, in order.
     QStringList texts;
-    QStringList titles;
     QList<QMessageBox::StandardButton> defaults;
-    QList<QMessageBox::StandardButtons> buttons;
-
-    /// Called with each box before it is answered.
-    std::function<void(QMessageBox *)> look;
 
     /// Answers what the script does not.
     std::function<QMessageBox::StandardButton(const QMessageBox *)> decide;
@@ -41,11 +36,7 @@ private:
         if (!box)
             return;
         texts << box->text();
-        titles << box->windowTitle();
         defaults << box->standardButton(box->defaultButton());
-        buttons << box->standardButtons();
-        if (look)
-            look(box);
         if (!m_answers.isEmpty())
             box->button(m_answers.takeFirst())->click();
         else if (decide)
