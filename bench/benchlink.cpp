@@ -60,7 +60,7 @@ const BenchLink::Answer &BenchLink::answerTo(const QByteArray &query)
     m_queries.append(query);
     auto known = m_answers.find(query);
     if (known == m_answers.end()) {
-        char text[answerSize] = {};
+        char text[AnswerSize] = {};
         const int result = ControllerLink::getValue(text, "%s", query.constData());
         known = m_answers.insert(query, {result, text});
     }

@@ -34,7 +34,7 @@ int64_t askAgain(BenchLink &link)
     const QList<QByteArray> queries = link.queries();
     const int64_t start = nowNs();
     for (const QByteArray &query : queries) {
-        char answer[BenchLink::answerSize] = {};
+        char answer[BenchLink::AnswerSize] = {};
         link.getValue(answer, "%s", query.constData());
     }
     return nowNs() - start;

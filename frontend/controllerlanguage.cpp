@@ -4,7 +4,7 @@ namespace {
 
 using Words = QList<QByteArray>;
 
-constexpr int maxPort = 65535;
+constexpr int maximumPort = 65535;
 /// The frontend's own channel, over which it listens to the Controller.
 constexpr int monitorPort = 5000;
 
@@ -191,7 +191,7 @@ int setDestination(const ControllerState &state, OutputChannel &channel, const W
         destination.host = state.monitorAddress;
     else if (!parseQuotedHost(words.at(4), &destination.host))
         return NotUnderstood;
-    if (destination.port > maxPort)
+    if (destination.port > maximumPort)
         return OutOfRange;
     channel.destination = destination;
     return Taken;

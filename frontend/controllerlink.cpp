@@ -46,7 +46,7 @@ int ControllerLink::getValue(char *answer, const char *format, ...)
     const int result = m_controller.query(text, &reply);
     if (!reply.isNull()) {
         // Texts are Latin-1, so that a cut anywhere leaves whole characters.
-        reply.truncate(answerSize - 1);
+        reply.truncate(AnswerSize - 1);
         std::memcpy(answer, reply.constData(), size_t(reply.size()) + 1);
     }
     return result;
@@ -144,7 +144,7 @@ int ControllerLink::log(const char *level, const char *component, int number, co
     const LogLine line{level, component, number, message};
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_log.size() >= logLimit)
+        if (m_log.size() >= LogLimit)
             m_log.removeFirst();
         m_log.append(line);
     }

@@ -32,7 +32,7 @@ class ControllerLink : public QObject, public IOManager
 
 public:
     /// The room that an answer has, its terminating zero included.
-    static constexpr int answerSize = 208;
+    static constexpr int AnswerSize = 208;
 
     explicit ControllerLink(SimulatedController &controller, QObject *parent = nullptr);
 
@@ -63,10 +63,10 @@ public:
     /// Requesters and message receivers that are registered at the moment.
     int registeredCount() const;
 
-    /// The latest lines of the log in order, at most logLimit.
+    /// The latest lines of the log in order, at most LogLimit.
     QList<LogLine> logLines() const;
 
-    static constexpr int logLimit = 10000;
+    static constexpr int LogLimit = 10000;
 
 signals:
     void logged(const LogLine &line);

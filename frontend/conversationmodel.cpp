@@ -61,9 +61,9 @@ void ConversationModel::clear()
 
 void ConversationModel::append(Entry entry)
 {
-    if (m_entries.size() >= limit) {
+    if (m_entries.size() >= Limit) {
         // A tenth at a time, since a view pays for each removal.
-        constexpr int portion = limit / 10;
+        constexpr int portion = Limit / 10;
         beginRemoveRows({}, 0, portion - 1);
         m_entries.remove(0, portion);
         endRemoveRows();

@@ -38,7 +38,7 @@ public:
     };
 
     /// Entries that are kept; the oldest go.
-    static constexpr int limit = 5000;
+    static constexpr int Limit = 5000;
 
     explicit ConversationModel(QObject *parent = nullptr);
 

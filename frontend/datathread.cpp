@@ -104,14 +104,14 @@ void DataThread::giveOut(const Frame &frame)
 bool DataThread::waitForTurn()
 {
     // A computer that was asleep goes on at the usual pace, without a burst of all the frames it has missed.
-    constexpr auto maxDelay = std::chrono::milliseconds(250);
+    constexpr auto maximumDelay = std::chrono::milliseconds(250);
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopping && !m_resetting) {
         const Clock::time_point now = Clock::now();
         // Counted from moment to moment, so that delays do not add up.
         const Clock::time_point due = m_last + m_period;
         if (!m_paused && due <= now) {
-            m_last = now - due > maxDelay ? now : due;
+            m_last = now - due > maximumDelay ? now : due;
             break;
         }
         if (m_paused)

@@ -5,7 +5,7 @@
 QByteArray datagramOf(const Frame &frame, const Expectation &content)
 {
     // What one UDP datagram over IPv4 carries at most.
-    constexpr int maxPayload = 65507;
+    constexpr int maximumPayload = 65507;
     if (!content.types.contains("fr") || !isDue(frameNumber(frame), content.divisor))
         return {};
     QByteArray datagram;
@@ -13,7 +13,7 @@ QByteArray datagramOf(const Frame &frame, const Expectation &content)
         if (content.types.contains(line.type))
             datagram += withoutLineEnd(line.text) + "\r\n";
     }
-    return datagram.size() > maxPayload ? QByteArray() : datagram;
+    return datagram.size() > maximumPayload ? QByteArray() : datagram;
 }
 
 void DirectOutput::follow(const ChannelRoutes &routes)

@@ -9,7 +9,7 @@
 namespace {
 
 constexpr int defaultHeadlessSeconds = 5;
-constexpr int maxSeconds = 7 * 24 * 3600;
+constexpr int maximumSeconds = 7 * 24 * 3600;
 
 QString text(const char *source)
 {
@@ -104,7 +104,7 @@ bool parseOptions(const QStringList &arguments, Options *options, QString *probl
     options->router = parser.isSet("router");
     options->seconds = options->headless ? defaultHeadlessSeconds : 0;
     Reader reader(parser, problem);
-    return reader.number("seconds", 0, maxSeconds, &options->seconds) &&
+    return reader.number("seconds", 0, maximumSeconds, &options->seconds) &&
            reader.number("rate", 1, maximumRate, &options->rate) &&
            reader.number("channels", 1, outputChannelCount, &options->channels) &&
            reader.version("controller-version", &options->version) &&

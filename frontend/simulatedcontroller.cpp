@@ -167,7 +167,7 @@ bool SimulatedController::findSubstitute(const QByteArray &text, QByteArray *ans
 /// Expects m_mutex held.
 void SimulatedController::keep(const Exchange &exchange)
 {
-    if (m_record.size() >= recordLimit)
+    if (m_record.size() >= RecordLimit)
         m_record.removeFirst();
     m_record.append(exchange);
 }

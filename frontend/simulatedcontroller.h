@@ -90,7 +90,7 @@ public:
     /// Takes back every fail(), overrideAnswer() and setTreatment().
     void behave();
 
-    /// The latest exchanges in order, at most recordLimit.
+    /// The latest exchanges in order, at most RecordLimit.
     QList<Exchange> record() const;
 
     /// The texts of the commands in the record, in order, refused ones included.
@@ -98,7 +98,7 @@ public:
 
     void clearRecord();
 
-    static constexpr int recordLimit = 20000;
+    static constexpr int RecordLimit = 20000;
 
 signals:
     void exchanged(const Exchange &exchange);

@@ -11,7 +11,7 @@
 namespace {
 
 constexpr quint32 loopbackAddress = 0x7f000001;
-constexpr int maxDatagram = 65535;
+constexpr int maximumDatagram = 65535;
 /// Room for some hundred frames, so that a receiver that is held up for a moment loses nothing.
 constexpr int receiveBuffer = 4 * 1024 * 1024;
 
@@ -99,8 +99,8 @@ bool UdpSocket::send(const QByteArray &datagram, quint32 address, quint16 port)
 
 bool UdpSocket::receive(QByteArray *datagram)
 {
-    datagram->resize(maxDatagram);
-    const ssize_t length = ::recv(m_descriptor, datagram->data(), maxDatagram, MSG_DONTWAIT);
+    datagram->resize(maximumDatagram);
+    const ssize_t length = ::recv(m_descriptor, datagram->data(), maximumDatagram, MSG_DONTWAIT);
     datagram->resize(length < 0 ? 0 : int(length));
     return length >= 0;
 }

@@ -9,23 +9,23 @@
 namespace {
 
 // This computer as a channel knows it.
-const QString MonitorIp("0x0a000005");
-const QString HostName("localhost");
+const QString monitorIp("0x0a000005");
+const QString hostName("localhost");
 
 // Hosts with letters that need no name server: a hexadecimal address, and a name that no name server is asked
 // for.
-const QString OtherName("0x0a000007");
-const QString BadName("bad..name");
+const QString otherName("0x0a000007");
+const QString badName("bad..name");
 
-const QString Other("10.1.2.3");
+const QString otherIp("10.1.2.3");
 
 /// One shown page with its channel, the third, against a Controller of the newest version.
 struct Page
 {
     Page()
     {
-        channel.setMonitorIp(MonitorIp);
-        channel.setHostName(HostName);
+        channel.setMonitorIp(monitorIp);
+        channel.setHostName(hostName);
         widget.show();
         QVERIFY(QTest::qWaitForWindowActive(&widget));
     }
@@ -78,7 +78,7 @@ void TestChannelWidget::enableRule()
     Page page;
     for (const int minor : {5, 6}) {
         page.versions.minor = minor;
-        for (const QString &host : {Other, MonitorIp}) {
+        for (const QString &host : {otherIp, monitorIp}) {
             page.showActive(host);
             for (const bool active : {false, true}) {
                 click(page.widget.checkBox_active_channel);
@@ -88,7 +88,7 @@ void TestChannelWidget::enableRule()
                     QVERIFY2(page.widget.findChild<QWidget *>(name)->isEnabled() == active, name);
                 QCOMPARE(page.widget.label_sendDataDivisor->isEnabled(), active && minor == 6);
                 QCOMPARE(page.widget.spinBox_sendDataDivisor->isEnabled(), active && minor == 6);
-                QCOMPARE(page.widget.lineEdit_host->isEnabled(), active && host == Other);
+                QCOMPARE(page.widget.lineEdit_host->isEnabled(), active && host == otherIp);
             }
         }
     }
@@ -108,15 +108,15 @@ void TestChannelWidget::boxes_data()
     };
     const QString group("239.1.2.3");
 
-    row("multicast on, name", OtherName, {"m"}, "", "multicast open", OtherName);
-    row("multicast off, nothing typed", OtherName, {"m", "m"}, OtherName, "open", OtherName);
-    row("multicast off, group typed", OtherName, {"m", group, "m"}, group, "open", group);
-    row("multicast off, own host", HostName, {"m", "m"}, HostName, "mine open", HostName);
-    row("this computer on", Other, {"t"}, MonitorIp, "mine closed", Other);
-    row("this computer off", Other, {"t", "t"}, MonitorIp, "open", Other);
-    row("this computer, then multicast", Other, {"t", "m"}, "", "multicast open", MonitorIp);
-    row("by name, then multicast", Other, {HostName, "t", "m"}, "", "multicast open", HostName);
-    row("multicast, then this computer", Other, {"m", group, "t"}, MonitorIp, "closed", group);
+    row("multicast on, name", otherName, {"m"}, "", "multicast open", otherName);
+    row("multicast off, nothing typed", otherName, {"m", "m"}, otherName, "open", otherName);
+    row("multicast off, group typed", otherName, {"m", group, "m"}, group, "open", group);
+    row("multicast off, own host", hostName, {"m", "m"}, hostName, "mine open", hostName);
+    row("this computer on", otherIp, {"t"}, monitorIp, "mine closed", otherIp);
+    row("this computer off", otherIp, {"t", "t"}, monitorIp, "open", otherIp);
+    row("this computer, then multicast", otherIp, {"t", "m"}, "", "multicast open", monitorIp);
+    row("by name, then multicast", otherIp, {hostName, "t", "m"}, "", "multicast open", hostName);
+    row("multicast, then this computer", otherIp, {"m", group, "t"}, monitorIp, "closed", group);
 }
 
 void TestChannelWidget::boxes()
@@ -147,11 +147,11 @@ void TestChannelWidget::typedHost()
 {
     Page page;
     const QLineEdit *field = page.widget.lineEdit_host;
-    page.showActive(OtherName, true); // a name that multicast does not take
+    page.showActive(otherName, true); // a name that multicast does not take
     QCOMPARE(field->text(), QString());
     page.type("x224-.0 .1.0y");
     QCOMPARE(field->text(), QString("224.0.1.0"));
-    page.showActive(Other);
+    page.showActive(otherIp);
     page.type("My_tracker-1.lab $4;" + QString(120, 'a'));
     QCOMPARE(field->text(), "Mytracker-1.lab4" + QString(84, 'a'));
     QTest::keyClick(page.widget.lineEdit_host, Qt::Key_Return);
@@ -179,9 +179,9 @@ void TestChannelWidget::validate_data()
     row("LocalHost", true, 1, loopback);
     row("127.0.0.1", false, 0, loopback);
     row("127.0.0.1", false, 100);
-    row(BadName, false, 1, unresolved.arg(BadName));
-    row(BadName, false, 1, unresolved.arg(BadName), QMessageBox::Ignore);
-    row(BadName, true, 1, "Multicast ip cannot resolve host name 'bad..name' for channel 3");
+    row(badName, false, 1, unresolved.arg(badName));
+    row(badName, false, 1, unresolved.arg(badName), QMessageBox::Ignore);
+    row(badName, true, 1, "Multicast ip cannot resolve host name 'bad..name' for channel 3");
     row("%1%2", false, 1, unresolved.arg("%1%2"));
     row("224.0.0.255", true, 1, noGroup);
     row("224.0.1.0", true, 1);
@@ -203,7 +203,7 @@ void TestChannelWidget::validate()
     // The text counts the same whether the channel has it already, with its address, or not.
     for (const bool flushed : {false, true}) {
         Page page;
-        page.showActive(Other, multicast);
+        page.showActive(otherIp, multicast);
         page.manager.answers["system model"] = QByteArray::number(model ? model : 100);
         if (!model)
             page.manager.failing << "system model";

@@ -107,7 +107,7 @@ void TestFaults::sends()
     SocketHandle *handle = nullptr;
     QCOMPARE(udpOpen(&handle, 0, UdpAnyPort), 0);
     const auto send = [&](const char *text) {
-        return udpSend(handle, text, 4, FedChannel::loopback, receiver.port(), 100000);
+        return udpSend(handle, text, 4, FedChannel::Loopback, receiver.port(), 100000);
     };
     {
         const seam::Refusal refusal(call, 0, times);

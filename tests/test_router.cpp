@@ -86,7 +86,7 @@ void TestRouter::take(const QByteArray &step, FedChannel *channel, bool isSlow)
         for (const char *type : {"fr", "6d", "3d"})
             channel->tick(type, step == "tick");
     } else if (step == "here" || step == "nowhere") {
-        channel->setIp(step == "here" ? FedChannel::loopback : 0);
+        channel->setIp(step == "here" ? FedChannel::Loopback : 0);
     } else if (step == "reset") {
         channel->resetFrame();
     } else if (step == "asleep") {

@@ -130,7 +130,7 @@ void TestSimulatedController::linkCutsAnswersAndReadsNumbers()
     QVERIFY(link.getIntValue(&number, "output %s", "number_of_types") == 0 && number == 15);
     controller.overrideAnswer("system model", QByteArray(1000, 'h'));
     QVERIFY(link.getIntValue(&number, "system model") != 0 && number == 15);
-    QByteArray answer(ControllerLink::answerSize + 1, '#');
+    QByteArray answer(ControllerLink::AnswerSize + 1, '#');
     QVERIFY(link.getValue(answer.data(), "system %s", "model") == 0 &&
             answer.endsWith(QByteArray("h\0#", 3)));
 }

@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr int PatienceMilliseconds = 10000;
+constexpr int patienceMilliseconds = 10000;
 
 bool step(const char *name, bool good)
 {
@@ -67,7 +67,7 @@ bool frameArrives(QUdpSocket &receiver, const QList<QByteArray> &types)
 {
     QElapsedTimer timer;
     timer.start();
-    while (!timer.hasExpired(PatienceMilliseconds)) {
+    while (!timer.hasExpired(patienceMilliseconds)) {
         if (!receiver.hasPendingDatagrams() && !receiver.waitForReadyRead(100))
             continue;
         QByteArray datagram(int(receiver.pendingDatagramSize()), '\0');

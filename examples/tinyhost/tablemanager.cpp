@@ -9,11 +9,11 @@
 
 namespace {
 
-constexpr int Done = 0;
-constexpr int Refused = -1;
+constexpr int done = 0;
+constexpr int refused = -1;
 
 /// The room that the module gives for an answer, the terminating zero included.
-constexpr std::size_t AnswerSize = 208;
+constexpr std::size_t answerSize = 208;
 
 std::string filled(const char *format, va_list arguments)
 {
@@ -32,9 +32,9 @@ int TableManager::getValue(char *answer, const char *format, ...)
     const auto found = answers.find(filled(format, arguments));
     va_end(arguments);
     if (found == answers.end())
-        return Refused;
-    std::snprintf(answer, AnswerSize, "%s", found->second.c_str());
-    return Done;
+        return refused;
+    std::snprintf(answer, answerSize, "%s", found->second.c_str());
+    return done;
 }
 
 int TableManager::getIntValue(int *answer, const char *format, ...)
@@ -44,9 +44,9 @@ int TableManager::getIntValue(int *answer, const char *format, ...)
     const auto found = answers.find(filled(format, arguments));
     va_end(arguments);
     if (found == answers.end())
-        return Refused;
+        return refused;
     *answer = std::atoi(found->second.c_str());
-    return Done;
+    return done;
 }
 
 int TableManager::setValue(const char *format, ...)
@@ -55,28 +55,28 @@ int TableManager::setValue(const char *format, ...)
     va_start(arguments, format);
     std::printf("  command: %s\n", filled(format, arguments).c_str());
     va_end(arguments);
-    return Done;
+    return done;
 }
 
 int TableManager::requestOutputType(const char *type, Requester * /*requester*/)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_types.insert(type);
-    return Done;
+    return done;
 }
 
 int TableManager::releaseOutputType(const char *type, Requester * /*requester*/)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_types.erase(type);
-    return Done;
+    return done;
 }
 
 int TableManager::addRequester(Requester *requester)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_requester = requester;
-    return Done;
+    return done;
 }
 
 int TableManager::removeRequester(Requester * /*requester*/)
@@ -84,25 +84,25 @@ int TableManager::removeRequester(Requester * /*requester*/)
     // The lock waits for a call that is under way: when this returns, none is and none will come.
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_requester = nullptr;
-    return Done;
+    return done;
 }
 
 int TableManager::log(const char *level, const char *component, int number, const char *message)
 {
     std::printf("  log: %s %s %d %s\n", level, component, number, message);
-    return Done;
+    return done;
 }
 
 int TableManager::addMessageReceiver(const char * /*name*/, MessageReceiver *receiver)
 {
     m_receiver = receiver;
-    return Done;
+    return done;
 }
 
 int TableManager::removeMessageReceiver(const char * /*name*/, MessageReceiver * /*receiver*/)
 {
     m_receiver = nullptr;
-    return Done;
+    return done;
 }
 
 void TableManager::deliver(const std::string &type, const std::string &line)

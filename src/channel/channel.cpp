@@ -243,7 +243,7 @@ quint32 Channel::lookUp(const QString &host)
 
 void Channel::setDestination(quint32 address, int port)
 {
-    m_destination = quint64{address} << portBits | static_cast<quint16>(port);
+    m_destination = quint64{address} << PortBits | static_cast<quint16>(port);
 }
 
 bool Channel::isPort(int number)

@@ -88,7 +88,7 @@ public:
     UdpDestination destination() const
     {
         const quint64 both = m_destination;
-        return {static_cast<quint32>(both >> portBits), static_cast<quint16>(both)};
+        return {static_cast<quint32>(both >> PortBits), static_cast<quint16>(both)};
     }
 
     quint32 ip() const { return destination().address; }
@@ -158,7 +158,7 @@ private:
     void setDestination(quint32 address, int port);
     static bool isPort(int number);
 
-    static constexpr int portBits = 16;
+    static constexpr int PortBits = 16;
 
     IOManager *m_ioManager;
     BackendVersions *m_versions;

@@ -25,7 +25,7 @@ inline QByteArray bytesOf(const QByteArray &words)
 class FedChannel : public ChannelAsRouter
 {
 public:
-    static constexpr quint32 loopback = 0x7f000001;
+    static constexpr quint32 Loopback = 0x7f000001;
 
     explicit FedChannel(quint16 port)
         : ChannelAsRouter(nullptr, 0, nullptr)
@@ -37,7 +37,7 @@ public:
         setOutputTypes(types);
         for (const char *type : {"fr", "6d", "3d"})
             tick(type, true);
-        setIp(loopback);
+        setIp(Loopback);
         setPort(port);
         setActive(true);
     }
