@@ -1,4 +1,4 @@
-#include "options.h"
+#include "benchoptions.h"
 #include "receivers.h"
 #include "report.h"
 #include "residency.h"
@@ -13,7 +13,7 @@ namespace {
 struct Family
 {
     const char *words;
-    void (*add)(const Options &, const Receivers &, Report &);
+    void (*add)(const BenchOptions &, const Receivers &, Report &);
 };
 
 const Family families[] = {
@@ -21,7 +21,7 @@ const Family families[] = {
     {"growth", addGrowthRows},           {"opening", addOpeningRows},       {"memory", addMemoryRows},
 };
 
-int run(const Options &options, const Receivers &receivers)
+int run(const BenchOptions &options, const Receivers &receivers)
 {
     Report report;
     for (const Family &family : families) {
@@ -46,7 +46,7 @@ int main(int argc, char *argv[])
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
-    const Options options = parseOptions(arguments);
+    const BenchOptions options = parseOptions(arguments);
     // Forks, so before there are threads.
     Receivers receivers;
     if (!receivers.start()) {

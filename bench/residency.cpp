@@ -1,7 +1,7 @@
 #include "residency.h"
 
+#include "benchoptions.h"
 #include "handoff.h"
-#include "options.h"
 #include "pacing.h"
 #include "product.h"
 
@@ -68,7 +68,7 @@ bool startProbe(const Probe &probe, Residency *residency)
     return words.size() == 4;
 }
 
-int probeResidency(const Options &options, const Receivers &receivers)
+int probeResidency(const BenchOptions &options, const Receivers &receivers)
 {
     const QStringList words = options.probe.split(QLatin1Char(' '));
     const int channels = words.value(1).toInt();

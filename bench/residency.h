@@ -2,7 +2,7 @@
 
 #include <QString>
 
-struct Options;
+struct BenchOptions;
 class Receivers;
 
 /// Resident memory of a fresh process, in KiB.
@@ -27,4 +27,4 @@ struct Probe
 bool startProbe(const Probe &probe, Residency *residency);
 
 /// The life of such a process; its exit status.
-int probeResidency(const Options &options, const Receivers &receivers);
+int probeResidency(const BenchOptions &options, const Receivers &receivers);

@@ -1,7 +1,7 @@
 #include "rows.h"
 
+#include "benchoptions.h"
 #include "callcost.h"
-#include "options.h"
 #include "product.h"
 #include "report.h"
 #include "statistics.h"
@@ -27,7 +27,7 @@ bool measureSetup(int types, int wanting, const Receivers &receivers, Report &re
 
 } // namespace
 
-void addCallRows(const Options &options, const Receivers &receivers, Report &report)
+void addCallRows(const BenchOptions &options, const Receivers &receivers, Report &report)
 {
     Pairs ten;
     Pairs tenMean;
@@ -58,7 +58,7 @@ void addCallRows(const Options &options, const Receivers &receivers, Report &rep
                Goal::atMost(1.5));
 }
 
-void addGrowthRows(const Options &options, const Receivers &receivers, Report &report)
+void addGrowthRows(const BenchOptions &options, const Receivers &receivers, Report &report)
 {
     Pairs types100;
     Pairs types300;

@@ -1,7 +1,7 @@
 #include "rows.h"
 
+#include "benchoptions.h"
 #include "frames.h"
-#include "options.h"
 #include "report.h"
 #include "residency.h"
 #include "statistics.h"
@@ -24,7 +24,7 @@ bool measureChannel(const QString &what, int seconds, double *kib)
 
 } // namespace
 
-void addMemoryRows(const Options &options, const Receivers & /*receivers*/, Report &report)
+void addMemoryRows(const BenchOptions &options, const Receivers & /*receivers*/, Report &report)
 {
     const QString module = QLatin1String("module");
     Pairs forwarding;

@@ -1,7 +1,7 @@
 #include "rows.h"
 
+#include "benchoptions.h"
 #include "clocks.h"
-#include "options.h"
 #include "product.h"
 #include "report.h"
 #include "statistics.h"
@@ -65,7 +65,7 @@ Opening measureOpening(int types, const Receivers &receivers)
 
 } // namespace
 
-void addOpeningRows(const Options &options, const Receivers &receivers, Report &report)
+void addOpeningRows(const BenchOptions &options, const Receivers &receivers, Report &report)
 {
     std::array<Pairs, catalogues.size()> whole;
     std::array<Pairs, catalogues.size()> reading;

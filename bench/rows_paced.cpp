@@ -1,9 +1,9 @@
 #include "rows.h"
 
+#include "benchoptions.h"
 #include "directsender.h"
 #include "handoff.h"
 #include "measurement.h"
-#include "options.h"
 #include "product.h"
 #include "report.h"
 #include "statistics.h"
@@ -42,7 +42,7 @@ void addRepetition(const QString &name, const Run &ours, const Run &handOff, Mea
     addQuantile(measured->late, 0.99);
 }
 
-Measured measurePace(const Pace &pace, const QString &name, const Options &options,
+Measured measurePace(const Pace &pace, const QString &name, const BenchOptions &options,
                      const Receivers &receivers, Report &report)
 {
     const int frames = int(pace.seconds * pace.rate);
@@ -73,7 +73,7 @@ Measured measurePace(const Pace &pace, const QString &name, const Options &optio
 
 } // namespace
 
-void addPacedRows(const Options &options, const Receivers &receivers, Report &report)
+void addPacedRows(const BenchOptions &options, const Receivers &receivers, Report &report)
 {
     for (const Pace &pace : paces) {
         const QString name = QString::fromLatin1("%1 channel%2, %3 frames/s")

@@ -1,9 +1,9 @@
 #include "rows.h"
 
+#include "benchoptions.h"
 #include "directsender.h"
 #include "handoff.h"
 #include "measurement.h"
-#include "options.h"
 #include "product.h"
 #include "report.h"
 #include "statistics.h"
@@ -19,7 +19,7 @@ double datagramsPerCpuMs(const Run &run)
 
 } // namespace
 
-void addThroughputRows(const Options &options, const Receivers &receivers, Report &report)
+void addThroughputRows(const BenchOptions &options, const Receivers &receivers, Report &report)
 {
     const QString name = QLatin1String("throughput");
     const Feed feed = [&](Road &road) { return runWindowed(road, receivers, framesARun); };

@@ -4,7 +4,7 @@
 #include <QStringList>
 
 /// What the person who runs the benchmarks wants.
-struct Options
+struct BenchOptions
 {
     QString json;        ///< file for the table as JSON; empty for none
     QString only;        ///< a word that the name of a family of rows holds; empty for all
@@ -17,4 +17,4 @@ struct Options
 };
 
 /// Reads the command line. Ends the process after --help, and with status 2 after a wrong option.
-Options parseOptions(const QStringList &arguments);
+BenchOptions parseOptions(const QStringList &arguments);

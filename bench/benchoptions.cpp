@@ -1,4 +1,4 @@
-#include "options.h"
+#include "benchoptions.h"
 
 #include <QCommandLineParser>
 
@@ -24,7 +24,7 @@ constexpr char help[] = R"(Measures the module against the least that its work c
 
 } // namespace
 
-Options parseOptions(const QStringList &arguments)
+BenchOptions parseOptions(const QStringList &arguments)
 {
     QCommandLineParser parser;
     const QString value = QLatin1String("value");
