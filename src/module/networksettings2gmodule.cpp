@@ -26,7 +26,7 @@ QString NetworkSettings2GModule::moduleName()
 
 QString NetworkSettings2GModule::moduleVersion()
 {
-    return QString::fromLatin1("v%1.%2.%3").arg(2).arg(2).arg(5);
+    return QLatin1String("v" MODULE_VERSION);
 }
 
 QList<ModuleAction *> NetworkSettings2GModule::moduleActions()
