@@ -51,6 +51,7 @@ public:
     /// Several threads may deliver at a time.
     void deliver(const QByteArray &type, const QByteArray &line);
 
+    /// Tell every registered requester, on the calling thread.
     void deliverReset();
     void deliverIdle();
 

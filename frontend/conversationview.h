@@ -20,7 +20,7 @@ public:
 
     ConversationModel &model() { return *m_model; }
 
-    /// Lets the user type into the filter.
+    /// Gives the keyboard to the filter field.
     void focusFilter();
 
 private:

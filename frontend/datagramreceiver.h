@@ -20,6 +20,7 @@ public:
     /// then tells why.
     bool listen(quint32 address, quint16 port);
 
+    /// Where it listens, or was to listen; in host byte order.
     quint32 address() const { return m_address; }
     quint16 port() const { return m_port; }
     bool isListening() const { return m_thread.joinable(); }

@@ -27,11 +27,13 @@ public:
                ControllerLink &link);
     ~DataThread() override;
 
+    /// Begins with a reset, then the first frame. To be called once.
     void start();
 
     /// Ends the thread between two frames. When this returns no frame is under way and none will come.
     void stop();
 
+    /// As in the constructor.
     void setRate(int rate);
 
     /// Holds the frames back, which go on with the next number afterwards.

@@ -50,6 +50,7 @@ public:
     /// Takes the next datagram as the first of a new sequence: what came before it is not missed.
     void join();
 
+    /// Counts and judges one datagram.
     void take(const QByteArray &datagram);
 
     /// Whether nothing is outstanding behind the last frame that arrived.

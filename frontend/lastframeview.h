@@ -14,6 +14,7 @@ class LastFrameView : public QWidget
 public:
     explicit LastFrameView(QWidget *parent = nullptr);
 
+    /// Shows the last datagram of \a report, unless the user has selected some of the text.
     void show(const ReceiverReport &report);
     void showNone();
 

@@ -17,6 +17,7 @@ class ReceiversPanel : public QWidget
 public:
     explicit ReceiversPanel(QWidget *parent = nullptr);
 
+    /// As in ReceiversModel.
     void update(const QList<ReceiverReport> &reports);
 
 private:

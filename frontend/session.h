@@ -55,7 +55,7 @@ public:
     /// is told in \a problem.
     bool setChannelCount(int count, QString *problem);
 
-    /// Frames a second.
+    /// Frames a second, 1 to maximumRate.
     int rate() const { return m_rate; }
     void setRate(int rate);
 

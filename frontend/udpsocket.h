@@ -28,6 +28,7 @@ public:
     /// The descriptor, for a wait; -1 if the socket could not be made.
     int descriptor() const { return m_descriptor; }
 
+    /// Why the socket could not be made or listen() failed, in the words of the system.
     QByteArray error() const;
 
 private:

@@ -5,9 +5,9 @@
 #include <array>
 #include <cstring>
 
-/// Room for one text answer of the Controller. The host is not told its size, and whether it writes anything
-/// when a query fails is its own affair: the room is zeroed before each query, so that it always holds a
-/// text.
+/// Room for one text answer of the Controller. A host may write nothing when a query fails: the room is
+/// zeroed before each query, so that it always holds a text. The host is not told its size, which is a
+/// promise of IOManager::getValue().
 class Answer
 {
 public:
@@ -20,7 +20,7 @@ public:
 
     QString text() const { return QString::fromLatin1(m_text.data()); }
 
-    /// Whole and case-sensitive.
+    /// Whether the whole answer is \a text, in the same case.
     bool is(const char *text) const { return std::strcmp(m_text.data(), text) == 0; }
 
     bool isYes() const { return is("yes"); }

@@ -63,22 +63,28 @@ public:
     /// it was until then, so that a refresh tears no frame.
     void setOutputTypes(const QList<OutputTypeInfo> &types);
 
-    /// The three identities of this computer: its address as the Controller sees it, its name, and its
-    /// domain.
+    /// The three identities of this computer, by which isMyIp() knows it: its address as the Controller sees
+    /// it, its name, and its domain. Empty if unknown.
     void setMonitorIp(QString monitorIp);
     void setHostName(QString hostName);
     void setDomainName(QString domainName);
 
+    /// 0 to MaximumCount - 1.
     int channelIndex() const { return m_channelIndex; }
+
+    /// The destination as the user or the Controller wrote it, a name or a dotted address; may be empty.
     QString host() const { return m_host; }
+
     QString monitorIp() const { return m_monitorIp; }
     bool isMulticast() const { return m_multicast; }
+
+    /// The output types, a row each, with the columns of Column. The user's ticks are its check states.
     QStandardItemModel *typeModel() { return &m_typeModel; }
 
-    /// The rows that the page does not show.
+    /// The rows of typeModel() that the page does not show.
     const QList<int> &hiddenRows() const { return m_hiddenRows; }
 
-    /// Any thread.
+    /// Whether the channel is switched on here; the Controller may not know of it yet. Any thread.
     bool isActive() const { return m_active; }
 
     /// Only every n-th frame is sent; at least 1. Any thread.
@@ -117,19 +123,26 @@ signals:
     /// load() has ended.
     void updated();
 
-    /// tickedTypes() is another. While rows are rebuilt and read it waits for the last of them.
+    /// tickedTypes() has changed. When the rows are rebuilt and read, this comes once, after the last of
+    /// them.
     void tickedTypesChanged();
 
     /// commit() begins: whoever holds an edit back hands it over before this returns.
     void committingChanges();
 
 public slots:
-    /// 0 to 65535; anything else is dropped.
+    // Each is an edit that waits for commit(), unless it changes nothing.
+
+    /// \a p is 0 to 65535; anything else is ignored.
     void setPort(int p);
+
+    /// Switches the channel on or off, which every thread sees at once.
     void setActive(bool b);
+
+    /// Whether the destination is a multicast group.
     void setMulticast(bool b);
 
-    /// At least 1; anything less is dropped.
+    /// \a dataDiv is at least 1; anything less is ignored.
     void setDataDivisor(int dataDiv);
 
     /// Takes \a ip and, as the host, its dotted form. Reachable through the meta-object alone.

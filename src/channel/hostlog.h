@@ -3,5 +3,5 @@
 class IOManager;
 class QString;
 
-/// Writes \a text to the host's log. GUI thread.
+/// Writes \a text, which tells what has failed, to the host's log in Latin-1. GUI thread.
 void logFailure(IOManager *manager, const QString &text);

@@ -14,8 +14,8 @@ struct OutputTypeInfo
 };
 
 /// Refills \a types with the Controller's catalogue, in the Controller's order; of more than 10000 types the
-/// first 10000. A type whose name cannot be read is left out; every failure goes to the host's log. 0; -1
-/// without a \a manager. GUI thread; blocks for three queries a type.
+/// first 10000. A type whose name cannot be read is left out; every failure goes to the host's log.
+/// Returns 0, or -1 without a \a manager. GUI thread; blocks for three queries a type.
 int queryOutputTypes(IOManager *manager, QList<OutputTypeInfo> *types);
 
 /// The address of this computer as the Controller sees it, empty if it does not tell. GUI thread; blocks.

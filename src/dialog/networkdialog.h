@@ -63,13 +63,20 @@ public slots:
     /// The router check box can be used while a channel is active and the configuration is not locked.
     void onCheckBox_active_channel_toggled();
 
+    /// Ctrl + T adds a channel, Ctrl + W closes the last one, F9 goes to the next tab.
     void keyPressEvent(QKeyEvent *event) override;
 
 private slots:
     /// Closes a tab in the midst of the row. Reachable through the meta-object alone.
     void closeCurrentTab();
+
+    /// Closes the last tab after a question, unless it is the only one.
     void closeLastTab();
+
+    /// A click on "+" adds a channel.
     void onTabBarClicked(int index);
+
+    /// Data pass from now on, or no longer; the Controller learns of it in accept().
     void on_checkBox_actAsRouter_toggled(bool checked);
 
     /// The one way out: checks all pages, writes all changes to the Controller and closes the dialog.

@@ -11,5 +11,6 @@ public:
     explicit NetworkDialogTabWidget(QWidget *parent);
 
 public slots:
+    /// Writes the title of tab \a tabIndex in \a color.
     void changeTabTitleFontColor(int tabIndex, const QColor &color);
 };

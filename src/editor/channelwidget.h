@@ -47,6 +47,7 @@ signals:
     /// The user wants the tab of channel index \a id closed.
     void closeTab(int id);
 
+    /// The title of tab \a tabIndex is to be written in \a color.
     void changeChannelTabTitleFontColor(int tabIndex, const QColor &color);
 
     /// The channel has been switched on or off; it already knows.

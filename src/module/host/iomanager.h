@@ -26,19 +26,21 @@ public:
     /// included. An argument never lies in \a answer.
     virtual int getValue(char *answer, const char *format, ...) IOMANAGER_PRINTF(3, 4) = 0;
 
-    /// Sends the query \a format and writes the number answered to \a answer.
+    /// Sends the query \a format, filled printf-style, and writes the number answered to \a answer, on
+    /// success only.
     virtual int getIntValue(int *answer, const char *format, ...) IOMANAGER_PRINTF(3, 4) = 0;
 
-    /// Sends the command \a format.
+    /// Sends the command \a format, filled printf-style. Failure means that the Controller refused it.
     virtual int setValue(const char *format, ...) IOMANAGER_PRINTF(2, 3) = 0;
 
-    /// From now on lines of \a type reach Requester::onOutputData() of \a requester. Asking again for a type
-    /// that is requested already does no harm.
+    /// From now on lines of \a type reach Requester::onOutputData() of \a requester, if it has been added.
+    /// Asking again for a type that is requested already does no harm.
     virtual int requestOutputType(const char *type, Requester *requester) = 0;
 
     /// Ends requestOutputType(). Releasing a type that was never requested does no harm.
     virtual int releaseOutputType(const char *type, Requester *requester) = 0;
 
+    /// From now on \a requester gets the lines of the types that it has requested.
     virtual int addRequester(Requester *requester) = 0;
 
     /// When this returns, no call of \a requester is under way and none will come.

@@ -23,8 +23,10 @@ public:
     /// waits for the event loop: the host may unload the library in the next statement.
     virtual void releaseResources() = 0;
 
+    /// The module's name for the user.
     virtual QString moduleName() = 0;
 
+    /// The module's version for the user, such as "v1.0.0".
     virtual QString moduleVersion() = 0;
 
     /// The actions for the host's menus, made at the first call. The entries belong to the module.
