@@ -1,6 +1,4 @@
 #include "cataloguesets.h"
-#include "conversationfilter.h"
-#include "conversationmodel.h"
 #include "requester.h"
 #include "session.h"
 
@@ -59,7 +57,6 @@ private slots:
     void runIsJudged();
     void signalEndsTheRun();
     void sessionFollowsItsSwitches();
-    void filterLetsPassWhatIsWanted();
 };
 
 void TestFrontend::checkerJudges()
@@ -193,33 +190,6 @@ void TestFrontend::sessionFollowsItsSwitches()
     QCOMPARE(session.receivers().reports().size(), 1);
     session.stop();
     QCOMPARE(session.receivers().finalReports().value(0).statistics.lost, qint64(0));
-}
-
-void TestFrontend::filterLetsPassWhatIsWanted()
-{
-    using Kind = ConversationFilter::Kind;
-    ConversationModel model;
-    ConversationFilter filter;
-    filter.setSourceModel(&model);
-    model.addExchange({Exchange::Kind::Query, "system model", "100", 0});
-    model.addExchange({Exchange::Kind::Query, "output net ch11", {}, OutOfRange});
-    model.addExchange({Exchange::Kind::Command, "output net ch01 none", {}, Taken});
-    model.addExchange({Exchange::Kind::Command, "output net_active ch01 no", {}, Locked});
-    model.addLogLine({"standard", "MODULE", 1, "Unable to deactivate"});
-    const std::tuple<Kind, const char *, const char *> wanted[] = {
-        {Kind::All, "", "01234"},       {Kind::Questions, "", "01"},
-        {Kind::Commands, "", "23"},     {Kind::Log, "", "4"},
-        {Kind::Failures, "", "134"},    {Kind::All, " REFUSED  output", "13"},
-        {Kind::Commands, "taken", "2"}, {Kind::Failures, "output ch01", "3"}};
-    for (const auto &[kind, words, rows] : wanted) {
-        filter.setKind(kind);
-        filter.setWords(QLatin1String(words));
-        QByteArray seen;
-        for (int row = 0; row < filter.rowCount(); ++row)
-            seen += QByteArray::number(filter.mapToSource(filter.index(row, 0)).row());
-        QCOMPARE(seen, QByteArray(rows));
-    }
-    QVERIFY(filter.allText().endsWith(QLatin1String("\tset\toutput net_active ch01 no\trefused: locked\n")));
 }
 
 QTEST_GUILESS_MAIN(TestFrontend)
