@@ -1,15 +1,9 @@
 #include "gestures.h"
-
-#include <QDir>
+#include "waiting.h"
 
 #include <thread>
 
 namespace {
-
-int threadCount()
-{
-    return static_cast<int>(QDir("/proc/self/task").count());
-}
 
 void routing(ControllerState &state)
 {

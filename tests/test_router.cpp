@@ -118,9 +118,6 @@ void TestRouter::stories_data()
     row("no address", "start nowhere fr90 6d90 here " + first, first);
     row("nothing ticked", "start untick fr90 6d90 tick " + first, first);
     row("some ticked", "start fr1 gl1 6d1 xx1 fr2 gl2 6d2", first);
-    row("frames grow and shrink", "start " + first + " fr3 6d3 3d3 fr4 6d4 3d4 fr5 6d5 3d5 fr6 fr7 fr8 6d8",
-        first + "|fr3 6d3|3d3 fr4 6d4 3d4|fr5 6d5 3d5|fr6 fr7|fr8");
-    row("begins in mid-frame", "start 6d1 fr2 6d2 fr3 6d3 fr4", "6d1 fr2 6d2 fr3|6d3 fr4");
     row("lengths are unknown after a restart", "start " + first + " asleep stop gone start fr3 6d3 fr4 6d4",
         first + "|fr3 6d3 fr4 6d4");
     // The line of fr3 lies in the queue, since no frame can be complete with it.

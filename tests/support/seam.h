@@ -77,9 +77,8 @@ inline bool isAsleep()
 enum Path
 {
     Open,
-    Slow,      ///< a send takes as long as a send may
-    TimingOut, ///< as Slow, and fails
-    Held       ///< sends do not end
+    Slow, ///< a send takes as long as a send may
+    Held  ///< sends do not end
 };
 
 inline std::atomic<Path> path{Open};
@@ -160,9 +159,7 @@ int __wrap_nativeSocketWaitWritable(NativeSocket socket, uint32_t timeoutMicrose
     ++seam::writableWaits;
     if (seam::refuses(seam::SocketWait))
         return NativeFailed;
-    if (seam::path == seam::TimingOut)
-        nativeSleep(timeoutMicroseconds / 1000);
-    return seam::refuses(seam::SocketWaitInTime) || seam::path == seam::TimingOut
+    return seam::refuses(seam::SocketWaitInTime)
                ? int(NativeTimedOut)
                : __real_nativeSocketWaitWritable(socket, timeoutMicroseconds);
 }
@@ -173,7 +170,7 @@ int32_t __wrap_nativeSocketSend(NativeSocket socket, const void *data, int32_t l
 {
     ++seam::sends;
     if (seam::refused == seam::SocketWait || seam::refused == seam::SocketWaitInTime ||
-        seam::path == seam::TimingOut || seam::refuses(seam::SocketNotReady))
+        seam::refuses(seam::SocketNotReady))
         return NativeNotReady;
     if (seam::path == seam::Slow)
         nativeSleep(100);
