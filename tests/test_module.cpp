@@ -1,14 +1,8 @@
-#include "backendversions.h"
-#include "controllerlink.h"
-#include "moduleaction.h"
-#include "moduleinterface.h"
-#include "simulatedcontroller.h"
+#include "pluginhost.h"
 
 #include <QAction>
 #include <QDialog>
 #include <QDir>
-#include <QFile>
-#include <QPluginLoader>
 #include <QtTest>
 
 #include <atomic>
@@ -16,16 +10,9 @@
 
 namespace {
 
-bool isPluginMapped()
+/// Three channels that the module forwards to.
+struct Host : PluginHost
 {
-    QFile maps("/proc/self/maps");
-    return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("NetworkSettings2GModule");
-}
-
-/// A host around the plug-in file.
-class Host
-{
-public:
     Host()
     {
         controller.change([](ControllerState &state) {
@@ -36,23 +23,9 @@ public:
                 state.channels[i].types = {"fr", "6d"};
             }
         });
-        versions = controller.state().version;
-        // By default Qt keeps a plug-in mapped after unload(), which would hide what these tests are after.
-        loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
-        module = qobject_cast<ModuleInterface *>(loader.instance());
-        if (!module)
-            return;
-        module->setParameter("ModuleParent", QVariant::fromValue(&window));
-        module->setParameter("CommandManager", QVariant::fromValue<IOManager *>(&link));
-        module->setParameter("BackendVersions", QVariant::fromValue(&versions));
+        if (module)
+            handOver();
     }
-
-    SimulatedController controller;
-    ControllerLink link{controller};
-    BackendVersions versions{};
-    QWidget window;
-    QPluginLoader loader{PLUGIN_PATH};
-    ModuleInterface *module = nullptr;
 };
 
 } // namespace

@@ -1,13 +1,9 @@
-#include "backendversions.h"
 #include "dialogfixture.h"
 #include "loop.h"
-#include "moduleaction.h"
-#include "moduleinterface.h"
+#include "pluginhost.h"
 #include "waiting.h"
 
 #include <QAction>
-#include <QFile>
-#include <QPluginLoader>
 #include <QRandomGenerator>
 #include <QTableView>
 #include <QUdpSocket>
@@ -49,50 +45,19 @@ qint64 allocatedKilobytes()
     return static_cast<qint64>((memory.uordblks + memory.hblkhd) / 1024);
 }
 
-bool isPluginMapped()
-{
-    QFile maps(QLatin1String("/proc/self/maps"));
-    return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("NetworkSettings2GModule");
-}
-
-/// A link that tells whom it serves.
-class OpenLink : public ControllerLink
-{
-public:
-    using ControllerLink::ControllerLink;
-
-    int addRequester(Requester *requester) override
-    {
-        served = requester;
-        return ControllerLink::addRequester(requester);
-    }
-
-    Requester *served = nullptr;
-};
-
 /// As a thread of the host that is not the GUI thread.
 void announceFromOutside(ControllerLink &link)
 {
     link.sendMessage("OutputTypesChanged");
 }
 
-/// A host around the plug-in file. The dialog is known by its widgets alone.
-struct Host
+/// The dialog is known by its widgets alone.
+struct Host : PluginHost
 {
-    Host()
-    {
-        // By default Qt keeps a plug-in mapped after unload().
-        loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
-        module = qobject_cast<ModuleInterface *>(loader.instance());
-    }
-
     /// Starts the module, which asks the Controller at once.
     void start()
     {
-        versions = controller.state().version;
-        module->setParameter(QLatin1String("ModuleParent"), QVariant::fromValue(&window));
-        module->setParameter(QLatin1String("CommandManager"), QVariant::fromValue<IOManager *>(&link));
-        module->setParameter(QLatin1String("BackendVersions"), QVariant::fromValue(&versions));
+        handOver();
         const ModuleAction &record = *module->moduleActions().constFirst();
         action = record.action;
         dialog = record.dialog;
@@ -111,12 +76,6 @@ struct Host
         return dialog->findChild<Type *>(QLatin1String(name));
     }
 
-    SimulatedController controller;
-    OpenLink link{controller};
-    BackendVersions versions{};
-    QWidget window;
-    QPluginLoader loader{QLatin1String(PLUGIN_PATH)};
-    ModuleInterface *module = nullptr;
     QAction *action = nullptr;
     QDialog *dialog = nullptr;
     std::vector<std::unique_ptr<Loop>> direct; ///< data threads that call the dialog itself
