@@ -165,6 +165,6 @@ private:
     int m_baseWidth = 0;
     bool m_tabsChanged = false;      // a channel was created since the router mode was last committed
     int m_operations = 0;            // under way at the moment
-    bool m_catalogueChanged = false; // and to be followed when the last of them ends
+    bool m_catalogueChanged = false; // meanwhile; to be followed when the last of them ends
     bool m_tornDown = false;
 };

@@ -132,8 +132,8 @@ void ChannelWidget::showRows()
     placeCursor();
 }
 
-// Without a current cell the arrow keys try the first one alone and stay outside if that is disabled, as the
-// one of the frame counter is.
+// Without a current cell the arrow keys go to the first cell only. That is the frame counter's, which is
+// disabled, so they would never get into the table.
 void ChannelWidget::placeCursor()
 {
     for (int row = 0; row < tableView->model()->rowCount() && !tableView->currentIndex().isValid(); ++row) {

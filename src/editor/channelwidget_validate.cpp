@@ -8,7 +8,7 @@
 
 namespace {
 
-// The one system model on which a loopback destination is taken at its word.
+// The one system model on which a loopback destination is accepted as typed.
 constexpr int loopbackModel = 100;
 
 struct AddressRange
@@ -28,7 +28,7 @@ QString caption()
     return ChannelWidget::tr("Network Settings");
 }
 
-// Texts alone are compared: whoever writes another form of the address knows what it means.
+// The usual ways to write it, and no others: whoever writes the address in another form knows what it means.
 bool isLoopback(const QString &host)
 {
     return host.compare(QLatin1String("localhost"), Qt::CaseInsensitive) == 0 ||
@@ -61,10 +61,8 @@ bool ChannelWidget::validate()
     return checkBox_multicast->isChecked() ? judgeMulticast(host, address) : judgeUnicast(host, address);
 }
 
-// In the texts both arguments are put in at once: a host may hold what looks like the mark of the other.
-
-// A name without an address is the user's to keep, since it may get one later. A group has no name to wait
-// for.
+// A name without an address may get one later, so the user may keep it. A group needs its address now. Here
+// and below both arguments of a text are filled in at once, since a host may contain "%1" or "%2" itself.
 bool ChannelWidget::judgeUnresolved(const QString &host)
 {
     if (checkBox_multicast->isChecked()) {
