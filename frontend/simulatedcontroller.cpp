@@ -1,7 +1,5 @@
 #include "simulatedcontroller.h"
 
-#include <QMutexLocker>
-
 namespace {
 
 constexpr int failed = -1;
@@ -22,7 +20,7 @@ int SimulatedController::query(const QByteArray &text, QByteArray *answer)
 {
     Exchange exchange{Exchange::Kind::Query, text, {}, Taken};
     {
-        const QMutexLocker locker(&m_mutex);
+        const std::lock_guard<std::mutex> guard(m_mutex);
         exchange.result = takeFault(exchange.kind, text);
         if (!findSubstitute(text, &exchange.answer) && exchange.result == Taken)
             exchange.result = answerQuery(m_state, text, &exchange.answer);
@@ -38,7 +36,7 @@ int SimulatedController::command(const QByteArray &text)
 {
     Exchange exchange{Exchange::Kind::Command, text, {}, Taken};
     {
-        const QMutexLocker locker(&m_mutex);
+        const std::lock_guard<std::mutex> guard(m_mutex);
         exchange.result = takeFault(exchange.kind, text);
         if (exchange.result == Taken)
             exchange.result = carryOutCommand(m_state, text);
@@ -52,20 +50,20 @@ int SimulatedController::command(const QByteArray &text)
 
 ControllerState SimulatedController::state() const
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> guard(m_mutex);
     return m_state;
 }
 
 QList<OutputType> SimulatedController::catalogue() const
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> guard(m_mutex);
     return m_state.catalogue;
 }
 
 void SimulatedController::change(const std::function<void(ControllerState &)> &edit)
 {
     {
-        const QMutexLocker locker(&m_mutex);
+        const std::lock_guard<std::mutex> guard(m_mutex);
         edit(m_state);
     }
     emit stateChanged();
@@ -73,31 +71,31 @@ void SimulatedController::change(const std::function<void(ControllerState &)> &e
 
 void SimulatedController::fail(const QByteArray &text, Match match, Times times, int result)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> guard(m_mutex);
     m_faults.append({text, match, times, result});
 }
 
 void SimulatedController::overrideAnswer(const QByteArray &text, const QByteArray &answer)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> guard(m_mutex);
     m_overrides.insert(text, answer);
 }
 
 void SimulatedController::setTreatment(int phrase, Treatment treatment)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> guard(m_mutex);
     m_treatments[size_t(phrase)] = treatment;
 }
 
 Treatments SimulatedController::treatments() const
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> guard(m_mutex);
     return m_treatments;
 }
 
 void SimulatedController::behave()
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> guard(m_mutex);
     m_faults.clear();
     m_overrides.clear();
     m_treatments = {};
@@ -105,7 +103,7 @@ void SimulatedController::behave()
 
 QList<Exchange> SimulatedController::record() const
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> guard(m_mutex);
     return m_record;
 }
 
@@ -122,7 +120,7 @@ QList<QByteArray> SimulatedController::commands() const
 
 void SimulatedController::clearRecord()
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> guard(m_mutex);
     m_record.clear();
 }
 

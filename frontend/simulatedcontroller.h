@@ -5,11 +5,11 @@
 
 #include <QHash>
 #include <QMetaType>
-#include <QMutex>
 #include <QObject>
 
 #include <array>
 #include <functional>
+#include <mutex>
 
 /// One query or command with what the Controller made of it.
 struct Exchange
@@ -118,7 +118,7 @@ private:
     bool findSubstitute(const QByteArray &text, QByteArray *answer) const;
     void keep(const Exchange &exchange);
 
-    mutable QMutex m_mutex;
+    mutable std::mutex m_mutex;
     ControllerState m_state;
     QList<Fault> m_faults;
     QHash<QByteArray, QByteArray> m_overrides;

@@ -57,7 +57,7 @@ void Channel::commitDestination()
 
 void Channel::commitDataDivisor()
 {
-    if (!commands::knowDataDivisor(*m_versions))
+    if (!commands::knowsDataDivisor(*m_versions))
         return;
     if (m_ioManager->setValue(commands::setDataDivisor, number(), dataDivisor()) != 0)
         logFailure(m_ioManager, QLatin1String("Error: Unable to set value send data divisor"));

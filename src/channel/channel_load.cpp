@@ -55,7 +55,7 @@ void Channel::loadActive()
 void Channel::loadDataDivisor()
 {
     int divisor = 1;
-    if (commands::knowDataDivisor(*m_versions) &&
+    if (commands::knowsDataDivisor(*m_versions) &&
         m_ioManager->getIntValue(&divisor, commands::dataDivisor, number()) != 0) {
         logFailure(m_ioManager, QLatin1String("Error: Unable to get value send data divisor"));
         divisor = 1;

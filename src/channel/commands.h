@@ -34,17 +34,17 @@ inline constexpr char setDataDivisor[] = "output net_divisor ch%02d %d";
 
 // What the Controller learnt in the course of its versions
 
-inline bool knowRouterMode(const BackendVersions &versions)
+inline bool knowsRouterMode(const BackendVersions &versions)
 {
     return versionAtLeast(versions, 1, 4);
 }
 
-inline bool knowDataDivisor(const BackendVersions &versions)
+inline bool knowsDataDivisor(const BackendVersions &versions)
 {
     return versionAtLeast(versions, 1, 6);
 }
 
-inline bool knowConfigLock(const BackendVersions &versions)
+inline bool knowsConfigLock(const BackendVersions &versions)
 {
     return versionAtLeast(versions, 1, 9);
 }

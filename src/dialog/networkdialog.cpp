@@ -154,13 +154,13 @@ void NetworkDialog::enablePages(bool enable)
 bool NetworkDialog::isConfigLocked()
 {
     Answer answer;
-    return commands::knowConfigLock(*m_versions) &&
+    return commands::knowsConfigLock(*m_versions) &&
            m_ioManager->getValue(answer.room(), commands::configIsChangeable) == 0 && answer.is("no");
 }
 
 void NetworkDialog::updateRouterState()
 {
-    if (!commands::knowRouterMode(*m_versions)) {
+    if (!commands::knowsRouterMode(*m_versions)) {
         checkBox_actAsRouter->setChecked(false);
         checkBox_actAsRouter->setEnabled(false);
         return;

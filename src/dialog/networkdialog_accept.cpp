@@ -117,7 +117,7 @@ void NetworkDialog::commitChannels()
 
 void NetworkDialog::commitRouterMode()
 {
-    if (commands::knowRouterMode(*m_versions)) {
+    if (commands::knowsRouterMode(*m_versions)) {
         writeRouterMode();
         applyRouterMode();
     }

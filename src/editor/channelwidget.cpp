@@ -89,7 +89,7 @@ void ChannelWidget::setControlsEnabled(bool active)
     checkBox_my_ip->setEnabled(active);
     checkBox_multicast->setEnabled(active);
 
-    const bool divisor = active && commands::knowDataDivisor(*m_versions);
+    const bool divisor = active && commands::knowsDataDivisor(*m_versions);
     label_sendDataDivisor->setEnabled(divisor);
     spinBox_sendDataDivisor->setEnabled(divisor);
 }

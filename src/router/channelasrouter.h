@@ -72,9 +72,9 @@ private:
     // A line of data touches the first group, the worker the second. Each has cache lines of its own, so that
     // the two sides do not slow each other, and as few of them as possible, since they are cold at each
     // frame.
-    static constexpr std::size_t cacheLineBytes = 64;
+    static constexpr std::size_t CacheLineBytes = 64;
 
-    alignas(cacheLineBytes) std::atomic<bool> m_routerRunning{false}; // lines are queued and handled
+    alignas(CacheLineBytes) std::atomic<bool> m_routerRunning{false}; // lines are queued and handled
     std::atomic<bool> m_workerRun{false};                             // the worker may go on
     bool m_workerWaits = false;            // and has not been signalled; under m_queueMutex
     bool m_waitFailed = false;             // m_queueCondition is broken; under m_queueMutex
@@ -83,7 +83,7 @@ private:
     WakeRule m_wakeRule;                   // of the waiting worker; under m_queueMutex
     LineQueue m_lineQueue;                 // under m_queueMutex
 
-    alignas(cacheLineBytes) Mutex *m_frameMutex = nullptr; // held through a send
+    alignas(CacheLineBytes) Mutex *m_frameMutex = nullptr; // held through a send
     std::atomic<int> m_frameTurnsWanted{0};                // threads that wait for it beside the worker
     Mutex *m_runMutex = nullptr;                           // held by the worker for its whole life
     SocketHandle *m_socketHandle = nullptr;                // written by the GUI thread; under m_frameMutex
