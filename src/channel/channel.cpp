@@ -61,24 +61,23 @@ void Channel::setOutputTypes(const QList<OutputTypeInfo> &types)
     findHiddenRows();
 }
 
-QList<OutputTypeInfo> Channel::inDisplayOrder(const QList<OutputTypeInfo> &types) const
+QVector<OutputTypeInfo> Channel::inDisplayOrder(const QList<OutputTypeInfo> &types) const
 {
-    QVector<OutputTypeInfo> known(m_typeOrder.size());
-    QList<OutputTypeInfo> others;
+    QVector<OutputTypeInfo> ordered(
+        m_typeOrder.size()); // a nameless one for what the catalogue does not have
     for (const OutputTypeInfo &type : types) {
         const int position = m_typeOrder.indexOf(type.name);
         if (position >= 0)
-            known[position] = type;
+            ordered[position] = type;
         else
-            others << type;
+            ordered << type;
     }
-    QList<OutputTypeInfo> ordered = known.toList() + others;
     const auto isNameless = [](const OutputTypeInfo &type) { return type.name.isEmpty(); };
     ordered.erase(std::remove_if(ordered.begin(), ordered.end(), isNameless), ordered.end());
     return ordered;
 }
 
-void Channel::fillRows(const QList<OutputTypeInfo> &types)
+void Channel::fillRows(const QVector<OutputTypeInfo> &types)
 {
     QList<QStandardItem *> identifiers;
     QList<QStandardItem *> descriptions;

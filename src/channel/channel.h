@@ -162,8 +162,8 @@ private:
     void commitTicks();
     void commitDestination();
     void commitDataDivisor();
-    QList<OutputTypeInfo> inDisplayOrder(const QList<OutputTypeInfo> &types) const;
-    void fillRows(const QList<OutputTypeInfo> &types);
+    QVector<OutputTypeInfo> inDisplayOrder(const QList<OutputTypeInfo> &types) const;
+    void fillRows(const QVector<OutputTypeInfo> &types);
     void findHiddenRows();
     void updateTickedTypes();
     bool hasPendingTick() const;

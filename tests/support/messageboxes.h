@@ -37,10 +37,13 @@ private:
             return;
         texts << box->text();
         defaults << box->standardButton(box->defaultButton());
+        QAbstractButton *button = nullptr; // an unexpected box may have another one
         if (!m_answers.isEmpty())
-            box->button(m_answers.takeFirst())->click();
+            button = box->button(m_answers.takeFirst());
         else if (decide)
-            box->button(decide(box))->click();
+            button = box->button(decide(box));
+        if (button)
+            button->click();
         else
             box->reject();
     }
