@@ -45,6 +45,24 @@ int mappingCount()
     return maps.open(QIODevice::ReadOnly) ? maps.readAll().count('\n') : 0;
 }
 
+/// As a host's own thread-local data, which the C library keeps on each thread's stack.
+thread_local volatile char hostData[95000];
+
+/// Touches nearly all of the stack that a thread is promised.
+uint32_t useWholeStack(void *touched)
+{
+    constexpr int step = 512;
+    volatile char stack[96000];
+    int count = 0;
+    for (int at = sizeof stack - step; at >= 0; at -= step) {
+        stack[at] = char(at);
+        count += stack[at] == char(at);
+    }
+    hostData[0] = 1;
+    *static_cast<int *>(touched) = count;
+    return 0;
+}
+
 uint32_t countUp(void *counter)
 {
     threadSleep(2);
@@ -65,6 +83,7 @@ private slots:
     void wakeUpsReachOneOrAll();
     void endedThreadsLeaveNothing();
     void signalsAreForTheHost();
+    void threadHasItsWholeStackBesideThreadLocalData();
 
 private:
     std::future<int> wait(uint32_t milliseconds);
@@ -213,6 +232,14 @@ void TestThreads::signalsAreForTheHost()
     QVERIFY(!sigismember(&mask, SIGSEGV) && !sigismember(&mask, SIGFPE));
     pthread_sigmask(SIG_BLOCK, nullptr, &mask);
     QVERIFY(!sigismember(&mask, SIGTERM));
+}
+
+void TestThreads::threadHasItsWholeStackBesideThreadLocalData()
+{
+    int touched = 0;
+    QCOMPARE(threadStart(useWholeStack, &touched), 0);
+    threadAwait(&touched);
+    QCOMPARE(touched, 187);
 }
 
 QTEST_GUILESS_MAIN(TestThreads)

@@ -73,6 +73,8 @@ QByteArray TestUdp::received() const
 void TestUdp::datagramArrivesWholeOrNotAtAll()
 {
     QCOMPARE(send(m_sender, QByteArray(65508, 'x')), -2);
+    for (const int32_t negative : {-1, -2, INT32_MIN})
+        QCOMPARE(udpSend(m_sender, "", negative, INADDR_LOOPBACK, portOf(m_receiver), 0), -2);
     for (const QByteArray &data : {QByteArray(65507, 'x'), QByteArray("a\0\xff\0", 4), QByteArray()}) {
         QCOMPARE(send(m_sender, data), 0);
         QCOMPARE(received(), data);

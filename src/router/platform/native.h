@@ -56,7 +56,8 @@ void nativeLockDelete(NativeLock *lock);
 /// The one lock that is there from the start and is never deleted.
 NativeLock *nativeSharedLock();
 
-/// Runs \a entry on a new thread with at least \a stackBytes of stack. The thread takes none of the process's
+/// Runs \a entry on a new thread with at least \a stackBytes of stack for itself: what the system takes from
+/// a stack, such as room for thread-local data, comes on top. The thread takes none of the process's
 /// asynchronous signals.
 NativeThread *nativeThreadCreate(uint32_t (*entry)(void *), void *argument, uint32_t stackBytes);
 /// Waits until \a thread has ended and frees it.

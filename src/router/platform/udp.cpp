@@ -54,7 +54,10 @@ int udpOpen(SocketHandle **handle, uint16_t port, uint16_t flags)
 int udpSend(SocketHandle *handle, const void *data, int32_t length, uint32_t address, uint16_t port,
             uint32_t timeoutMicroseconds)
 {
-    // Most datagrams find the socket ready, and are spared the call that waits for it.
+    // A negative length must not equal the negative result of a failed call.
+    if (length < 0)
+        return failed;
+    // Send first: the socket is usually ready, which saves a poll().
     int32_t sent = nativeSocketSend(handle->socket, data, length, address, port);
     if (sent == NativeNotReady) {
         const int writable = nativeSocketWaitWritable(handle->socket, timeoutMicroseconds);

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <ctime>
 #include <initializer_list>
+#include <link.h>
 #include <new>
 #include <pthread.h>
 #include <sched.h>
@@ -97,6 +98,27 @@ void *runNativeThread(void *data)
     return nullptr;
 }
 
+int addThreadLocalBytes(dl_phdr_info *library, size_t /*size*/, void *sum)
+{
+    for (int i = 0; i < library->dlpi_phnum; ++i) {
+        const ElfW(Phdr) &segment = library->dlpi_phdr[i];
+        if (segment.p_type == PT_TLS)
+            *static_cast<size_t *>(sum) += segment.p_memsz + segment.p_align;
+    }
+    return 0;
+}
+
+/// What the C library takes out of a thread's stack, at most: the thread-local data of the program and of all
+/// loaded libraries, and its own record of the thread with its surplus for libraries that are loaded later.
+/// glibc takes some 5 KiB for these two.
+size_t systemBytes()
+{
+    constexpr size_t threadRecordBytes = size_t{16} * 1024;
+    size_t bytes = threadRecordBytes;
+    dl_iterate_phdr(addThreadLocalBytes, &bytes);
+    return bytes;
+}
+
 size_t wholePages(size_t bytes)
 {
     const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
@@ -116,11 +138,11 @@ int createWithStack(NativeThread *thread, size_t stackBytes)
     return error;
 }
 
-/// The platform refuses a stack that its own needs, such as the thread-local data of all libraries, would use
-/// up; its default is large enough then.
+/// pthread_create() fails with EINVAL if the stack is too small for the system's own needs; retry with the
+/// default size.
 int createThread(NativeThread *thread, size_t stackBytes)
 {
-    const int error = createWithStack(thread, wholePages(stackBytes));
+    const int error = createWithStack(thread, wholePages(stackBytes + systemBytes()));
     return error == EINVAL ? pthread_create(&thread->thread, nullptr, runNativeThread, thread) : error;
 }
 
