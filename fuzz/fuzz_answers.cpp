@@ -572,7 +572,7 @@ void __wrap_nativeSleep(uint32_t /*milliseconds*/)
 int32_t __wrap_nativeSocketSend(NativeSocket /*socket*/, const void *data, int32_t length, uint32_t address,
                                 uint16_t /*port*/)
 {
-    require(length >= 2 && length <= FrameAssembler::MaximumFrameBytes, "a datagram has a frame's length");
+    require(length >= 2 && length <= networksettings2g::FrameAssembler::MaximumFrameBytes, "a datagram has a frame's length");
     require(std::memcmp(static_cast<const char *>(data) + length - 2, "\r\n", 2) == 0, "a frame ends a line");
     require(address != 0, "a datagram has a destination");
     return length;

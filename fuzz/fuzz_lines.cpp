@@ -10,6 +10,8 @@
 // Tracking data may be anything: each input is a stream of lines with what happens to a worker in it. The
 // assembler is held against the model of the tests, the queue against what was put in.
 
+using namespace networksettings2g;
+
 namespace {
 
 struct Line
@@ -85,7 +87,7 @@ public:
     void add(const Line &line, int divisor)
     {
         m_model.setDivisor(divisor);
-        m_isDue = m_isDue || m_wakeRule.isDue(line.routed(), ++m_linesAhead);
+        m_isDue = m_isDue || m_wakeCondition.isMet(line.routed(), ++m_linesAhead);
         const bool completes = m_frame.add(line.routed());
         require(!completes || m_isDue, "no frame completes before it was expected");
         require(m_frame.text().size() <= FrameAssembler::MaximumFrameBytes, "a frame fits into a datagram");
@@ -102,15 +104,15 @@ public:
 private:
     void lookAhead()
     {
-        m_wakeRule = m_frame.nextCompletion();
+        m_wakeCondition = m_frame.nextCompletion();
         m_linesAhead = 0;
         m_isDue = false;
     }
 
     FrameAssembler m_frame;
     ReferenceModel m_model;
-    WakeRule m_wakeRule;
-    std::size_t m_linesAhead = 0; // since m_wakeRule was asked for
+    WakeCondition m_wakeCondition;
+    std::size_t m_linesAhead = 0; // since m_wakeCondition was asked for
     bool m_isDue = false;
 };
 
@@ -132,7 +134,7 @@ public:
         if (m_block.isRead()) {
             const bool hasLines = m_queue.lineCount() > 0;
             require(m_queue.take(&m_block) == hasLines, "an empty queue gives nothing");
-            *gap = hasLines && m_queue.takeGap();
+            *gap = hasLines && m_queue.takeLinesLostFlag();
         }
         if (!m_block.read(&numbered))
             return false;

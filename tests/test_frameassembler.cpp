@@ -1,15 +1,16 @@
-// The pure part of forwarding: lines into frames, and the bounded queue in front of it.
+// Joining lines into frames, without threads.
 //
 // Streams and datagrams are written as words: "fr100" stands for the line "fr 100" of the type fr, "6d7" for
 // the line "6d 7" of the type 6d, and a bare type for a line of that type without text; "gl*9" is nine such
 // lines. In a stream "restart" is a new worker, "reset" drops the frame, "gap" tells of lost lines.
 
 #include "frameassembler.h"
-#include "linequeue.h"
 
 #include <QtTest>
 
 #include <climits>
+
+using namespace networksettings2g;
 
 namespace {
 
@@ -65,32 +66,6 @@ private:
     FrameAssembler m_assembler;
 };
 
-void append(LineQueue *queue, int number, std::size_t bytes = 0)
-{
-    const std::string text = std::to_string(number) + ' ' + std::string(bytes, 'x');
-    queue->append({"6d", text});
-}
-
-/// The numbers of all lines, in the order in which they come.
-QList<int> takeAll(LineQueue *queue)
-{
-    QList<int> numbers;
-    LineBlock block;
-    while (queue->take(&block)) {
-        for (RouterLine line; block.read(&line);)
-            numbers << std::stoi(std::string(line.line));
-    }
-    return numbers;
-}
-
-QList<int> numbersFrom(int first, int count)
-{
-    QList<int> numbers;
-    for (int number = first; number < first + count; ++number)
-        numbers << number;
-    return numbers;
-}
-
 } // namespace
 
 class TestFrameAssembler : public QObject
@@ -104,9 +79,6 @@ private slots:
     void frameNumber();
     void oversizedFrame_data();
     void oversizedFrame();
-    void queueBoundedByLines();
-    void queueBoundedByBytes();
-    void queueRefusesHugeLine();
 };
 
 void TestFrameAssembler::streams_data()
@@ -217,47 +189,6 @@ void TestFrameAssembler::oversizedFrame()
         QCOMPARE(assembly.assembler().text().size(), FrameAssembler::MaximumFrameBytes);
     assembly.change("reset");
     QCOMPARE(assembly.sent("fr4 6d4 3d4"), QByteArray("fr4 6d4 3d4"));
-}
-
-void TestFrameAssembler::queueBoundedByLines()
-{
-    constexpr int held = static_cast<int>(LineQueue::MaximumLines);
-    constexpr int lost = static_cast<int>(LineQueue::BlockLines);
-
-    LineQueue queue;
-    for (int round = 0; round < 3; ++round) { // what has been taken must leave the counts
-        for (int number = 0; number < held; ++number)
-            append(&queue, number);
-        QVERIFY(!queue.takeGap());
-        append(&queue, held);
-        QVERIFY(queue.takeGap());
-        QVERIFY(!queue.takeGap());
-        QCOMPARE(takeAll(&queue), numbersFrom(lost, held + 1 - lost));
-        QCOMPARE(queue.lineCount(), std::size_t{0});
-    }
-}
-
-void TestFrameAssembler::queueBoundedByBytes()
-{
-    LineQueue queue;
-    for (int round = 0; round < 3; ++round) {
-        for (int number = 0; number < 6; ++number) {
-            QVERIFY(!queue.takeGap() || number > 3);
-            append(&queue, number, LineQueue::MaximumBytes / 4);
-        }
-        QVERIFY(queue.takeGap());
-        QCOMPARE(takeAll(&queue), numbersFrom(3, 3)); // with their own texts four would be too much
-    }
-}
-
-void TestFrameAssembler::queueRefusesHugeLine()
-{
-    LineQueue queue;
-    append(&queue, 1, LineQueue::MaximumBytes);
-    QCOMPARE(queue.lineCount(), std::size_t{0});
-    append(&queue, 2);
-    QCOMPARE(takeAll(&queue), QList<int>{2});
-    QVERIFY(queue.takeGap());
 }
 
 QTEST_APPLESS_MAIN(TestFrameAssembler)

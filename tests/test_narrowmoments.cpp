@@ -13,6 +13,8 @@
 #include <memory>
 #include <unistd.h>
 
+using namespace networksettings2g;
+
 namespace {
 
 constexpr int fullCrossings = 10000;
@@ -243,29 +245,29 @@ void TestNarrowMoments::destructorMeetsStartedThread()
 
 void TestNarrowMoments::lineMeetsChannelTakenOut()
 {
-    FedChannel steady(9);
-    ChannelFanOut fanOut;
-    fanOut.publish({&steady});
+    const auto fanOut = makeFanOut();
+    FedChannel steady(9, fanOut, 0);
+    fanOut->publish({&steady});
     std::atomic<int> lines{0};
     const Loop data([&](int line) {
-        fanOut.deliver("fr", "fr 0\r\n");
+        fanOut->deliver("fr", "fr 0\r\n");
         if (line % 100 == 0)
-            fanOut.resetFrames();
+            fanOut->resetFrames();
         lines = line;
     });
     for (int crossing = 0; wantsMore(crossing); ++crossing) {
-        auto passing = std::make_unique<FedChannel>(9);
-        fanOut.publish({&steady, passing.get()});
+        auto passing = std::make_unique<FedChannel>(9, fanOut, 1);
+        fanOut->publish({&steady, passing.get()});
         passing->updateRouterActiveState(true);
         const int before = lines;
         QVERIFY(comesTrue([&] { return lines > before; }));
         spin(below(500));
-        fanOut.publish({&steady});
+        fanOut->publish({&steady});
         passing.reset();
     }
     qInfo("%d looks at a list that was still walked", publishWaits.load());
     QVERIFY(publishWaits > 0);
-    fanOut.publish({});
+    fanOut->publish({});
 }
 
 // The waiter is the worker in small: it looks at its queue after each wait, however that ended. The queue is

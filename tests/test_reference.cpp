@@ -12,6 +12,8 @@
 #include <random>
 #include <set>
 
+using namespace networksettings2g;
+
 namespace {
 
 constexpr int streamCount = 20;
@@ -287,7 +289,7 @@ private:
         m_event = overflows ? "a gap" : "a full queue";
         start();
         if (overflows) {
-            queued.erase(queued.begin(), queued.begin() + LineQueue::BlockLines);
+            queued.erase(queued.begin(), queued.begin() + LineBlock::MaximumLines);
             m_model.loseLines();
         }
         for (const Line &line : queued)

@@ -9,6 +9,8 @@
 
 #include <future>
 
+using namespace networksettings2g;
+
 namespace {
 
 bool fallsAsleep()
@@ -285,7 +287,8 @@ void TestRouter::publishWaitsForWalkers()
     Receiver receiver;
     FedChannel channel(receiver.port());
     channel.updateRouterActiveState(true);
-    ChannelFanOut fanOut;
+    const auto isRouterActive = std::make_unique<std::atomic<bool>>(true);
+    ChannelFanOut fanOut(*isRouterActive);
     fanOut.publish({&channel});
 
     // A data thread that resets frames stays in its table for as long as the send takes.

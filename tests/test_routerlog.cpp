@@ -1,4 +1,4 @@
-// What a support engineer is told of a channel, and when.
+// What a channel logs for a support engineer, and when. Messages of workers come through the event loop.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -11,29 +11,32 @@
 namespace {
 
 std::mutex mutex;
-QStringList told;                      // under mutex
-std::atomic<FedChannel *> resetByThis; // a message is answered by a reset on another thread
+QStringList logged; // guarded by mutex
 
 void keepMessage(QtMsgType /*type*/, const QMessageLogContext &context, const QString &text)
 {
     if (qstrcmp(context.category, "networksettings.router") != 0)
         return;
-    if (FedChannel *channel = resetByThis.exchange(nullptr))
-        std::thread([channel] { channel->resetFrame(); }).join();
+    // A host may show its log on the GUI thread and wait until that is done.
+    if (QThread::currentThread() != QCoreApplication::instance()->thread())
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [] {}, Qt::BlockingQueuedConnection);
     const std::lock_guard<std::mutex> guard(mutex);
-    told << text;
+    logged << text;
 }
 
-QStringList takeTold()
+QStringList takeLogged()
 {
+    QCoreApplication::processEvents();
     const std::lock_guard<std::mutex> guard(mutex);
-    return std::exchange(told, {});
+    return std::exchange(logged, {});
 }
 
-bool isTold(const QString &text)
+bool isLogged(const QString &text)
 {
+    QCoreApplication::processEvents();
     const std::lock_guard<std::mutex> guard(mutex);
-    return told.contains("channel 1: " + text);
+    return logged.contains("channel 1: " + text);
 }
 
 } // namespace
@@ -45,21 +48,22 @@ class TestRouterLog : public QObject
 private slots:
     void init() { qInstallMessageHandler(keepMessage); }
     void cleanup();
-    void silentUnlessSwitchedOn();
-    void onceASecond();
-    void reasons_data();
-    void reasons();
-    void handlerMayWaitForReset();
+    void nothingIsLoggedUnlessEnabled();
+    void eachEventIsLoggedOncePerSecond();
+    void droppedFrameIsLogged_data();
+    void droppedFrameIsLogged();
+    void linesLostBeforeAResetAreLogged();
+    void handlerMayBlockOnTheGuiThreadDuringDestruction();
 };
 
 void TestRouterLog::cleanup()
 {
     qInstallMessageHandler(nullptr);
     QLoggingCategory::setFilterRules({});
-    takeTold();
+    takeLogged();
 }
 
-void TestRouterLog::silentUnlessSwitchedOn()
+void TestRouterLog::nothingIsLoggedUnlessEnabled()
 {
     Receiver receiver;
     FedChannel channel(receiver.port());
@@ -68,10 +72,10 @@ void TestRouterLog::silentUnlessSwitchedOn()
     channel.feed("fr1 6d1 fr2 6d2");
     QVERIFY(comesTrue([] { return seam::refusals == 1; }));
     channel.updateRouterActiveState(false);
-    QCOMPARE(takeTold(), QStringList());
+    QCOMPARE(takeLogged(), QStringList());
 }
 
-void TestRouterLog::onceASecond()
+void TestRouterLog::eachEventIsLoggedOncePerSecond()
 {
     QLoggingCategory::setFilterRules("networksettings.router=true");
     Receiver receiver;
@@ -80,15 +84,15 @@ void TestRouterLog::onceASecond()
         channel.updateRouterActiveState(true);
         channel.updateRouterActiveState(false);
     }
-    QCOMPARE(takeTold(), QStringList({"channel 1: started", "channel 1: stopped"}));
+    QCOMPARE(takeLogged(), QStringList({"channel 1: started", "channel 1: stopped"}));
     QVERIFY(comesTrue([&] {
         channel.updateRouterActiveState(true);
         channel.updateRouterActiveState(false);
-        return takeTold().join('|').contains(QRegularExpression("started \\(and \\d+ more"));
+        return takeLogged().join('|').contains(QRegularExpression("started \\(\\d+ more suppressed"));
     }));
 }
 
-void TestRouterLog::reasons_data()
+void TestRouterLog::droppedFrameIsLogged_data()
 {
     QTest::addColumn<int>("refused");
     QTest::addColumn<QByteArray>("words");
@@ -99,17 +103,17 @@ void TestRouterLog::reasons_data()
                             << "its socket could not be opened; the next start tries again";
     QTest::newRow("no socket") << int(seam::SocketCreate) << frames << "frame dropped: there is no socket";
     QTest::newRow("thread") << int(seam::ThreadCreate) << frames
-                            << "stopped, since its thread could not be started";
+                            << "stopped: its thread could not be started";
     QTest::newRow("number") << int(seam::NoCall) << QByteArray("fr 6d1 fr 6d2")
                             << "frame dropped: it has no frame number";
     QTest::newRow("length") << int(seam::NoCall) << "fr1 6d1 fr2 6d" + QByteArray(70000, 'x')
                             << "frame dropped: it is longer than a datagram";
     QTest::newRow("time") << int(seam::SocketWaitInTime) << frames
-                          << "frame dropped: the network did not take it in time";
+                          << "frame dropped: the socket was not ready in time";
     QTest::newRow("refused") << int(seam::SocketSend) << frames << "frame dropped: the network refused it";
 }
 
-void TestRouterLog::reasons()
+void TestRouterLog::droppedFrameIsLogged()
 {
     QFETCH(int, refused);
     QFETCH(QByteArray, words);
@@ -120,20 +124,38 @@ void TestRouterLog::reasons()
     FedChannel channel(receiver.port());
     channel.updateRouterActiveState(true);
     channel.feed(words);
-    QVERIFY2(comesTrue([&] { return isTold(reason); }), qPrintable(takeTold().join('|')));
+    QVERIFY2(comesTrue([&] { return isLogged(reason); }), qPrintable(takeLogged().join('|')));
 }
 
-void TestRouterLog::handlerMayWaitForReset()
+void TestRouterLog::linesLostBeforeAResetAreLogged()
 {
     QLoggingCategory::setFilterRules("networksettings.router=true");
     Receiver receiver;
     FedChannel channel(receiver.port());
     channel.updateRouterActiveState(true);
-    takeTold();
-    resetByThis = &channel;
-    channel.feed("fr 6d1 fr 6d2");
-    QVERIFY(comesTrue([] { return isTold("frame dropped: it has no frame number"); }));
-    QVERIFY(!resetByThis);
+    channel.feed("fr1 6d1 fr2 6d2");
+    receiver.next();
+    QVERIFY(comesTrue(seam::isAsleep));
+    channel.feed("fr3");
+    channel.feed("6d", QByteArray(networksettings2g::LineQueue::MaximumBytes, 'x').constData());
+    channel.feed("6d3");
+    channel.resetFrame();
+    QVERIFY(comesTrue([] { return isLogged("lines dropped: more arrived than could be sent"); }));
+}
+
+// The destructor joins the worker on the thread that the message handler waits for.
+void TestRouterLog::handlerMayBlockOnTheGuiThreadDuringDestruction()
+{
+    QLoggingCategory::setFilterRules("networksettings.router=true");
+    Receiver receiver;
+    for (int round = 0; round < 200; ++round) {
+        FedChannel channel(receiver.port());
+        channel.updateRouterActiveState(true);
+        const int sends = seam::sends;
+        const seam::Refusal refusal(seam::SocketSend);
+        channel.feed("fr1 6d1 fr2 6d2");
+        QVERIFY(comesTrue([sends] { return seam::sends > sends; }));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestRouterLog)

@@ -202,7 +202,7 @@ void NetworkDialog::rebuildChannels()
 void NetworkDialog::destroyChannels()
 {
     // First out of the data threads' sight, then the pages, which refer to the channels, then the channels.
-    m_fanOut.publish({});
+    m_fanOut->publish({});
     while (!m_pages.isEmpty())
         delete m_pages.takeFirst();
     while (!m_channels.isEmpty())

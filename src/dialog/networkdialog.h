@@ -11,6 +11,7 @@
 #include <QPointer>
 
 #include <atomic>
+#include <memory>
 
 struct BackendVersions;
 class ChannelAsRouter;
@@ -159,7 +160,9 @@ private:
     bool m_routerChanged = false;            // the user has toggled the router check box
     std::atomic<bool> m_routerActive{false}; // tracking data passes through this dialog
     QList<OutputTypeInfo> m_outputTypes;
-    ChannelFanOut m_fanOut;
+    // Shared with the channels, whose workers use it.
+    std::shared_ptr<networksettings2g::ChannelFanOut> m_fanOut =
+        std::make_shared<networksettings2g::ChannelFanOut>(m_routerActive);
     int m_channelCount = 0;
     QWidget *m_plusPage = nullptr;
     int m_baseWidth = 0;

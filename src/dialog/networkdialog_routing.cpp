@@ -10,15 +10,13 @@
 
 int NetworkDialog::onOutputData(const char *type, const char *line)
 {
-    if (m_routerActive)
-        m_fanOut.deliver(type, line);
+    m_fanOut->deliver(type, line);
     return 0;
 }
 
 void NetworkDialog::onOutputReset()
 {
-    if (m_routerActive)
-        m_fanOut.resetFrames();
+    m_fanOut->resetFrames();
 }
 
 void NetworkDialog::onOutputIdle() {}

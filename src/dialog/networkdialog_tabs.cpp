@@ -42,8 +42,9 @@ void NetworkDialog::rebuildTabs()
 void NetworkDialog::createChannel(int index)
 {
     auto *channel = new ChannelAsRouter(m_ioManager, index, m_versions);
+    channel->setFanOut(m_fanOut);
     connect(this, SIGNAL(deferedRouterActiveToggled(bool)), channel, SLOT(updateRouterActiveState(bool)));
-    connect(channel, &Channel::tickedTypesChanged, this, [this] { m_fanOut.publish(m_channels); });
+    connect(channel, &Channel::tickedTypesChanged, this, [this] { m_fanOut->publish(m_channels); });
     m_channels << channel;
 
     auto *page = new ChannelWidget(m_ioManager, channel, m_versions);
@@ -56,7 +57,7 @@ void NetworkDialog::createChannel(int index)
     m_tabWidget->addTab(page, QString::fromLatin1("Channel %1").arg(index + 1));
     m_tabsChanged = true;
 
-    m_fanOut.publish(m_channels);
+    m_fanOut->publish(m_channels);
 }
 
 void NetworkDialog::addPlusTab()
@@ -191,7 +192,7 @@ void NetworkDialog::resetOnController(int number)
 
 void NetworkDialog::discard(ChannelAsRouter *channel, ChannelWidget *page)
 {
-    m_fanOut.publish(m_channels);
+    m_fanOut->publish(m_channels);
     disconnect(this, nullptr, channel, nullptr);
     channel->updateRouterActiveState(false);
     // The page may be the sender of the click that led here. It takes its channel along, and both go with the

@@ -1,18 +1,19 @@
 #include "channelasrouter.h"
 
+#include "channelfanout.h"
 #include "mutexguard.h"
+#include "threads.h"
 #include "udp.h"
 
-#include <utility>
-
-// Locks: m_runMutex comes before m_frameMutex, m_frameMutex before m_queueMutex. Whoever holds m_queueMutex
-// may try m_runMutex, since trying never waits.
+using namespace networksettings2g;
 
 namespace {
 
-constexpr uint32_t waitMilliseconds = 100;
 constexpr uint32_t stopMilliseconds = 10;
 constexpr uint32_t sendTimeoutMicroseconds = 100000;
+
+/// Most frames that a server sends for one channel before it leaves the rest to the channel's worker.
+constexpr int framesPerService = 4;
 
 uint32_t workerEntry(void *channel)
 {
@@ -25,68 +26,45 @@ uint32_t workerEntry(void *channel)
 
 ChannelAsRouter::ChannelAsRouter(IOManager *ioManager, int channelIndex, BackendVersions *versions)
     : Channel(ioManager, channelIndex, versions)
-    , m_log(channelIndex + 1)
+    , m_log(this, channelIndex + 1)
 {
     mutexCreate(&m_frameMutex);
-    mutexCreate(&m_queueMutex);
-    mutexCreate(&m_runMutex);
-    condCreate(&m_queueCondition);
     if (!hasLocks())
-        m_log.tell(RouterLog::LocksRefused);
+        m_log.log(RouterLog::LocksRefused);
 }
 
 ChannelAsRouter::~ChannelAsRouter()
 {
-    if (hasLocks()) {
-        const MutexGuard queue(m_queueMutex);
-        m_workerRun = false;
-        wakeWorker();
-    }
+    m_routerRunning = false;
+    if (hasLocks())
+        m_lines.interruptWorker();
     threadAwait(this);
     if (m_socketHandle)
         udpClose(m_socketHandle);
-    if (m_queueCondition)
-        condDestroy(m_queueCondition);
-    for (Mutex *mutex : {m_queueMutex, m_frameMutex, m_runMutex}) {
-        if (mutex)
-            mutexDestroy(mutex);
-    }
+    if (m_frameMutex)
+        mutexDestroy(m_frameMutex);
 }
 
-void ChannelAsRouter::enqueue(const RouterLine &line)
+bool ChannelAsRouter::enqueue(const RouterLine &line)
 {
-    if (!isActive() || !m_routerRunning || destination().address == 0)
-        return;
-    // Behind the lock, so that the woken worker does not stop at it at once.
-    if (queueLine(line))
-        condSignal(m_queueCondition);
+    return isActive() && m_routerRunning && destination().address != 0 && m_lines.append(line);
 }
 
-bool ChannelAsRouter::queueLine(const RouterLine &line)
-{
-    const MutexGuard queue(m_queueMutex);
-    m_lineQueue.append(line);
-    if (!m_workerWaits || !(m_wakeRule.isDue(line, m_lineQueue.lineCount()) || m_lineQueue.hasFullBlock()))
-        return false;
-    m_workerWaits = false;
-    return true;
-}
-
-/// Holds m_frameMutex, ahead of the worker: that one would take the mutex again and again while it has frames
-/// to send, and a mutex owes nobody a turn.
-class ChannelAsRouter::FrameTurn
+/// Locks m_frameMutex with priority over the worker and servers. Mutexes are not fair: a worker with a
+/// backlog could re-lock it between frames indefinitely.
+class SCOPED_CAPABILITY ChannelAsRouter::PriorityFrameLock
 {
 public:
-    explicit FrameTurn(ChannelAsRouter *channel)
+    explicit PriorityFrameLock(ChannelAsRouter *channel) ACQUIRE(channel->m_frameMutex)
         : m_mutex(channel->m_frameMutex)
     {
-        ++channel->m_frameTurnsWanted;
+        ++channel->m_frameLocksWanted;
         mutexLock(m_mutex);
-        --channel->m_frameTurnsWanted;
+        --channel->m_frameLocksWanted;
     }
-    ~FrameTurn() { mutexUnlock(m_mutex); }
-    FrameTurn(const FrameTurn &) = delete;
-    FrameTurn &operator=(const FrameTurn &) = delete;
+    ~PriorityFrameLock() RELEASE() { mutexUnlock(m_mutex); }
+    PriorityFrameLock(const PriorityFrameLock &) = delete;
+    PriorityFrameLock &operator=(const PriorityFrameLock &) = delete;
 
 private:
     Mutex *m_mutex;
@@ -96,7 +74,7 @@ void ChannelAsRouter::resetFrame()
 {
     if (!hasLocks())
         return;
-    const FrameTurn turn(this);
+    const PriorityFrameLock lock(this);
     dropFrame();
 }
 
@@ -112,197 +90,152 @@ void ChannelAsRouter::updateRouterActiveState(bool active)
 
 void ChannelAsRouter::startRouter()
 {
-    if (!m_routerRunning.exchange(true))
-        m_log.tell(RouterLog::Started);
-    openSocket();
-    setHost(host()); // repeats a look-up that failed; not under a lock that a data thread takes
-    dropFrameAndLetWorkerRun();
+    const bool wasRunning = m_routerRunning;
+    bool hasSocket = false;
+    setHost(
+        host()); // repeats a look-up that failed; without a lock, because data threads must not wait for it
+    {
+        // Done under one lock, before the new thread starts. A previous worker that still holds a line either
+        // adds it before this (and it is dropped) or sees m_routerRunning and continues. Lines of the new
+        // worker's frame are never dropped.
+        const PriorityFrameLock lock(this);
+        hasSocket = m_socketHandle || udpOpen(&m_socketHandle, 0, UdpAnyPort) == UdpSucceeded;
+        dropFrame();
+        m_routerRunning = true;
+    }
+    if (!wasRunning)
+        m_log.log(RouterLog::Started);
+    if (!hasSocket)
+        m_log.log(RouterLog::SocketRefused);
     startThread();
 }
 
 void ChannelAsRouter::stopRouter()
 {
-    bool ran = false;
-    {
-        const MutexGuard queue(m_queueMutex);
-        ran = m_routerRunning.exchange(false);
-        m_workerRun = false;
-        wakeWorker();
-    }
+    const bool wasRunning = m_routerRunning.exchange(false);
+    m_lines.interruptWorker();
     threadSleep(stopMilliseconds);
     resetFrame();
-    if (ran)
-        m_log.tell(RouterLog::Stopped);
-}
-
-void ChannelAsRouter::dropFrameAndLetWorkerRun()
-{
-    // In one step, and before the new thread starts: an old worker with a line in hand either adds it before
-    // and it is dropped, or sees that it is to go on. Nothing is taken from a frame that the new worker has
-    // begun.
-    const FrameTurn turn(this);
-    dropFrame();
-    m_workerRun = true;
-}
-
-void ChannelAsRouter::openSocket()
-{
-    // Only this thread writes the field, so it may look without the lock. A failure is tried again at the
-    // next start.
-    if (m_socketHandle)
-        return;
-    SocketHandle *handle = nullptr;
-    if (udpOpen(&handle, 0, UdpAnyPort) != 0) {
-        m_log.tell(RouterLog::SocketRefused);
-        return;
-    }
-    const FrameTurn turn(this);
-    m_socketHandle = handle;
+    if (wasRunning)
+        m_log.log(RouterLog::Stopped);
 }
 
 void ChannelAsRouter::startThread()
 {
-    if (threadStart(workerEntry, this) != 0 && stopWithoutWorker())
-        m_log.tell(RouterLog::ThreadRefused);
-}
-
-bool ChannelAsRouter::stopWithoutWorker()
-{
-    const MutexGuard queue(m_queueMutex);
-    const bool workerRuns = mutexTryLock(m_runMutex) == 1;
-    if (workerRuns)
-        return false;
-    mutexUnlock(m_runMutex);
+    if (threadStart(workerEntry, this) == Succeeded || m_lines.hasWorker())
+        return;
     m_routerRunning = false;
-    m_workerRun = false;
-    return true;
+    m_log.log(RouterLog::ThreadRefused);
 }
 
 void ChannelAsRouter::runWorker()
 {
-    if (!claimRun())
+    if (!m_lines.tryBecomeWorker())
         return;
-    while (!leaveRun()) {
-        if (m_frameTurnsWanted > 0)
+    {
+        const MutexGuard lock(m_frameMutex);
+        m_frame.startRun();
+    }
+    while (!m_lines.tryStopWorker()) {
+        if (m_frameLocksWanted > 0)
             threadSleep(1);
         waitForLines();
-        handleLines(); // also of a worker that is to stop: what it has left in the queue belongs to its frame
+        // The others first, because the own socket may make this thread wait. Also when stopping: a data
+        // thread that has called several channels has woken only this worker.
+        if (m_fanOut)
+            m_fanOut->serveCalled(this);
+        handleLines(); // also when stopping: lines left in the queue belong to the current frame
     }
-}
-
-bool ChannelAsRouter::claimRun()
-{
-    {
-        // Claiming and leaving exclude each other: where a claim fails, the other worker has its last look at
-        // the flags still to come, and sees what this thread was started for.
-        const MutexGuard queue(m_queueMutex);
-        if (mutexTryLock(m_runMutex) != 0)
-            return false;
-    }
-    const MutexGuard frame(m_frameMutex);
-    m_frame.startRun();
-    return true;
-}
-
-bool ChannelAsRouter::leaveRun()
-{
-    if (isRunWanted())
-        return false;
-    const MutexGuard queue(m_queueMutex);
-    if (isRunWanted())
-        return false;
-    mutexUnlock(m_runMutex);
-    return true;
-}
-
-void ChannelAsRouter::handleLines()
-{
-    bool linesLost = false;
-    std::optional<RouterLog::Event> dropped;
-    {
-        const MutexGuard frame(m_frameMutex);
-        if (m_block.isRead())
-            linesLost = takeLines();
-        dropped = assembleFrame();
-        if (m_block.isRead())
-            m_block.clear();
-    }
-    // Behind the lock: the host's message handler may take its time, or a lock that somebody holds who waits
-    // for this one.
-    if (linesLost)
-        m_log.tell(RouterLog::LinesLost);
-    if (dropped)
-        m_log.tell(*dropped);
-}
-
-bool ChannelAsRouter::takeLines()
-{
-    bool gap = false;
-    {
-        const MutexGuard queue(m_queueMutex);
-        gap = m_lineQueue.take(&m_block) && m_lineQueue.takeGap();
-    }
-    if (gap)
-        m_frame.startAfterGap();
-    return gap;
-}
-
-std::optional<RouterLog::Event> ChannelAsRouter::assembleFrame()
-{
-    RouterLine line;
-    while (m_block.read(&line)) {
-        if (!m_frame.add(line))
-            continue;
-        const std::optional<RouterLog::Event> dropped = sendFrame();
-        m_frame.resetFrame();
-        return dropped; // the router may be to stop
-    }
-    return {};
 }
 
 void ChannelAsRouter::waitForLines()
 {
-    WakeRule nextCompletion;
+    WakeCondition nextCompletion;
     {
-        const MutexGuard frame(m_frameMutex);
-        if (!m_block.isRead())
+        const MutexGuard lock(m_frameMutex);
+        if (!m_block.isRead() || m_frame.isComplete())
             return;
         nextCompletion = m_frame.nextCompletion();
     }
-    const MutexGuard queue(m_queueMutex);
-    // A stop wakes the worker under the lock: if it came before this, there is nothing to wait for.
-    if (m_lineQueue.lineCount() > 0 || !isRunWanted())
-        return;
-    m_wakeRule = std::move(nextCompletion);
-    m_workerWaits = !m_waitFailed;
-    sleepUntilWoken();
-    m_workerWaits = false;
+    m_lines.waitForLines(std::move(nextCompletion));
 }
 
-void ChannelAsRouter::sleepUntilWoken()
+void ChannelAsRouter::handleLines()
 {
-    if (!m_waitFailed && condTimedWait(m_queueCondition, m_queueMutex, waitMilliseconds) != -1)
-        return;
-    // The condition is broken: another wait might stand at its gate for good, with the mutex held. Whether
-    // this one has given the mutex back is unknown. Go on by looking at the queue from time to time, with the
-    // mutex held once.
-    m_waitFailed = true;
-    while (mutexUnlock(m_queueMutex) == 0) {
+    LogEvent lost;
+    LogEvent dropped;
+    {
+        const MutexGuard lock(m_frameMutex);
+        if (m_block.isRead() && !m_frame.isComplete() &&
+            m_lines.take(&m_block) == LineMonitor::Taken::LinesAfterGap) {
+            m_frame.startAfterGap();
+            lost = RouterLog::LinesLost;
+        }
+        dropped = assembleFrame(sendTimeoutMicroseconds);
     }
-    threadSleep(stopMilliseconds);
-    mutexLock(m_queueMutex);
+    m_log.post(lost);
+    m_log.post(dropped);
 }
 
-void ChannelAsRouter::wakeWorker()
+void ChannelAsRouter::serve()
 {
-    if (std::exchange(m_workerWaits, false))
-        condSignal(m_queueCondition);
+    if (m_lines.isCalled() && !tryServe())
+        wakeWorker();
+}
+
+/// Returns false if the channel's own worker must handle the lines.
+bool ChannelAsRouter::tryServe()
+{
+    if (m_frameLocksWanted > 0 || mutexTryLock(m_frameMutex) != Succeeded)
+        return false;
+    LogEvent dropped;
+    const bool served = serveFrames(&dropped);
+    mutexUnlock(m_frameMutex);
+    m_log.post(dropped);
+    return served;
+}
+
+bool ChannelAsRouter::serveFrames(LogEvent *dropped)
+{
+    using Service = LineMonitor::Service;
+    if (!m_block.isRead() || m_frame.isComplete())
+        return false;
+    Service service = m_lines.beginService(&m_block);
+    for (int frames = 0; service == Service::Granted; ++frames) {
+        if (frames < framesPerService)
+            *dropped = assembleFrame(0);
+        if (!m_block.isRead() || m_frame.isComplete()) {
+            m_lines.abandonService();
+            return false;
+        }
+        service = m_lines.continueService(m_frame.nextCompletion(), &m_block);
+    }
+    return service == Service::NotNeeded;
+}
+
+/// Reads lines up to the end of a frame and sends it. With a time-out of 0, a frame for which the socket is
+/// not ready stays complete.
+ChannelAsRouter::LogEvent ChannelAsRouter::assembleFrame(uint32_t timeoutMicroseconds)
+{
+    RouterLine line;
+    while (!m_frame.isComplete() && m_block.read(&line))
+        m_frame.add(line);
+    if (m_block.isRead())
+        m_block.clear();
+    if (!m_frame.isComplete())
+        return {};
+    const LogEvent dropped = sendFrame(timeoutMicroseconds);
+    if (dropped == RouterLog::SendTimedOut && timeoutMicroseconds == 0)
+        return {};
+    m_frame.resetFrame();
+    return dropped;
 }
 
 void ChannelAsRouter::dropFrame()
 {
-    // What a waiting worker has left in the queue belongs to the frame, and is not enough to complete it.
-    if (takeLinesLeftLying()) {
+    // Lines that a sleeping worker left in the queue belong to the frame being dropped; they are too few to
+    // complete it.
+    if (m_lines.takeLinesOfSleepingWorker(&m_block)) {
         RouterLine line;
         while (m_block.read(&line))
             m_frame.add(line);
@@ -310,17 +243,7 @@ void ChannelAsRouter::dropFrame()
     m_frame.resetFrame();
 }
 
-bool ChannelAsRouter::takeLinesLeftLying()
-{
-    const MutexGuard queue(m_queueMutex);
-    if (!m_workerWaits)
-        return false;
-    m_wakeRule = WakeRule(); // what the worker knew of its frame is out of date
-    takeLines();
-    return true;
-}
-
-std::optional<RouterLog::Event> ChannelAsRouter::sendFrame()
+ChannelAsRouter::LogEvent ChannelAsRouter::sendFrame(uint32_t timeoutMicroseconds)
 {
     if (!m_frame.hasNumber())
         return RouterLog::FrameWithoutNumber;
@@ -333,13 +256,15 @@ std::optional<RouterLog::Event> ChannelAsRouter::sendFrame()
         return RouterLog::FrameWithoutSocket;
     if (to.address == 0)
         return RouterLog::FrameWithoutAddress;
-    const QByteArray &text = m_frame.text();
-    // A frame that does not get out is lost.
-    switch (udpSend(m_socketHandle, text.constData(), text.size(), to.address, to.port,
-                    sendTimeoutMicroseconds)) {
-    case 0:
+    if (!m_routerRunning) // the last look before sending: the frame may belong to a run that has been stopped
         return {};
-    case -1:
+    const QByteArray &text = m_frame.text();
+    // A frame that cannot be sent is lost.
+    switch (
+        udpSend(m_socketHandle, text.constData(), text.size(), to.address, to.port, timeoutMicroseconds)) {
+    case UdpSucceeded:
+        return {};
+    case UdpTimedOut:
         return RouterLog::SendTimedOut;
     default:
         return RouterLog::SendFailed;

@@ -2,22 +2,45 @@
 
 #include "channel.h"
 #include "frameassembler.h"
-#include "linequeue.h"
+#include "linemonitor.h"
 #include "routerlog.h"
-#include "wakerule.h"
 
+#include <memory>
 #include <optional>
 
-struct Condition;
-struct Mutex;
 struct SocketHandle;
 
-/// A channel that can forward the tracking data itself: lines of its ticked types queue up, and a worker
+namespace networksettings2g {
+class ChannelFanOut;
+}
+
+/// A channel that can forward the tracking data itself: lines of its ticked types are queued, and a worker
 /// thread of its own joins them into frames and sends each frame as one UDP datagram to the channel's
 /// destination.
 ///
-/// Failures stay silent: nothing of the forwarding is reported to the user, only to RouterLog. A channel
-/// whose locks could not be made never routes.
+/// A worker that is awake also serves the called channels of the same fan-out (see LineMonitor), so that one
+/// wake-up per frame can serve several channels. A server never waits: it tries the frame mutex, sends only
+/// if the socket is ready, and leaves everything else (a backlog, lost lines, a socket that is not ready, a
+/// thread that wants the frame mutex, a stop) to the channel's own worker, which it wakes. So a channel whose
+/// receiver stalls delays no other channel.
+///
+/// Failures stay silent: nothing about forwarding is reported to the user, only to RouterLog. A channel whose
+/// locks could not be made never routes.
+///
+/// Thread safety: enqueue(), wakeWorker(), serve() and resetFrame() may be called by any thread that keeps
+/// the channel from being destroyed (see ChannelFanOut). Everything else belongs to the GUI thread.
+///
+/// Invariants:
+/// 1. Lock order: the worker's run, m_frameMutex, the mutex of m_lines.
+/// 2. Whoever holds m_frameMutex handles lines: the worker, a server, or a thread that drops the frame. It is
+/// held
+///    through a send, which the worker may wait for, at most 100 ms.
+/// 3. A datagram is sent only while m_routerRunning is set. A stop clears it and then locks m_frameMutex, so
+/// no
+///    datagram leaves after the stop has returned.
+/// 4. m_block holds unread lines, or m_frame is complete, only while a thread is handling lines or the worker
+/// is
+///    awake or called.
 class ChannelAsRouter : public Channel
 {
     Q_OBJECT
@@ -25,69 +48,65 @@ class ChannelAsRouter : public Channel
 public:
     ChannelAsRouter(IOManager *ioManager, int channelIndex, BackendVersions *versions);
 
-    /// Returns when every thread that the channel ever started has ended. No data thread may hold the
+    /// Returns when every thread that the channel ever started has ended. No other thread may use the
     /// channel.
     ~ChannelAsRouter() override;
 
-    /// Queues a copy of \a line, whose type the channel ticks, if the channel routes. Any thread; waits for
-    /// nothing but a lock that is held for a few instructions.
-    void enqueue(const RouterLine &line);
+    /// Names the fan-out that delivers to this channel. GUI thread, before the first start.
+    void setFanOut(std::shared_ptr<networksettings2g::ChannelFanOut> fanOut) { m_fanOut = std::move(fanOut); }
 
-    /// Drops the frame that is being assembled. Any thread; waits while the worker sends, at most 100 ms.
+    /// Queues a copy of \a line, whose type the channel ticks, if the channel routes. Returns whether the
+    /// channel is called after it: then wakeWorker() must follow, for this channel or for one of the same
+    /// fan-out that is called later. Waits only for a lock that is held for a few instructions.
+    bool enqueue(const networksettings2g::RouterLine &line);
+
+    /// Wakes the worker, which serves all called channels of its fan-out and then its own.
+    void wakeWorker() { m_lines.wakeWorker(); }
+
+    /// Handles the lines of this channel, if it is called, on another channel's worker. Never waits.
+    void serve();
+
+    /// Drops the frame that is being assembled. Waits for a send in progress, at most 100 ms.
     void resetFrame();
 
-    /// The life of a worker: returns when the router is to stop, or at once if another worker runs.
+    /// The life of a worker: returns when the router should stop, or at once if another worker runs.
     void runWorker();
 
 public slots:
-    /// Starts forwarding if \a active and the channel is active, otherwise stops it; either way the frame
-    /// that is being assembled is dropped. GUI thread. A start may block for a name look-up, a stop takes 10
-    /// ms; both wait while the worker sends.
+    /// Starts forwarding if \a active and the channel is active, otherwise stops it; in both cases the frame
+    /// that is being assembled is dropped. A start may block for a name look-up, a stop takes 10 ms; both
+    /// wait for a send in progress.
     void updateRouterActiveState(bool active);
 
 private:
-    class FrameTurn;
+    class PriorityFrameLock;
+    using LogEvent = std::optional<networksettings2g::RouterLog::Event>; // none: nothing to log
 
-    bool hasLocks() const { return m_frameMutex && m_queueMutex && m_runMutex && m_queueCondition; }
-    bool isRunWanted() const { return m_workerRun && m_routerRunning && isActive(); }
+    bool hasLocks() const { return m_frameMutex && m_lines.isUsable(); }
+    bool isRunWanted() const { return m_routerRunning && isActive(); }
     void startRouter();
     void stopRouter();
-    void openSocket();
-    void dropFrameAndLetWorkerRun();
     void startThread();
-    bool stopWithoutWorker();
-    bool queueLine(const RouterLine &line);
-    bool claimRun();
-    bool leaveRun();
-    void handleLines();
     void waitForLines();
-    void sleepUntilWoken();
-    void wakeWorker();
-    bool takeLines();
-    std::optional<RouterLog::Event> assembleFrame();
-    bool takeLinesLeftLying();
-    void dropFrame();
-    std::optional<RouterLog::Event> sendFrame();
+    void handleLines();
+    bool tryServe() UNCHECKED_LOCKING;
+    bool serveFrames(LogEvent *dropped) REQUIRES(m_frameMutex);
+    LogEvent assembleFrame(uint32_t timeoutMicroseconds) REQUIRES(m_frameMutex);
+    LogEvent sendFrame(uint32_t timeoutMicroseconds) REQUIRES(m_frameMutex);
+    void dropFrame() REQUIRES(m_frameMutex);
 
-    // A line of data touches the first group, the worker the second. Each has cache lines of its own, so that
-    // the two sides do not slow each other, and as few of them as possible, since they are cold at each
-    // frame.
+    // A line of data touches the first group, frame handling the second. Each group starts on its own cache
+    // line (no false sharing) and stays small, because it is cold at every frame.
     static constexpr std::size_t CacheLineBytes = 64;
 
-    alignas(CacheLineBytes) std::atomic<bool> m_routerRunning{false}; // lines are queued and handled
-    std::atomic<bool> m_workerRun{false};                             // the worker may go on
-    bool m_workerWaits = false;            // and has not been signalled; under m_queueMutex
-    bool m_waitFailed = false;             // m_queueCondition is broken; under m_queueMutex
-    Mutex *m_queueMutex = nullptr;         // also guards claiming and leaving the run
-    Condition *m_queueCondition = nullptr; // signalled at a line that m_wakeRule tells
-    WakeRule m_wakeRule;                   // of the waiting worker; under m_queueMutex
-    LineQueue m_lineQueue;                 // under m_queueMutex
+    alignas(CacheLineBytes) std::atomic<bool> m_routerRunning{false}; // lines are queued and frames sent
+    networksettings2g::LineMonitor m_lines{[this] { return isRunWanted(); }};
 
-    alignas(CacheLineBytes) Mutex *m_frameMutex = nullptr; // held through a send
-    std::atomic<int> m_frameTurnsWanted{0};                // threads that wait for it beside the worker
-    Mutex *m_runMutex = nullptr;                           // held by the worker for its whole life
-    SocketHandle *m_socketHandle = nullptr;                // written by the GUI thread; under m_frameMutex
-    LineBlock m_block;      // taken by the worker, or by another in its place; under m_frameMutex
-    FrameAssembler m_frame; // under m_frameMutex
-    RouterLog m_log;
+    alignas(CacheLineBytes) Mutex *m_frameMutex = nullptr;
+    std::atomic<int> m_frameLocksWanted{0}; // threads other than the worker that wait for m_frameMutex
+    SocketHandle *m_socketHandle GUARDED_BY(m_frameMutex) = nullptr; // written by the GUI thread
+    networksettings2g::LineBlock m_block GUARDED_BY(m_frameMutex);
+    networksettings2g::FrameAssembler m_frame GUARDED_BY(m_frameMutex);
+    networksettings2g::RouterLog m_log;
+    std::shared_ptr<networksettings2g::ChannelFanOut> m_fanOut;
 };

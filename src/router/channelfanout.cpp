@@ -6,11 +6,18 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <utility>
+
+namespace networksettings2g {
 
 namespace {
 
-/// The first bytes of \a type as a number, which is compared faster than a text. Few types differ behind
-/// them.
+/// One woken worker serves up to this many called channels; more of them wake another one. Measured with ten
+/// channels: two servers keep two processors busy, and more of them cost more wake-ups than they gain.
+constexpr int channelsPerServer = 5;
+
+/// The first bytes of \a type as a number, which is faster to compare than a text. Few types share their
+/// first eight bytes.
 quint64 keyOf(std::string_view type)
 {
     quint64 key = 0;
@@ -20,23 +27,29 @@ quint64 keyOf(std::string_view type)
 
 } // namespace
 
-class ChannelFanOut::Visit
+/// Keeps the current table, and the channels in it, for as long as it lives.
+class ChannelFanOut::Reader
 {
 public:
-    explicit Visit(ChannelFanOut &fanOut)
-        : m_table(fanOut.m_tables[fanOut.m_entrance.fetch_add(2) & 1])
+    explicit Reader(ChannelFanOut &fanOut)
+        : m_table(fanOut.m_tables[fanOut.m_readerState.fetch_add(2) & 1])
     {
     }
-    // The last touch: the table may be emptied in the next moment.
-    ~Visit() { ++m_table.visited; }
-    Visit(const Visit &) = delete;
-    Visit &operator=(const Visit &) = delete;
+    // Must be the last access: the table may be reused at once.
+    ~Reader() { ++m_table.readersLeft; }
+    Reader(const Reader &) = delete;
+    Reader &operator=(const Reader &) = delete;
 
     const Table &table() const { return m_table; }
 
 private:
     Table &m_table;
 };
+
+ChannelFanOut::ChannelFanOut(const std::atomic<bool> &isRouterActive)
+    : m_isRouterActive(isRouterActive)
+{
+}
 
 ChannelFanOut::~ChannelFanOut()
 {
@@ -45,31 +58,56 @@ ChannelFanOut::~ChannelFanOut()
 
 void ChannelFanOut::publish(const QList<ChannelAsRouter *> &channels)
 {
-    const quint64 next = ~m_entrance & 1;
+    const quint64 next = ~m_readerState & 1;
     m_tables[next].fill(channels);
-    const quint64 closed = m_entrance.exchange(next);
+    const quint64 closed = m_readerState.exchange(next);
     Table &old = m_tables[closed & 1];
-    while (old.visited != closed >> 1)
+    while (old.readersLeft != closed >> 1)
         threadSleep(1);
     old.fill({});
 }
 
 void ChannelFanOut::deliver(const char *type, const char *line)
 {
-    const Visit visit(*this);
-    const Channels *channels = visit.table().find(type);
+    // Register before the look at the flag: a thread that has passed the flag is waited for.
+    const Reader reader(*this);
+    const Channels *channels = m_isRouterActive ? reader.table().find(type) : nullptr;
     if (!channels)
         return;
     const RouterLine routed{type, line};
-    for (ChannelAsRouter *channel : *channels)
-        channel->enqueue(routed);
+    // Each group's last called channel is woken: its worker, awake or woken, looks at the others after all of
+    // the group have been called.
+    ChannelAsRouter *lastCalled = nullptr;
+    int called = 0;
+    for (ChannelAsRouter *channel : *channels) {
+        if (!channel->enqueue(routed))
+            continue;
+        lastCalled = channel;
+        if (++called % channelsPerServer == 0)
+            std::exchange(lastCalled, nullptr)->wakeWorker();
+    }
+    if (lastCalled)
+        lastCalled->wakeWorker();
 }
 
 void ChannelFanOut::resetFrames()
 {
-    const Visit visit(*this);
-    for (ChannelAsRouter *channel : visit.table().channels)
+    const Reader reader(*this);
+    if (!m_isRouterActive)
+        return;
+    for (ChannelAsRouter *channel : reader.table().channels)
         channel->resetFrame();
+}
+
+void ChannelFanOut::serveCalled(const ChannelAsRouter *server)
+{
+    const Reader reader(*this);
+    const Channels &channels = reader.table().channels;
+    // From the server downwards and around, so that two servers begin with their own groups.
+    const int count = channels.size();
+    const int first = std::find(channels.cbegin(), channels.cend(), server) - channels.cbegin();
+    for (int step = 1; step <= count; ++step)
+        channels.at((first + count - step) % count)->serve();
 }
 
 void ChannelFanOut::Table::fill(const Channels &from)
@@ -88,7 +126,7 @@ void ChannelFanOut::Table::fill(const Channels &from)
         keys.push_back(sortedBy.first);
         routes.push_back({sortedBy.second, wanting});
     }
-    visited = 0;
+    readersLeft = 0;
 }
 
 const ChannelFanOut::Channels *ChannelFanOut::Table::find(std::string_view type) const
@@ -102,3 +140,5 @@ const ChannelFanOut::Channels *ChannelFanOut::Table::find(std::string_view type)
     }
     return nullptr;
 }
+
+} // namespace networksettings2g

@@ -5,17 +5,19 @@
 #include <cstdlib>
 #include <limits>
 
+namespace networksettings2g {
+
 namespace {
 
 constexpr int reservedBytes = 20000;
 
-/// The number behind "fr ", 0 if there is none or it does not fit.
+/// The number after "fr "; 0 if there is none or it does not fit into 32 bits.
 qint32 parseFrameNumber(std::string_view line)
 {
     constexpr std::size_t position = 3;
     if (line.size() < position)
         return 0;
-    const std::string text(line.substr(position)); // ends where the line does
+    const std::string text(line.substr(position)); // terminated for strtol()
     errno = 0;
     const long number = std::strtol(text.c_str(), nullptr, 10);
     const bool fits = errno == 0 && number >= std::numeric_limits<qint32>::min() &&
@@ -54,8 +56,9 @@ void FrameAssembler::startAfterGap()
 void FrameAssembler::resetFrame()
 {
     m_frameNumber = 0;
+    m_complete = false;
     m_oversized = false;
-    // With room reserved, emptying keeps the memory for the next frame.
+    // With a reserved capacity, emptying keeps the memory for the next frame.
     m_frameBuffer.resize(0);
     m_frameBuffer.reserve(reservedBytes);
 }
@@ -67,15 +70,16 @@ bool FrameAssembler::add(const RouterLine &line)
     readFrameNumber(line);
     appendText(line.line);
     ++m_lineCount;
-    return m_lineCount == m_frameLines;
+    m_complete = m_lineCount == m_frameLines;
+    return m_complete;
 }
 
-WakeRule FrameAssembler::nextCompletion() const
+WakeCondition FrameAssembler::nextCompletion() const
 {
     const int linesToNewOpener = MaximumLinesWithoutStart - m_linesWithoutStart + 1;
     const bool isMidFrame = m_lineCount < m_frameLines;
-    // In the midst of a frame the rest of it is to come, unless a new one opens. Between two frames the next
-    // one opens, and it will have the length of this one.
+    // Within a frame its remaining lines complete it, unless a new frame opens earlier. Between two frames
+    // the next one opens, and it is complete at the length of this one.
     const int lines = isMidFrame ? m_frameLines - m_lineCount : m_lineCount;
     return {static_cast<std::size_t>(std::clamp(lines, 1, linesToNewOpener)), m_firstLineType, !isMidFrame};
 }
@@ -130,3 +134,5 @@ bool FrameAssembler::isSendable(int divisor) const
 {
     return hasNumber() && m_frameNumber % divisor == 0 && !isOversized();
 }
+
+} // namespace networksettings2g

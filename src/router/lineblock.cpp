@@ -3,31 +3,39 @@
 #include <algorithm>
 #include <cstring>
 
+namespace networksettings2g {
+
 namespace {
 
-constexpr std::size_t calmBytes = std::size_t{8} * 1024; // some frames
-constexpr std::size_t mostKeptBytes = std::size_t{128} * 1024;
+constexpr std::size_t normalBytes = std::size_t{8} * 1024; // some frames
 
 } // namespace
 
+bool LineBlock::hasRoomFor(const RouterLine &line) const
+{
+    return m_lineCount == 0 || (m_lineCount < MaximumLines && endWith(line) <= MaximumBytes);
+}
+
+std::size_t LineBlock::allocationFor(const RouterLine &line) const
+{
+    const std::size_t end = endWith(line);
+    if (end <= m_memory.size())
+        return 0;
+    return std::max(end, std::min(std::max(normalBytes, 2 * m_memory.size()), MaximumBytes));
+}
+
 void LineBlock::append(const RouterLine &line)
 {
+    if (const std::size_t bytes = allocationFor(line))
+        m_memory.resize(bytes);
     const Lengths lengths = {line.type.size(), line.line.size()};
-    const std::size_t end = m_used + sizeof lengths + lengths.type + lengths.line;
-    if (end > m_memory.size())
-        reserve(end);
     char *to = m_memory.data() + m_used;
     std::memcpy(to, &lengths, sizeof lengths);
     to += sizeof lengths;
     line.type.copy(to, lengths.type);
     line.line.copy(to + lengths.type, lengths.line);
-    m_used = end;
+    m_used = endWith(line);
     ++m_lineCount;
-}
-
-void LineBlock::reserve(std::size_t bytes)
-{
-    m_memory.resize(std::max({calmBytes, bytes, 2 * m_memory.size()}));
 }
 
 bool LineBlock::read(RouterLine *line)
@@ -46,11 +54,13 @@ bool LineBlock::read(RouterLine *line)
 
 void LineBlock::clear()
 {
-    // What a backlog has taken goes back with the first calm data behind it.
-    const bool isWasted = m_memory.size() > calmBytes && m_memory.size() / 4 > m_used;
-    if (isWasted || m_memory.size() > mostKeptBytes)
+    // Memory grown during a backlog is released at the first small batch after it.
+    const bool isWasted = m_memory.size() > normalBytes && m_memory.size() / 4 > m_used;
+    if (isWasted || m_memory.size() > MaximumBytes)
         std::vector<char>().swap(m_memory);
     m_used = 0;
     m_read = 0;
     m_lineCount = 0;
 }
+
+} // namespace networksettings2g

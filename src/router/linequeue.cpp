@@ -2,20 +2,28 @@
 
 #include <utility>
 
+namespace networksettings2g {
+
 void LineQueue::append(const RouterLine &line)
 {
-    const std::size_t bytes = line.type.size() + line.line.size();
-    while (m_lineCount > 0 && (m_lineCount >= MaximumLines || m_byteCount + bytes > MaximumBytes))
+    if (!m_newest.hasRoomFor(line)) {
+        m_fullBytes += m_newest.allocatedBytes();
+        m_full.push_back(std::exchange(m_newest, {}));
+    }
+    while (m_lineCount > 0 && !fits(line))
         dropOldest();
-    if (bytes > MaximumBytes) {
-        m_gap = true;
+    if (!fits(line)) {
+        m_linesLost = true;
         return;
     }
-    if (isFull(m_newest))
-        startBlock();
     m_newest.append(line);
     ++m_lineCount;
-    m_byteCount += bytes;
+}
+
+/// The block's present memory counts too: both exist while it grows.
+bool LineQueue::fits(const RouterLine &line) const
+{
+    return m_lineCount < MaximumLines && allocatedBytes() + m_newest.allocationFor(line) <= MaximumBytes;
 }
 
 bool LineQueue::take(LineBlock *block)
@@ -23,45 +31,32 @@ bool LineQueue::take(LineBlock *block)
     if (m_lineCount == 0)
         return false;
     block->clear();
-    if (m_full.empty()) {
+    if (m_full.empty())
         std::swap(*block, m_newest);
-    } else {
-        *block = std::move(m_full.front());
-        m_full.pop_front();
-    }
-    subtract(*block);
+    else
+        *block = takeOldestFull();
+    m_lineCount -= block->lineCount();
     return true;
 }
 
-bool LineQueue::takeGap()
+LineBlock LineQueue::takeOldestFull()
 {
-    return std::exchange(m_gap, false);
-}
-
-bool LineQueue::isFull(const LineBlock &block)
-{
-    return block.lineCount() >= BlockLines || block.byteCount() >= BlockBytes;
-}
-
-void LineQueue::startBlock()
-{
-    m_full.push_back(std::exchange(m_newest, {}));
+    LineBlock oldest = std::move(m_full.front());
+    m_full.pop_front();
+    m_fullBytes -= oldest.allocatedBytes();
+    return oldest;
 }
 
 void LineQueue::dropOldest()
 {
-    if (m_full.empty()) {
-        subtract(m_newest);
-        m_newest.clear();
-    } else {
-        subtract(m_full.front());
-        m_full.pop_front();
-    }
-    m_gap = true;
+    const LineBlock dropped = m_full.empty() ? std::exchange(m_newest, {}) : takeOldestFull();
+    m_lineCount -= dropped.lineCount();
+    m_linesLost = true;
 }
 
-void LineQueue::subtract(const LineBlock &block)
+bool LineQueue::takeLinesLostFlag()
 {
-    m_lineCount -= block.lineCount();
-    m_byteCount -= block.byteCount();
+    return std::exchange(m_linesLost, false);
 }
+
+} // namespace networksettings2g

@@ -4,42 +4,49 @@
 
 #include <deque>
 
-/// The lines that wait for a worker, first in first out, in blocks that the worker takes as they are. It is
-/// bounded, not counting the one block that the worker has in hand: a worker that cannot keep up loses the
-/// oldest lines, a block at a time. Not thread-safe.
+namespace networksettings2g {
+
+/// A bounded FIFO of lines, handed to the worker in whole blocks. The block that the worker holds does not
+/// count. A worker that cannot keep up loses the oldest lines, one block at a time. Not thread-safe.
+///
+/// Invariants:
+/// 1. lineCount() is at most MaximumLines, allocatedBytes() at most MaximumBytes.
+/// 2. No block in m_full is empty, and all of their lines are older than those of m_newest.
 class LineQueue
 {
 public:
     static constexpr std::size_t MaximumLines = 16384;
     static constexpr std::size_t MaximumBytes = std::size_t{16} * 1024 * 1024;
 
-    /// A block takes no more lines once it has reached either.
-    static constexpr std::size_t BlockLines = 1024;
-    static constexpr std::size_t BlockBytes = std::size_t{64} * 1024;
-
-    /// Appends a copy of \a line. Old lines make room for it; a line above MaximumBytes is dropped itself.
+    /// Appends a copy of \a line. Drops the oldest lines if there is no room; drops a line that is too long
+    /// for an empty queue.
     void append(const RouterLine &line);
 
-    /// Puts the oldest lines in the place of those of \a block, which have been read; false, and \a block
-    /// stays, if there are none.
+    /// Replaces the contents of \a block, which must have been read, with the oldest lines. Returns false and
+    /// leaves \a block unchanged if the queue is empty.
     bool take(LineBlock *block);
 
     std::size_t lineCount() const { return m_lineCount; }
 
-    bool hasFullBlock() const { return isFull(m_newest) || m_lineCount > m_newest.lineCount(); }
+    /// All memory of the queue, spare capacity included.
+    std::size_t allocatedBytes() const { return m_fullBytes + m_newest.allocatedBytes(); }
 
-    /// Whether lines have been lost in front of the next one since this was last asked.
-    bool takeGap();
+    /// Whether the worker does not keep up: more than one block is waiting, or lines were lost.
+    bool hasBacklog() const { return !m_full.empty() || m_linesLost; }
+
+    /// Returns and clears whether lines were dropped before the next one.
+    bool takeLinesLostFlag();
 
 private:
-    static bool isFull(const LineBlock &block);
-    void startBlock();
+    bool fits(const RouterLine &line) const;
+    LineBlock takeOldestFull();
     void dropOldest();
-    void subtract(const LineBlock &block);
 
     LineBlock m_newest;
-    std::size_t m_lineCount = 0;
-    std::size_t m_byteCount = 0;
-    bool m_gap = false;
     std::deque<LineBlock> m_full; // oldest first
+    std::size_t m_fullBytes = 0;  // allocated by m_full
+    std::size_t m_lineCount = 0;
+    bool m_linesLost = false;
 };
+
+} // namespace networksettings2g

@@ -2,16 +2,18 @@
 
 #include "threads.h"
 
+namespace networksettings2g {
+
 /// Holds one level of a mutex for as long as it lives.
-class MutexGuard
+class SCOPED_CAPABILITY MutexGuard
 {
 public:
-    explicit MutexGuard(Mutex *mutex)
+    explicit MutexGuard(Mutex *mutex) ACQUIRE(mutex)
         : m_mutex(mutex)
     {
         mutexLock(m_mutex);
     }
-    ~MutexGuard() { mutexUnlock(m_mutex); }
+    ~MutexGuard() RELEASE() { mutexUnlock(m_mutex); }
 
     MutexGuard(const MutexGuard &) = delete;
     MutexGuard &operator=(const MutexGuard &) = delete;
@@ -19,3 +21,5 @@ public:
 private:
     Mutex *m_mutex;
 };
+
+} // namespace networksettings2g

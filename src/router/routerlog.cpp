@@ -2,12 +2,15 @@
 
 #include <QDeadlineTimer>
 #include <QLoggingCategory>
+#include <QMetaObject>
+
+namespace networksettings2g {
 
 namespace {
 
 constexpr qint64 pauseMilliseconds = 1000;
 
-// With this threshold nothing that is written here comes through unless a rule says so.
+// QtFatalMsg: silent unless a logging rule enables the category.
 Q_LOGGING_CATEGORY(routerCategory, "networksettings.router", QtFatalMsg)
 
 const char *textOf(RouterLog::Event event)
@@ -22,9 +25,9 @@ const char *textOf(RouterLog::Event event)
     case RouterLog::SocketRefused:
         return "its socket could not be opened; the next start tries again";
     case RouterLog::ThreadRefused:
-        return "stopped, since its thread could not be started";
+        return "stopped: its thread could not be started";
     case RouterLog::LinesLost:
-        return "lines lost, since more came than could be sent";
+        return "lines dropped: more arrived than could be sent";
     case RouterLog::FrameWithoutNumber:
         return "frame dropped: it has no frame number";
     case RouterLog::FrameTooLong:
@@ -34,7 +37,7 @@ const char *textOf(RouterLog::Event event)
     case RouterLog::FrameWithoutAddress:
         return "frame dropped: the destination has no address";
     case RouterLog::SendTimedOut:
-        return "frame dropped: the network did not take it in time";
+        return "frame dropped: the socket was not ready in time";
     case RouterLog::SendFailed:
         return "frame dropped: the network refused it";
     case RouterLog::EventCount:
@@ -45,26 +48,49 @@ const char *textOf(RouterLog::Event event)
 
 } // namespace
 
-RouterLog::RouterLog(int channelNumber)
-    : m_channelNumber(channelNumber)
+RouterLog::RouterLog(QObject *channel, int channelNumber)
+    : m_channel(channel)
+    , m_channelNumber(channelNumber)
 {
 }
 
-void RouterLog::tell(Event event)
+void RouterLog::log(Event event)
+{
+    if (const std::optional<int> suppressed = admit(event))
+        write(event, *suppressed);
+}
+
+void RouterLog::post(std::optional<Event> event)
+{
+    const std::optional<int> suppressed = event ? admit(*event) : std::nullopt;
+    if (!suppressed)
+        return;
+    QMetaObject::invokeMethod(
+        m_channel, [this, event, suppressed] { write(*event, *suppressed); }, Qt::QueuedConnection);
+}
+
+/// The number of suppressed messages if \a event may be logged now.
+std::optional<int> RouterLog::admit(Event event)
 {
     if (!routerCategory().isInfoEnabled())
-        return;
+        return {};
     Record &record = m_records[event];
     const qint64 now = QDeadlineTimer::current().deadline();
-    qint64 next = record.nextTelling;
-    if (now < next || !record.nextTelling.compare_exchange_strong(next, now + pauseMilliseconds)) {
-        ++record.passedOver;
-        return;
+    qint64 next = record.nextMessage;
+    if (now < next || !record.nextMessage.compare_exchange_strong(next, now + pauseMilliseconds)) {
+        ++record.suppressed;
+        return {};
     }
-    const int passedOver = record.passedOver.exchange(0);
-    if (passedOver > 0)
-        qCInfo(routerCategory, "channel %d: %s (and %d more since it was last told)", m_channelNumber,
-               textOf(event), passedOver);
+    return record.suppressed.exchange(0);
+}
+
+void RouterLog::write(Event event, int suppressed) const
+{
+    if (suppressed > 0)
+        qCInfo(routerCategory, "channel %d: %s (%d more suppressed)", m_channelNumber, textOf(event),
+               suppressed);
     else
         qCInfo(routerCategory, "channel %d: %s", m_channelNumber, textOf(event));
 }
+
+} // namespace networksettings2g

@@ -4,10 +4,15 @@
 
 #include <array>
 #include <atomic>
+#include <optional>
 
-/// Tells a support engineer what a channel's forwarding does, which is silent towards the user. It writes to
-/// the logging category "networksettings.router", which is off until somebody switches it on, as with
-/// QT_LOGGING_RULES="networksettings.router=true". While it is off an event costs one look at the switch.
+class QObject;
+
+namespace networksettings2g {
+
+/// Logs what a channel's forwarding does, for support engineers; the user sees nothing of it. It writes to
+/// the logging category "networksettings.router", which is off unless a rule enables it, such as
+/// QT_LOGGING_RULES="networksettings.router=true". While it is off, an event costs one look at the switch.
 class RouterLog
 {
 public:
@@ -28,20 +33,31 @@ public:
         EventCount
     };
 
-    /// \a channelNumber counts from 1, as the user does.
-    explicit RouterLog(int channelNumber);
+    /// \a channelNumber counts from 1, as the user does. \a channel lives on the GUI thread and outlives the
+    /// log.
+    RouterLog(QObject *channel, int channelNumber);
 
-    /// Tells \a event, but no event more than once a second; how many were passed over is told with the next.
-    /// Any thread.
-    void tell(Event event);
+    /// Logs \a event, at most once per second and kind; the next message gives the number suppressed. GUI
+    /// thread.
+    void log(Event event);
+
+    /// As log(), on the GUI thread's event loop, so that the caller never waits: the host's message handler
+    /// may be slow, or may wait for the GUI thread, which may be waiting for the caller. Any thread.
+    void post(std::optional<Event> event);
 
 private:
     struct Record
     {
-        std::atomic<qint64> nextTelling{0}; // milliseconds of the monotonic clock
-        std::atomic<int> passedOver{0};
+        std::atomic<qint64> nextMessage{0}; // milliseconds of the monotonic clock
+        std::atomic<int> suppressed{0};
     };
 
+    std::optional<int> admit(Event event);
+    void write(Event event, int suppressed) const;
+
+    QObject *const m_channel;
     const int m_channelNumber;
     std::array<Record, EventCount> m_records;
 };
+
+} // namespace networksettings2g

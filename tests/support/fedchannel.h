@@ -20,17 +20,35 @@ inline QByteArray bytesOf(const QByteArray &words)
     return bytes;
 }
 
-/// An active channel to a port of this computer, with a fan-out in front of it that follows its ticks, as the
-/// dialog's does. No command is sent by what is tested with it, so there is no host.
+/// A fan-out whose router mode is on.
+inline std::shared_ptr<networksettings2g::ChannelFanOut> makeFanOut()
+{
+    static const std::atomic<bool> isRouterActive{true};
+    return std::make_shared<networksettings2g::ChannelFanOut>(isRouterActive);
+}
+
+/// An active channel to a port of this computer, which ticks "fr", "6d" and "3d". By default it is the only
+/// channel of its fan-out, which follows its ticks as the dialog's does. No tested function sends a command,
+/// so there is no host.
 class FedChannel : public ChannelAsRouter
 {
 public:
     static constexpr quint32 Loopback = 0x7f000001;
 
     explicit FedChannel(quint16 port)
-        : ChannelAsRouter(nullptr, 0, nullptr)
+        : FedChannel(port, makeFanOut(), 0)
     {
-        connect(this, &Channel::tickedTypesChanged, this, [this] { m_fanOut.publish({this}); });
+        connect(this, &Channel::tickedTypesChanged, this, [this] { m_fanOut->publish({this}); });
+        m_fanOut->publish({this});
+        m_isOnlyChannel = true;
+    }
+
+    /// A channel of several: whoever makes them publishes them, and takes them out before they are destroyed.
+    FedChannel(quint16 port, std::shared_ptr<networksettings2g::ChannelFanOut> fanOut, int index)
+        : ChannelAsRouter(nullptr, index, nullptr)
+        , m_fanOut(std::move(fanOut))
+    {
+        setFanOut(m_fanOut);
         QList<OutputTypeInfo> types;
         for (const char *type : {"fr", "6d", "3d", "gl", "6dcal", "fr2"})
             types << OutputTypeInfo{QString::fromLatin1(type), QString(), true};
@@ -41,6 +59,11 @@ public:
         setPort(port);
         setActive(true);
     }
+    ~FedChannel() override
+    {
+        if (m_isOnlyChannel)
+            m_fanOut->publish({});
+    }
 
     void tick(const char *type, bool on)
     {
@@ -48,7 +71,7 @@ public:
             item->setCheckState(on ? Qt::Checked : Qt::Unchecked);
     }
 
-    void feed(const char *type, const char *line) { m_fanOut.deliver(type, line); }
+    void feed(const char *type, const char *line) { m_fanOut->deliver(type, line); }
 
     void feed(const QByteArray &words)
     {
@@ -57,5 +80,6 @@ public:
     }
 
 private:
-    ChannelFanOut m_fanOut;
+    std::shared_ptr<networksettings2g::ChannelFanOut> m_fanOut;
+    bool m_isOnlyChannel = false;
 };

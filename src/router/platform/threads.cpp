@@ -6,20 +6,15 @@
 #include <atomic>
 #include <new>
 
-struct Mutex
+struct CAPABILITY("mutex") Mutex
 {
     NativeMutex *handle;
 };
 
 namespace {
 
-constexpr int succeeded = 0;
-constexpr int platformFailed = -1;
-constexpr int noMemory = -11;
-
 constexpr int32_t queueMaximum = 1000000000;
-/// With half of the range taken by waiters that have left, their two counters are folded before they
-/// overflow.
+/// At this many timed-out waiters, waitersGone is subtracted from waitersBlocked, before either can overflow.
 constexpr int32_t goneLimit = 500000000;
 
 constexpr uint32_t threadStackBytes = 102400;
@@ -40,7 +35,8 @@ private:
     NativeLock *m_lock;
 };
 
-// Every write of waitersBlocked is made with the gate closed, which gives it its order.
+// waitersBlocked is written only while the gate is closed; the gate orders the writes, so relaxed access is
+// enough.
 
 int32_t blocked(const Condition *condition)
 {
@@ -83,7 +79,7 @@ bool makeSemaphores(Condition *condition)
 int countAtGate(Condition *condition)
 {
     if (closeGate(condition) != NativeTaken)
-        return platformFailed;
+        return PlatformFailed;
     addBlocked(condition, 1);
     return openGate(condition);
 }
@@ -92,8 +88,8 @@ int countAtGate(Condition *condition)
 struct Departure
 {
     bool timedOut = false;
-    bool last = false; ///< opens the gate behind its group
-    int32_t drain = 0; ///< posts to take back before that
+    bool last = false; ///< the last waiter of its group: opens the gate
+    int32_t drain = 0; ///< posts of late waiters to take before that
 };
 
 int leaveGroup(Condition *condition, Departure *departure)
@@ -104,22 +100,22 @@ int leaveGroup(Condition *condition, Departure *departure)
         departure->timedOut = false;
     }
     if (--condition->waitersToUnblock > 0)
-        return succeeded;
+        return Succeeded;
     if (blocked(condition) > 0)
         return openGate(condition);
     departure->drain = condition->waitersLate;
     condition->waitersLate = 0;
     departure->last = true;
-    return succeeded;
+    return Succeeded;
 }
 
-int leaveAlone(Condition *condition)
+int leaveWithoutWakeUp(Condition *condition)
 {
     ++condition->waitersGone;
     if (condition->waitersGone < goneLimit)
-        return succeeded;
+        return Succeeded;
     if (closeGate(condition) != NativeTaken)
-        return platformFailed;
+        return PlatformFailed;
     forgetGone(condition);
     return openGate(condition);
 }
@@ -129,16 +125,16 @@ int accountFor(Condition *condition, Departure *departure)
     const LockGuard guard(condition->lock);
     if (condition->waitersToUnblock > 0)
         return leaveGroup(condition, departure);
-    return leaveAlone(condition);
+    return leaveWithoutWakeUp(condition);
 }
 
-/// Takes the posts that late waiters left, so that none wakes a later waiter, then lets newcomers in. Runs
-/// outside the lock: a wake-up may wait for the gate with the lock held.
+/// Takes the posts that late waiters left, so that none wakes a later waiter, then opens the gate. Called
+/// without the lock: condWake() may be waiting for the gate while it holds the lock.
 int closeGroup(Condition *condition, int32_t drain)
 {
     for (; drain > 0; --drain) {
         if (nativeSemaphoreWait(condition->queue, nativeForever) != NativeTaken)
-            return platformFailed;
+            return PlatformFailed;
     }
     return openGate(condition);
 }
@@ -146,35 +142,35 @@ int closeGroup(Condition *condition, int32_t drain)
 int startGroup(Condition *condition)
 {
     if (closeGate(condition) != NativeTaken)
-        return platformFailed;
+        return PlatformFailed;
     forgetGone(condition);
-    return succeeded;
+    return Succeeded;
 }
 
-/// Assigns wake-ups to waiters; \a posts tells how many the queue is owed.
+/// Assigns wake-ups to waiters; \a posts receives the number of posts that the caller owes the queue.
 int assignWakeUps(Condition *condition, bool all, int32_t *posts)
 {
     const LockGuard guard(condition->lock);
     const bool inGroup = condition->waitersToUnblock > 0;
     if (blocked(condition) <= (inGroup ? 0 : condition->waitersGone))
-        return succeeded;
-    if (!inGroup && startGroup(condition) != succeeded)
-        return platformFailed;
+        return Succeeded;
+    if (!inGroup && startGroup(condition) != Succeeded)
+        return PlatformFailed;
     *posts = all ? blocked(condition) : 1;
     condition->waitersToUnblock += *posts;
     addBlocked(condition, -*posts);
-    return succeeded;
+    return Succeeded;
 }
 
-/// A thread that has not been joined. Kept in a list, since the library may be unloaded as soon as its
-/// objects are gone: by then the last instruction of each thread must have run, not only the last one of its
-/// entry function.
+/// A thread that has not been joined. All are kept in a list, because the library may be unloaded as soon as
+/// its objects are gone: by then the last instruction of each thread must have run, not only the last one of
+/// its entry function.
 struct ThreadRecord
 {
     void *argument;
     NativeThread *thread = nullptr;
-    std::atomic<bool> finished{false}; ///< only the thread's way out is left to run
-    bool claimed = false;              ///< somebody joins it and removes it
+    std::atomic<bool> finished{false}; ///< the entry function has returned
+    bool claimed = false;              ///< a thread is joining it and will remove it
     ThreadRecord *next = nullptr;
 };
 
@@ -196,15 +192,15 @@ uint32_t runThread(void *data)
     const auto entry = start->entry;
     void *const argument = start->argument;
     ThreadRecord *const record = start->record;
-    // The starter's frame may be gone from here on.
+    // The starter's stack frame may be gone after this store.
     start->started.store(1, std::memory_order_release);
     const uint32_t exitCode = entry(argument);
     record->finished.store(true, std::memory_order_release);
     return exitCode;
 }
 
-/// Makes the thread and enters it in the list in one step, so that nothing the thread does can lead to a
-/// threadAwait() that misses it.
+/// Makes the thread and adds it to the list under one lock, so that a threadAwait() that the thread leads to
+/// cannot miss it.
 bool launch(ThreadStart *start)
 {
     const LockGuard guard(nativeSharedLock());
@@ -216,7 +212,7 @@ bool launch(ThreadStart *start)
     return true;
 }
 
-/// The first record that \a wanted accepts and nobody has claimed, now claimed by the caller; null if none.
+/// Claims the first unclaimed record that \a wanted accepts; null if there is none.
 template <typename Predicate>
 ThreadRecord *claimThread(Predicate wanted)
 {
@@ -249,8 +245,8 @@ void removeThread(const ThreadRecord *record)
     *link = record->next;
 }
 
-/// Joins without the lock, so that other threads may be started meanwhile. The record stays in the list until
-/// the thread has ended: another threadAwait() must go on waiting for it.
+/// Joins without the lock, so that other threads can be started at the same time. The record stays in the
+/// list until the thread has ended, because another threadAwait() may be waiting for it.
 void joinClaimed(ThreadRecord *record)
 {
     nativeThreadJoin(record->thread);
@@ -258,7 +254,7 @@ void joinClaimed(ThreadRecord *record)
     delete record;
 }
 
-/// Keeps the list and the stacks from piling up when threads are started and never awaited.
+/// Joins finished threads, so that threads that are never awaited do not accumulate records and stacks.
 void joinFinished()
 {
     const auto finished = [](const ThreadRecord *record) {
@@ -274,17 +270,17 @@ int mutexCreate(Mutex **mutex)
 {
     auto *made = new (std::nothrow) Mutex;
     if (!made)
-        return noMemory;
+        return NoMemory;
     made->handle = nativeMutexCreate();
     if (!made->handle) {
         delete made;
-        return platformFailed;
+        return PlatformFailed;
     }
     *mutex = made;
-    return succeeded;
+    return Succeeded;
 }
 
-int mutexLock(Mutex *mutex)
+int mutexLock(Mutex *mutex) UNCHECKED_LOCKING
 {
     return nativeMutexLock(mutex->handle);
 }
@@ -294,7 +290,7 @@ int mutexTryLock(Mutex *mutex)
     return nativeMutexTryLock(mutex->handle);
 }
 
-int mutexUnlock(Mutex *mutex)
+int mutexUnlock(Mutex *mutex) UNCHECKED_LOCKING
 {
     return nativeMutexUnlock(mutex->handle);
 }
@@ -310,16 +306,16 @@ int condCreate(Condition **condition)
 {
     auto *made = new (std::nothrow) Condition;
     if (!made)
-        return noMemory;
+        return NoMemory;
     made->lock = nativeLockCreate();
     if (made->lock && makeSemaphores(made)) {
         *condition = made;
-        return succeeded;
+        return Succeeded;
     }
     if (made->lock)
         nativeLockDelete(made->lock);
     delete made;
-    return noMemory;
+    return NoMemory;
 }
 
 int condDestroy(Condition *condition)
@@ -328,32 +324,32 @@ int condDestroy(Condition *condition)
     const int queueResult = nativeSemaphoreClose(condition->queue);
     const int gateResult = nativeSemaphoreClose(condition->gate);
     delete condition;
-    return queueResult == 0 && gateResult == 0 ? succeeded : platformFailed;
+    return queueResult == 0 && gateResult == 0 ? Succeeded : PlatformFailed;
 }
 
-int condTimedWait(Condition *condition, Mutex *mutex, uint32_t milliseconds)
+int condTimedWait(Condition *condition, Mutex *mutex, uint32_t milliseconds) UNCHECKED_LOCKING
 {
-    if (countAtGate(condition) != succeeded)
-        return platformFailed;
+    if (countAtGate(condition) != Succeeded)
+        return PlatformFailed;
     mutexUnlock(mutex);
     const int outcome = nativeSemaphoreWait(condition->queue, milliseconds);
     if (outcome == NativeFailed)
-        return platformFailed;
+        return PlatformFailed;
     Departure departure{outcome == NativeTimedOut};
-    if (accountFor(condition, &departure) != succeeded)
-        return platformFailed;
-    if (departure.last && closeGroup(condition, departure.drain) != succeeded)
-        return platformFailed;
+    if (accountFor(condition, &departure) != Succeeded)
+        return PlatformFailed;
+    if (departure.last && closeGroup(condition, departure.drain) != Succeeded)
+        return PlatformFailed;
     mutexLock(mutex);
-    return departure.timedOut ? 1 : 0;
+    return departure.timedOut ? WaitTimedOut : Succeeded;
 }
 
 int condWake(Condition *condition, int all)
 {
     int32_t posts = 0;
-    if (assignWakeUps(condition, all != 0, &posts) != succeeded)
-        return platformFailed;
-    return posts == 0 ? succeeded : nativeSemaphorePost(condition->queue, posts);
+    if (assignWakeUps(condition, all != 0, &posts) != Succeeded)
+        return PlatformFailed;
+    return posts == 0 ? Succeeded : nativeSemaphorePost(condition->queue, posts);
 }
 
 int condSignal(Condition *condition)
@@ -366,15 +362,15 @@ int threadStart(uint32_t (*entry)(void *), void *argument)
     joinFinished();
     auto *record = new (std::nothrow) ThreadRecord{argument};
     if (!record)
-        return platformFailed;
+        return PlatformFailed;
     ThreadStart start{entry, argument, record};
     if (!launch(&start)) {
         delete record;
-        return platformFailed;
+        return PlatformFailed;
     }
     while (start.started.load(std::memory_order_acquire) == 0)
         nativeSleep(0);
-    return succeeded;
+    return Succeeded;
 }
 
 void threadAwait(void *argument)
@@ -384,7 +380,7 @@ void threadAwait(void *argument)
         if (ThreadRecord *record = claimThread(startedWith))
             joinClaimed(record);
         else
-            nativeSleep(1); // somebody else is joining it
+            nativeSleep(1); // another thread is joining it
     }
 }
 

@@ -7,10 +7,6 @@
 
 namespace {
 
-constexpr int succeeded = 0;
-constexpr int timedOut = -1;
-constexpr int failed = -2;
-
 SocketHandle *makeHandle(uint16_t flags)
 {
     const NativeSocket socket = nativeSocketCreate();
@@ -37,18 +33,18 @@ bool configure(const SocketHandle *handle, uint16_t port)
 int udpOpen(SocketHandle **handle, uint16_t port, uint16_t flags)
 {
     if (nativeNetworkStart() != 0)
-        return failed;
+        return UdpFailed;
     SocketHandle *made = makeHandle(flags);
     if (!made) {
         nativeNetworkStop();
-        return failed;
+        return UdpFailed;
     }
     if (!configure(made, port)) {
         udpClose(made);
-        return failed;
+        return UdpFailed;
     }
     *handle = made;
-    return succeeded;
+    return UdpSucceeded;
 }
 
 int udpSend(SocketHandle *handle, const void *data, int32_t length, uint32_t address, uint16_t port,
@@ -56,18 +52,18 @@ int udpSend(SocketHandle *handle, const void *data, int32_t length, uint32_t add
 {
     // A negative length must not equal the negative result of a failed call.
     if (length < 0)
-        return failed;
+        return UdpFailed;
     // Send first: the socket is usually ready, which saves a poll().
     int32_t sent = nativeSocketSend(handle->socket, data, length, address, port);
     if (sent == NativeNotReady) {
         const int writable = nativeSocketWaitWritable(handle->socket, timeoutMicroseconds);
         if (writable != NativeTaken)
-            return writable == NativeTimedOut ? timedOut : failed;
+            return writable == NativeTimedOut ? UdpTimedOut : UdpFailed;
         sent = nativeSocketSend(handle->socket, data, length, address, port);
         if (sent == NativeNotReady)
-            return timedOut;
+            return UdpTimedOut;
     }
-    return sent == length ? succeeded : failed;
+    return sent == length ? UdpSucceeded : UdpFailed;
 }
 
 int udpClose(SocketHandle *handle)
@@ -75,7 +71,7 @@ int udpClose(SocketHandle *handle)
     const int result = nativeSocketClose(handle->socket);
     delete handle;
     nativeNetworkStop();
-    return result < 0 ? failed : succeeded;
+    return result < 0 ? UdpFailed : UdpSucceeded;
 }
 
 uint32_t resolveHost(const char *text)

@@ -9,6 +9,14 @@
 /// An open UDP socket. One thread uses it at a time.
 struct SocketHandle;
 
+/// The results of these functions.
+enum UdpResult : int
+{
+    UdpSucceeded = 0,
+    UdpTimedOut = -1, ///< only from udpSend(): nothing was sent
+    UdpFailed = -2
+};
+
 /// Options of udpOpen().
 enum UdpFlag : uint16_t
 {
@@ -17,15 +25,15 @@ enum UdpFlag : uint16_t
 };
 
 /// Opens a datagram socket bound to \a port on all interfaces; with port 0 and without UdpAnyPort it is not
-/// bound. 0, and \a handle is written; -2 on any failure.
+/// bound. UdpSucceeded, and \a handle is written, or UdpFailed.
 int udpOpen(SocketHandle **handle, uint16_t port, uint16_t flags);
 
 /// Sends \a length bytes as one datagram to \a address and \a port. Waits at most \a timeoutMicroseconds
-/// until the socket takes it. 0 sent whole; -1 time-out, nothing sent; -2 error or short send.
+/// until the socket accepts it. UdpSucceeded (sent whole), UdpTimedOut, or UdpFailed (error or short send).
 int udpSend(SocketHandle *handle, const void *data, int32_t length, uint32_t address, uint16_t port,
             uint32_t timeoutMicroseconds);
 
-/// Closes and frees \a handle. 0; -2 if the platform refused; it is gone in both cases.
+/// Closes and frees \a handle, also if the platform refuses (UdpFailed).
 int udpClose(SocketHandle *handle);
 
 /// The IPv4 address of \a text, a dotted address or a host name: the first one if there are several, 0 if

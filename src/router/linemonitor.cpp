@@ -1,0 +1,159 @@
+#include "linemonitor.h"
+
+#include "mutexguard.h"
+#include "threads.h"
+
+#include <utility>
+
+namespace networksettings2g {
+
+namespace {
+
+constexpr uint32_t waitMilliseconds = 100;
+constexpr uint32_t pollMilliseconds = 10;
+
+} // namespace
+
+LineMonitor::LineMonitor(std::function<bool()> isRunWanted)
+    : m_isRunWanted(std::move(isRunWanted))
+{
+    mutexCreate(&m_mutex);
+    mutexCreate(&m_runMutex);
+    condCreate(&m_condition);
+}
+
+LineMonitor::~LineMonitor()
+{
+    if (m_condition)
+        condDestroy(m_condition);
+    for (Mutex *mutex : {m_mutex, m_runMutex}) {
+        if (mutex)
+            mutexDestroy(mutex);
+    }
+}
+
+bool LineMonitor::append(const RouterLine &line)
+{
+    const MutexGuard guard(m_mutex);
+    m_queue.append(line);
+    if (m_state == Asleep && (m_wakeCondition.isMet(line, m_queue.lineCount()) || m_queue.hasBacklog()))
+        m_state = Called;
+    return m_state == Called;
+}
+
+void LineMonitor::wakeWorker()
+{
+    condSignal(m_condition);
+}
+
+void LineMonitor::interruptWorker()
+{
+    const MutexGuard guard(m_mutex);
+    if (m_state != Awake)
+        wakeWorker();
+}
+
+bool LineMonitor::tryBecomeWorker()
+{
+    const MutexGuard guard(m_mutex);
+    return mutexTryLock(m_runMutex) != MutexHeldElsewhere;
+}
+
+bool LineMonitor::tryStopWorker()
+{
+    const MutexGuard guard(m_mutex);
+    if (m_isRunWanted())
+        return false;
+    mutexUnlock(m_runMutex);
+    return true;
+}
+
+bool LineMonitor::hasWorker()
+{
+    if (mutexTryLock(m_runMutex) == MutexHeldElsewhere)
+        return true;
+    mutexUnlock(m_runMutex);
+    return false;
+}
+
+void LineMonitor::waitForLines(WakeCondition next)
+{
+    const MutexGuard guard(m_mutex);
+    // interruptWorker() signals with the mutex held: if it came before this, there is nothing to wait for.
+    if (m_queue.lineCount() > 0 || !m_isRunWanted())
+        return;
+    m_wakeCondition = std::move(next);
+    m_state = m_waitFailed ? Awake : Asleep;
+    sleep();
+    m_state = Awake;
+}
+
+void LineMonitor::sleep()
+{
+    if (!m_waitFailed && condTimedWait(m_condition, m_mutex, waitMilliseconds) != PlatformFailed)
+        return;
+    // The wait failed, so the condition is unusable: another wait could block forever while holding the
+    // mutex. It is unknown whether, or how often, this thread now holds it. Release it completely, then poll
+    // the queue, holding the mutex once.
+    m_waitFailed = true;
+    while (mutexUnlock(m_mutex) == Succeeded) {
+    }
+    threadSleep(pollMilliseconds);
+    mutexLock(m_mutex);
+}
+
+LineMonitor::Taken LineMonitor::take(LineBlock *block)
+{
+    const MutexGuard guard(m_mutex);
+    if (!m_queue.take(block))
+        return Taken::Nothing;
+    return m_queue.takeLinesLostFlag() ? Taken::LinesAfterGap : Taken::Lines;
+}
+
+bool LineMonitor::takeLinesOfSleepingWorker(LineBlock *block)
+{
+    const MutexGuard guard(m_mutex);
+    if (m_state != Asleep)
+        return false;
+    m_wakeCondition = WakeCondition(); // the condition was made for the old frame: wake at the next line
+    return m_queue.take(block);
+}
+
+LineMonitor::Service LineMonitor::beginService(LineBlock *block)
+{
+    const MutexGuard guard(m_mutex);
+    return m_state == Called ? takeToServe(block) : Service::NotNeeded;
+}
+
+LineMonitor::Service LineMonitor::continueService(WakeCondition next, LineBlock *block)
+{
+    const MutexGuard guard(m_mutex);
+    // The worker has woken by itself and handles what there is.
+    if (m_state != Served)
+        return Service::NotNeeded;
+    if (m_queue.lineCount() > 0)
+        return takeToServe(block);
+    m_wakeCondition = std::move(next);
+    m_state = Asleep;
+    return Service::NotNeeded;
+}
+
+LineMonitor::Service LineMonitor::takeToServe(LineBlock *block)
+{
+    if (m_queue.hasBacklog() || !m_isRunWanted()) {
+        m_state = Called;
+        return Service::Refused;
+    }
+    m_queue.take(block);
+    m_state = Served;
+    return Service::Granted;
+}
+
+void LineMonitor::abandonService()
+{
+    const MutexGuard guard(m_mutex);
+    if (m_state == Served)
+        m_state = Called;
+}
+
+} // namespace networksettings2g

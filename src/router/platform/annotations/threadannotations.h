@@ -1,0 +1,19 @@
+#pragma once
+
+/// Who must hold which lock, in the words of Clang's thread-safety analysis. The analysis preset checks them
+/// with -Wthread-safety as an error; other compilers see nothing.
+#if defined(__clang__)
+#define THREAD_ANNOTATION(attribute) __attribute__((attribute))
+#else
+#define THREAD_ANNOTATION(attribute)
+#endif
+
+#define CAPABILITY(kind) THREAD_ANNOTATION(capability(kind))
+#define SCOPED_CAPABILITY THREAD_ANNOTATION(scoped_lockable)
+#define GUARDED_BY(mutex) THREAD_ANNOTATION(guarded_by(mutex))
+#define REQUIRES(mutex) THREAD_ANNOTATION(requires_capability(mutex))
+#define EXCLUDES(mutex) THREAD_ANNOTATION(locks_excluded(mutex))
+#define ACQUIRE(...) THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
+#define RELEASE(...) THREAD_ANNOTATION(release_capability(__VA_ARGS__))
+/// For a function that locks in a way that the analysis cannot follow; its comment says how.
+#define UNCHECKED_LOCKING THREAD_ANNOTATION(no_thread_safety_analysis)

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "lineblock.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace networksettings2g {
+
+/// Tells which line is the first that is worth waking a worker for, because a frame may be complete with it.
+/// The lines before it can stay in the queue: handling them one by one would have no visible effect. Not
+/// thread-safe.
+class WakeCondition
+{
+public:
+    /// Met at the next line.
+    WakeCondition() = default;
+
+    /// Met at the \a lines-th line (at least 1), or earlier at a line of type \a opener. With
+    /// \a openerExpectedFirst, an opener as the very first line does not count.
+    WakeCondition(std::size_t lines, std::string_view opener, bool openerExpectedFirst)
+        : m_lines(lines)
+        , m_opener(opener)
+        , m_openerExpectedFirst(openerExpectedFirst)
+    {
+    }
+
+    /// Whether to wake the worker for \a newest, the last of \a count queued lines. Not called again after it
+    /// has returned true.
+    bool isMet(const RouterLine &newest, std::size_t count) const
+    {
+        return count >= m_lines || (newest.type == m_opener && !(m_openerExpectedFirst && count == 1));
+    }
+
+private:
+    std::size_t m_lines = 1;
+    std::string m_opener;
+    bool m_openerExpectedFirst = false;
+};
+
+} // namespace networksettings2g
