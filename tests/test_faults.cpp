@@ -41,7 +41,7 @@ QByteArray textUpTo(Receiver *receiver, const QByteArray &words)
 
 } // namespace
 
-Q_DECLARE_METATYPE(seam::Call)
+Q_DECLARE_METATYPE(faults::Call)
 
 class TestFaults : public QObject
 {
@@ -70,37 +70,37 @@ void TestFaults::init()
 {
     m_threads = threadCount();
     m_descriptors = descriptorCount();
-    seam::takenWakeUps = seam::wakeUps.load(); // some of a broken condition are never taken
+    faults::takenWakeUps = faults::wakeUps.load(); // some of a broken condition are never taken
 }
 
 // Whatever was refused, nothing is left behind.
 void TestFaults::cleanup()
 {
-    seam::holdLookUps = false;
+    faults::holdLookUps = false;
     QVERIFY(comesTrue([this] { return threadCount() == m_threads; }));
     QCOMPARE(descriptorCount(), m_descriptors);
 }
 
 void TestFaults::sends_data()
 {
-    QTest::addColumn<seam::Call>("call");
+    QTest::addColumn<faults::Call>("call");
     QTest::addColumn<int>("times");
     QTest::addColumn<int>("waits");
     QTest::addColumn<int>("result");
 
-    QTest::newRow("ready") << seam::NoCall << 0 << 0 << 0;
-    QTest::newRow("ready after a wait") << seam::SocketNotReady << 1 << 1 << 0;
-    QTest::newRow("not ready after the wait either") << seam::SocketNotReady << 2 << 1 << -1;
-    QTest::newRow("not ready in time") << seam::SocketWaitInTime << 1 << 1 << -1;
-    QTest::newRow("no wait") << seam::SocketWait << 1 << 1 << -2;
-    QTest::newRow("refused") << seam::SocketSend << 1 << 0 << -2;
-    QTest::newRow("short") << seam::SocketSendShort << 1 << 0 << -2;
+    QTest::newRow("ready") << faults::NoCall << 0 << 0 << 0;
+    QTest::newRow("ready after a wait") << faults::SocketNotReady << 1 << 1 << 0;
+    QTest::newRow("not ready after the wait either") << faults::SocketNotReady << 2 << 1 << -1;
+    QTest::newRow("not ready in time") << faults::SocketWaitInTime << 1 << 1 << -1;
+    QTest::newRow("no wait") << faults::SocketWait << 1 << 1 << -2;
+    QTest::newRow("refused") << faults::SocketSend << 1 << 0 << -2;
+    QTest::newRow("short") << faults::SocketSendShort << 1 << 0 << -2;
 }
 
 // Nothing is left of a failure, and the handle is as good as before.
 void TestFaults::sends()
 {
-    QFETCH(seam::Call, call);
+    QFETCH(faults::Call, call);
     QFETCH(int, times);
     QFETCH(int, result);
     Receiver receiver;
@@ -110,11 +110,11 @@ void TestFaults::sends()
         return udpSend(handle, text, 4, FedChannel::Loopback, receiver.port(), 100000);
     };
     {
-        const seam::Refusal refusal(call, 0, times);
-        const int waits = seam::writableWaits;
+        const faults::Refusal refusal(call, 0, times);
+        const int waits = faults::writableWaits;
         QCOMPARE(send("once"), result);
-        QTEST(seam::writableWaits - waits, "waits");
-        QCOMPARE(seam::refusals.load(), times);
+        QTEST(faults::writableWaits - waits, "waits");
+        QCOMPARE(faults::refusals.load(), times);
     }
     QCOMPARE(send("next"), 0);
     if (result == 0)
@@ -125,25 +125,25 @@ void TestFaults::sends()
 
 void TestFaults::channelWithoutLocks_data()
 {
-    QTest::addColumn<seam::Call>("call");
+    QTest::addColumn<faults::Call>("call");
     QTest::addColumn<int>("makes"); // by a channel that gets them all
 
-    QTest::newRow("memory") << seam::Memory << 10;
-    QTest::newRow("mutex") << seam::MutexCreate << 3;
-    QTest::newRow("semaphore") << seam::SemaphoreCreate << 2;
-    QTest::newRow("lock") << seam::LockCreate << 1;
+    QTest::newRow("memory") << faults::Memory << 10;
+    QTest::newRow("mutex") << faults::MutexCreate << 3;
+    QTest::newRow("semaphore") << faults::SemaphoreCreate << 2;
+    QTest::newRow("lock") << faults::LockCreate << 1;
 }
 
 void TestFaults::channelWithoutLocks()
 {
-    QFETCH(seam::Call, call);
+    QFETCH(faults::Call, call);
     QFETCH(int, makes);
     Receiver receiver;
     for (int spared = 0; spared < makes; ++spared) {
-        auto refusal = std::make_unique<seam::Refusal>(call, spared);
+        auto refusal = std::make_unique<faults::Refusal>(call, spared);
         FedChannel channel(receiver.port());
         refusal.reset();
-        QVERIFY(seam::refusals > 0);
+        QVERIFY(faults::refusals > 0);
         // No later start mends it.
         for (int start = 0; start < 2; ++start) {
             channel.updateRouterActiveState(true);
@@ -158,31 +158,32 @@ void TestFaults::channelWithoutLocks()
 
 void TestFaults::forwarding_data()
 {
-    QTest::addColumn<seam::Call>("call");
+    QTest::addColumn<faults::Call>("call");
     QTest::addColumn<int>("spared");
     QTest::addColumn<bool>("socket"); // what the start leaves
     QTest::addColumn<bool>("worker");
     QTest::addColumn<bool>("forwards");
-    const auto row = [](const char *name, seam::Call call, int spared, bool socket, bool worker,
+    const auto row = [](const char *name, faults::Call call, int spared, bool socket, bool worker,
                         bool forwards = false) {
         QTest::newRow(name) << call << spared << socket << worker << forwards;
     };
 
-    row("no socket", seam::SocketCreate, 0, false, true);
-    row("no thread", seam::ThreadCreate, 0, true, false);
-    row("no memory for socket and thread", seam::Memory, 0, false, false);
-    row("no memory for the thread", seam::Memory, 1, true, false);
-    row("no memory for the platform's thread", seam::Memory, 2, true, false);
-    row("send not ready in time", seam::SocketWaitInTime, 0, true, true);
-    row("send refused", seam::SocketSend, 0, true, true);
-    row("no wait at the gate", seam::SemaphoreWait, 0, true, true, true);
-    row("no wait for lines", seam::LineWait, 0, true, true, true);
+    row("no socket", faults::SocketCreate, 0, false, true);
+    row("no thread", faults::ThreadCreate, 0, true, false);
+    row("no memory for socket and thread", faults::Memory, 0, false, false);
+    row("no memory for the thread", faults::Memory, 1, true, false);
+    row("no memory for the platform's thread", faults::Memory, 2, true, false);
+    row("send not ready in time", faults::SocketWaitInTime, 0, true, true);
+    row("send refused", faults::SocketSend, 0, true, true);
+    row("no attempt at the worker's mutex", faults::MutexTryLock, 0, true, true, true);
+    row("no wait at the gate", faults::SemaphoreWait, 0, true, true, true);
+    row("no wait for lines", faults::LineWait, 0, true, true, true);
 }
 
 // What cannot be sent while the platform refuses is lost, and only that.
 void TestFaults::forwarding()
 {
-    QFETCH(seam::Call, call);
+    QFETCH(faults::Call, call);
     QFETCH(int, spared);
     QFETCH(bool, socket);
     QFETCH(bool, worker);
@@ -191,14 +192,14 @@ void TestFaults::forwarding()
     const int descriptors = descriptorCount();
     FedChannel channel(receiver.port());
     {
-        const seam::Refusal refusal(call, spared);
+        const faults::Refusal refusal(call, spared);
         channel.updateRouterActiveState(true);
         channel.feed(frames(1, 4));
         if (forwards)
             QCOMPARE(textUpTo(&receiver, frames(4, 4)), bytesOf(frames(1, 4)));
         else if (worker)
-            QVERIFY(comesTrue(seam::isAsleep));
-        QVERIFY(seam::refusals > 0);
+            QVERIFY(comesTrue(faults::isAsleep));
+        QVERIFY(faults::refusals > 0);
         QCOMPARE(descriptorCount(), descriptors + (socket ? 1 : 0));
         QCOMPARE(threadCount(), m_threads + (worker ? 1 : 0));
     }
@@ -224,7 +225,7 @@ void TestFaults::descriptors()
     FedChannel channel(receiver.port());
     channel.updateRouterActiveState(true);
     {
-        const seam::Refusal refusal(seam::SocketNotReady, 0, 1);
+        const faults::Refusal refusal(faults::SocketNotReady, 0, 1);
         channel.feed(frames(1, 4));
         QCOMPARE(textUpTo(&receiver, frames(4, 4)), bytesOf(frames(1, 4)));
     }
@@ -237,11 +238,11 @@ void TestFaults::unknownHost()
     Receiver receiver;
     FedChannel channel(receiver.port());
     {
-        const seam::Refusal refusal(seam::LookUp);
+        const faults::Refusal refusal(faults::LookUp);
         channel.setHost(QStringLiteral("localhost"));
         channel.updateRouterActiveState(true);
         channel.feed(frames(1, 4));
-        QCOMPARE(seam::refusals.load(), 2); // the start asks again
+        QCOMPARE(faults::refusals.load(), 2); // the start asks again
     }
     channel.updateRouterActiveState(true);
     channel.feed(frames(5, 8));
@@ -264,17 +265,17 @@ void TestFaults::heldLookUp()
     FedChannel channel(receiver.port());
     channel.updateRouterActiveState(true);
     if (atStart) {
-        const seam::Refusal unknown(seam::LookUp);
+        const faults::Refusal unknown(faults::LookUp);
         channel.setHost(QStringLiteral("localhost"));
     }
-    const int begun = seam::lookUpsBegun;
-    const int ended = seam::lookUpsEnded;
-    seam::holdLookUps = true;
+    const int begun = faults::lookUpsBegun;
+    const int ended = faults::lookUpsEnded;
+    faults::holdLookUps = true;
     std::future<bool> isThroughBefore = std::async(std::launch::async, [&channel, begun, ended] {
-        const bool hasBegun = comesTrue([begun] { return seam::lookUpsBegun > begun; });
+        const bool hasBegun = comesTrue([begun] { return faults::lookUpsBegun > begun; });
         channel.feed(frames(1, 4));
-        const bool hasEnded = seam::lookUpsEnded > ended;
-        seam::holdLookUps = false;
+        const bool hasEnded = faults::lookUpsEnded > ended;
+        faults::holdLookUps = false;
         return hasBegun && !hasEnded;
     });
     if (atStart)

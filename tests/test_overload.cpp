@@ -63,7 +63,7 @@ private slots:
 
 void TestOverload::cleanup()
 {
-    seam::path = seam::Open;
+    faults::path = faults::Open;
 }
 
 // A data thread delivers without a pause as long as the path stalls, and at a calm rate else.
@@ -73,7 +73,7 @@ void TestOverload::flood()
     constexpr int wantedSends = 25;
     constexpr int calmFrames = 300;
 
-    seam::isPaced = true;
+    faults::isPaced = true;
     Receiver receiver;
     FedChannel channel(receiver.port());
     channel.updateRouterActiveState(true);
@@ -87,7 +87,7 @@ void TestOverload::flood()
             slowDeliveries += std::chrono::steady_clock::now() - begin >= std::chrono::milliseconds(50);
         }
         delivered = number;
-        if (seam::path == seam::Open)
+        if (faults::path == faults::Open)
             nativeSleep(1);
     });
     std::vector<Arrival> arrivals;
@@ -96,21 +96,21 @@ void TestOverload::flood()
     };
     QVERIFY(readUntil([&] { return arrivals.size() >= 20; }));
 
-    const int sends = seam::sends;
+    const int sends = faults::sends;
     const int begin = delivered;
-    seam::path = seam::Slow;
+    faults::path = faults::Slow;
     QVERIFY(readUntil([&] { return delivered >= begin + firstFrames; }));
     const qint64 memory = residentBytes();
     QVERIFY(
-        readUntil([&] { return delivered >= begin + floodFrames && seam::sends >= sends + wantedSends; }));
+        readUntil([&] { return delivered >= begin + floodFrames && faults::sends >= sends + wantedSends; }));
     const qint64 growth = residentBytes() - memory;
     const std::size_t stalledArrivals = arrivals.size();
-    const int stalledSends = seam::sends - sends;
-    seam::path = seam::Open;
+    const int stalledSends = faults::sends - sends;
+    faults::path = faults::Open;
     const int calmNumber = delivered + 1;
     QVERIFY(readUntil([&] { return arrivals.back().last() >= calmNumber + calmFrames; }));
     data.reset();
-    QVERIFY(readUntil(seam::isAsleep));
+    QVERIFY(readUntil(faults::isAsleep));
 
     qInfo("%d frames, %d stalled sends, %d slow deliveries, %lld KiB more memory", calmNumber - begin,
           stalledSends, slowDeliveries.load(), static_cast<long long>(growth / 1024));

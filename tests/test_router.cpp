@@ -15,24 +15,8 @@ namespace {
 
 bool fallsAsleep()
 {
-    return comesTrue(seam::isAsleep);
+    return comesTrue(faults::isAsleep);
 }
-
-/// Stalls every send for as long as it lives or until released.
-class HeldSends
-{
-public:
-    HeldSends() { seam::path = seam::Held; }
-    ~HeldSends() { release(); }
-    static void release() { seam::path = seam::Open; }
-    bool hold() const
-    {
-        return comesTrue([this] { return seam::sends > m_before; });
-    }
-
-private:
-    const int m_before = seam::sends;
-};
 
 } // namespace
 
@@ -48,11 +32,13 @@ private slots:
     void oneWakeUpForAFrame();
     void stalledSend();
     void resetTakesItsTurn();
+    void noDatagramLeavesAfterAStop();
+    void laterLineRepeatsADelayedWakeUp();
+    void stalledChannelDelaysNoOther();
     void destinationChanges();
     void destruction_data();
     void destruction();
     void refusedThreadLeavesWorkerAlone();
-    void publishWaitsForWalkers();
 
 private:
     void take(const QByteArray &step, FedChannel *channel, bool isSlow);
@@ -83,7 +69,7 @@ void TestRouter::take(const QByteArray &step, FedChannel *channel, bool isSlow)
         channel->updateRouterActiveState(step == "start");
     } else if (step == "on" || step == "off") {
         channel->setActive(step == "on");
-        seam::timeOuts = step == "off"; // by which a worker learns it
+        faults::timeOuts = step == "off"; // by which a worker learns it
     } else if (step == "tick" || step == "untick") {
         for (const char *type : {"fr", "6d", "3d"})
             channel->tick(type, step == "tick");
@@ -100,7 +86,7 @@ void TestRouter::take(const QByteArray &step, FedChannel *channel, bool isSlow)
             channel->feed("fr0 6d0");
     } else {
         channel->feed(step);
-        QVERIFY(!isSlow || comesTrue([this] { return seam::isAsleep() || hasNoWorker(); }));
+        QVERIFY(!isSlow || comesTrue([this] { return faults::isAsleep() || hasNoWorker(); }));
     }
 }
 
@@ -170,7 +156,7 @@ void TestRouter::oneWakeUpForAFrame()
     channel.feed("fr1 6d1 3d1 fr2 6d2 3d2");
     receiver.next();
     QVERIFY(fallsAsleep());
-    const int wakeUps = seam::wakeUps;
+    const int wakeUps = faults::wakeUps;
     for (int frame = 0; frame < frames; ++frame) {
         for (const char *word : {"fr3", "6d3", "3d3"}) {
             channel.feed(word);
@@ -178,7 +164,7 @@ void TestRouter::oneWakeUpForAFrame()
         }
         QCOMPARE(receiver.next(), bytesOf("fr3 6d3 3d3"));
     }
-    QCOMPARE(seam::wakeUps - wakeUps, frames);
+    QCOMPARE(faults::wakeUps - wakeUps, frames);
 }
 
 // Whoever delivers goes on, whoever resets the frame waits, and then drops none of what has come behind it.
@@ -210,19 +196,88 @@ void TestRouter::resetTakesItsTurn()
     Receiver receiver;
     FedChannel channel(receiver.port());
     channel.updateRouterActiveState(true);
-    seam::path = seam::Slow;
+    faults::path = faults::Slow;
     for (int number = 1; number <= 10 * resets; ++number)
         channel.feed("fr" + QByteArray::number(number) + " 6d0");
     int sendsMeanwhile = 0;
     for (int reset = 0; reset < resets; ++reset) {
-        const int before = seam::sends;
+        const int before = faults::sends;
         channel.resetFrame();
-        sendsMeanwhile += seam::sends - before;
-        const int after = seam::sends;
-        QVERIFY(comesTrue([after] { return seam::sends > after; }));
+        sendsMeanwhile += faults::sends - before;
+        const int after = faults::sends;
+        QVERIFY(comesTrue([after] { return faults::sends > after; }));
     }
-    seam::path = seam::Open;
+    faults::path = faults::Open;
     QVERIFY2(sendsMeanwhile <= resets + 2, qPrintable(QString::number(sendsMeanwhile)));
+}
+
+void TestRouter::noDatagramLeavesAfterAStop()
+{
+    Receiver receiver;
+    FedChannel channel(receiver.port());
+    channel.updateRouterActiveState(true);
+    QVERIFY(fallsAsleep());
+    faults::holdWokenWorkers = true;
+    channel.feed("fr1 6d1 fr2 6d2");
+    channel.updateRouterActiveState(false);
+    faults::holdWokenWorkers = false;
+    QVERIFY(comesTrue([this] { return hasNoWorker(); }));
+    QVERIFY(receiver.isEmpty());
+}
+
+// A data thread is preempted between queuing the line that completes a frame and waking the worker.
+void TestRouter::laterLineRepeatsADelayedWakeUp()
+{
+    Receiver receiver;
+    FedChannel channel(receiver.port());
+    channel.updateRouterActiveState(true);
+    channel.feed("fr1 6d1 fr2 6d2");
+    QCOMPARE(receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
+    QVERIFY(fallsAsleep());
+    channel.feed("fr3");
+    std::atomic<bool> held{true};
+    const int heldBefore = faults::threadsHeldAfterUnlock;
+    std::future<void> preempted = std::async(std::launch::async, [&] {
+        faults::heldAfterUnlock = &held;
+        channel.feed("6d3");
+    });
+    QVERIFY(comesTrue([heldBefore] { return faults::threadsHeldAfterUnlock > heldBefore; }));
+    channel.feed("fr4");
+    const QByteArray datagram = receiver.next();
+    held = false;
+    QCOMPARE(datagram, bytesOf("fr3 6d3"));
+}
+
+// The socket of one of ten channels is never ready; its worker waits for it without an end.
+void TestRouter::stalledChannelDelaysNoOther()
+{
+    constexpr int channelCount = 10, frames = 200;
+    for (const int stalled : {0, 4, 9}) {
+        std::vector<std::unique_ptr<Receiver>> receivers;
+        std::vector<quint16> ports;
+        for (int i = 0; i < channelCount; ++i) {
+            receivers.push_back(std::make_unique<Receiver>());
+            ports.push_back(receivers.back()->port());
+        }
+        FedChannels channels(ports);
+        channels.start();
+        faults::stalledPort = ports[std::size_t(stalled)];
+        faults::isStallHeld = true;
+        channels.feedFrame(1);
+        for (int frame = 2; frame <= frames; ++frame) {
+            channels.feedFrame(frame);
+            for (int i = 0; i < channelCount; ++i) {
+                const QByteArray digits = QByteArray::number(frame);
+                const QByteArray expected = bytesOf("fr" + digits + " 6d" + digits);
+                if (i != stalled)
+                    QVERIFY2(receivers[std::size_t(i)]->next().endsWith(expected), expected);
+            }
+        }
+        QVERIFY(receivers[std::size_t(stalled)]->isEmpty());
+        faults::isStallHeld = false;
+        faults::stalledPort = 0;
+        faults::stalledSocket = nativeNoSocket;
+    }
 }
 
 void TestRouter::destinationChanges()
@@ -276,42 +331,10 @@ void TestRouter::refusedThreadLeavesWorkerAlone()
     channel.updateRouterActiveState(true);
     channel.feed("fr1 6d1 fr2 6d2");
     QCOMPARE(receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
-    const seam::Refusal refusal(seam::ThreadCreate);
+    const faults::Refusal refusal(faults::ThreadCreate);
     channel.updateRouterActiveState(true);
     channel.feed("fr3 6d3");
     QCOMPARE(receiver.next(), bytesOf("fr3 6d3"));
-}
-
-void TestRouter::publishWaitsForWalkers()
-{
-    Receiver receiver;
-    FedChannel channel(receiver.port());
-    channel.updateRouterActiveState(true);
-    const auto isRouterActive = std::make_unique<std::atomic<bool>>(true);
-    ChannelFanOut fanOut(*isRouterActive);
-    fanOut.publish({&channel});
-
-    // A data thread that resets frames stays in its table for as long as the send takes.
-    HeldSends sends;
-    channel.feed("fr1 6d1 fr2 6d2");
-    QVERIFY(sends.hold());
-    std::future<void> reset = std::async(std::launch::async, [&fanOut] { fanOut.resetFrames(); });
-    std::future<void> publish;
-    bool walkerHolds = false;
-    // A publication that comes before the walker does not wait for it; the next one is of the same list.
-    for (int attempt = 0; attempt < 200 && !walkerHolds; ++attempt) {
-        publish = std::async(std::launch::async, [&fanOut, &channel] { fanOut.publish({&channel}); });
-        walkerHolds = publish.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout;
-    }
-    std::future<void> delivery = std::async(std::launch::async, [&fanOut] { fanOut.deliver("gl", "gl 1"); });
-    const bool delivered = delivery.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
-    sends.release();
-    QVERIFY(walkerHolds);
-    QVERIFY(delivered);
-    publish.get();
-    reset.get();
-    QCOMPARE(receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
-    fanOut.publish({});
 }
 
 QTEST_GUILESS_MAIN(TestRouter)

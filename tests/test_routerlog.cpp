@@ -68,9 +68,9 @@ void TestRouterLog::nothingIsLoggedUnlessEnabled()
     Receiver receiver;
     FedChannel channel(receiver.port());
     channel.updateRouterActiveState(true);
-    const seam::Refusal refusal(seam::SocketSend);
+    const faults::Refusal refusal(faults::SocketSend);
     channel.feed("fr1 6d1 fr2 6d2");
-    QVERIFY(comesTrue([] { return seam::refusals == 1; }));
+    QVERIFY(comesTrue([] { return faults::refusals == 1; }));
     channel.updateRouterActiveState(false);
     QCOMPARE(takeLogged(), QStringList());
 }
@@ -99,18 +99,18 @@ void TestRouterLog::droppedFrameIsLogged_data()
     QTest::addColumn<QString>("reason");
 
     const QByteArray frames = "fr1 6d1 fr2 6d2";
-    QTest::newRow("socket") << int(seam::SocketCreate) << frames
+    QTest::newRow("socket") << int(faults::SocketCreate) << frames
                             << "its socket could not be opened; the next start tries again";
-    QTest::newRow("no socket") << int(seam::SocketCreate) << frames << "frame dropped: there is no socket";
-    QTest::newRow("thread") << int(seam::ThreadCreate) << frames
+    QTest::newRow("no socket") << int(faults::SocketCreate) << frames << "frame dropped: there is no socket";
+    QTest::newRow("thread") << int(faults::ThreadCreate) << frames
                             << "stopped: its thread could not be started";
-    QTest::newRow("number") << int(seam::NoCall) << QByteArray("fr 6d1 fr 6d2")
+    QTest::newRow("number") << int(faults::NoCall) << QByteArray("fr 6d1 fr 6d2")
                             << "frame dropped: it has no frame number";
-    QTest::newRow("length") << int(seam::NoCall) << "fr1 6d1 fr2 6d" + QByteArray(70000, 'x')
+    QTest::newRow("length") << int(faults::NoCall) << "fr1 6d1 fr2 6d" + QByteArray(70000, 'x')
                             << "frame dropped: it is longer than a datagram";
-    QTest::newRow("time") << int(seam::SocketWaitInTime) << frames
+    QTest::newRow("time") << int(faults::SocketWaitInTime) << frames
                           << "frame dropped: the socket was not ready in time";
-    QTest::newRow("refused") << int(seam::SocketSend) << frames << "frame dropped: the network refused it";
+    QTest::newRow("refused") << int(faults::SocketSend) << frames << "frame dropped: the network refused it";
 }
 
 void TestRouterLog::droppedFrameIsLogged()
@@ -120,7 +120,7 @@ void TestRouterLog::droppedFrameIsLogged()
     QFETCH(QString, reason);
     QLoggingCategory::setFilterRules("networksettings.router=true");
     Receiver receiver;
-    const seam::Refusal refusal(static_cast<seam::Call>(refused));
+    const faults::Refusal refusal(static_cast<faults::Call>(refused));
     FedChannel channel(receiver.port());
     channel.updateRouterActiveState(true);
     channel.feed(words);
@@ -135,7 +135,7 @@ void TestRouterLog::linesLostBeforeAResetAreLogged()
     channel.updateRouterActiveState(true);
     channel.feed("fr1 6d1 fr2 6d2");
     receiver.next();
-    QVERIFY(comesTrue(seam::isAsleep));
+    QVERIFY(comesTrue(faults::isAsleep));
     channel.feed("fr3");
     channel.feed("6d", QByteArray(networksettings2g::LineQueue::MaximumBytes, 'x').constData());
     channel.feed("6d3");
@@ -151,10 +151,10 @@ void TestRouterLog::handlerMayBlockOnTheGuiThreadDuringDestruction()
     for (int round = 0; round < 200; ++round) {
         FedChannel channel(receiver.port());
         channel.updateRouterActiveState(true);
-        const int sends = seam::sends;
-        const seam::Refusal refusal(seam::SocketSend);
+        const int sends = faults::sends;
+        const faults::Refusal refusal(faults::SocketSend);
         channel.feed("fr1 6d1 fr2 6d2");
-        QVERIFY(comesTrue([sends] { return seam::sends > sends; }));
+        QVERIFY(comesTrue([sends] { return faults::sends > sends; }));
     }
 }
 

@@ -4,8 +4,10 @@
 #include "channelfanout.h"
 #include "outputtypeinfo.h"
 
-// Lines are written as words: "fr100" stands for the line "fr 100" of the type fr, "6d7" for the line "6d 7"
-// of the type 6d.
+#include <memory>
+#include <vector>
+
+// A word stands for a line: "fr100" for the line "fr 100" of type fr, "6d7" for the line "6d 7" of type 6d.
 
 inline QByteArray lineOf(const QByteArray &word)
 {
@@ -82,4 +84,56 @@ public:
 private:
     std::shared_ptr<networksettings2g::ChannelFanOut> m_fanOut;
     bool m_isOnlyChannel = false;
+};
+
+/// Several such channels behind one fan-out.
+class FedChannels
+{
+public:
+    explicit FedChannels(const std::vector<quint16> &ports)
+    {
+        for (const quint16 port : ports)
+            m_channels.push_back(std::make_unique<FedChannel>(port, m_fanOut, int(m_channels.size())));
+        publish();
+    }
+    ~FedChannels() { m_fanOut->publish({}); }
+    FedChannels(const FedChannels &) = delete;
+    FedChannels &operator=(const FedChannels &) = delete;
+
+    FedChannel &at(int index) { return *m_channels[std::size_t(index)]; }
+    int count() const { return int(m_channels.size()); }
+    networksettings2g::ChannelFanOut &fanOut() { return *m_fanOut; }
+
+    void start()
+    {
+        for (const auto &channel : m_channels)
+            channel->updateRouterActiveState(true);
+    }
+
+    /// Destroys a channel as closing its tab does, and puts a new one, which is not started, in its place.
+    void replace(int index, quint16 port)
+    {
+        auto next = std::make_unique<FedChannel>(port, m_fanOut, index);
+        std::swap(m_channels[std::size_t(index)], next);
+        publish();
+    }
+
+    void feedFrame(int number)
+    {
+        const QByteArray digits = QByteArray::number(number);
+        for (const char *type : {"fr", "6d"})
+            m_fanOut->deliver(type, (type + (' ' + digits) + "\r\n").constData());
+    }
+
+private:
+    void publish()
+    {
+        QList<ChannelAsRouter *> channels;
+        for (const auto &channel : m_channels)
+            channels << channel.get();
+        m_fanOut->publish(channels);
+    }
+
+    std::shared_ptr<networksettings2g::ChannelFanOut> m_fanOut = makeFanOut();
+    std::vector<std::unique_ptr<FedChannel>> m_channels;
 };

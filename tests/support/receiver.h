@@ -1,6 +1,6 @@
 #pragma once
 
-#include "seam.h"
+#include "platformfaults.h"
 #include "waiting.h"
 
 #include <QUdpSocket>
@@ -22,7 +22,7 @@ public:
             return {};
         QByteArray bytes(static_cast<int>(m_socket.pendingDatagramSize()), '\0');
         m_socket.readDatagram(bytes.data(), bytes.size());
-        seam::bytesUnderWay -= seam::bytesTaken(bytes.size());
+        faults::bytesUnderWay -= faults::bytesTaken(bytes.size());
         return bytes;
     }
 
@@ -44,4 +44,20 @@ public:
 
 private:
     QUdpSocket m_socket;
+};
+
+/// Holds every send for as long as it lives or until released.
+class HeldSends
+{
+public:
+    HeldSends() { faults::path = faults::Held; }
+    ~HeldSends() { release(); }
+    static void release() { faults::path = faults::Open; }
+    bool hold() const
+    {
+        return comesTrue([this] { return faults::sends > m_before; });
+    }
+
+private:
+    const int m_before = faults::sends;
 };

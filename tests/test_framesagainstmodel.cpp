@@ -1,6 +1,6 @@
 // Random streams of lines through a real worker and a real socket: what arrives is, byte for byte, what a
 // model says that was written without the worker. No wait of the worker for lines times out, so whatever
-// leaves does so at the line that completes it. REFERENCE_SEED repeats a run.
+// leaves does so at the line that completes it. MODEL_SEED repeats a run.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -177,7 +177,7 @@ private:
         return m_receiver.readsUntil(wanted, [this](const QByteArray &datagram) { m_received << datagram; });
     }
 
-    bool fallsAsleep() { return readsUntil(seam::isAsleep); }
+    bool fallsAsleep() { return readsUntil(faults::isAsleep); }
 
     bool hasThreads(int more)
     {
@@ -278,9 +278,9 @@ private:
     bool takeQueue()
     {
         m_channel.setActive(false);
-        seam::timeOuts = true;
+        faults::timeOuts = true;
         const bool hasGone = hasThreads(0);
-        seam::timeOuts = false;
+        faults::timeOuts = false;
         m_channel.setActive(true);
         if (!hasGone)
             return false;
@@ -328,7 +328,7 @@ private:
 
 } // namespace
 
-class TestReference : public QObject
+class TestFramesAgainstModel : public QObject
 {
     Q_OBJECT
 
@@ -336,14 +336,14 @@ private slots:
     void randomStreams();
 };
 
-void TestReference::randomStreams()
+void TestFramesAgainstModel::randomStreams()
 {
     bool isGiven = false;
-    const quint32 given = qEnvironmentVariable("REFERENCE_SEED").toUInt(&isGiven);
+    const quint32 given = qEnvironmentVariable("MODEL_SEED").toUInt(&isGiven);
     const quint32 seed = isGiven ? given : std::random_device()();
-    qInfo("REFERENCE_SEED=%u", seed);
+    qInfo("MODEL_SEED=%u", seed);
 
-    seam::isPaced = true;
+    faults::isPaced = true;
     int lines = 0, datagrams = 0;
     for (quint32 number = 0; number < streamCount; ++number) {
         Stream stream(seed * streamCount + number);
@@ -360,6 +360,6 @@ void TestReference::randomStreams()
     QVERIFY(datagrams >= lines / 40); // the streams are not so broken that little is compared
 }
 
-QTEST_GUILESS_MAIN(TestReference)
+QTEST_GUILESS_MAIN(TestFramesAgainstModel)
 
-#include "test_reference.moc"
+#include "test_framesagainstmodel.moc"

@@ -98,7 +98,7 @@ std::function<void(int)> frames(Deliver deliver, Reset reset)
 /// Data threads that never pause, and a user, a Controller and a host that do everything meanwhile: nothing
 /// crashes or stands still, and nothing is left of it. STORM_SECONDS is the length of all, STORM_SEED repeats
 /// what is done.
-class TestStorm : public QObject
+class TestStress : public QObject
 {
     Q_OBJECT
 
@@ -125,7 +125,7 @@ private:
     std::atomic<int> m_messagesWanted{0};
 };
 
-void TestStorm::initTestCase()
+void TestStress::initTestCase()
 {
     const quint32 seed = numberFromEnvironment("STORM_SEED", QRandomGenerator::global()->generate());
     m_seconds = numberFromEnvironment("STORM_SECONDS", 5);
@@ -136,7 +136,7 @@ void TestStorm::initTestCase()
 
 /// As its own user would while the dialog is closed: another number of channels, other types, mostly with the
 /// module as the router.
-void TestStorm::changeController(SimulatedController &controller)
+void TestStress::changeController(SimulatedController &controller)
 {
     const int channels = 1 + below(outputChannelCount);
     const bool viaRouter = below(5) > 0;
@@ -156,7 +156,7 @@ void TestStorm::changeController(SimulatedController &controller)
 }
 
 /// From the first opening to the shut-down, which now and then comes while the dialog is open.
-void TestStorm::visitAll(Host &host)
+void TestStress::visitAll(Host &host)
 {
     const bool shutsDownOpen = below(2) == 0;
     for (int visits = 1; visits <= visitsInLife && !QTest::currentTestFailed(); ++visits) {
@@ -174,7 +174,7 @@ void TestStorm::visitAll(Host &host)
         host.shutDown();
 }
 
-void TestStorm::visit(Host &host, bool shutsDown)
+void TestStress::visit(Host &host, bool shutsDown)
 {
     MessageBoxes boxes;
     boxes.decide = [](const QMessageBox *box) {
@@ -186,7 +186,7 @@ void TestStorm::visit(Host &host, bool shutsDown)
 }
 
 /// Each step is an event of its own, so that what a step has put off happens before the next.
-void TestStorm::step(Host &host, int stepsLeft, bool shutsDown)
+void TestStress::step(Host &host, int stepsLeft, bool shutsDown)
 {
     if (stepsLeft > 0) {
         act(host);
@@ -198,7 +198,7 @@ void TestStorm::step(Host &host, int stepsLeft, bool shutsDown)
     }
 }
 
-void TestStorm::act(Host &host)
+void TestStress::act(Host &host)
 {
     switch (below(9)) {
     case 0:
@@ -221,7 +221,7 @@ void TestStorm::act(Host &host)
     }
 }
 
-void TestStorm::editPage(const Host &host)
+void TestStress::editPage(const Host &host)
 {
     const auto *tabs = host.dialog->findChild<QTabWidget *>();
     const int index = below(tabs->count());
@@ -247,7 +247,7 @@ void TestStorm::editPage(const Host &host)
 
 /// A new channel has no destination, and may be on all the same: the Controller forgets the destination alone
 /// when a tab is closed. No two are to have the same.
-void TestStorm::giveDestinations(const QTabWidget &tabs) const
+void TestStress::giveDestinations(const QTabWidget &tabs) const
 {
     for (int index = 0; index < tabs.count(); ++index) {
         auto *host = tabs.widget(index)->findChild<QLineEdit *>("lineEdit_host");
@@ -259,7 +259,7 @@ void TestStorm::giveDestinations(const QTabWidget &tabs) const
     }
 }
 
-void TestStorm::leave(const Host &host)
+void TestStress::leave(const Host &host)
 {
     giveDestinations(*host.dialog->findChild<QTabWidget *>());
     QTest::mouseClick(host.find<QPushButton>("pushButton_ok"), Qt::LeftButton);
@@ -271,7 +271,7 @@ void TestStorm::leave(const Host &host)
 
 /// One load of the plug-in file, with data threads through the link and past it, since the link's locks order
 /// what the threads do. A further thread tells of a changed catalogue as often as it is asked to.
-void TestStorm::live()
+void TestStress::live()
 {
     Host host;
     QVERIFY2(host.module, qPrintable(host.loader.errorString()));
@@ -300,7 +300,7 @@ void TestStorm::live()
 }
 
 /// What the first life leaves behind is what Qt and the C library keep for good.
-void TestStorm::storm()
+void TestStress::storm()
 {
     live();
     const int threads = threadCount();
@@ -319,5 +319,5 @@ void TestStorm::storm()
     QVERIFY(m_datagrams > 0);
 }
 
-QTEST_MAIN(TestStorm)
-#include "test_storm.moc"
+QTEST_MAIN(TestStress)
+#include "test_stress.moc"

@@ -122,11 +122,11 @@ int32_t __wrap_nativeSocketSend(NativeSocket, const void *data, int32_t length, 
 namespace {
 
 /// How often each moment is met. The sanitizers alone, under which everything takes many times as long, take
-/// another number from NARROW_CROSSINGS.
+/// another number from RACE_CROSSINGS.
 int crossings()
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    const int given = qEnvironmentVariableIntValue("NARROW_CROSSINGS");
+    const int given = qEnvironmentVariableIntValue("RACE_CROSSINGS");
     return given > 0 ? given : fullCrossings;
 #else
     return fullCrossings;
@@ -150,7 +150,7 @@ bool forwards(FedChannel *channel, int *number)
 
 } // namespace
 
-class TestNarrowMoments : public QObject
+class TestRaces : public QObject
 {
     Q_OBJECT
 
@@ -178,7 +178,7 @@ private:
     int m_descriptors = 0;
 };
 
-void TestNarrowMoments::init()
+void TestRaces::init()
 {
     for (std::atomic<int> *counter : {&claims, &refusedClaims, &lateClaims, &publishWaits, &tornDatagrams,
                                       &lastSentNumber, &departureYields, &workerYields, &leaveYields})
@@ -188,14 +188,14 @@ void TestNarrowMoments::init()
     m_patience.setRemainingTime(patienceMilliseconds);
 }
 
-void TestNarrowMoments::cleanup()
+void TestRaces::cleanup()
 {
     QVERIFY(comesTrue([this] { return threadCount() == m_threads; }));
     QCOMPARE(descriptorCount(), m_descriptors);
     QCOMPARE(tornDatagrams.load(), 0);
 }
 
-void TestNarrowMoments::startMeetsEndingWorker()
+void TestRaces::startMeetsEndingWorker()
 {
     FedChannel channel(9);
     int number = 0;
@@ -223,7 +223,7 @@ void TestNarrowMoments::startMeetsEndingWorker()
     QVERIFY(refusedClaims > 0);
 }
 
-void TestNarrowMoments::destructorMeetsStartedThread()
+void TestRaces::destructorMeetsStartedThread()
 {
     for (int crossing = 0; wantsMore(crossing); ++crossing) {
         auto channel = std::make_unique<FedChannel>(9);
@@ -243,7 +243,7 @@ void TestNarrowMoments::destructorMeetsStartedThread()
     QVERIFY(lateClaims < all);
 }
 
-void TestNarrowMoments::lineMeetsChannelTakenOut()
+void TestRaces::lineMeetsChannelTakenOut()
 {
     const auto fanOut = makeFanOut();
     FedChannel steady(9, fanOut, 0);
@@ -272,7 +272,7 @@ void TestNarrowMoments::lineMeetsChannelTakenOut()
 
 // The waiter is the worker in small: it looks at its queue after each wait, however that ended. The queue is
 // a number of tokens; each is put in and signalled under the mutex, as a line is.
-void TestNarrowMoments::signalMeetsTimeOut()
+void TestRaces::signalMeetsTimeOut()
 {
     Mutex *mutex = nullptr;
     Condition *condition = nullptr;
@@ -330,5 +330,5 @@ void TestNarrowMoments::signalMeetsTimeOut()
     QCOMPARE(mutexDestroy(mutex), 0);
 }
 
-QTEST_GUILESS_MAIN(TestNarrowMoments)
-#include "test_narrowmoments.moc"
+QTEST_GUILESS_MAIN(TestRaces)
+#include "test_races.moc"

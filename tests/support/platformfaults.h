@@ -1,0 +1,241 @@
+#pragma once
+
+#include "native.h"
+
+#include <atomic>
+#include <climits>
+#include <new>
+#include <utility>
+
+// Platform fault injection: a test sees what a worker waits for, holds up its sends, and makes the platform
+// fail. The linker redirects calls of the platform's functions to those below (--wrap). Only one source file
+// of a program may include this.
+
+namespace faults {
+
+enum Call
+{
+    NoCall,
+    Memory, ///< allocations by new (std::nothrow)
+    MutexCreate,
+    MutexTryLock,
+    SemaphoreCreate,
+    SemaphoreWait,
+    LineWait, ///< a wait with a time-out: a worker's wait for lines
+    LockCreate,
+    ThreadCreate,
+    SocketCreate,
+    SocketNotReady,   ///< a send would have to wait
+    SocketWait,       ///< as SocketNotReady, and the wait fails
+    SocketWaitInTime, ///< as SocketNotReady, and the wait times out
+    SocketSend,
+    SocketSendShort,
+    LookUp
+};
+
+inline std::atomic<Call> refused{NoCall};
+inline std::atomic<int> granted{0}; // calls that succeed before the refusals begin
+inline std::atomic<int> refusals{0};
+inline std::atomic<int> mostRefusals{0};
+
+inline bool refuses(Call call)
+{
+    if (refused != call || granted-- > 0 || refusals >= mostRefusals)
+        return false;
+    ++refusals;
+    return true;
+}
+
+/// Makes a call fail for as long as it lives, after the first \a spared calls and at most \a times.
+class Refusal
+{
+public:
+    explicit Refusal(Call call, int spared = 0, int times = INT_MAX)
+    {
+        refusals = 0;
+        mostRefusals = times;
+        granted = spared;
+        refused = call;
+    }
+    ~Refusal() { refused = NoCall; }
+    Refusal(const Refusal &) = delete;
+    Refusal &operator=(const Refusal &) = delete;
+};
+
+// Waits with a time-out are those of workers for lines. They end only by a wake-up, unless a test lets them
+// time out.
+inline std::atomic<bool> timeOuts{false};
+inline std::atomic<int> lineWaits{0};
+inline std::atomic<int> endedLineWaits{0};
+inline std::atomic<NativeSemaphore *> lineQueue{nullptr}; // of the last condition that was made
+inline std::atomic<int> wakeUps{0};                       // posts to it
+inline std::atomic<int> takenWakeUps{0};
+
+/// Whether the only worker waits and is not being woken: it has done all that it can do with the lines so
+/// far.
+inline bool isAsleep()
+{
+    return wakeUps == takenWakeUps && lineWaits == endedLineWaits + 1;
+}
+
+enum Path
+{
+    Open,
+    Slow, ///< a send takes 100 ms, the longest that it may take
+    Held  ///< sends do not return
+};
+
+inline std::atomic<Path> path{Open};
+inline std::atomic<int> sends{0};         // begun
+inline std::atomic<int> writableWaits{0}; // begun
+inline std::atomic<bool> isPaced{false};  // a send waits until the receiver has room
+inline std::atomic<int> bytesUnderWay{0}; // sent and not yet received
+inline std::atomic<int> stalledPort{0};   // sockets are never ready for this destination
+inline std::atomic<NativeSocket> stalledSocket{nativeNoSocket}; // the socket that sends there
+inline std::atomic<bool> isStallHeld{false};                    // waits for such a socket do not return
+inline std::atomic<bool> holdWokenWorkers{false}; // a worker's wait does not return after its wake-up
+
+/// The calling thread stops after its next unlock of a mutex until the flag is cleared.
+inline thread_local std::atomic<bool> *heldAfterUnlock = nullptr;
+inline std::atomic<int> threadsHeldAfterUnlock{0};
+
+/// What a datagram takes of the receiver's buffer.
+inline int bytesTaken(int length)
+{
+    return length + 500;
+}
+
+inline std::atomic<bool> holdLookUps{false}; // each for ten seconds at most
+inline std::atomic<int> lookUpsBegun{0};
+inline std::atomic<int> lookUpsEnded{0};
+
+} // namespace faults
+
+void *operator new(std::size_t size, const std::nothrow_t &) noexcept
+{
+    return faults::refuses(faults::Memory) ? nullptr : ::operator new(size);
+}
+
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's.
+
+/// A function that returns \a refusal where it should fail.
+#define FAULT_POINT(Result, call, parameters, arguments, refusal)                                            \
+    Result __real_native##call parameters;                                                                   \
+    Result __wrap_native##call parameters                                                                    \
+    {                                                                                                        \
+        return faults::refuses(faults::call) ? (refusal) : __real_native##call arguments;                    \
+    }
+
+extern "C" {
+
+FAULT_POINT(NativeMutex *, MutexCreate, (), (), nullptr)
+FAULT_POINT(NativeLock *, LockCreate, (), (), nullptr)
+FAULT_POINT(NativeThread *, ThreadCreate, (uint32_t(*entry)(void *), void *argument, uint32_t stackBytes),
+            (entry, argument, stackBytes), nullptr)
+FAULT_POINT(NativeSocket, SocketCreate, (), (), nativeNoSocket)
+FAULT_POINT(int, MutexTryLock, (NativeMutex * mutex), (mutex), int(NativeFailed))
+
+int __real_nativeMutexUnlock(NativeMutex *);
+int __wrap_nativeMutexUnlock(NativeMutex *mutex)
+{
+    const int result = __real_nativeMutexUnlock(mutex);
+    if (const std::atomic<bool> *held = std::exchange(faults::heldAfterUnlock, nullptr)) {
+        ++faults::threadsHeldAfterUnlock;
+        while (*held)
+            nativeSleep(0);
+    }
+    return result;
+}
+
+NativeSemaphore *__real_nativeSemaphoreCreate(int32_t, int32_t);
+NativeSemaphore *__wrap_nativeSemaphoreCreate(int32_t initial, int32_t most)
+{
+    if (faults::refuses(faults::SemaphoreCreate))
+        return nullptr;
+    NativeSemaphore *made = __real_nativeSemaphoreCreate(initial, most);
+    if (initial == 0) // not a gate
+        faults::lineQueue = made;
+    return made;
+}
+
+int __real_nativeSemaphoreWait(NativeSemaphore *, uint32_t);
+int __wrap_nativeSemaphoreWait(NativeSemaphore *semaphore, uint32_t milliseconds)
+{
+    const bool isForLines = milliseconds != nativeForever;
+    faults::lineWaits += isForLines;
+    const bool fails =
+        faults::refuses(faults::SemaphoreWait) || (isForLines && faults::refuses(faults::LineWait));
+    int result = fails ? int(NativeFailed) : __real_nativeSemaphoreWait(semaphore, milliseconds);
+    while (isForLines && result == NativeTimedOut && !faults::timeOuts)
+        result = __real_nativeSemaphoreWait(semaphore, 1);
+    while (isForLines && faults::holdWokenWorkers)
+        nativeSleep(0);
+    faults::endedLineWaits += isForLines;
+    faults::takenWakeUps += semaphore == faults::lineQueue && result == NativeTaken;
+    return result;
+}
+
+int __real_nativeSemaphorePost(NativeSemaphore *, int32_t);
+int __wrap_nativeSemaphorePost(NativeSemaphore *semaphore, int32_t count)
+{
+    faults::wakeUps += semaphore == faults::lineQueue ? count : 0;
+    return __real_nativeSemaphorePost(semaphore, count);
+}
+
+int __real_nativeSocketWaitWritable(NativeSocket, uint32_t);
+int __wrap_nativeSocketWaitWritable(NativeSocket socket, uint32_t timeoutMicroseconds)
+{
+    ++faults::writableWaits;
+    if (socket == faults::stalledSocket && timeoutMicroseconds == 0)
+        return NativeTimedOut;
+    if (socket == faults::stalledSocket) {
+        nativeSleep(timeoutMicroseconds / 1000);
+        while (faults::isStallHeld)
+            nativeSleep(1);
+        return NativeTimedOut;
+    }
+    if (faults::refuses(faults::SocketWait))
+        return NativeFailed;
+    return faults::refuses(faults::SocketWaitInTime)
+               ? int(NativeTimedOut)
+               : __real_nativeSocketWaitWritable(socket, timeoutMicroseconds);
+}
+
+int32_t __real_nativeSocketSend(NativeSocket, const void *, int32_t, uint32_t, uint16_t);
+int32_t __wrap_nativeSocketSend(NativeSocket socket, const void *data, int32_t length, uint32_t address,
+                                uint16_t port)
+{
+    ++faults::sends;
+    if (port == faults::stalledPort) {
+        faults::stalledSocket = socket;
+        return NativeNotReady;
+    }
+    if (faults::refused == faults::SocketWait || faults::refused == faults::SocketWaitInTime ||
+        faults::refuses(faults::SocketNotReady))
+        return NativeNotReady;
+    if (faults::path == faults::Slow)
+        nativeSleep(100);
+    while (faults::path == faults::Held)
+        nativeSleep(0);
+    for (int looks = 0; faults::isPaced && faults::bytesUnderWay > 20000 && looks < 10000; ++looks)
+        nativeSleep(looks < 1000 ? 0 : 1);
+    if (faults::refuses(faults::SocketSend))
+        return NativeFailed;
+    if (faults::refuses(faults::SocketSendShort))
+        return length - 1;
+    faults::bytesUnderWay += faults::bytesTaken(length);
+    return __real_nativeSocketSend(socket, data, length, address, port);
+}
+
+uint32_t __real_nativeLookUp(const char *);
+uint32_t __wrap_nativeLookUp(const char *name)
+{
+    ++faults::lookUpsBegun;
+    for (int milliseconds = 0; faults::holdLookUps && milliseconds < 10000; ++milliseconds)
+        nativeSleep(1);
+    const uint32_t address = faults::refuses(faults::LookUp) ? 0 : __real_nativeLookUp(name);
+    ++faults::lookUpsEnded;
+    return address;
+}
+}
+// NOLINTEND(bugprone-reserved-identifier)
