@@ -10,8 +10,13 @@
 #include <QRandomGenerator>
 #include <QtTest>
 
+#include <algorithm>
+#include <array>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <unistd.h>
+#include <utility>
 
 using namespace networksettings2g;
 
@@ -20,6 +25,8 @@ namespace {
 constexpr int fullCrossings = 10000;
 constexpr int patienceMilliseconds = 40000;
 constexpr int limitMilliseconds = 30000;
+constexpr int servedChannels = 10;
+constexpr quint16 firstPort = 9000;
 
 std::atomic<int> claims{0};        // workers that have taken the run of a channel
 std::atomic<int> refusedClaims{0}; // threads that found another worker
@@ -29,9 +36,21 @@ std::atomic<int> leaveYields{0}; // before a worker gives back its run
 std::atomic<bool> destroying{false};
 std::atomic<int> lateClaims{0};   // both, while the channel was being destroyed
 std::atomic<int> publishWaits{0}; // looks at a list that a data thread still walks
-std::atomic<int> tornDatagrams{0};
+std::atomic<int> joinedDatagrams{0};
 std::atomic<int> lastSentNumber{0};
-std::atomic<int> departureYields{0}; // between a wait's time-out and its accounting
+std::atomic<int> departureYields{0};                      // between a wait's time-out and its accounting
+std::array<std::atomic<int>, servedChannels> lastNumbers; // sent by each of several channels
+std::array<std::atomic<int>, servedChannels> datagrams;
+std::atomic<int> servedSends{0};   // by a thread whose previous datagram was another channel's
+std::atomic<int> lateDatagrams{0}; // after a stop has returned
+std::atomic<int> disorder{0};      // datagrams with an older number than the one before
+enum Waits
+{
+    Usual,
+    Endless, // a worker's wait ends only by a wake-up
+    Short    // it may time out at once
+};
+std::atomic<Waits> waits{Usual};
 
 void spin(int turns)
 {
@@ -39,8 +58,8 @@ void spin(int turns)
     }
 }
 
-/// Whether the \a length bytes at \a data are whole frames of the lines "fr N" and "6d N", N rising.
-bool isWhole(const QByteArray &datagram, int *number)
+/// Whether \a datagram is whole frames of the lines "fr N" and "6d N".
+bool isWhole(const QByteArray &datagram)
 {
     const QList<QByteArray> lines = datagram.split('\n');
     const int pairs = (lines.size() - 1) / 2;
@@ -49,9 +68,13 @@ bool isWhole(const QByteArray &datagram, int *number)
         const QByteArray &second = lines.at(2 * pair + 1);
         if (!first.startsWith("fr ") || !second.startsWith("6d ") || first.mid(3) != second.mid(3))
             return false;
-        *number = first.mid(3).trimmed().toInt();
     }
     return pairs > 0 && lines.size() == 2 * pairs + 1;
+}
+
+int lastNumberIn(const QByteArray &datagram)
+{
+    return datagram.mid(datagram.lastIndexOf("fr ") + 3).split('\r').first().toInt();
 }
 
 } // namespace
@@ -101,19 +124,30 @@ int __wrap_nativeMutexUnlock(NativeMutex *mutex)
 int __real_nativeSemaphoreWait(NativeSemaphore *, uint32_t);
 int __wrap_nativeSemaphoreWait(NativeSemaphore *semaphore, uint32_t milliseconds)
 {
-    const int result = __real_nativeSemaphoreWait(semaphore, milliseconds);
+    const bool isForLines = milliseconds != nativeForever;
+    const uint32_t limit = isForLines && waits == Short ? milliseconds % 3 : milliseconds;
+    int result = __real_nativeSemaphoreWait(semaphore, limit);
+    while (isForLines && waits == Endless && result == NativeTimedOut)
+        result = __real_nativeSemaphoreWait(semaphore, 1);
     for (int turn = 0; result == NativeTimedOut && turn < departureYields; ++turn)
         std::this_thread::yield();
     return result;
 }
 
 int32_t __real_nativeSocketSend(NativeSocket, const void *, int32_t, uint32_t, uint16_t);
-int32_t __wrap_nativeSocketSend(NativeSocket, const void *data, int32_t length, uint32_t, uint16_t)
+int32_t __wrap_nativeSocketSend(NativeSocket, const void *data, int32_t length, uint32_t, uint16_t port)
 {
-    int number = 0;
-    if (!isWhole(QByteArray(static_cast<const char *>(data), length), &number))
-        ++tornDatagrams;
+    const QByteArray datagram(static_cast<const char *>(data), length);
+    const int number = lastNumberIn(datagram);
+    joinedDatagrams += !isWhole(datagram);
     lastSentNumber = number;
+    if (port >= firstPort) {
+        static thread_local quint16 previousPort = port;
+        servedSends += std::exchange(previousPort, port) != port;
+        const auto channel = std::size_t(port - firstPort);
+        disorder += lastNumbers[channel].exchange(number) >= number;
+        ++datagrams[channel];
+    }
     return length;
 }
 }
@@ -160,6 +194,10 @@ private slots:
     void startMeetsEndingWorker();
     void destructorMeetsStartedThread();
     void lineMeetsChannelTakenOut();
+    void servedChannelMeets_data();
+    void servedChannelMeets();
+    void everyFrameIsServedWithoutALaterLine_data();
+    void everyFrameIsServedWithoutALaterLine();
     void signalMeetsTimeOut();
 
 private:
@@ -180,9 +218,13 @@ private:
 
 void TestRaces::init()
 {
-    for (std::atomic<int> *counter : {&claims, &refusedClaims, &lateClaims, &publishWaits, &tornDatagrams,
-                                      &lastSentNumber, &departureYields, &workerYields, &leaveYields})
+    for (std::atomic<int> *counter :
+         {&claims, &refusedClaims, &lateClaims, &publishWaits, &joinedDatagrams, &lastSentNumber,
+          &departureYields, &workerYields, &leaveYields, &servedSends, &disorder, &lateDatagrams})
         *counter = 0;
+    for (int channel = 0; channel < servedChannels; ++channel)
+        lastNumbers[std::size_t(channel)] = datagrams[std::size_t(channel)] = 0;
+    waits = Usual;
     m_threads = threadCount();
     m_descriptors = descriptorCount();
     m_patience.setRemainingTime(patienceMilliseconds);
@@ -192,7 +234,7 @@ void TestRaces::cleanup()
 {
     QVERIFY(comesTrue([this] { return threadCount() == m_threads; }));
     QCOMPARE(descriptorCount(), m_descriptors);
-    QCOMPARE(tornDatagrams.load(), 0);
+    QCOMPARE(joinedDatagrams.load(), 0);
 }
 
 void TestRaces::startMeetsEndingWorker()
@@ -268,6 +310,128 @@ void TestRaces::lineMeetsChannelTakenOut()
     qInfo("%d looks at a list that was still walked", publishWaits.load());
     QVERIFY(publishWaits > 0);
     fanOut->publish({});
+}
+
+namespace {
+
+std::vector<quint16> servedPorts()
+{
+    std::vector<quint16> ports;
+    for (quint16 port = firstPort; port < firstPort + servedChannels; ++port)
+        ports.push_back(port);
+    return ports;
+}
+
+bool haveAllSent(int number)
+{
+    return std::all_of(lastNumbers.begin(), lastNumbers.end(), [number](int last) { return last == number; });
+}
+
+} // namespace
+
+/// Does something to one channel, given by its index. The mutex keeps the data thread from beginning a frame.
+using Act = std::function<void(FedChannels &, int, std::mutex &)>;
+
+Q_DECLARE_METATYPE(Act)
+
+void TestRaces::servedChannelMeets_data()
+{
+    QTest::addColumn<Act>("act");
+    QTest::addColumn<bool>("keepsFramesWhole"); // a stop leaves the lines in the queue, whose frame it drops
+
+    const auto restart = [](FedChannels &channels, int index, std::mutex &betweenFrames) {
+        channels.at(index).updateRouterActiveState(false);
+        const int sent = datagrams[std::size_t(index)];
+        spin(1000);
+        lateDatagrams += datagrams[std::size_t(index)] - sent;
+        const std::lock_guard<std::mutex> guard(betweenFrames);
+        channels.at(index).updateRouterActiveState(true);
+    };
+    QTest::newRow("a stop") << Act(restart) << false;
+    QTest::newRow("a stop of the server")
+        << Act([restart](FedChannels &channels, int index, std::mutex &mutex) {
+               restart(channels, index < 5 ? 4 : 9, mutex); // the channels whose workers are woken
+           })
+        << false;
+    QTest::newRow("a reset") << Act([](FedChannels &channels, int index, std::mutex &) {
+        channels.at(index).resetFrame();
+    }) << true;
+    QTest::newRow("its destruction") << Act([](FedChannels &channels, int index, std::mutex &betweenFrames) {
+        channels.replace(index, quint16(firstPort + index));
+        const std::lock_guard<std::mutex> guard(betweenFrames);
+        channels.at(index).updateRouterActiveState(true);
+    }) << true;
+}
+
+// Data flow without a pause while something happens to one of ten channels.
+void TestRaces::servedChannelMeets()
+{
+    QFETCH(const Act, act);
+    QFETCH(const bool, keepsFramesWhole);
+
+    m_patience.setRemainingTime(patienceMilliseconds / 8);
+    FedChannels channels(servedPorts());
+    channels.start();
+    std::atomic<int> number{0};
+    std::mutex betweenFrames;
+    auto data = std::make_unique<Loop>([&](int frame) {
+        {
+            const std::lock_guard<std::mutex> guard(betweenFrames);
+            channels.feedFrame(++number);
+        }
+        spin(frame % 16 * 1000);
+    });
+    for (int crossing = 0; wantsMore(crossing); ++crossing) {
+        act(channels, below(servedChannels), betweenFrames);
+        spin(below(20000));
+    }
+    data.reset();
+    waits = Endless; // a channel that is called and not looked at would stay behind
+    for (int frames = 0; frames < 5; ++frames)
+        channels.feedFrame(++number);
+    QVERIFY(comesTrue([&number] { return haveAllSent(number); }));
+    waits = Usual;
+    qInfo("%d frames, %d datagrams followed another channel's on the same thread", number.load(),
+          servedSends.load());
+    QVERIFY(servedSends > 0);
+    QCOMPARE(disorder.load(), 0);
+    QCOMPARE(lateDatagrams.load(), 0);
+    if (!keepsFramesWhole)
+        joinedDatagrams = 0;
+}
+
+void TestRaces::everyFrameIsServedWithoutALaterLine_data()
+{
+    QTest::addColumn<int>("waitsOfWorkers");
+
+    QTest::newRow("workers sleep until they are woken") << int(Endless);
+    QTest::newRow("workers time out as they are called") << int(Short);
+}
+
+void TestRaces::everyFrameIsServedWithoutALaterLine()
+{
+    QFETCH(const int, waitsOfWorkers);
+
+    m_patience.setRemainingTime(patienceMilliseconds / 8);
+    FedChannels channels(servedPorts());
+    channels.start();
+    channels.feedFrame(1);
+    waits = static_cast<Waits>(waitsOfWorkers);
+    int number = 1;
+    for (int crossing = 0; wantsMore(crossing); ++crossing) {
+        departureYields = below(20);
+        workerYields = below(3);
+        channels.feedFrame(++number);
+        QVERIFY2(comesTrue([&] { return haveAllSent(number); }), "a channel was called and not served");
+        spin(below(20000));
+    }
+    waits = Usual;
+    qInfo("%d frames, %d datagrams followed another channel's on the same thread", number,
+          servedSends.load());
+    QVERIFY(servedSends > 0);
+    // The first two frames share a datagram.
+    for (const std::atomic<int> &count : datagrams)
+        QCOMPARE(count.load(), number - 1);
 }
 
 // The waiter is the worker in small: it looks at its queue after each wait, however that ended. The queue is
