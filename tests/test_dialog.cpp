@@ -2,6 +2,7 @@
 
 #include <QAccessible>
 #include <QNetworkDatagram>
+#include <QScreen>
 #include <QTabBar>
 #include <QUdpSocket>
 
@@ -118,11 +119,17 @@ void TestDialog::channelCountChangedWhileClosed()
     fixture.create();
     const int width = fixture.dialog->width();
     const QPointer<ChannelWidget> first = fixture.page(0);
-    fixture.open([&] { QVERIFY(fixture.dialog->width() < width + 300); });
+    // Higher than the screen, to which the dialog is not fitted.
+    const int height = QGuiApplication::primaryScreen()->size().height() + 100;
+    fixture.dialog->resize(width, height);
+    fixture.open([&] {
+        QVERIFY(fixture.dialog->width() < width + 300);
+        QCOMPARE(fixture.dialog->height(), height);
+    });
     for (const auto &[channels, wider] : {std::pair(6, 360), {10, 600}, {2, 600}}) {
         fixture.change(withChannels(channels));
         fixture.open([&fixture, channels = channels] { QCOMPARE(fixture.titles(), tabTitles(channels)); });
-        QCOMPARE(fixture.dialog->width(), width + wider);
+        QCOMPARE(fixture.dialog->size(), QSize(width + wider, height));
     }
     QVERIFY(!first);
 }
@@ -186,7 +193,8 @@ void TestDialog::routerMode_data()
     QTest::newRow("on, no channel active") << 9 << QByteArray("yes") << false << true << true;
     QTest::newRow("off") << 4 << QByteArray("no") << true << false << true;
     QTest::newRow("off, no channel active") << 9 << QByteArray("no") << false << false << false;
-    QTest::newRow("too old") << 3 << QByteArray("yes") << false << false << false;
+    QTest::newRow("too old") << 3 << QByteArray("yes") << true << false << false;
+    QTest::newRow("too old, no channel active") << 3 << QByteArray("yes") << false << false << false;
 }
 
 void TestDialog::routerMode()
@@ -205,9 +213,11 @@ void TestDialog::routerMode()
         QTEST(box->isChecked(), "checked");
         QTEST(box->isEnabled(), "enabled");
         QCOMPARE(fixture.sent().contains("output net_via_router"), minor >= 4);
-        // The rule of the active boxes knows no version.
+        // Ticking an active box by hand enables the router box, whatever the version.
         clickBox(fixture.page(0)->checkBox_active_channel);
         QCOMPARE(box->isEnabled(), !anyActive);
+        clickBox(fixture.page(0)->checkBox_active_channel);
+        QCOMPARE(box->isEnabled(), anyActive);
     });
 }
 

@@ -9,8 +9,6 @@
 
 #include <QHostInfo>
 #include <QMessageBox>
-#include <QScreen>
-#include <QStyle>
 
 #include <utility>
 
@@ -110,11 +108,15 @@ void NetworkDialog::bringUpToDate()
     if (channelsInUse() != m_pages.size())
         rebuildChannels();
     refreshAllChannels();
+    // A page whose active box has changed in the refresh has enabled the box, whatever the version.
+    if (!commands::knowsRouterMode(*m_versions))
+        checkBox_actAsRouter->setEnabled(false);
     const QList<ChannelWidget *> pages = m_pages;
     for (ChannelWidget *page : pages)
         page->updateTabColor();
     updateCloseButtons();
-    fitSize();
+    if (m_channelCount >= manyChannels)
+        resize(m_channelCount * tabWidth + m_baseWidth, height());
 }
 
 NetworkDialog::Operation::Operation(NetworkDialog *dialog)
@@ -240,14 +242,4 @@ void NetworkDialog::refreshChannels(const QList<ChannelAsRouter *> &channels)
         channel->setOutputTypes(m_outputTypes);
         channel->load();
     }
-}
-
-void NetworkDialog::fitSize()
-{
-    if (m_channelCount >= manyChannels)
-        resize(m_channelCount * tabWidth + m_baseWidth, height());
-    // The way out stands at the bottom: it must not end below the edge of a small screen.
-    const int roomBelowTitle =
-        screen()->availableSize().height() - style()->pixelMetric(QStyle::PM_TitleBarHeight);
-    resize(width(), qMin(height(), roomBelowTitle));
 }

@@ -116,7 +116,6 @@ private:
     void refreshChannel(int index);
     void refreshAllChannels();
     void refreshChannels(const QList<ChannelAsRouter *> &channels);
-    void fitSize();
 
     // networkdialog_tabs.cpp: the tab row
     int channelsInUse();
