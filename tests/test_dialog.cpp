@@ -59,6 +59,7 @@ private slots:
     void routerMode();
     void keyboardReachesAll();
     void routerModeAtStartForwards();
+    void closedChannelGetsNoDataWhileControllerIsTold();
     void catalogueMessage_data();
     void catalogueMessage();
 };
@@ -291,6 +292,37 @@ void TestDialog::routerModeAtStartForwards()
             QVERIFY(!receiver.receiveDatagram().data().contains("fr 100"));
     });
     QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
+}
+
+void TestDialog::closedChannelGetsNoDataWhileControllerIsTold()
+{
+    QUdpSocket kept, closed;
+    QVERIFY(kept.bind(QHostAddress::LocalHost));
+    QVERIFY(closed.bind(QHostAddress(QLatin1String("127.0.0.2"))));
+    DialogFixture fixture([&](ControllerState &state) {
+        withChannels(2)(state);
+        state.channels[0].destination.port = kept.localPort();
+        state.channels[1].destination = {Destination::Kind::Udp, "127.0.0.2", closed.localPort()};
+        state.viaRouter = true;
+    });
+    fixture.create();
+    int received = 0;
+    QObject scope;
+    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
+        if (exchange.text != "output net ch02 none")
+            return;
+        for (int frame = 1; frame <= 1000 && received < 20; ++frame) {
+            fixture.link.deliver("fr", "fr " + QByteArray::number(frame) + "\r\n");
+            fixture.link.deliver("6d", "6d 0\r\n");
+            received += kept.waitForReadyRead(20) && kept.receiveDatagram().isValid();
+        }
+    });
+    fixture.open([&] {
+        MessageBoxes boxes({QMessageBox::Yes});
+        QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::ControlModifier);
+    });
+    QCOMPARE(received, 20);
+    QVERIFY(!closed.hasPendingDatagrams());
 }
 
 void TestDialog::catalogueMessage_data()

@@ -177,6 +177,7 @@ void NetworkDialog::closeTab(int index)
     m_channels.removeAt(index);
     m_pages.removeAt(index);
     --m_channelCount;
+    m_fanOut.publish(m_channels); // a host may deliver data from within the command below
     if (m_tabWidget->count() > 1)
         m_tabWidget->removeTab(index);
     resetOnController(index + 1);
@@ -191,7 +192,6 @@ void NetworkDialog::resetOnController(int number)
 
 void NetworkDialog::discard(ChannelAsRouter *channel, ChannelWidget *page)
 {
-    m_fanOut.publish(m_channels);
     disconnect(this, nullptr, channel, nullptr);
     channel->updateRouterActiveState(false);
     // The page may be the sender of the click that led here. It takes its channel along, and both go with the
