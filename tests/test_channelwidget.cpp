@@ -65,6 +65,7 @@ class TestChannelWidget : public QObject
     Q_OBJECT
 
 private slots:
+    void metaObjectsAreTheDescribedOnes();
     void enableRule();
     void boxes_data();
     void boxes();
@@ -72,6 +73,27 @@ private slots:
     void validate_data();
     void validate();
 };
+
+/// Hosts reach signals and slots by name: none is missing, and none is there that nobody knows of.
+void TestChannelWidget::metaObjectsAreTheDescribedOnes()
+{
+    const auto methods = [](const QMetaObject &type) {
+        QByteArrayList signatures;
+        for (int i = type.methodOffset(); i < type.methodCount(); ++i)
+            signatures << type.method(i).methodSignature();
+        return signatures.join(' ');
+    };
+    QCOMPARE(methods(Channel::staticMetaObject),
+             QByteArray("updated() committingChanges() setPort(int) setActive(bool) setMulticast(bool) "
+                        "setDataDivisor(int) setIp(uint) setHost(QString)"));
+    QCOMPARE(methods(ChannelAsRouter::staticMetaObject), QByteArray("updateRouterActiveState(bool)"));
+    QCOMPARE(methods(ChannelWidget::staticMetaObject),
+             QByteArray("closeTab(int) changeChannelTabTitleFontColor(int,QColor) "
+                        "checkBox_active_channel_toggled() updateFromChannel() flushChangesToChannel() "
+                        "tableViewItemDoubleClicked(QModelIndex) on_checkBox_multicast_toggled(bool) "
+                        "on_checkBox_my_ip_toggled(bool) on_checkBox_active_channel_toggled(bool) "
+                        "on_lineEdit_host_editingFinished() on_pushButton_closeTab_clicked()"));
+}
 
 void TestChannelWidget::enableRule()
 {

@@ -50,6 +50,7 @@ class TestDialog : public QObject
     Q_OBJECT
 
 private slots:
+    void metaObjectIsTheDescribedOne();
     void tabsFollowHighestChannelInUse();
     void openingBringsEverythingUpToDate();
     void channelCountChangedWhileClosed();
@@ -63,6 +64,20 @@ private slots:
     void catalogueMessage_data();
     void catalogueMessage();
 };
+
+/// Hosts reach signals and slots by name: none is missing, and none is there that nobody knows of.
+void TestDialog::metaObjectIsTheDescribedOne()
+{
+    const QMetaObject &type = NetworkDialog::staticMetaObject;
+    QByteArrayList signatures;
+    for (int i = type.methodOffset(); i < type.methodCount(); ++i)
+        signatures << type.method(i).methodSignature();
+    QCOMPARE(signatures.join(' '),
+             QByteArray("deferedRouterActiveToggled(bool) update_and_exec() "
+                        "onCheckBox_active_channel_toggled() keyPressEvent(QKeyEvent*) closeCurrentTab() "
+                        "closeLastTab() onTabBarClicked(int) on_checkBox_actAsRouter_toggled(bool) accept() "
+                        "reject()"));
+}
 
 void TestDialog::tabsFollowHighestChannelInUse()
 {

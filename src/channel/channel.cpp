@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -55,7 +56,7 @@ Channel::~Channel() = default;
 
 void Channel::setOutputTypes(const QList<OutputTypeInfo> &types)
 {
-    // load() follows and tells the ticks that it has read.
+    // Keep tickedTypes() as it is: load() comes next and publishes the new ticks in one step.
     const QScopedValueRollback<bool> hold(m_holdTicks, true);
     fillRows(inDisplayOrder(types));
     findHiddenRows();
@@ -117,7 +118,12 @@ void Channel::updateTickedTypes()
     if (ticked == m_tickedTypes)
         return;
     m_tickedTypes.swap(ticked);
-    emit tickedTypesChanged();
+    m_tickedTypesCallback();
+}
+
+void Channel::setTickedTypesCallback(std::function<void()> callback)
+{
+    m_tickedTypesCallback = std::move(callback);
 }
 
 void Channel::setMonitorIp(QString monitorIp)

@@ -9,6 +9,7 @@
 #include <QVector>
 
 #include <atomic>
+#include <functional>
 
 struct BackendVersions;
 class IOManager;
@@ -60,7 +61,7 @@ public:
 
     /// Rebuilds the rows from \a types: well-known identifiers first, in their fixed order, then the others
     /// in the order of the catalogue. All ticks are off until load() has read them; tickedTypes() stays as
-    /// it was until then, so that a refresh tears no frame.
+    /// it was until then, so that a refresh does not break up a frame.
     void setOutputTypes(const QList<OutputTypeInfo> &types);
 
     /// The three identities of this computer, by which isMyIp() knows it: its address as the Controller sees
@@ -109,8 +110,13 @@ public:
     /// Whether the row of \a name is ticked; false without such a row.
     bool isTypeActive(const QString &name) const;
 
-    /// The names of the ticked rows, in Latin-1 and sorted, as tickedTypesChanged() last told.
+    /// The names of the ticked rows, in Latin-1 and sorted. Unchanged from setOutputTypes() to the end of
+    /// load().
     const QVector<QByteArray> &tickedTypes() const { return m_tickedTypes; }
+
+    /// Calls \a callback after each change of tickedTypes(); for a refresh once, at the end of load(). It is
+    /// a callback because the signals of this class are fixed.
+    void setTickedTypesCallback(std::function<void()> callback);
 
     /// The address of \a host, a dotted address or a name; 0 if there is none. A name is looked up: blocks.
     static quint32 lookUp(const QString &host);
@@ -122,10 +128,6 @@ public:
 signals:
     /// load() has ended.
     void updated();
-
-    /// tickedTypes() has changed. When the rows are rebuilt and read, this comes once, after the last of
-    /// them.
-    void tickedTypesChanged();
 
     /// commit() begins: whoever holds an edit back hands it over before this returns.
     void committingChanges();
@@ -190,5 +192,6 @@ private:
     QString m_domainName;
     QString m_host;
     QVector<QByteArray> m_tickedTypes;
-    bool m_holdTicks = false; // the rows are being read; their ticks are told as a whole
+    std::function<void()> m_tickedTypesCallback = [] {};
+    bool m_holdTicks = false; // true while rows are rebuilt or read: m_tickedTypes stays until the end
 };

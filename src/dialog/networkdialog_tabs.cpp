@@ -43,7 +43,7 @@ void NetworkDialog::createChannel(int index)
 {
     auto *channel = new ChannelAsRouter(m_ioManager, index, m_versions);
     connect(this, SIGNAL(deferedRouterActiveToggled(bool)), channel, SLOT(updateRouterActiveState(bool)));
-    connect(channel, &Channel::tickedTypesChanged, this, [this] { m_fanOut.publish(m_channels); });
+    channel->setTickedTypesCallback([this] { m_fanOut.publish(m_channels); });
     m_channels << channel;
 
     auto *page = new ChannelWidget(m_ioManager, channel, m_versions);
@@ -193,6 +193,7 @@ void NetworkDialog::resetOnController(int number)
 void NetworkDialog::discard(ChannelAsRouter *channel, ChannelWidget *page)
 {
     disconnect(this, nullptr, channel, nullptr);
+    channel->setTickedTypesCallback([] {});
     channel->updateRouterActiveState(false);
     // The page may be the sender of the click that led here. It takes its channel along, and both go with the
     // dialog if the event loop does not come by before.

@@ -30,7 +30,7 @@ public:
     explicit FedChannel(quint16 port)
         : ChannelAsRouter(nullptr, 0, nullptr)
     {
-        connect(this, &Channel::tickedTypesChanged, this, [this] { m_fanOut.publish({this}); });
+        setTickedTypesCallback([this] { m_fanOut.publish({this}); });
         QList<OutputTypeInfo> types;
         for (const char *type : {"fr", "6d", "3d", "gl", "6dcal", "fr2"})
             types << OutputTypeInfo{QString::fromLatin1(type), QString(), true};
