@@ -159,8 +159,8 @@ void TestDialog::lock_data()
 
     QTest::newRow("locked") << 9 << 0 << QByteArray("no") << true;
     QTest::newRow("trailing blank") << 9 << 0 << QByteArray("no ") << false;
-    QTest::newRow("last test build") << 9 << -1 << QByteArray("no") << true;
-    QTest::newRow("earlier test build") << 9 << -2 << QByteArray("no") << false;
+    QTest::newRow("third number -1") << 9 << -1 << QByteArray("no") << true;
+    QTest::newRow("third number -2") << 9 << -2 << QByteArray("no") << false;
     QTest::newRow("old") << 8 << 9 << QByteArray("no") << false;
 }
 

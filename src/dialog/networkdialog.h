@@ -26,7 +26,8 @@ class NetworkDialogTabWidget;
 /// may call on any thread. A command that fails is logged at the host or passed over, and the operation goes
 /// on.
 ///
-/// m_channels and m_pages have one length and order: entry i is channel index i and tab i.
+/// m_channels and m_pages have one length and order: entry i is tab i, and channel index i unless
+/// closeCurrentTab() has closed a tab before it.
 ///
 /// A host may run its event loop or come back to the module from within a command, and a message box runs an
 /// event loop of its own. What would start a second operation on the channels then is refused, or, for a
@@ -56,8 +57,9 @@ signals:
     void deferedRouterActiveToggled(bool enable);
 
 public slots:
-    /// Reads the Controller's state anew and shows the dialog modally; the result of exec(). A dialog that is
-    /// on the screen already is only brought to the front.
+    /// Reads the Controller's state and shows the dialog modally. Returns the result of exec(). While the
+    /// dialog is visible or an operation is under way, and after teardownRequests(), it only raises the
+    /// dialog and returns Rejected.
     int update_and_exec();
 
     /// The router check box can be used while a channel is active and the configuration is not locked.
@@ -67,7 +69,8 @@ public slots:
     void keyPressEvent(QKeyEvent *event) override;
 
 private slots:
-    /// Closes a tab in the midst of the row. Reachable through the meta-object alone.
+    /// Closes the current tab after a question, if there are at least three. Nothing in the module calls it.
+    /// Later channels keep their index and title.
     void closeCurrentTab();
 
     /// Closes the last tab after a question, unless it is the only one.
