@@ -205,6 +205,8 @@ void TestChannelWidget::validate_data()
     row(badName, false, 1, unresolved.arg(badName), QMessageBox::Ignore);
     row(badName, true, 1, "Multicast ip cannot resolve host name 'bad..name' for channel 3");
     row("%1%2", false, 1, unresolved.arg("%1%2"));
+    row("<b>x</b>", false, 1, unresolved.arg("<b>x</b>")); // not as markup
+    row("<b>x</b>", true, 1, "Multicast ip cannot resolve host name '<b>x</b>'");
     row("224.0.0.255", true, 1, noGroup);
     row("224.0.1.0", true, 1);
     row("239.255.255.255", true, 1);
@@ -239,6 +241,7 @@ void TestChannelWidget::validate()
         QCOMPARE(boxes.texts.size(), message.isEmpty() ? 0 : 1);
         const QString text = boxes.texts.value(0, "");
         QVERIFY2(text.startsWith(message), qPrintable(text));
+        QVERIFY(!boxes.anyRichText);
         // An inactive channel passes with whatever stands there, and the Controller is not asked.
         page.channel.setActive(false);
         page.manager.takeJournal();

@@ -6,8 +6,7 @@
 #include "hostlog.h"
 #include "iomanager.h"
 #include "networkdialogtabwidget.h"
-
-#include <QMessageBox>
+#include "plainmessage.h"
 
 #include <algorithm>
 
@@ -65,8 +64,8 @@ bool NetworkDialog::offerDeactivation(ChannelAsRouter *kept, ChannelAsRouter *ot
             .arg(kept->channelIndex() + 1)
             .arg(number)
             .arg(number);
-    const auto answer = QMessageBox::question(this, QLatin1String("Conflicting channels"), text,
-                                              QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+    const auto answer = networksettings2g::showQuestion(this, QLatin1String("Conflicting channels"), text,
+                                                        QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
     if (answer != QMessageBox::Yes)
         return false;
     other->setActive(false);

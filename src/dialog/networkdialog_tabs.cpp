@@ -7,9 +7,9 @@
 #include "hostlog.h"
 #include "iomanager.h"
 #include "networkdialogtabwidget.h"
+#include "plainmessage.h"
 
 #include <QKeyEvent>
-#include <QMessageBox>
 #include <QTabBar>
 
 namespace {
@@ -164,9 +164,9 @@ void NetworkDialog::closeCurrentTab()
 
 bool NetworkDialog::confirmClosing(int number)
 {
-    return QMessageBox::warning(this, QLatin1String("Warning"),
-                                QString::fromLatin1("Close Channel %1?").arg(number),
-                                QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
+    return networksettings2g::showWarning(
+               this, QLatin1String("Warning"), QString::fromLatin1("Close Channel %1?").arg(number),
+               QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
 }
 
 void NetworkDialog::closeTab(int index)

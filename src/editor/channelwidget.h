@@ -89,8 +89,7 @@ private:
     quint32 addressOf(const QString &host) const;
     int systemModel() const;
     int number() const;
-    void refuseText(const QString &message);
-    void refuseAddress(const QString &message);
+    void warn(const QString &message);
 
     IOManager *m_ioManager;
     BackendVersions *m_versions;
