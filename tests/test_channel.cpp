@@ -165,7 +165,7 @@ struct Bench
         {"updated", [this](Value v) { QObject::connect(channel.get(), &Channel::updated, [=] { run(v); }); }},
         {"committing",
          [this](Value v) { QObject::connect(channel.get(), &Channel::committingChanges, [=] { run(v); }); }},
-        {"watch", [this](Value v) { manager.onCommand = [=](const QByteArray &) { run(v); }; }},
+        {"watch", [this](Value v) { manager.onCall = [=](const QByteArray &) { run(v); }; }},
         {"state", [this](Value) { showState(); }},
         {"wanted", [this](Value) { show(wanted()); }},
         {"rows", [this](Value) { showRows(); }},

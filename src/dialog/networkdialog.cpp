@@ -6,11 +6,13 @@
 #include "commands.h"
 #include "iomanager.h"
 #include "networkdialogtabwidget.h"
+#include "plainmessage.h"
 
 #include <QHostInfo>
-#include <QMessageBox>
 
 #include <utility>
+
+using networksettings2g::OperationGate;
 
 namespace {
 
@@ -24,17 +26,24 @@ constexpr int tabWidth = 60;
 
 NetworkDialog::NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersions *versions)
     : QDialog(parent)
-    , m_ioManager(ioManager)
+    , m_host(ioManager)
     , m_versions(versions)
     , m_parentWidget(parent)
 {
-    const Operation operation(this);
     setupUi(this);
     m_lockIcon.addFile(QLatin1String(":/lock.png"));
     setupTabs();
+    connect(&m_gate, &OperationGate::becameIdle, this, &NetworkDialog::doPostponed);
+}
+
+void NetworkDialog::start()
+{
+    const CallFromHost call(this);
+    const Operation operation(&m_gate);
+    rebuildTabs();
     updateRouterState();
-    m_ioManager->addMessageReceiver(receiverName, this);
-    m_ioManager->addRequester(this);
+    m_host.addMessageReceiver(receiverName, this);
+    m_host.addRequester(this);
     if (checkBox_actAsRouter->isChecked())
         refreshAndRoute();
     m_baseWidth = width();
@@ -47,7 +56,6 @@ void NetworkDialog::setupTabs()
     layout_tabWidget->addWidget(m_tabWidget);
     m_plusPage = new QWidget(this);
     describeForScreenReaders();
-    rebuildTabs();
     connect(m_tabWidget, SIGNAL(tabBarClicked(int)), this, SLOT(onTabBarClicked(int)));
 }
 
@@ -62,47 +70,105 @@ void NetworkDialog::describeForScreenReaders()
 
 NetworkDialog::~NetworkDialog()
 {
-    dismissMessageBoxes();
+    // Each box lives on the stack of a function that has not returned, so it must not be deleted as a child.
+    const QList<QMessageBox *> boxes = closeMessageBoxes();
+    for (QMessageBox *box : boxes)
+        box->setParent(nullptr);
     destroyChannels();
 }
 
-void NetworkDialog::dismissMessageBoxes()
+QList<QMessageBox *> NetworkDialog::closeMessageBoxes()
 {
-    // Each lives on the stack of a function that is still under way: it must not be deleted with its parent.
-    // Closed by its close button it gives that function the answer that ends its run.
+    // close() makes the box return the button that ends the function that shows it.
     const QList<QMessageBox *> boxes = findChildren<QMessageBox *>();
-    for (QMessageBox *box : boxes) {
+    for (QMessageBox *box : boxes)
         box->close();
-        box->setParent(nullptr);
-    }
+    return boxes;
+}
+
+bool NetworkDialog::ask(QMessageBox::Icon icon, const QString &title, const QString &question,
+                        QMessageBox::StandardButton defaultButton)
+{
+    const QPointer<OperationGate> gate(&m_gate);
+    const auto answer = networksettings2g::showMessage(this, icon, title, question,
+                                                       QMessageBox::Yes | QMessageBox::No, defaultButton);
+    return answer == QMessageBox::Yes && gate && !gate->isClosed();
 }
 
 void NetworkDialog::teardownRequests()
 {
-    m_tornDown = true;
-    m_routerActive = false;
+    if (isTornDown())
+        return;
+    const CallFromHost call(this);
+    const Operation operation(&m_gate);
+    m_gate.close();
+    closeMessageBoxes();
+    setRouterActive(false);
     emit deferedRouterActiveToggled(false);
     const QList<OutputTypeInfo> types = m_outputTypes;
     for (const OutputTypeInfo &type : types)
-        m_ioManager->releaseOutputType(type.name.toLatin1().constData(), this);
-    m_ioManager->removeRequester(this);
-    m_ioManager->removeMessageReceiver(receiverName, this);
+        m_host.releaseOutputType(type.name.toLatin1().constData(), this);
+    m_host.removeRequester(this);
+    m_host.removeMessageReceiver(receiverName, this);
+    m_host.close();
+}
+
+void NetworkDialog::release()
+{
+    if (!m_host.isCallUnderWay()) {
+        delete this;
+        return;
+    }
+    // Functions of the dialog that have sent a command have not returned yet.
+    m_gate.close();
+    m_host.close();
+    m_releaseDue = true;
+    setParent(nullptr); // the host may destroy the parent meanwhile
+}
+
+NetworkDialog::CallFromHost::CallFromHost(NetworkDialog *dialog)
+    : m_dialog(dialog)
+{
+    ++m_dialog->m_callsFromHost;
+}
+
+NetworkDialog::CallFromHost::~CallFromHost()
+{
+    if (m_dialog && --m_dialog->m_callsFromHost == 0 && m_dialog->m_releaseDue)
+        delete m_dialog;
 }
 
 int NetworkDialog::update_and_exec()
 {
-    if (isVisible() || !mayBegin()) {
+    const CallFromHost call(this);
+    if (isVisible() || !m_gate.mayBegin()) {
+        m_openingDue = !isVisible() && !m_opening && !isTornDown();
         raise();
         activateWindow();
         return Rejected;
     }
+    m_opening = true;
     bringUpToDate();
-    return exec();
+    m_opening = false;
+    return isTornDown() ? int(Rejected) : exec();
+}
+
+void NetworkDialog::doPostponed()
+{
+    if (m_releaseDue) {
+        deleteLater(); // unless the end of a call from the host does it before
+        return;
+    }
+    if (std::exchange(m_openingDue, false))
+        QMetaObject::invokeMethod(
+            this, [this] { update_and_exec(); }, Qt::QueuedConnection);
+    if (std::exchange(m_catalogueChanged, false))
+        followCatalogueChange();
 }
 
 void NetworkDialog::bringUpToDate()
 {
-    const Operation operation(this);
+    const Operation operation(&m_gate);
     applyLock();
     updateRouterState();
     if (channelsInUse() != m_pages.size())
@@ -117,20 +183,6 @@ void NetworkDialog::bringUpToDate()
     updateCloseButtons();
     if (m_channelCount >= manyChannels)
         resize(m_channelCount * tabWidth + m_baseWidth, height());
-}
-
-NetworkDialog::Operation::Operation(NetworkDialog *dialog)
-    : m_dialog(dialog)
-{
-    ++m_dialog->m_operations;
-}
-
-NetworkDialog::Operation::~Operation()
-{
-    if (!m_dialog || --m_dialog->m_operations > 0)
-        return;
-    if (std::exchange(m_dialog->m_catalogueChanged, false))
-        m_dialog->followCatalogueChange();
 }
 
 void NetworkDialog::applyLock()
@@ -157,7 +209,7 @@ bool NetworkDialog::isConfigLocked()
 {
     Answer answer;
     return commands::knowsConfigLock(*m_versions) &&
-           m_ioManager->getValue(answer.room(), commands::configIsChangeable) == 0 && answer.is("no");
+           m_host.getValue(answer.room(), commands::configIsChangeable) == 0 && answer.is("no");
 }
 
 void NetworkDialog::updateRouterState()
@@ -170,12 +222,12 @@ void NetworkDialog::updateRouterState()
     if (!m_locked)
         checkBox_actAsRouter->setEnabled(true);
     Answer answer;
-    const bool on = m_ioManager->getValue(answer.room(), commands::routerMode) == 0 && answer.isYes();
-    // The check box first: its slot takes the change for the user's, and what the Controller says is none.
+    const bool on = m_host.getValue(answer.room(), commands::routerMode) == 0 && answer.isYes();
+    // Set the check box first: its slot marks the change as the user's, which the next line undoes, because
+    // this one comes from the Controller.
     checkBox_actAsRouter->setChecked(on);
     m_routerChanged = false;
-    m_routerActive = on;
-    applyRouterMode();
+    setRouterActive(on);
     if (!on)
         onCheckBox_active_channel_toggled();
 }
@@ -231,8 +283,11 @@ void NetworkDialog::refreshChannel(int index)
 
 void NetworkDialog::refreshChannels(const QList<ChannelAsRouter *> &channels)
 {
-    queryOutputTypes(m_ioManager, &m_outputTypes);
-    const QString monitorIp = queryMonitorIp(m_ioManager);
+    // Into a list of its own: teardownRequests() from within a query releases the types known until then.
+    QList<OutputTypeInfo> types;
+    queryOutputTypes(&m_host, &types);
+    m_outputTypes = types;
+    const QString monitorIp = queryMonitorIp(&m_host);
     const QString hostName = QHostInfo::localHostName();
     const QString domainName = QHostInfo::localDomainName();
     for (ChannelAsRouter *channel : channels) {

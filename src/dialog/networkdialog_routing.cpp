@@ -27,26 +27,29 @@ int NetworkDialog::onMessage(int /*a*/, int /*b*/, const char *text)
 {
     if (std::strcmp(text, "OutputTypesChanged") != 0)
         return 0;
-    // The refresh belongs to the GUI thread, and the routers are off around it: on another thread the whole
-    // of it waits for the event loop.
-    if (QThread::currentThread() == thread())
+    const auto follow = [this] {
+        const CallFromHost call(this);
         followCatalogueChange();
+    };
+    // The refresh belongs to the GUI thread, and the routers are off around it: from another thread the whole
+    // operation is queued.
+    if (QThread::currentThread() == thread())
+        follow();
     else
-        QMetaObject::invokeMethod(
-            this, [this] { followCatalogueChange(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, follow, Qt::QueuedConnection);
     return 0;
 }
 
 void NetworkDialog::followCatalogueChange()
 {
-    if (m_operations > 0) {
+    if (m_gate.isBusy()) {
         m_catalogueChanged = true;
         return;
     }
-    if (m_tornDown || !checkBox_actAsRouter->isChecked())
+    if (isTornDown() || !checkBox_actAsRouter->isChecked())
         return;
-    const Operation operation(this);
-    emit deferedRouterActiveToggled(false);
+    const Operation operation(&m_gate);
+    switchRouters(false);
     refreshAndRoute();
 }
 
@@ -54,7 +57,20 @@ void NetworkDialog::refreshAndRoute()
 {
     refreshAllChannels();
     updateOutputRequests();
-    emit deferedRouterActiveToggled(true);
+    switchRouters(true);
+}
+
+void NetworkDialog::setRouterActive(bool on)
+{
+    m_routerActive = on && !isTornDown();
+    applyRouterMode();
+}
+
+void NetworkDialog::switchRouters(bool on)
+{
+    // Shut-down has stopped the routers.
+    if (!isTornDown())
+        emit deferedRouterActiveToggled(on);
 }
 
 void NetworkDialog::updateOutputRequests()
@@ -63,9 +79,9 @@ void NetworkDialog::updateOutputRequests()
     for (const OutputTypeInfo &type : types) {
         const QByteArray name = type.name.toLatin1();
         if (isTypeNeeded(type.name))
-            m_ioManager->requestOutputType(name.constData(), this);
+            m_host.requestOutputType(name.constData(), this);
         else
-            m_ioManager->releaseOutputType(name.constData(), this);
+            m_host.releaseOutputType(name.constData(), this);
     }
 }
 

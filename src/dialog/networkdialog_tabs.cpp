@@ -7,7 +7,6 @@
 #include "hostlog.h"
 #include "iomanager.h"
 #include "networkdialogtabwidget.h"
-#include "plainmessage.h"
 
 #include <QKeyEvent>
 #include <QTabBar>
@@ -23,7 +22,7 @@ int NetworkDialog::channelsInUse()
     int highest = 1;
     for (int number = 1; number <= Channel::MaximumCount; ++number) {
         Answer answer;
-        const bool answered = m_ioManager->getValue(answer.room(), commands::destination, number) == 0;
+        const bool answered = m_host.getValue(answer.room(), commands::destination, number) == 0;
         if (answered && !answer.is("none"))
             highest = number;
     }
@@ -41,12 +40,12 @@ void NetworkDialog::rebuildTabs()
 
 void NetworkDialog::createChannel(int index)
 {
-    auto *channel = new ChannelAsRouter(m_ioManager, index, m_versions);
+    auto *channel = new ChannelAsRouter(&m_host, index, m_versions);
     connect(this, SIGNAL(deferedRouterActiveToggled(bool)), channel, SLOT(updateRouterActiveState(bool)));
     channel->setTickedTypesCallback([this] { m_fanOut.publish(m_channels); });
     m_channels << channel;
 
-    auto *page = new ChannelWidget(m_ioManager, channel, m_versions);
+    auto *page = new ChannelWidget(&m_host, channel, m_versions);
     connect(page, SIGNAL(changeChannelTabTitleFontColor(int, QColor)), m_tabWidget,
             SLOT(changeTabTitleFontColor(int, QColor)));
     connect(channel, SIGNAL(committingChanges()), page, SLOT(flushChangesToChannel()));
@@ -95,9 +94,9 @@ void NetworkDialog::updateCloseButtons()
 
 void NetworkDialog::onTabBarClicked(int index)
 {
-    if (m_tabWidget->tabText(index) != plusTitle || !mayBegin())
+    if (m_tabWidget->tabText(index) != plusTitle || !m_gate.mayBegin())
         return;
-    const Operation operation(this);
+    const Operation operation(&m_gate);
     removePlusTab();
     createChannel(index);
     if (index < Channel::MaximumCount - 1)
@@ -137,9 +136,9 @@ void NetworkDialog::selectNextTab()
 void NetworkDialog::closeLastTab()
 {
     const int number = m_pages.size();
-    if (number < 2 || !mayBegin())
+    if (number < 2 || !m_gate.mayBegin())
         return;
-    const Operation operation(this);
+    const Operation operation(&m_gate);
     if (!confirmClosing(number))
         return;
     closeTab(number - 1);
@@ -152,9 +151,9 @@ void NetworkDialog::closeLastTab()
 void NetworkDialog::closeCurrentTab()
 {
     const int current = m_tabWidget->currentIndex();
-    if (m_pages.size() < 3 || current < 0 || current >= m_pages.size() || !mayBegin())
+    if (m_pages.size() < 3 || current < 0 || current >= m_pages.size() || !m_gate.mayBegin())
         return;
-    const Operation operation(this);
+    const Operation operation(&m_gate);
     if (!confirmClosing(current + 1))
         return;
     closeTab(current);
@@ -164,9 +163,8 @@ void NetworkDialog::closeCurrentTab()
 
 bool NetworkDialog::confirmClosing(int number)
 {
-    return networksettings2g::showWarning(
-               this, QLatin1String("Warning"), QString::fromLatin1("Close Channel %1?").arg(number),
-               QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
+    return ask(QMessageBox::Warning, QLatin1String("Warning"),
+               QString::fromLatin1("Close Channel %1?").arg(number), QMessageBox::No);
 }
 
 void NetworkDialog::closeTab(int index)
@@ -186,8 +184,8 @@ void NetworkDialog::closeTab(int index)
 
 void NetworkDialog::resetOnController(int number)
 {
-    if (m_ioManager->setValue(commands::clearDestination, number) != 0)
-        logFailure(m_ioManager, QLatin1String("Error: Unable to reset channel X"));
+    if (m_host.setValue(commands::clearDestination, number) != 0)
+        logFailure(&m_host, QLatin1String("Error: Unable to reset channel X"));
 }
 
 void NetworkDialog::discard(ChannelAsRouter *channel, ChannelWidget *page)

@@ -66,7 +66,7 @@ bool ChannelWidget::judgeUnresolved(const QString &host)
     }
     const QString question =
         tr("Cannot resolve host name '%1' for channel %2").arg(host, QString::number(number()));
-    return networksettings2g::showWarning(this, tr("Network Settings"), question,
+    return networksettings2g::showMessage(this, QMessageBox::Warning, tr("Network Settings"), question,
                                           QMessageBox::Cancel | QMessageBox::Ignore,
                                           QMessageBox::Cancel) != QMessageBox::Cancel;
 }
@@ -113,5 +113,6 @@ int ChannelWidget::number() const
 
 void ChannelWidget::warn(const QString &message)
 {
-    networksettings2g::showWarning(this, tr("Network Settings"), message, QMessageBox::Cancel);
+    networksettings2g::showMessage(this, QMessageBox::Warning, tr("Network Settings"), message,
+                                   QMessageBox::Cancel);
 }
