@@ -24,6 +24,8 @@ extern "C" int getaddrinfo(const char *name, const char *service, const addrinfo
     return address.isEmpty() ? EAI_NONAME : real(address.constData(), service, hints, found);
 }
 
+using namespace networksettings2g;
+
 namespace {
 
 QString latin(const QByteArray &text)

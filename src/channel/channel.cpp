@@ -9,6 +9,8 @@
 #include <limits>
 #include <utility>
 
+using namespace networksettings2g;
+
 namespace {
 
 /// All of it is set before the item enters the model, which tells the page of every later change.
@@ -146,11 +148,15 @@ bool Channel::hasChanges() const
     return m_changed || hasPendingTick();
 }
 
+bool Channel::isTickPending(const QStandardItem &identifier)
+{
+    return (identifier.checkState() == Qt::Checked) != identifier.data(Qt::UserRole).toBool();
+}
+
 bool Channel::hasPendingTick() const
 {
     for (int row = 0; row < m_typeModel.rowCount(); ++row) {
-        const bool committed = m_typeModel.item(row, IdentifierColumn)->data(Qt::UserRole).toBool();
-        if (isTicked(m_typeModel, row) != committed)
+        if (isTickPending(*m_typeModel.item(row, IdentifierColumn)))
             return true;
     }
     return false;

@@ -12,7 +12,8 @@ namespace networksettings2g {
 /// host until close(). Afterwards every call fails without reaching the host, so that an operation that was
 /// under way at shut-down ends silently, wherever it stands. GUI thread.
 ///
-/// A command reaches the host as its finished text with the format "%s", because arguments cannot be passed on.
+/// A command reaches the host as its finished text with the format "%s", because arguments cannot be passed
+/// on.
 class HostConnection final : public IOManager
 {
 public:

@@ -1,18 +1,15 @@
 #include "networkdialog.h"
 
 #include "answer.h"
-#include "channelasrouter.h"
+#include "channel.h"
 #include "channelwidget.h"
 #include "commands.h"
-#include "iomanager.h"
 #include "networkdialogtabwidget.h"
 #include "plainmessage.h"
 
-#include <QHostInfo>
-
 #include <utility>
 
-using networksettings2g::OperationGate;
+using namespace networksettings2g;
 
 namespace {
 
@@ -36,19 +33,6 @@ NetworkDialog::NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersi
     connect(&m_gate, &OperationGate::becameIdle, this, &NetworkDialog::doPostponed);
 }
 
-void NetworkDialog::start()
-{
-    const CallFromHost call(this);
-    const Operation operation(&m_gate);
-    rebuildTabs();
-    updateRouterState();
-    m_host.addMessageReceiver(receiverName, this);
-    m_host.addRequester(this);
-    if (checkBox_actAsRouter->isChecked())
-        refreshAndRoute();
-    m_baseWidth = width();
-}
-
 void NetworkDialog::setupTabs()
 {
     m_tabWidget = new NetworkDialogTabWidget(this);
@@ -63,9 +47,22 @@ void NetworkDialog::describeForScreenReaders()
 {
     m_tabWidget->setAccessibleName(QLatin1String("Channels"));
     m_plusPage->setAccessibleName(QLatin1String("Add a channel with Ctrl + T"));
-    // Its help is a picture and rich text, which is read out with all its marks.
+    // Its What's This help is rich text with an image; a screen reader would read the markup.
     checkBox_actAsRouter->setAccessibleDescription(
         QLatin1String("Passes the tracking data on to receivers outside the Controller's network"));
+}
+
+void NetworkDialog::start()
+{
+    const CallFromHost call(this);
+    const Operation operation(&m_gate);
+    rebuildTabs();
+    updateRouterState();
+    m_host.addMessageReceiver(receiverName, this);
+    m_host.addRequester(this);
+    if (checkBox_actAsRouter->isChecked())
+        refreshAndRoute();
+    m_baseWidth = width();
 }
 
 NetworkDialog::~NetworkDialog()
@@ -75,24 +72,6 @@ NetworkDialog::~NetworkDialog()
     for (QMessageBox *box : boxes)
         box->setParent(nullptr);
     destroyChannels();
-}
-
-QList<QMessageBox *> NetworkDialog::closeMessageBoxes()
-{
-    // close() makes the box return the button that ends the function that shows it.
-    const QList<QMessageBox *> boxes = findChildren<QMessageBox *>();
-    for (QMessageBox *box : boxes)
-        box->close();
-    return boxes;
-}
-
-bool NetworkDialog::ask(QMessageBox::Icon icon, const QString &title, const QString &question,
-                        QMessageBox::StandardButton defaultButton)
-{
-    const QPointer<OperationGate> gate(&m_gate);
-    const auto answer = networksettings2g::showMessage(this, icon, title, question,
-                                                       QMessageBox::Yes | QMessageBox::No, defaultButton);
-    return answer == QMessageBox::Yes && gate && !gate->isClosed();
 }
 
 void NetworkDialog::teardownRequests()
@@ -126,6 +105,15 @@ void NetworkDialog::release()
     setParent(nullptr); // the host may destroy the parent meanwhile
 }
 
+QList<QMessageBox *> NetworkDialog::closeMessageBoxes()
+{
+    // close() makes the box return the button that ends the function that shows it.
+    const QList<QMessageBox *> boxes = findChildren<QMessageBox *>();
+    for (QMessageBox *box : boxes)
+        box->close();
+    return boxes;
+}
+
 NetworkDialog::CallFromHost::CallFromHost(NetworkDialog *dialog)
     : m_dialog(dialog)
 {
@@ -153,19 +141,6 @@ int NetworkDialog::update_and_exec()
     return isTornDown() ? int(Rejected) : exec();
 }
 
-void NetworkDialog::doPostponed()
-{
-    if (m_releaseDue) {
-        deleteLater(); // unless the end of a call from the host does it before
-        return;
-    }
-    if (std::exchange(m_openingDue, false))
-        QMetaObject::invokeMethod(
-            this, [this] { update_and_exec(); }, Qt::QueuedConnection);
-    if (std::exchange(m_catalogueChanged, false))
-        followCatalogueChange();
-}
-
 void NetworkDialog::bringUpToDate()
 {
     const Operation operation(&m_gate);
@@ -185,6 +160,19 @@ void NetworkDialog::bringUpToDate()
         resize(m_channelCount * tabWidth + m_baseWidth, height());
 }
 
+void NetworkDialog::doPostponed()
+{
+    if (m_releaseDue) {
+        deleteLater(); // unless the end of a call from the host does it before
+        return;
+    }
+    if (std::exchange(m_openingDue, false))
+        QMetaObject::invokeMethod(
+            this, [this] { update_and_exec(); }, Qt::QueuedConnection);
+    if (std::exchange(m_catalogueChanged, false))
+        followCatalogueChange();
+}
+
 void NetworkDialog::applyLock()
 {
     m_locked = isConfigLocked();
@@ -193,9 +181,9 @@ void NetworkDialog::applyLock()
     enablePages(!m_locked);
     if (m_locked) {
         checkBox_actAsRouter->setEnabled(false);
-        removePlusTab();
-    } else if (plusTab() < 0 && m_tabWidget->count() < Channel::MaximumCount) {
-        addPlusTab();
+        m_tabWidget->removePlusTab();
+    } else if (!m_tabWidget->hasPlusTab() && m_tabWidget->count() < Channel::MaximumCount) {
+        m_tabWidget->addPlusTab(m_plusPage);
     }
 }
 
@@ -209,92 +197,14 @@ bool NetworkDialog::isConfigLocked()
 {
     Answer answer;
     return commands::knowsConfigLock(*m_versions) &&
-           m_host.getValue(answer.room(), commands::configIsChangeable) == 0 && answer.is("no");
+           m_host.getValue(answer.buffer(), commands::configIsChangeable) == 0 && answer.equals("no");
 }
 
-void NetworkDialog::updateRouterState()
+bool NetworkDialog::ask(QMessageBox::Icon icon, const QString &title, const QString &question,
+                        QMessageBox::StandardButton defaultButton)
 {
-    if (!commands::knowsRouterMode(*m_versions)) {
-        checkBox_actAsRouter->setChecked(false);
-        checkBox_actAsRouter->setEnabled(false);
-        return;
-    }
-    if (!m_locked)
-        checkBox_actAsRouter->setEnabled(true);
-    Answer answer;
-    const bool on = m_host.getValue(answer.room(), commands::routerMode) == 0 && answer.isYes();
-    // Set the check box first: its slot marks the change as the user's, which the next line undoes, because
-    // this one comes from the Controller.
-    checkBox_actAsRouter->setChecked(on);
-    m_routerChanged = false;
-    setRouterActive(on);
-    if (!on)
-        onCheckBox_active_channel_toggled();
-}
-
-void NetworkDialog::onCheckBox_active_channel_toggled()
-{
-    bool anyActive = false;
-    for (int i = 0; i < m_channelCount; ++i)
-        anyActive = anyActive || m_pages.at(i)->checkBox_active_channel->checkState() == Qt::Checked;
-    checkBox_actAsRouter->setEnabled(!m_locked && anyActive);
-}
-
-void NetworkDialog::applyRouterMode()
-{
-    for (int i = 0; i < m_channelCount; ++i)
-        m_pages.at(i)->setRouterMode(m_routerActive);
-}
-
-void NetworkDialog::rebuildChannels()
-{
-    destroyChannels();
-    m_tabWidget->clear();
-    rebuildTabs();
-}
-
-void NetworkDialog::destroyChannels()
-{
-    // First out of the data threads' sight, then the pages, which refer to the channels, then the channels.
-    m_fanOut.publish({});
-    while (!m_pages.isEmpty())
-        delete m_pages.takeFirst();
-    while (!m_channels.isEmpty())
-        delete m_channels.takeFirst();
-    m_channelCount = 0;
-}
-
-void NetworkDialog::refreshAllChannels()
-{
-    const QList<ChannelAsRouter *> channels = m_channels;
-    refreshChannels(channels);
-}
-
-void NetworkDialog::refreshChannel(int index)
-{
-    QList<ChannelAsRouter *> chosen;
-    const QList<ChannelAsRouter *> channels = m_channels;
-    for (ChannelAsRouter *channel : channels) {
-        if (channel->channelIndex() == index)
-            chosen << channel;
-    }
-    refreshChannels(chosen);
-}
-
-void NetworkDialog::refreshChannels(const QList<ChannelAsRouter *> &channels)
-{
-    // Into a list of its own: teardownRequests() from within a query releases the types known until then.
-    QList<OutputTypeInfo> types;
-    queryOutputTypes(&m_host, &types);
-    m_outputTypes = types;
-    const QString monitorIp = queryMonitorIp(&m_host);
-    const QString hostName = QHostInfo::localHostName();
-    const QString domainName = QHostInfo::localDomainName();
-    for (ChannelAsRouter *channel : channels) {
-        channel->setMonitorIp(monitorIp);
-        channel->setHostName(hostName);
-        channel->setDomainName(domainName);
-        channel->setOutputTypes(m_outputTypes);
-        channel->load();
-    }
+    const QPointer<OperationGate> gate(&m_gate);
+    const auto answer =
+        showMessage(this, icon, title, question, QMessageBox::Yes | QMessageBox::No, defaultButton);
+    return answer == QMessageBox::Yes && gate && !gate->isClosed();
 }

@@ -185,7 +185,7 @@ private:
     QIcon m_lockIcon;
     bool m_routerChanged = false;            // the user has toggled the router check box
     std::atomic<bool> m_routerActive{false}; // tracking data passes through this dialog
-    QList<OutputTypeInfo> m_outputTypes;
+    QList<networksettings2g::OutputTypeInfo> m_outputTypes;
     ChannelFanOut m_fanOut;
     int m_channelCount = 0;
     QWidget *m_plusPage = nullptr;

@@ -2,12 +2,12 @@
 
 #include "channelasrouter.h"
 #include "channelwidget.h"
-#include "commands.h"
-#include "hostlog.h"
 #include "inputblocker.h"
 #include "networkdialogtabwidget.h"
 
 #include <algorithm>
+
+using namespace networksettings2g;
 
 void NetworkDialog::accept()
 {
@@ -18,7 +18,7 @@ void NetworkDialog::accept()
     if (!m_gate.mayBegin())
         return;
     const Operation operation(&m_gate);
-    const networksettings2g::InputBlocker blocker(this); // an edit made from now on would be lost
+    const InputBlocker blocker(this); // an edit made from now on would be lost
     // If a message box ends the operation, the host may have destroyed the dialog while it was open: touch no
     // member after that.
     if (!resolveConflicts())
@@ -58,12 +58,11 @@ bool NetworkDialog::resolveConflicts()
 
 bool NetworkDialog::askToDeactivate(ChannelAsRouter *other, const ChannelAsRouter *conflictsWith)
 {
-    const int number = other->channelIndex() + 1;
     const QString text =
         QString::fromLatin1("Channel %1 and %2 have same destination!\n\nDeactivate channel %3?")
-            .arg(conflictsWith->channelIndex() + 1)
-            .arg(number)
-            .arg(number);
+            .arg(conflictsWith->number())
+            .arg(other->number())
+            .arg(other->number());
     if (!ask(QMessageBox::Question, QLatin1String("Conflicting channels"), text, QMessageBox::Yes))
         return false;
     other->setActive(false);
@@ -110,30 +109,4 @@ void NetworkDialog::commitChannels()
     const QList<ChannelAsRouter *> channels = m_channels;
     for (ChannelAsRouter *channel : channels)
         channel->commit();
-}
-
-void NetworkDialog::commitRouterMode()
-{
-    if (commands::knowsRouterMode(*m_versions))
-        writeRouterMode();
-    updateOutputRequests();
-    switchRouters(checkBox_actAsRouter->isChecked());
-    m_tabsChanged = false;
-}
-
-void NetworkDialog::writeRouterMode()
-{
-    const bool on = checkBox_actAsRouter->checkState() == Qt::Checked;
-    const int result =
-        on ? m_host.setValue(commands::setRouterModeYes) : m_host.setValue(commands::setRouterModeNo);
-    if (result != 0)
-        logFailure(&m_host, QLatin1String("Error: Unable to set value act as router"));
-    // A refusal changes nothing here: the next opening reads what the Controller holds.
-    setRouterActive(on);
-}
-
-void NetworkDialog::on_checkBox_actAsRouter_toggled(bool checked)
-{
-    m_routerChanged = true;
-    setRouterActive(checked);
 }

@@ -88,7 +88,6 @@ private:
     bool judgeUnicast(const QString &host, quint32 address);
     quint32 addressOf(const QString &host) const;
     int systemModel() const;
-    int number() const;
     void warn(const QString &message);
 
     IOManager *m_ioManager;

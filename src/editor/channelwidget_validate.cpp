@@ -5,6 +5,8 @@
 #include "iomanager.h"
 #include "plainmessage.h"
 
+using namespace networksettings2g;
+
 namespace {
 
 // The one system model on which a loopback destination is accepted as typed.
@@ -38,13 +40,13 @@ bool ChannelWidget::validate()
 
     const QString host = lineEdit_host->text();
     if (host.isEmpty()) {
-        warn(tr("Invalid empty host for channel %1").arg(number()));
+        warn(tr("Invalid empty host for channel %1").arg(m_channel->number()));
         return false;
     }
     if (systemModel() != loopbackModel && isLoopback(host)) {
         warn(tr("If you intend this computer to be the destination host of channel %1 please \n"
                 "use the 'this computer' check box instead of '%2'.")
-                 .arg(number())
+                 .arg(m_channel->number())
                  .arg(host));
         return false;
     }
@@ -61,14 +63,13 @@ bool ChannelWidget::judgeUnresolved(const QString &host)
 {
     if (checkBox_multicast->isChecked()) {
         warn(tr("Multicast ip cannot resolve host name '%1' for channel %2")
-                 .arg(host, QString::number(number())));
+                 .arg(host, QString::number(m_channel->number())));
         return false;
     }
     const QString question =
-        tr("Cannot resolve host name '%1' for channel %2").arg(host, QString::number(number()));
-    return networksettings2g::showMessage(this, QMessageBox::Warning, tr("Network Settings"), question,
-                                          QMessageBox::Cancel | QMessageBox::Ignore,
-                                          QMessageBox::Cancel) != QMessageBox::Cancel;
+        tr("Cannot resolve host name '%1' for channel %2").arg(host, QString::number(m_channel->number()));
+    return showMessage(this, QMessageBox::Warning, tr("Network Settings"), question,
+                       QMessageBox::Cancel | QMessageBox::Ignore, QMessageBox::Cancel) != QMessageBox::Cancel;
 }
 
 bool ChannelWidget::judgeMulticast(const QString &host, quint32 address)
@@ -78,7 +79,7 @@ bool ChannelWidget::judgeMulticast(const QString &host, quint32 address)
     warn(tr("Invalid multicast ip address '%1' for channel %2\n"
             "Multicast ip addresses are valid\n"
             "from 224.0.1.0 to 239.255.255.255.")
-             .arg(host, QString::number(number())));
+             .arg(host, QString::number(m_channel->number())));
     return false;
 }
 
@@ -89,7 +90,7 @@ bool ChannelWidget::judgeUnicast(const QString &host, quint32 address)
     warn(tr("Invalid host '%1' for channel %2\n"
             "Valid hosts don't include multicast ip addresses\n"
             "from 224.0.0.0 to 239.255.255.255.")
-             .arg(host, QString::number(number())));
+             .arg(host, QString::number(m_channel->number())));
     return false;
 }
 
@@ -105,14 +106,7 @@ int ChannelWidget::systemModel() const
     return m_ioManager->getIntValue(&model, commands::systemModel) == 0 ? model : -1;
 }
 
-// The channel's number as the user sees it.
-int ChannelWidget::number() const
-{
-    return m_channel->channelIndex() + 1;
-}
-
 void ChannelWidget::warn(const QString &message)
 {
-    networksettings2g::showMessage(this, QMessageBox::Warning, tr("Network Settings"), message,
-                                   QMessageBox::Cancel);
+    showMessage(this, QMessageBox::Warning, tr("Network Settings"), message, QMessageBox::Cancel);
 }

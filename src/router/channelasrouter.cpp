@@ -328,7 +328,7 @@ std::optional<RouterLog::Event> ChannelAsRouter::sendFrame()
         return RouterLog::FrameTooLong;
     if (!m_frame.isSendable(dataDivisor()))
         return {};
-    const UdpDestination to = destination();
+    const auto to = destination();
     if (!m_socketHandle)
         return RouterLog::FrameWithoutSocket;
     if (to.address == 0)

@@ -31,9 +31,9 @@ public:
         : ChannelAsRouter(nullptr, 0, nullptr)
     {
         setTickedTypesCallback([this] { m_fanOut.publish({this}); });
-        QList<OutputTypeInfo> types;
+        QList<networksettings2g::OutputTypeInfo> types;
         for (const char *type : {"fr", "6d", "3d", "gl", "6dcal", "fr2"})
-            types << OutputTypeInfo{QString::fromLatin1(type), QString(), true};
+            types.append({QString::fromLatin1(type), QString(), true});
         setOutputTypes(types);
         for (const char *type : {"fr", "6d", "3d"})
             tick(type, true);
