@@ -31,7 +31,7 @@ struct VersionChoice
 
 constexpr VersionChoice versionChoices[] = {
     {{{0, 0, 0}, 1, 9, 0}, QT_TRANSLATE_NOOP("StatePanel", "knows all")},
-    {{{0, 0, 0}, 1, 9, -2}, QT_TRANSLATE_NOOP("StatePanel", "test build, no lock")},
+    {{{0, 0, 0}, 1, 9, -2}, QT_TRANSLATE_NOOP("StatePanel", "1.9, third number -2, no lock")},
     {{{0, 0, 0}, 1, 8, 0}, QT_TRANSLATE_NOOP("StatePanel", "no lock")},
     {{{0, 0, 0}, 1, 5, 0}, QT_TRANSLATE_NOOP("StatePanel", "no lock, no divisor")},
     {{{0, 0, 0}, 1, 3, 0}, QT_TRANSLATE_NOOP("StatePanel", "no lock, divisor or router mode")},

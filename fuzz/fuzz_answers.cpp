@@ -192,6 +192,7 @@ public:
         chooseVersion();
         m_boxes.decide = [this](const QMessageBox *box) { return decide(box); };
         m_dialog = new NetworkDialog(&m_host, &m_window, &m_versions);
+        m_dialog->start();
         const int openings = m_input.ConsumeIntegralInRange(1, mostOpenings);
         for (int i = 0; i < openings && m_dialog; ++i) {
             open();

@@ -24,6 +24,8 @@ extern "C" int getaddrinfo(const char *name, const char *service, const addrinfo
     return address.isEmpty() ? EAI_NONAME : real(address.constData(), service, hints, found);
 }
 
+using namespace networksettings2g;
+
 namespace {
 
 QString latin(const QByteArray &text)
@@ -165,7 +167,7 @@ struct Bench
         {"updated", [this](Value v) { QObject::connect(channel.get(), &Channel::updated, [=] { run(v); }); }},
         {"committing",
          [this](Value v) { QObject::connect(channel.get(), &Channel::committingChanges, [=] { run(v); }); }},
-        {"watch", [this](Value v) { manager.onCommand = [=](const QByteArray &) { run(v); }; }},
+        {"watch", [this](Value v) { manager.onCall = [=](const QByteArray &) { run(v); }; }},
         {"state", [this](Value) { showState(); }},
         {"wanted", [this](Value) { show(wanted()); }},
         {"rows", [this](Value) { showRows(); }},

@@ -65,6 +65,7 @@ class TestChannelWidget : public QObject
     Q_OBJECT
 
 private slots:
+    void metaObjectsAreTheDescribedOnes();
     void enableRule();
     void boxes_data();
     void boxes();
@@ -72,6 +73,27 @@ private slots:
     void validate_data();
     void validate();
 };
+
+/// Hosts reach signals and slots by name: none is missing, and none is there that nobody knows of.
+void TestChannelWidget::metaObjectsAreTheDescribedOnes()
+{
+    const auto methods = [](const QMetaObject &type) {
+        QByteArrayList signatures;
+        for (int i = type.methodOffset(); i < type.methodCount(); ++i)
+            signatures << type.method(i).methodSignature();
+        return signatures.join(' ');
+    };
+    QCOMPARE(methods(Channel::staticMetaObject),
+             QByteArray("updated() committingChanges() setPort(int) setActive(bool) setMulticast(bool) "
+                        "setDataDivisor(int) setIp(uint) setHost(QString)"));
+    QCOMPARE(methods(ChannelAsRouter::staticMetaObject), QByteArray("updateRouterActiveState(bool)"));
+    QCOMPARE(methods(ChannelWidget::staticMetaObject),
+             QByteArray("closeTab(int) changeChannelTabTitleFontColor(int,QColor) "
+                        "checkBox_active_channel_toggled() updateFromChannel() flushChangesToChannel() "
+                        "tableViewItemDoubleClicked(QModelIndex) on_checkBox_multicast_toggled(bool) "
+                        "on_checkBox_my_ip_toggled(bool) on_checkBox_active_channel_toggled(bool) "
+                        "on_lineEdit_host_editingFinished() on_pushButton_closeTab_clicked()"));
+}
 
 void TestChannelWidget::enableRule()
 {
@@ -183,6 +205,8 @@ void TestChannelWidget::validate_data()
     row(badName, false, 1, unresolved.arg(badName), QMessageBox::Ignore);
     row(badName, true, 1, "Multicast ip cannot resolve host name 'bad..name' for channel 3");
     row("%1%2", false, 1, unresolved.arg("%1%2"));
+    row("<b>x</b>", false, 1, unresolved.arg("<b>x</b>")); // not as markup
+    row("<b>x</b>", true, 1, "Multicast ip cannot resolve host name '<b>x</b>'");
     row("224.0.0.255", true, 1, noGroup);
     row("224.0.1.0", true, 1);
     row("239.255.255.255", true, 1);
@@ -217,6 +241,7 @@ void TestChannelWidget::validate()
         QCOMPARE(boxes.texts.size(), message.isEmpty() ? 0 : 1);
         const QString text = boxes.texts.value(0, "");
         QVERIFY2(text.startsWith(message), qPrintable(text));
+        QVERIFY(!boxes.anyRichText);
         // An inactive channel passes with whatever stands there, and the Controller is not asked.
         page.channel.setActive(false);
         page.manager.takeJournal();

@@ -2,6 +2,7 @@
 
 #include <QAccessible>
 #include <QNetworkDatagram>
+#include <QScreen>
 #include <QTabBar>
 #include <QUdpSocket>
 
@@ -49,6 +50,7 @@ class TestDialog : public QObject
     Q_OBJECT
 
 private slots:
+    void metaObjectIsTheDescribedOne();
     void tabsFollowHighestChannelInUse();
     void openingBringsEverythingUpToDate();
     void channelCountChangedWhileClosed();
@@ -58,9 +60,24 @@ private slots:
     void routerMode();
     void keyboardReachesAll();
     void routerModeAtStartForwards();
+    void closedChannelGetsNoDataWhileControllerIsTold();
     void catalogueMessage_data();
     void catalogueMessage();
 };
+
+/// Hosts reach signals and slots by name: none is missing, and none is there that nobody knows of.
+void TestDialog::metaObjectIsTheDescribedOne()
+{
+    const QMetaObject &type = NetworkDialog::staticMetaObject;
+    QByteArrayList signatures;
+    for (int i = type.methodOffset(); i < type.methodCount(); ++i)
+        signatures << type.method(i).methodSignature();
+    QCOMPARE(signatures.join(' '),
+             QByteArray("deferedRouterActiveToggled(bool) update_and_exec() "
+                        "onCheckBox_active_channel_toggled() keyPressEvent(QKeyEvent*) closeCurrentTab() "
+                        "closeLastTab() onTabBarClicked(int) on_checkBox_actAsRouter_toggled(bool) accept() "
+                        "reject()"));
+}
 
 void TestDialog::tabsFollowHighestChannelInUse()
 {
@@ -118,11 +135,17 @@ void TestDialog::channelCountChangedWhileClosed()
     fixture.create();
     const int width = fixture.dialog->width();
     const QPointer<ChannelWidget> first = fixture.page(0);
-    fixture.open([&] { QVERIFY(fixture.dialog->width() < width + 300); });
+    // Higher than the screen, to which the dialog is not fitted.
+    const int height = QGuiApplication::primaryScreen()->size().height() + 100;
+    fixture.dialog->resize(width, height);
+    fixture.open([&] {
+        QVERIFY(fixture.dialog->width() < width + 300);
+        QCOMPARE(fixture.dialog->height(), height);
+    });
     for (const auto &[channels, wider] : {std::pair(6, 360), {10, 600}, {2, 600}}) {
         fixture.change(withChannels(channels));
         fixture.open([&fixture, channels = channels] { QCOMPARE(fixture.titles(), tabTitles(channels)); });
-        QCOMPARE(fixture.dialog->width(), width + wider);
+        QCOMPARE(fixture.dialog->size(), QSize(width + wider, height));
     }
     QVERIFY(!first);
 }
@@ -136,8 +159,8 @@ void TestDialog::lock_data()
 
     QTest::newRow("locked") << 9 << 0 << QByteArray("no") << true;
     QTest::newRow("trailing blank") << 9 << 0 << QByteArray("no ") << false;
-    QTest::newRow("last test build") << 9 << -1 << QByteArray("no") << true;
-    QTest::newRow("earlier test build") << 9 << -2 << QByteArray("no") << false;
+    QTest::newRow("third number -1") << 9 << -1 << QByteArray("no") << true;
+    QTest::newRow("third number -2") << 9 << -2 << QByteArray("no") << false;
     QTest::newRow("old") << 8 << 9 << QByteArray("no") << false;
 }
 
@@ -186,7 +209,8 @@ void TestDialog::routerMode_data()
     QTest::newRow("on, no channel active") << 9 << QByteArray("yes") << false << true << true;
     QTest::newRow("off") << 4 << QByteArray("no") << true << false << true;
     QTest::newRow("off, no channel active") << 9 << QByteArray("no") << false << false << false;
-    QTest::newRow("too old") << 3 << QByteArray("yes") << false << false << false;
+    QTest::newRow("too old") << 3 << QByteArray("yes") << true << false << false;
+    QTest::newRow("too old, no channel active") << 3 << QByteArray("yes") << false << false << false;
 }
 
 void TestDialog::routerMode()
@@ -205,9 +229,11 @@ void TestDialog::routerMode()
         QTEST(box->isChecked(), "checked");
         QTEST(box->isEnabled(), "enabled");
         QCOMPARE(fixture.sent().contains("output net_via_router"), minor >= 4);
-        // The rule of the active boxes knows no version.
+        // Ticking an active box by hand enables the router box, whatever the version.
         clickBox(fixture.page(0)->checkBox_active_channel);
         QCOMPARE(box->isEnabled(), !anyActive);
+        clickBox(fixture.page(0)->checkBox_active_channel);
+        QCOMPARE(box->isEnabled(), anyActive);
     });
 }
 
@@ -281,6 +307,37 @@ void TestDialog::routerModeAtStartForwards()
             QVERIFY(!receiver.receiveDatagram().data().contains("fr 100"));
     });
     QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
+}
+
+void TestDialog::closedChannelGetsNoDataWhileControllerIsTold()
+{
+    QUdpSocket kept, closed;
+    QVERIFY(kept.bind(QHostAddress::LocalHost));
+    QVERIFY(closed.bind(QHostAddress(QLatin1String("127.0.0.2"))));
+    DialogFixture fixture([&](ControllerState &state) {
+        withChannels(2)(state);
+        state.channels[0].destination.port = kept.localPort();
+        state.channels[1].destination = {Destination::Kind::Udp, "127.0.0.2", closed.localPort()};
+        state.viaRouter = true;
+    });
+    fixture.create();
+    int received = 0;
+    QObject scope;
+    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
+        if (exchange.text != "output net ch02 none")
+            return;
+        for (int frame = 1; frame <= 1000 && received < 20; ++frame) {
+            fixture.link.deliver("fr", "fr " + QByteArray::number(frame) + "\r\n");
+            fixture.link.deliver("6d", "6d 0\r\n");
+            received += kept.waitForReadyRead(20) && kept.receiveDatagram().isValid();
+        }
+    });
+    fixture.open([&] {
+        MessageBoxes boxes({QMessageBox::Yes});
+        QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::ControlModifier);
+    });
+    QCOMPARE(received, 20);
+    QVERIFY(!closed.hasPendingDatagrams());
 }
 
 void TestDialog::catalogueMessage_data()

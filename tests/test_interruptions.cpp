@@ -1,3 +1,4 @@
+#include "fakeiomanager.h"
 #include "gestures.h"
 #include "waiting.h"
 
@@ -11,7 +12,126 @@ void routing(ControllerState &state)
     state.viaRouter = true;
 }
 
+/// One life of the dialog against a host that shuts the module down from within one of its calls.
+class ShutdownWithinCall
+{
+public:
+    /// Shuts down in call number \a call, counted from 1; never with 0. With \a release the host also lets go
+    /// of the dialog there.
+    ShutdownWithinCall(int call, bool release)
+        : m_call(call)
+        , m_release(release)
+    {
+        m_host.answers = {{"output net_via_router", "yes"},
+                          {"output number_of_types", "2"},
+                          {"output type t01", "fr"},
+                          {"output type t02", "6d"},
+                          {"output available fr", "yes"},
+                          {"output available 6d", "yes"},
+                          {"output type_desc fr", ""},
+                          {"output type_desc 6d", ""},
+                          {"output net chmon", "udp 10.0.0.1 0"},
+                          {"system model", "100"}};
+        for (const QByteArray channel : {"ch01", "ch02"}) {
+            m_host.answers["output net " + channel] = "udp 127.0.0.1 500" + channel.right(1);
+            m_host.answers["output net_active " + channel] = "yes";
+            m_host.answers["output active " + channel + " 6d"] = "yes";
+        }
+        m_host.onCall = [this](const QByteArray &line) { takeCall(line); };
+    }
+
+    ~ShutdownWithinCall()
+    {
+        shutDown();
+        delete m_dialog;
+    }
+
+    /// Starts, opens, edits, adds and closes a tab, accepts, follows a catalogue change.
+    void run()
+    {
+        m_dialog = new NetworkDialog(&m_host, &m_window, &m_versions);
+        m_dialog->start();
+        if (m_dialog) {
+            QTimer::singleShot(0, m_dialog, [this] { useDialog(); });
+            m_dialog->update_and_exec();
+        }
+        if (m_dialog)
+            m_dialog->onMessage(0, 0, "OutputTypesChanged");
+    }
+
+    int calls = 0;
+    QStringList callsAfterShutdown;
+    bool isDialogGone() const { return !m_dialog; }
+
+private:
+    void takeCall(const QByteArray &line)
+    {
+        if (m_shutDown)
+            callsAfterShutdown << line;
+        else if (!m_shuttingDown && ++calls == m_call)
+            shutDown();
+    }
+
+    void shutDown()
+    {
+        if (!m_dialog || m_shutDown)
+            return;
+        m_shuttingDown = true;
+        m_dialog->teardownRequests();
+        m_shutDown = true;
+        if (m_release && m_call > 0)
+            m_dialog->release();
+        QCoreApplication::processEvents();
+    }
+
+    void useDialog()
+    {
+        MessageBoxes boxes({QMessageBox::Yes});
+        const QList<std::function<void()>> steps{
+            [this] { page()->spinBox_port->setValue(6001); },
+            [this] { page()->channel()->typeModel()->item(1)->setCheckState(Qt::Unchecked); },
+            [this] { QTest::keyClick(m_dialog.data(), Qt::Key_T, Qt::ControlModifier); },
+            [this] { QTest::keyClick(m_dialog.data(), Qt::Key_W, Qt::ControlModifier); },
+            [this] { QTest::mouseClick(m_dialog->pushButton_ok, Qt::LeftButton); }};
+        for (const std::function<void()> &step : steps) {
+            if (m_dialog && m_dialog->isVisible())
+                step();
+        }
+        if (m_dialog && m_dialog->isVisible())
+            m_dialog->done(QDialog::Rejected);
+    }
+
+    ChannelWidget *page() const { return m_dialog->findChild<ChannelWidget *>(); }
+
+    const int m_call;
+    const bool m_release;
+    bool m_shuttingDown = false;
+    bool m_shutDown = false;
+    FakeIOManager m_host;
+    QWidget m_window;
+    BackendVersions m_versions{{0, 0, 0}, 1, 9, 0};
+    QPointer<NetworkDialog> m_dialog;
+};
+
+using Gesture = std::function<void(const DialogFixture &)>;
+
+/// What the user sees of the first channel and of the tabs.
+QString shownState(const DialogFixture &fixture)
+{
+    const ChannelWidget *page = fixture.page(0);
+    return QString("%1:%2 active %3 router %4 6d %5 tabs %6 current %7")
+        .arg(page->lineEdit_host->text())
+        .arg(page->spinBox_port->value())
+        .arg(page->checkBox_active_channel->isChecked())
+        .arg(fixture.dialog->checkBox_actAsRouter->isChecked())
+        .arg(page->channel()->isTypeActive("6d"))
+        .arg(fixture.tabs()->count())
+        .arg(fixture.tabs()->currentIndex());
+}
+
 } // namespace
+
+Q_DECLARE_METATYPE(Gesture)
 
 /// What comes at a bad moment: shut-down with a message box open, a host that comes back to the module from
 /// within a command, calls that are late.
@@ -23,6 +143,13 @@ private slots:
     void shutdownWithinDialog_data();
     void shutdownWithinDialog();
     void nothingIsSentAfterTeardown();
+    void shutdownDismissesOpenBox_data();
+    void shutdownDismissesOpenBox();
+    void noCallFollowsShutdownWithinCall_data();
+    void noCallFollowsShutdownWithinCall();
+    void inputIsRefusedWhileChangesAreWritten_data();
+    void inputIsRefusedWhileChangesAreWritten();
+    void actionPressedDuringCatalogueChangeOpensDialog();
     void hostComesBackWithinCommand_data();
     void hostComesBackWithinCommand();
     void closedAndInactiveChannelsHaveNoWorker();
@@ -92,6 +219,179 @@ void TestInterruptions::nothingIsSentAfterTeardown()
     });
     fixture.dialog->update_and_exec();
     QVERIFY(fixture.sent().isEmpty());
+}
+
+void TestInterruptions::shutdownDismissesOpenBox_data()
+{
+    QTest::addColumn<Qt::Key>("key");
+    QTest::addColumn<QString>("host"); // of the first channel
+    QTest::addColumn<int>("button");   // pressed after the shut-down
+
+    const auto rows = [](const char *name, Qt::Key key, const QString &host,
+                         const QList<QMessageBox::StandardButton> &buttons) {
+        for (const QMessageBox::StandardButton button : buttons)
+            QTest::addRow("%s, button %x", name, button) << key << host << int(button);
+    };
+    rows("close question", Qt::Key_W, "127.0.0.1", {QMessageBox::Yes, QMessageBox::No});
+    rows("conflict", Qt::Key_Escape, "127.0.0.2", {QMessageBox::Yes, QMessageBox::No});
+    rows("empty host", Qt::Key_Escape, "", {QMessageBox::Cancel});
+    rows("loopback", Qt::Key_Escape, "localhost", {QMessageBox::Cancel});
+    rows("multicast address", Qt::Key_Escape, "239.1.1.1", {QMessageBox::Cancel});
+    rows("unresolved host", Qt::Key_Escape, "no-such-host.invalid",
+         {QMessageBox::Ignore, QMessageBox::Cancel});
+}
+
+void TestInterruptions::shutdownDismissesOpenBox()
+{
+    QFETCH(Qt::Key, key);
+    QFETCH(QString, host);
+    QFETCH(int, button);
+    const int threads = threadCount();
+    DialogFixture fixture([](ControllerState &state) {
+        routing(state);
+        state.channels[1].destination = {Destination::Kind::Udp, "127.0.0.2", 5001};
+    });
+    fixture.controller.overrideAnswer("system model", "1");
+    bool dismissed = false;
+    fixture.open([&] {
+        fixture.page(0)->lineEdit_host->setText(host);
+        fixture.page(0)->flushChangesToChannel();
+        QTimer::singleShot(0, &fixture.window, [&] {
+            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            QVERIFY(box);
+            fixture.dialog->teardownRequests();
+            fixture.controller.clearRecord();
+            dismissed = !box->isVisible();
+            box->button(QMessageBox::StandardButton(button))->click();
+        });
+        QTest::keyClick(fixture.page(0)->lineEdit_host, key,
+                        key == Qt::Key_W ? Qt::ControlModifier : Qt::NoModifier);
+        QVERIFY(fixture.dialog->isVisible());
+        // Neither is forwarding started again by what the user does in the dialog.
+        clickBox(fixture.page(1)->checkBox_active_channel);
+        clickBox(fixture.page(1)->checkBox_active_channel);
+        clickBox(fixture.dialog->checkBox_actAsRouter);
+        clickBox(fixture.dialog->checkBox_actAsRouter);
+        QTest::keyClick(fixture.dialog.get(), Qt::Key_Escape);
+        QVERIFY(!fixture.dialog->isVisible());
+    });
+    QVERIFY(dismissed);
+    QCOMPARE(fixture.sent(), QList<QByteArray>());
+    QCOMPARE(fixture.logged(), QList<QByteArray>());
+    QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
+    QTRY_COMPARE(threadCount(), threads);
+}
+
+void TestInterruptions::noCallFollowsShutdownWithinCall_data()
+{
+    QTest::addColumn<bool>("release");
+    QTest::newRow("shut down, released later") << false;
+    QTest::newRow("shut down and released") << true;
+}
+
+void TestInterruptions::noCallFollowsShutdownWithinCall()
+{
+    QFETCH(bool, release);
+    const int threads = threadCount();
+    int calls = 0;
+    {
+        ShutdownWithinCall undisturbed(0, release);
+        undisturbed.run();
+        calls = undisturbed.calls;
+    }
+    QVERIFY(calls > 80);
+    for (int call = 1; call <= calls; ++call) {
+        ShutdownWithinCall session(call, release);
+        session.run();
+        QVERIFY2(session.calls == call, qPrintable(QString::number(call)));
+        QCOMPARE(session.callsAfterShutdown, QStringList());
+        QCOMPARE(session.isDialogGone(), release);
+        QTRY_COMPARE(threadCount(), threads);
+    }
+}
+
+void TestInterruptions::inputIsRefusedWhileChangesAreWritten_data()
+{
+    QTest::addColumn<Gesture>("gesture");
+    const auto row = [](const char *name, const Gesture &gesture) { QTest::newRow(name) << gesture; };
+    row("typed text", [](const DialogFixture &fixture) {
+        QTest::keyClick(fixture.page(0)->lineEdit_host, Qt::Key_End);
+        QTest::keyClick(fixture.page(0)->lineEdit_host, Qt::Key_1);
+    });
+    row("spin box by key",
+        [](const DialogFixture &fixture) { QTest::keyClick(fixture.page(0)->spinBox_port, Qt::Key_Down); });
+    row("spin box by wheel", [](const DialogFixture &fixture) {
+        const QPointF middle = fixture.page(0)->spinBox_port->rect().center();
+        QWheelEvent wheel(middle, fixture.page(0)->spinBox_port->mapToGlobal(middle.toPoint()), {},
+                          QPoint(0, -120), {}, {}, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(fixture.page(0)->spinBox_port, &wheel);
+    });
+    row("tick", [](const DialogFixture &fixture) { clickTick(fixture.page(0), "6d"); });
+    row("active box",
+        [](const DialogFixture &fixture) { clickBox(fixture.page(0)->checkBox_active_channel); });
+    row("router box", [](const DialogFixture &fixture) { clickBox(fixture.dialog->checkBox_actAsRouter); });
+    row("current tab", [](const DialogFixture &fixture) { clickTab(fixture, 1); });
+    row("new tab", [](const DialogFixture &fixture) { clickTab(fixture, 3); });
+}
+
+/// An edit made while the host runs its event loop inside a command could be shown and yet not be written.
+void TestInterruptions::inputIsRefusedWhileChangesAreWritten()
+{
+    QFETCH(Gesture, gesture);
+    for (const QByteArray trigger : {"system model", "output net_active ch01 yes"}) {
+        DialogFixture fixture(withChannels(3));
+        fixture.create();
+        QString before, after;
+        QObject scope;
+        connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
+            if (exchange.text != trigger || !before.isEmpty())
+                return;
+            before = shownState(fixture);
+            gesture(fixture);
+            QTest::mouseClick(fixture.dialog->pushButton_ok, Qt::LeftButton);
+            after = shownState(fixture);
+        });
+        QVERIFY(fixture.open([&] {
+            // The gesture is one that does something.
+            QVERIFY(QTest::qWaitForWindowActive(fixture.dialog.get()));
+            const QString first = shownState(fixture);
+            gesture(fixture);
+            QVERIFY(shownState(fixture) != first);
+            if (!fixture.page(0)->channel()->isActive())
+                clickBox(fixture.page(0)->checkBox_active_channel);
+            fixture.tabs()->setCurrentIndex(0);
+        }));
+        QVERIFY(!before.isEmpty());
+        QCOMPARE(after, before);
+    }
+}
+
+void TestInterruptions::actionPressedDuringCatalogueChangeOpensDialog()
+{
+    DialogFixture fixture(routing);
+    fixture.create();
+    int openings = 0;
+    QTimer opened;
+    connect(&opened, &QTimer::timeout, [&] {
+        if (!fixture.dialog->isVisible())
+            return;
+        ++openings;
+        QTest::mouseClick(fixture.dialog->pushButton_ok, Qt::LeftButton);
+    });
+    QObject scope;
+    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
+        if (exchange.text != "output number_of_types" || openings > 0)
+            return;
+        QCOMPARE(fixture.dialog->update_and_exec(), int(QDialog::Rejected));
+        QCOMPARE(fixture.dialog->update_and_exec(), int(QDialog::Rejected));
+        QVERIFY(!fixture.dialog->isVisible());
+        opened.start(0);
+    });
+    fixture.link.sendMessage("OutputTypesChanged");
+    QTRY_COMPARE(openings, 1);
+    QCoreApplication::processEvents();
+    QCOMPARE(openings, 1);
+    QVERIFY(!fixture.dialog->isVisible());
 }
 
 void TestInterruptions::hostComesBackWithinCommand_data()

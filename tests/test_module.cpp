@@ -38,6 +38,9 @@ class TestModule : public QObject
 private slots:
     void identity();
     void lifeOfAction();
+    void moduleActionsWithinConstructionMakesNoSecondDialog();
+    void shutdownWithinConstruction_data();
+    void shutdownWithinConstruction();
     void unloadRightAfterRelease();
 };
 
@@ -93,6 +96,61 @@ void TestModule::lifeOfAction()
     host.module->releaseResources();
     QVERIFY(host.loader.unload());
     QVERIFY(!first);
+}
+
+void TestModule::moduleActionsWithinConstructionMakesNoSecondDialog()
+{
+    Host host;
+    int nested = 0;
+    QObject scope;
+    connect(&host.controller, &SimulatedController::exchanged, &scope, [&] {
+        ++nested;
+        QVERIFY(host.module->moduleActions().isEmpty());
+    });
+    QCOMPARE(host.module->moduleActions().size(), 1);
+    QVERIFY(nested > 10);
+    QCOMPARE(host.window.findChildren<QDialog *>().size(), 1);
+    host.module->prepareShutdown();
+    host.module->releaseResources();
+    QVERIFY(host.loader.unload());
+}
+
+void TestModule::shutdownWithinConstruction_data()
+{
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<bool>("release");
+    for (const char *command : {"output net ch01", "output net_via_router", "output active ch02 6d"}) {
+        QTest::addRow("%s, prepareShutdown", command) << QByteArray(command) << false;
+        QTest::addRow("%s, releaseResources", command) << QByteArray(command) << true;
+    }
+}
+
+void TestModule::shutdownWithinConstruction()
+{
+    QFETCH(QByteArray, command);
+    QFETCH(bool, release);
+    const uint threads = QDir("/proc/self/task").count();
+    Host host;
+    bool shutDown = false;
+    QObject scope;
+    connect(&host.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
+        QVERIFY2(!shutDown, exchange.text);
+        if (exchange.text != command)
+            return;
+        shutDown = true;
+        host.module->prepareShutdown();
+        if (release)
+            host.module->releaseResources();
+    });
+    const QList<ModuleAction *> actions = host.module->moduleActions();
+    QVERIFY(shutDown);
+    QCOMPARE(actions.size(), release ? 0 : 1);
+    QCOMPARE(host.link.registeredCount(), 0);
+    host.module->releaseResources();
+    QVERIFY(host.window.findChildren<QDialog *>().isEmpty());
+    QVERIFY(host.loader.unload());
+    QVERIFY(!isPluginMapped());
+    QTRY_COMPARE(QDir("/proc/self/task").count(), threads);
 }
 
 void TestModule::unloadRightAfterRelease()

@@ -5,14 +5,16 @@
 #include <array>
 #include <cstring>
 
-/// Room for one text answer of the Controller. A host may write nothing when a query fails: the room is
-/// zeroed before each query, so that it always holds a text. The host is not told its size, which is a
-/// promise of IOManager::getValue().
+namespace networksettings2g {
+
+/// A buffer for one text answer of the Controller. A host may write nothing when a query fails, so the buffer
+/// is zeroed before each query and is always terminated. Its size is fixed by IOManager::getValue() and not
+/// passed.
 class Answer
 {
 public:
-    /// The zeroed room for the next query.
-    char *room()
+    /// The buffer for the next query, zeroed.
+    char *buffer()
     {
         m_text.fill('\0');
         return m_text.data();
@@ -20,11 +22,13 @@ public:
 
     QString text() const { return QString::fromLatin1(m_text.data()); }
 
-    /// Whether the whole answer is \a text, in the same case.
-    bool is(const char *text) const { return std::strcmp(m_text.data(), text) == 0; }
+    /// Whether the whole answer equals \a text. Case-sensitive.
+    bool equals(const char *text) const { return std::strcmp(m_text.data(), text) == 0; }
 
-    bool isYes() const { return is("yes"); }
+    bool isYes() const { return equals("yes"); }
 
 private:
     std::array<char, 208> m_text{};
 };
+
+} // namespace networksettings2g

@@ -7,6 +7,9 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
+
+using namespace networksettings2g;
 
 namespace {
 
@@ -55,7 +58,7 @@ Channel::~Channel() = default;
 
 void Channel::setOutputTypes(const QList<OutputTypeInfo> &types)
 {
-    // load() follows and tells the ticks that it has read.
+    // Keep tickedTypes() as it is: load() comes next and publishes the new ticks in one step.
     const QScopedValueRollback<bool> hold(m_holdTicks, true);
     fillRows(inDisplayOrder(types));
     findHiddenRows();
@@ -117,7 +120,12 @@ void Channel::updateTickedTypes()
     if (ticked == m_tickedTypes)
         return;
     m_tickedTypes.swap(ticked);
-    emit tickedTypesChanged();
+    m_tickedTypesCallback();
+}
+
+void Channel::setTickedTypesCallback(std::function<void()> callback)
+{
+    m_tickedTypesCallback = std::move(callback);
 }
 
 void Channel::setMonitorIp(QString monitorIp)
@@ -140,11 +148,15 @@ bool Channel::hasChanges() const
     return m_changed || hasPendingTick();
 }
 
+bool Channel::isTickPending(const QStandardItem &identifier)
+{
+    return (identifier.checkState() == Qt::Checked) != identifier.data(Qt::UserRole).toBool();
+}
+
 bool Channel::hasPendingTick() const
 {
     for (int row = 0; row < m_typeModel.rowCount(); ++row) {
-        const bool committed = m_typeModel.item(row, IdentifierColumn)->data(Qt::UserRole).toBool();
-        if (isTicked(m_typeModel, row) != committed)
+        if (isTickPending(*m_typeModel.item(row, IdentifierColumn)))
             return true;
     }
     return false;

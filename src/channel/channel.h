@@ -9,9 +9,12 @@
 #include <QVector>
 
 #include <atomic>
+#include <functional>
 
 struct BackendVersions;
 class IOManager;
+
+namespace networksettings2g {
 
 /// Where the datagrams of a channel go: an IPv4 address in host byte order, 0 meaning none, and a UDP port.
 struct UdpDestination
@@ -19,6 +22,8 @@ struct UdpDestination
     quint32 address = 0;
     quint16 port = 0;
 };
+
+} // namespace networksettings2g
 
 /// The model of one output channel of the Controller: whether it is on, where its data goes, how often it
 /// sends and which output types it sends. load() reads it from the Controller, commit() writes it back.
@@ -60,8 +65,8 @@ public:
 
     /// Rebuilds the rows from \a types: well-known identifiers first, in their fixed order, then the others
     /// in the order of the catalogue. All ticks are off until load() has read them; tickedTypes() stays as
-    /// it was until then, so that a refresh tears no frame.
-    void setOutputTypes(const QList<OutputTypeInfo> &types);
+    /// it was until then, so that a refresh does not break up a frame.
+    void setOutputTypes(const QList<networksettings2g::OutputTypeInfo> &types);
 
     /// The three identities of this computer, by which isMyIp() knows it: its address as the Controller sees
     /// it, its name, and its domain. Empty if unknown.
@@ -71,6 +76,9 @@ public:
 
     /// 0 to MaximumCount - 1.
     int channelIndex() const { return m_channelIndex; }
+
+    /// The channel's number for the user and the Controller, counted from 1.
+    int number() const { return m_channelIndex + 1; }
 
     /// The destination as the user or the Controller wrote it, a name or a dotted address; may be empty.
     QString host() const { return m_host; }
@@ -91,7 +99,7 @@ public:
     int dataDivisor() const { return m_dataDivisor; }
 
     /// Address and port as they stood together at one moment. Any thread.
-    UdpDestination destination() const
+    networksettings2g::UdpDestination destination() const
     {
         const quint64 both = m_destination;
         return {static_cast<quint32>(both >> PortBits), static_cast<quint16>(both)};
@@ -109,8 +117,13 @@ public:
     /// Whether the row of \a name is ticked; false without such a row.
     bool isTypeActive(const QString &name) const;
 
-    /// The names of the ticked rows, in Latin-1 and sorted, as tickedTypesChanged() last told.
+    /// The names of the ticked rows, in Latin-1 and sorted. Unchanged from setOutputTypes() to the end of
+    /// load().
     const QVector<QByteArray> &tickedTypes() const { return m_tickedTypes; }
+
+    /// Calls \a callback after each change of tickedTypes(); for a refresh once, at the end of load(). It is
+    /// a callback because the signals of this class are fixed.
+    void setTickedTypesCallback(std::function<void()> callback);
 
     /// The address of \a host, a dotted address or a name; 0 if there is none. A name is looked up: blocks.
     static quint32 lookUp(const QString &host);
@@ -122,10 +135,6 @@ public:
 signals:
     /// load() has ended.
     void updated();
-
-    /// tickedTypes() has changed. When the rows are rebuilt and read, this comes once, after the last of
-    /// them.
-    void tickedTypesChanged();
 
     /// commit() begins: whoever holds an edit back hands it over before this returns.
     void committingChanges();
@@ -153,7 +162,6 @@ public slots:
     void setHost(const QString &h);
 
 private:
-    int number() const { return m_channelIndex + 1; }
     void loadDestination();
     void loadActive();
     void loadDataDivisor();
@@ -162,11 +170,13 @@ private:
     void commitTicks();
     void commitDestination();
     void commitDataDivisor();
-    QVector<OutputTypeInfo> inDisplayOrder(const QList<OutputTypeInfo> &types) const;
-    void fillRows(const QVector<OutputTypeInfo> &types);
+    QVector<networksettings2g::OutputTypeInfo>
+    inDisplayOrder(const QList<networksettings2g::OutputTypeInfo> &types) const;
+    void fillRows(const QVector<networksettings2g::OutputTypeInfo> &types);
     void findHiddenRows();
     void updateTickedTypes();
     bool hasPendingTick() const;
+    static bool isTickPending(const QStandardItem &identifier);
     void setHostAndPort(const QString &host, int port);
     void setDestination(quint32 address, int port);
     static bool isPort(int number);
@@ -190,5 +200,6 @@ private:
     QString m_domainName;
     QString m_host;
     QVector<QByteArray> m_tickedTypes;
-    bool m_holdTicks = false; // the rows are being read; their ticks are told as a whole
+    std::function<void()> m_tickedTypesCallback = [] {};
+    bool m_holdTicks = false; // true while rows are rebuilt or read: m_tickedTypes stays until the end
 };

@@ -4,6 +4,8 @@
 #include "hostlog.h"
 #include "iomanager.h"
 
+using namespace networksettings2g;
+
 void Channel::commit()
 {
     if (m_channelIndex >= MaximumCount)
@@ -34,9 +36,9 @@ void Channel::commitTicks()
 {
     for (int row = 0; row < m_typeModel.rowCount(); ++row) {
         QStandardItem *identifier = m_typeModel.item(row, IdentifierColumn);
-        const bool ticked = identifier->checkState() == Qt::Checked;
-        if (ticked == identifier->data(Qt::UserRole).toBool())
+        if (!isTickPending(*identifier))
             continue;
+        const bool ticked = identifier->checkState() == Qt::Checked;
         const QByteArray name = identifier->text().toLatin1();
         // A refused command counts as committed until the next load() reads what the Controller holds.
         identifier->setData(ticked, Qt::UserRole);

@@ -7,6 +7,8 @@
 
 #include <QScopedValueRollback>
 
+using namespace networksettings2g;
+
 namespace {
 
 /// The port of a channel without a destination.
@@ -33,8 +35,8 @@ void Channel::load()
 void Channel::loadDestination()
 {
     Answer answer;
-    m_ioManager->getValue(answer.room(), commands::destination, number());
-    if (answer.is("none")) {
+    m_ioManager->getValue(answer.buffer(), commands::destination, number());
+    if (answer.equals("none")) {
         m_multicast = false;
         setHostAndPort(QString(), defaultPort);
         return;
@@ -48,7 +50,7 @@ void Channel::loadDestination()
 void Channel::loadActive()
 {
     Answer answer;
-    m_ioManager->getValue(answer.room(), commands::active, number());
+    m_ioManager->getValue(answer.buffer(), commands::active, number());
     m_active = answer.isYes();
 }
 
@@ -82,7 +84,7 @@ void Channel::loadTick(int row)
     const QPersistentModelIndex index = m_typeModel.index(row, IdentifierColumn);
     const QString name = index.data().toString();
     Answer answer;
-    if (m_ioManager->getValue(answer.room(), commands::typeActive, number(), name.toLatin1().constData()) !=
+    if (m_ioManager->getValue(answer.buffer(), commands::typeActive, number(), name.toLatin1().constData()) !=
         0) {
         logFailure(m_ioManager, QString::fromLatin1("Error: Unable to get output active of channel %1 and %2")
                                     .arg(number())

@@ -4,7 +4,7 @@
 
 /// The Controller's command language as the module speaks it: printf-style formats for IOManager. Channel
 /// numbers count from 1.
-namespace commands {
+namespace networksettings2g::commands {
 
 // Queries
 inline constexpr char configIsChangeable[] = "config is_changeable";
@@ -32,7 +32,7 @@ inline constexpr char setThisComputer[] = "output net ch%02d udp my_ip %d";
 inline constexpr char setHost[] = "output net ch%02d udp '%s' %d";
 inline constexpr char setDataDivisor[] = "output net_divisor ch%02d %d";
 
-// What the Controller learnt in the course of its versions
+// Commands that older Controllers do not know
 
 inline bool knowsRouterMode(const BackendVersions &versions)
 {
@@ -49,4 +49,4 @@ inline bool knowsConfigLock(const BackendVersions &versions)
     return versionAtLeast(versions, 1, 9);
 }
 
-} // namespace commands
+} // namespace networksettings2g::commands

@@ -3,5 +3,9 @@
 class IOManager;
 class QString;
 
-/// Writes \a text, which tells what has failed, to the host's log in Latin-1. GUI thread.
+namespace networksettings2g {
+
+/// Writes \a text, which says what has failed, to the host's log in Latin-1. GUI thread.
 void logFailure(IOManager *manager, const QString &text);
+
+} // namespace networksettings2g

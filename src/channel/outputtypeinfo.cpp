@@ -5,9 +5,11 @@
 #include "hostlog.h"
 #include "iomanager.h"
 
+namespace networksettings2g {
+
 namespace {
 
-/// Beyond any catalogue: reading on, one query after the other, would hold the GUI thread for hours.
+/// More than any Controller has. Without a limit, a wrong number would block the GUI thread for hours.
 constexpr int maximumTypeCount = 10000;
 
 int queryTypeCount(IOManager *manager)
@@ -22,7 +24,7 @@ int queryTypeCount(IOManager *manager)
 QString queryDescription(IOManager *manager, const QByteArray &name)
 {
     Answer answer;
-    if (manager->getValue(answer.room(), commands::typeDescription, name.constData()) == 0)
+    if (manager->getValue(answer.buffer(), commands::typeDescription, name.constData()) == 0)
         return answer.text().remove(QLatin1Char('"'));
     logFailure(manager, QLatin1String("Error: Unable to get type description"));
     return {};
@@ -31,7 +33,7 @@ QString queryDescription(IOManager *manager, const QByteArray &name)
 bool queryAvailable(IOManager *manager, const QByteArray &name)
 {
     Answer answer;
-    if (manager->getValue(answer.room(), commands::typeAvailable, name.constData()) == 0)
+    if (manager->getValue(answer.buffer(), commands::typeAvailable, name.constData()) == 0)
         return answer.isYes();
     logFailure(
         manager,
@@ -50,7 +52,7 @@ int queryOutputTypes(IOManager *manager, QList<OutputTypeInfo> *types)
     const int count = queryTypeCount(manager);
     for (int number = 1; number <= count; ++number) {
         Answer answer;
-        if (manager->getValue(answer.room(), commands::typeName, number) != 0) {
+        if (manager->getValue(answer.buffer(), commands::typeName, number) != 0) {
             logFailure(manager, QString::fromLatin1("Error: Unable to get output type t0%1").arg(number));
             continue;
         }
@@ -69,6 +71,8 @@ QString queryMonitorIp(IOManager *manager)
     if (!manager)
         return {};
     Answer answer;
-    manager->getValue(answer.room(), commands::monitorAddress);
+    manager->getValue(answer.buffer(), commands::monitorAddress);
     return answer.text().section(QLatin1Char(' '), 1, 1);
 }
+
+} // namespace networksettings2g

@@ -1,18 +1,15 @@
 #include "networkdialog.h"
 
 #include "answer.h"
-#include "channelasrouter.h"
+#include "channel.h"
 #include "channelwidget.h"
 #include "commands.h"
-#include "iomanager.h"
 #include "networkdialogtabwidget.h"
-
-#include <QHostInfo>
-#include <QMessageBox>
-#include <QScreen>
-#include <QStyle>
+#include "plainmessage.h"
 
 #include <utility>
+
+using namespace networksettings2g;
 
 namespace {
 
@@ -26,20 +23,14 @@ constexpr int tabWidth = 60;
 
 NetworkDialog::NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersions *versions)
     : QDialog(parent)
-    , m_ioManager(ioManager)
+    , m_host(ioManager)
     , m_versions(versions)
     , m_parentWidget(parent)
 {
-    const Operation operation(this);
     setupUi(this);
     m_lockIcon.addFile(QLatin1String(":/lock.png"));
     setupTabs();
-    updateRouterState();
-    m_ioManager->addMessageReceiver(receiverName, this);
-    m_ioManager->addRequester(this);
-    if (checkBox_actAsRouter->isChecked())
-        refreshAndRoute();
-    m_baseWidth = width();
+    connect(&m_gate, &OperationGate::becameIdle, this, &NetworkDialog::doPostponed);
 }
 
 void NetworkDialog::setupTabs()
@@ -49,7 +40,6 @@ void NetworkDialog::setupTabs()
     layout_tabWidget->addWidget(m_tabWidget);
     m_plusPage = new QWidget(this);
     describeForScreenReaders();
-    rebuildTabs();
     connect(m_tabWidget, SIGNAL(tabBarClicked(int)), this, SLOT(onTabBarClicked(int)));
 }
 
@@ -57,78 +47,130 @@ void NetworkDialog::describeForScreenReaders()
 {
     m_tabWidget->setAccessibleName(QLatin1String("Channels"));
     m_plusPage->setAccessibleName(QLatin1String("Add a channel with Ctrl + T"));
-    // Its help is a picture and rich text, which is read out with all its marks.
+    // Its What's This help is rich text with an image; a screen reader would read the markup.
     checkBox_actAsRouter->setAccessibleDescription(
         QLatin1String("Passes the tracking data on to receivers outside the Controller's network"));
 }
 
-NetworkDialog::~NetworkDialog()
+void NetworkDialog::start()
 {
-    dismissMessageBoxes();
-    destroyChannels();
+    const CallFromHost call(this);
+    const Operation operation(&m_gate);
+    rebuildTabs();
+    updateRouterState();
+    m_host.addMessageReceiver(receiverName, this);
+    m_host.addRequester(this);
+    if (checkBox_actAsRouter->isChecked())
+        refreshAndRoute();
+    m_baseWidth = width();
 }
 
-void NetworkDialog::dismissMessageBoxes()
+NetworkDialog::~NetworkDialog()
 {
-    // Each lives on the stack of a function that is still under way: it must not be deleted with its parent.
-    // Closed by its close button it gives that function the answer that ends its run.
-    const QList<QMessageBox *> boxes = findChildren<QMessageBox *>();
-    for (QMessageBox *box : boxes) {
-        box->close();
+    // Each box lives on the stack of a function that has not returned, so it must not be deleted as a child.
+    const QList<QMessageBox *> boxes = closeMessageBoxes();
+    for (QMessageBox *box : boxes)
         box->setParent(nullptr);
-    }
+    destroyChannels();
 }
 
 void NetworkDialog::teardownRequests()
 {
-    m_tornDown = true;
-    m_routerActive = false;
+    if (isTornDown())
+        return;
+    const CallFromHost call(this);
+    const Operation operation(&m_gate);
+    m_gate.close();
+    closeMessageBoxes();
+    setRouterActive(false);
     emit deferedRouterActiveToggled(false);
     const QList<OutputTypeInfo> types = m_outputTypes;
     for (const OutputTypeInfo &type : types)
-        m_ioManager->releaseOutputType(type.name.toLatin1().constData(), this);
-    m_ioManager->removeRequester(this);
-    m_ioManager->removeMessageReceiver(receiverName, this);
+        m_host.releaseOutputType(type.name.toLatin1().constData(), this);
+    m_host.removeRequester(this);
+    m_host.removeMessageReceiver(receiverName, this);
+    m_host.close();
+}
+
+void NetworkDialog::release()
+{
+    if (!m_host.isCallUnderWay()) {
+        delete this;
+        return;
+    }
+    // Functions of the dialog that have sent a command have not returned yet.
+    m_gate.close();
+    m_host.close();
+    m_releaseDue = true;
+    setParent(nullptr); // the host may destroy the parent meanwhile
+}
+
+QList<QMessageBox *> NetworkDialog::closeMessageBoxes()
+{
+    // close() makes the box return the button that ends the function that shows it.
+    const QList<QMessageBox *> boxes = findChildren<QMessageBox *>();
+    for (QMessageBox *box : boxes)
+        box->close();
+    return boxes;
+}
+
+NetworkDialog::CallFromHost::CallFromHost(NetworkDialog *dialog)
+    : m_dialog(dialog)
+{
+    ++m_dialog->m_callsFromHost;
+}
+
+NetworkDialog::CallFromHost::~CallFromHost()
+{
+    if (m_dialog && --m_dialog->m_callsFromHost == 0 && m_dialog->m_releaseDue)
+        delete m_dialog;
 }
 
 int NetworkDialog::update_and_exec()
 {
-    if (isVisible() || !mayBegin()) {
+    const CallFromHost call(this);
+    if (isVisible() || !m_gate.mayBegin()) {
+        m_openingDue = !isVisible() && !m_opening && !isTornDown();
         raise();
         activateWindow();
         return Rejected;
     }
+    m_opening = true;
     bringUpToDate();
-    return exec();
+    m_opening = false;
+    return isTornDown() ? int(Rejected) : exec();
 }
 
 void NetworkDialog::bringUpToDate()
 {
-    const Operation operation(this);
+    const Operation operation(&m_gate);
     applyLock();
     updateRouterState();
     if (channelsInUse() != m_pages.size())
         rebuildChannels();
     refreshAllChannels();
+    // A page whose active box has changed in the refresh has enabled the box, whatever the version.
+    if (!commands::knowsRouterMode(*m_versions))
+        checkBox_actAsRouter->setEnabled(false);
     const QList<ChannelWidget *> pages = m_pages;
     for (ChannelWidget *page : pages)
         page->updateTabColor();
     updateCloseButtons();
-    fitSize();
+    if (m_channelCount >= manyChannels)
+        resize(m_channelCount * tabWidth + m_baseWidth, height());
 }
 
-NetworkDialog::Operation::Operation(NetworkDialog *dialog)
-    : m_dialog(dialog)
+void NetworkDialog::doPostponed()
 {
-    ++m_dialog->m_operations;
-}
-
-NetworkDialog::Operation::~Operation()
-{
-    if (!m_dialog || --m_dialog->m_operations > 0)
+    if (m_releaseDue) {
+        deleteLater(); // unless the end of a call from the host does it before
         return;
-    if (std::exchange(m_dialog->m_catalogueChanged, false))
-        m_dialog->followCatalogueChange();
+    }
+    if (std::exchange(m_openingDue, false))
+        QMetaObject::invokeMethod(
+            this, [this] { update_and_exec(); }, Qt::QueuedConnection);
+    if (std::exchange(m_catalogueChanged, false))
+        followCatalogueChange();
 }
 
 void NetworkDialog::applyLock()
@@ -139,9 +181,9 @@ void NetworkDialog::applyLock()
     enablePages(!m_locked);
     if (m_locked) {
         checkBox_actAsRouter->setEnabled(false);
-        removePlusTab();
-    } else if (plusTab() < 0 && m_tabWidget->count() < Channel::MaximumCount) {
-        addPlusTab();
+        m_tabWidget->removePlusTab();
+    } else if (!m_tabWidget->hasPlusTab() && m_tabWidget->count() < Channel::MaximumCount) {
+        m_tabWidget->addPlusTab(m_plusPage);
     }
 }
 
@@ -155,99 +197,14 @@ bool NetworkDialog::isConfigLocked()
 {
     Answer answer;
     return commands::knowsConfigLock(*m_versions) &&
-           m_ioManager->getValue(answer.room(), commands::configIsChangeable) == 0 && answer.is("no");
+           m_host.getValue(answer.buffer(), commands::configIsChangeable) == 0 && answer.equals("no");
 }
 
-void NetworkDialog::updateRouterState()
+bool NetworkDialog::ask(QMessageBox::Icon icon, const QString &title, const QString &question,
+                        QMessageBox::StandardButton defaultButton)
 {
-    if (!commands::knowsRouterMode(*m_versions)) {
-        checkBox_actAsRouter->setChecked(false);
-        checkBox_actAsRouter->setEnabled(false);
-        return;
-    }
-    if (!m_locked)
-        checkBox_actAsRouter->setEnabled(true);
-    Answer answer;
-    const bool on = m_ioManager->getValue(answer.room(), commands::routerMode) == 0 && answer.isYes();
-    // The check box first: its slot takes the change for the user's, and what the Controller says is none.
-    checkBox_actAsRouter->setChecked(on);
-    m_routerChanged = false;
-    m_routerActive = on;
-    applyRouterMode();
-    if (!on)
-        onCheckBox_active_channel_toggled();
-}
-
-void NetworkDialog::onCheckBox_active_channel_toggled()
-{
-    bool anyActive = false;
-    for (int i = 0; i < m_channelCount; ++i)
-        anyActive = anyActive || m_pages.at(i)->checkBox_active_channel->checkState() == Qt::Checked;
-    checkBox_actAsRouter->setEnabled(!m_locked && anyActive);
-}
-
-void NetworkDialog::applyRouterMode()
-{
-    for (int i = 0; i < m_channelCount; ++i)
-        m_pages.at(i)->setRouterMode(m_routerActive);
-}
-
-void NetworkDialog::rebuildChannels()
-{
-    destroyChannels();
-    m_tabWidget->clear();
-    rebuildTabs();
-}
-
-void NetworkDialog::destroyChannels()
-{
-    // First out of the data threads' sight, then the pages, which refer to the channels, then the channels.
-    m_fanOut->publish({});
-    while (!m_pages.isEmpty())
-        delete m_pages.takeFirst();
-    while (!m_channels.isEmpty())
-        delete m_channels.takeFirst();
-    m_channelCount = 0;
-}
-
-void NetworkDialog::refreshAllChannels()
-{
-    const QList<ChannelAsRouter *> channels = m_channels;
-    refreshChannels(channels);
-}
-
-void NetworkDialog::refreshChannel(int index)
-{
-    QList<ChannelAsRouter *> chosen;
-    const QList<ChannelAsRouter *> channels = m_channels;
-    for (ChannelAsRouter *channel : channels) {
-        if (channel->channelIndex() == index)
-            chosen << channel;
-    }
-    refreshChannels(chosen);
-}
-
-void NetworkDialog::refreshChannels(const QList<ChannelAsRouter *> &channels)
-{
-    queryOutputTypes(m_ioManager, &m_outputTypes);
-    const QString monitorIp = queryMonitorIp(m_ioManager);
-    const QString hostName = QHostInfo::localHostName();
-    const QString domainName = QHostInfo::localDomainName();
-    for (ChannelAsRouter *channel : channels) {
-        channel->setMonitorIp(monitorIp);
-        channel->setHostName(hostName);
-        channel->setDomainName(domainName);
-        channel->setOutputTypes(m_outputTypes);
-        channel->load();
-    }
-}
-
-void NetworkDialog::fitSize()
-{
-    if (m_channelCount >= manyChannels)
-        resize(m_channelCount * tabWidth + m_baseWidth, height());
-    // The way out stands at the bottom: it must not end below the edge of a small screen.
-    const int roomBelowTitle =
-        screen()->availableSize().height() - style()->pixelMetric(QStyle::PM_TitleBarHeight);
-    resize(width(), qMin(height(), roomBelowTitle));
+    const QPointer<OperationGate> gate(&m_gate);
+    const auto answer =
+        showMessage(this, icon, title, question, QMessageBox::Yes | QMessageBox::No, defaultButton);
+    return answer == QMessageBox::Yes && gate && !gate->isClosed();
 }

@@ -2,26 +2,25 @@
 
 #include "channelasrouter.h"
 #include "channelwidget.h"
-#include "commands.h"
-#include "hostlog.h"
-#include "iomanager.h"
+#include "inputblocker.h"
 #include "networkdialogtabwidget.h"
-
-#include <QMessageBox>
 
 #include <algorithm>
 
+using namespace networksettings2g;
+
 void NetworkDialog::accept()
 {
-    if (m_locked || m_tornDown) {
-        leave();
+    if (m_locked || isTornDown()) {
+        finish();
         return;
     }
-    if (!mayBegin())
+    if (!m_gate.mayBegin())
         return;
-    const Operation operation(this);
-    // Where a question or a message ends the run, the host may have shut the module down behind it: nothing
-    // of the dialog is touched after that.
+    const Operation operation(&m_gate);
+    const InputBlocker blocker(this); // an edit made from now on would be lost
+    // If a message box ends the operation, the host may have destroyed the dialog while it was open: touch no
+    // member after that.
     if (!resolveConflicts())
         return;
     setCursor(Qt::WaitCursor);
@@ -31,7 +30,7 @@ void NetworkDialog::accept()
     commitChannels();
     if (m_routerChanged || m_tabsChanged)
         commitRouterMode();
-    leave();
+    finish();
 }
 
 void NetworkDialog::reject()
@@ -39,7 +38,7 @@ void NetworkDialog::reject()
     accept();
 }
 
-void NetworkDialog::leave()
+void NetworkDialog::finish()
 {
     setCursor(Qt::ArrowCursor);
     done(Accepted);
@@ -50,24 +49,21 @@ bool NetworkDialog::resolveConflicts()
     const QList<ChannelAsRouter *> channels = m_channels;
     for (ChannelAsRouter *kept : channels) {
         for (ChannelAsRouter *other : channels) {
-            if (other != kept && kept->hasSameDestination(*other) && !offerDeactivation(kept, other))
+            if (other != kept && kept->hasSameDestination(*other) && !askToDeactivate(other, kept))
                 return false;
         }
     }
     return true;
 }
 
-bool NetworkDialog::offerDeactivation(ChannelAsRouter *kept, ChannelAsRouter *other)
+bool NetworkDialog::askToDeactivate(ChannelAsRouter *other, const ChannelAsRouter *conflictsWith)
 {
-    const int number = other->channelIndex() + 1;
     const QString text =
         QString::fromLatin1("Channel %1 and %2 have same destination!\n\nDeactivate channel %3?")
-            .arg(kept->channelIndex() + 1)
-            .arg(number)
-            .arg(number);
-    const auto answer = QMessageBox::question(this, QLatin1String("Conflicting channels"), text,
-                                              QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
-    if (answer != QMessageBox::Yes)
+            .arg(conflictsWith->number())
+            .arg(other->number())
+            .arg(other->number());
+    if (!ask(QMessageBox::Question, QLatin1String("Conflicting channels"), text, QMessageBox::Yes))
         return false;
     other->setActive(false);
     const QList<ChannelWidget *> pages = m_pages;
@@ -86,7 +82,7 @@ bool NetworkDialog::validatePages()
         const bool valid = page->validate();
         if (!self)
             return false;
-        if (!valid) {
+        if (!valid || isTornDown()) {
             m_tabWidget->setCurrentIndex(page->channel()->channelIndex());
             setCursor(Qt::ArrowCursor);
             return false;
@@ -113,33 +109,4 @@ void NetworkDialog::commitChannels()
     const QList<ChannelAsRouter *> channels = m_channels;
     for (ChannelAsRouter *channel : channels)
         channel->commit();
-}
-
-void NetworkDialog::commitRouterMode()
-{
-    if (commands::knowsRouterMode(*m_versions)) {
-        writeRouterMode();
-        applyRouterMode();
-    }
-    updateOutputRequests();
-    emit deferedRouterActiveToggled(checkBox_actAsRouter->isChecked());
-    m_tabsChanged = false;
-}
-
-void NetworkDialog::writeRouterMode()
-{
-    const bool on = checkBox_actAsRouter->checkState() == Qt::Checked;
-    const int result = on ? m_ioManager->setValue(commands::setRouterModeYes)
-                          : m_ioManager->setValue(commands::setRouterModeNo);
-    if (result != 0)
-        logFailure(m_ioManager, QLatin1String("Error: Unable to set value act as router"));
-    // A refusal changes nothing here: the next opening reads what the Controller holds.
-    m_routerActive = on;
-}
-
-void NetworkDialog::on_checkBox_actAsRouter_toggled(bool checked)
-{
-    m_routerActive = checked;
-    m_routerChanged = true;
-    applyRouterMode();
 }

@@ -1,12 +1,147 @@
 #include "networkdialog.h"
 
+#include "answer.h"
 #include "channelasrouter.h"
-#include "iomanager.h"
+#include "channelwidget.h"
+#include "commands.h"
+#include "hostlog.h"
 
 #include <QThread>
 
 #include <algorithm>
 #include <cstring>
+
+using namespace networksettings2g;
+
+void NetworkDialog::updateRouterState()
+{
+    if (!commands::knowsRouterMode(*m_versions)) {
+        checkBox_actAsRouter->setChecked(false);
+        checkBox_actAsRouter->setEnabled(false);
+        return;
+    }
+    if (!m_locked)
+        checkBox_actAsRouter->setEnabled(true);
+    Answer answer;
+    const bool on = m_host.getValue(answer.buffer(), commands::routerMode) == 0 && answer.isYes();
+    // Set the check box first: its slot marks the change as the user's, which the next line undoes, because
+    // this one comes from the Controller.
+    checkBox_actAsRouter->setChecked(on);
+    m_routerChanged = false;
+    setRouterActive(on);
+    if (!on)
+        onCheckBox_active_channel_toggled();
+}
+
+void NetworkDialog::onCheckBox_active_channel_toggled()
+{
+    bool anyActive = false;
+    for (int i = 0; i < m_channelCount; ++i)
+        anyActive = anyActive || m_pages.at(i)->checkBox_active_channel->checkState() == Qt::Checked;
+    checkBox_actAsRouter->setEnabled(!m_locked && anyActive);
+}
+
+void NetworkDialog::on_checkBox_actAsRouter_toggled(bool checked)
+{
+    m_routerChanged = true;
+    setRouterActive(checked);
+}
+
+void NetworkDialog::commitRouterMode()
+{
+    if (commands::knowsRouterMode(*m_versions))
+        writeRouterMode();
+    updateOutputRequests();
+    switchRouters(checkBox_actAsRouter->isChecked());
+    m_tabsChanged = false;
+}
+
+void NetworkDialog::writeRouterMode()
+{
+    const bool on = checkBox_actAsRouter->checkState() == Qt::Checked;
+    const int result =
+        on ? m_host.setValue(commands::setRouterModeYes) : m_host.setValue(commands::setRouterModeNo);
+    if (result != 0)
+        logFailure(&m_host, QLatin1String("Error: Unable to set value act as router"));
+    // A refusal changes nothing here: the next opening reads what the Controller holds.
+    setRouterActive(on);
+}
+
+void NetworkDialog::setRouterActive(bool on)
+{
+    m_routerActive = on && !isTornDown();
+    applyRouterMode();
+}
+
+void NetworkDialog::applyRouterMode()
+{
+    for (int i = 0; i < m_channelCount; ++i)
+        m_pages.at(i)->setRouterMode(m_routerActive);
+}
+
+void NetworkDialog::switchRouters(bool on)
+{
+    // Shut-down has stopped the routers.
+    if (!isTornDown())
+        emit deferedRouterActiveToggled(on);
+}
+
+void NetworkDialog::updateOutputRequests()
+{
+    const QList<OutputTypeInfo> types = m_outputTypes;
+    for (const OutputTypeInfo &type : types) {
+        const QByteArray name = type.name.toLatin1();
+        if (isTypeNeeded(type.name))
+            m_host.requestOutputType(name.constData(), this);
+        else
+            m_host.releaseOutputType(name.constData(), this);
+    }
+}
+
+bool NetworkDialog::isTypeNeeded(const QString &name) const
+{
+    if (!checkBox_actAsRouter->isChecked())
+        return false;
+    return std::any_of(m_channels.cbegin(), m_channels.cend(),
+                       [&name](const ChannelAsRouter *channel) { return channel->isTypeActive(name); });
+}
+
+int NetworkDialog::onMessage(int /*a*/, int /*b*/, const char *text)
+{
+    if (std::strcmp(text, "OutputTypesChanged") != 0)
+        return 0;
+    const auto follow = [this] {
+        const CallFromHost call(this);
+        followCatalogueChange();
+    };
+    // The refresh belongs to the GUI thread, and the routers are off around it: from another thread the whole
+    // operation is queued.
+    if (QThread::currentThread() == thread())
+        follow();
+    else
+        QMetaObject::invokeMethod(this, follow, Qt::QueuedConnection);
+    return 0;
+}
+
+void NetworkDialog::followCatalogueChange()
+{
+    if (m_gate.isBusy()) {
+        m_catalogueChanged = true;
+        return;
+    }
+    if (isTornDown() || !checkBox_actAsRouter->isChecked())
+        return;
+    const Operation operation(&m_gate);
+    switchRouters(false);
+    refreshAndRoute();
+}
+
+void NetworkDialog::refreshAndRoute()
+{
+    refreshAllChannels();
+    updateOutputRequests();
+    switchRouters(true);
+}
 
 int NetworkDialog::onOutputData(const char *type, const char *line)
 {
@@ -20,57 +155,3 @@ void NetworkDialog::onOutputReset()
 }
 
 void NetworkDialog::onOutputIdle() {}
-
-int NetworkDialog::onMessage(int /*a*/, int /*b*/, const char *text)
-{
-    if (std::strcmp(text, "OutputTypesChanged") != 0)
-        return 0;
-    // The refresh belongs to the GUI thread, and the routers are off around it: on another thread the whole
-    // of it waits for the event loop.
-    if (QThread::currentThread() == thread())
-        followCatalogueChange();
-    else
-        QMetaObject::invokeMethod(
-            this, [this] { followCatalogueChange(); }, Qt::QueuedConnection);
-    return 0;
-}
-
-void NetworkDialog::followCatalogueChange()
-{
-    if (m_operations > 0) {
-        m_catalogueChanged = true;
-        return;
-    }
-    if (m_tornDown || !checkBox_actAsRouter->isChecked())
-        return;
-    const Operation operation(this);
-    emit deferedRouterActiveToggled(false);
-    refreshAndRoute();
-}
-
-void NetworkDialog::refreshAndRoute()
-{
-    refreshAllChannels();
-    updateOutputRequests();
-    emit deferedRouterActiveToggled(true);
-}
-
-void NetworkDialog::updateOutputRequests()
-{
-    const QList<OutputTypeInfo> types = m_outputTypes;
-    for (const OutputTypeInfo &type : types) {
-        const QByteArray name = type.name.toLatin1();
-        if (isTypeNeeded(type.name))
-            m_ioManager->requestOutputType(name.constData(), this);
-        else
-            m_ioManager->releaseOutputType(name.constData(), this);
-    }
-}
-
-bool NetworkDialog::isTypeNeeded(const QString &name) const
-{
-    if (!checkBox_actAsRouter->isChecked())
-        return false;
-    return std::any_of(m_channels.cbegin(), m_channels.cend(),
-                       [&name](const ChannelAsRouter *channel) { return channel->isTypeActive(name); });
-}

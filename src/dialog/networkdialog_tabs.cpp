@@ -1,108 +1,22 @@
 #include "networkdialog.h"
 
-#include "answer.h"
-#include "channelasrouter.h"
+#include "channel.h"
 #include "channelwidget.h"
-#include "commands.h"
-#include "hostlog.h"
-#include "iomanager.h"
 #include "networkdialogtabwidget.h"
 
 #include <QKeyEvent>
-#include <QMessageBox>
-#include <QTabBar>
 
-namespace {
-
-const QLatin1String plusTitle("+");
-
-} // namespace
-
-int NetworkDialog::channelsInUse()
-{
-    int highest = 1;
-    for (int number = 1; number <= Channel::MaximumCount; ++number) {
-        Answer answer;
-        const bool answered = m_ioManager->getValue(answer.room(), commands::destination, number) == 0;
-        if (answered && !answer.is("none"))
-            highest = number;
-    }
-    return highest;
-}
-
-void NetworkDialog::rebuildTabs()
-{
-    m_channelCount = channelsInUse();
-    for (int index = 0; index < m_channelCount; ++index)
-        createChannel(index);
-    if (m_channelCount < Channel::MaximumCount)
-        addPlusTab();
-}
-
-void NetworkDialog::createChannel(int index)
-{
-    auto *channel = new ChannelAsRouter(m_ioManager, index, m_versions);
-    channel->setFanOut(m_fanOut);
-    connect(this, SIGNAL(deferedRouterActiveToggled(bool)), channel, SLOT(updateRouterActiveState(bool)));
-    connect(channel, &Channel::tickedTypesChanged, this, [this] { m_fanOut->publish(m_channels); });
-    m_channels << channel;
-
-    auto *page = new ChannelWidget(m_ioManager, channel, m_versions);
-    connect(page, SIGNAL(changeChannelTabTitleFontColor(int, QColor)), m_tabWidget,
-            SLOT(changeTabTitleFontColor(int, QColor)));
-    connect(channel, SIGNAL(committingChanges()), page, SLOT(flushChangesToChannel()));
-    connect(page, SIGNAL(checkBox_active_channel_toggled()), this, SLOT(onCheckBox_active_channel_toggled()));
-    connect(page, SIGNAL(closeTab(int)), this, SLOT(closeLastTab()));
-    m_pages << page;
-    m_tabWidget->addTab(page, QString::fromLatin1("Channel %1").arg(index + 1));
-    m_tabsChanged = true;
-
-    m_fanOut->publish(m_channels);
-}
-
-void NetworkDialog::addPlusTab()
-{
-    const int tab = m_tabWidget->addTab(m_plusPage, plusTitle);
-    m_tabWidget->tabBar()->setAccessibleTabName(tab, m_plusPage->accessibleName());
-}
-
-void NetworkDialog::removePlusTab()
-{
-    const int tab = plusTab();
-    if (tab >= 0)
-        m_tabWidget->removeTab(tab);
-}
-
-int NetworkDialog::plusTab() const
-{
-    for (int tab = m_tabWidget->count() - 1; tab >= 0; --tab) {
-        if (m_tabWidget->tabText(tab) == plusTitle)
-            return tab;
-    }
-    return -1;
-}
-
-void NetworkDialog::updateCloseButtons()
-{
-    const QList<ChannelWidget *> pages = m_pages;
-    for (ChannelWidget *page : pages)
-        page->setCloseButtonVisible(false);
-    // Asked anew: the lock may have come or gone since the dialog was opened.
-    if (isConfigLocked())
-        return;
-    if (m_pages.size() >= 2)
-        m_pages.last()->setCloseButtonVisible(true);
-}
+using namespace networksettings2g;
 
 void NetworkDialog::onTabBarClicked(int index)
 {
-    if (m_tabWidget->tabText(index) != plusTitle || !mayBegin())
+    if (!m_tabWidget->isPlusTab(index) || !m_gate.mayBegin())
         return;
-    const Operation operation(this);
-    removePlusTab();
+    const Operation operation(&m_gate);
+    m_tabWidget->removePlusTab();
     createChannel(index);
     if (index < Channel::MaximumCount - 1)
-        addPlusTab();
+        m_tabWidget->addPlusTab(m_plusPage);
     refreshChannel(index);
     m_tabWidget->setCurrentIndex(index);
     ++m_channelCount;
@@ -138,14 +52,14 @@ void NetworkDialog::selectNextTab()
 void NetworkDialog::closeLastTab()
 {
     const int number = m_pages.size();
-    if (number < 2 || !mayBegin())
+    if (number < 2 || !m_gate.mayBegin())
         return;
-    const Operation operation(this);
+    const Operation operation(&m_gate);
     if (!confirmClosing(number))
         return;
     closeTab(number - 1);
     if (number == Channel::MaximumCount)
-        addPlusTab();
+        m_tabWidget->addPlusTab(m_plusPage);
     m_tabWidget->setCurrentIndex(number - 2);
     updateCloseButtons();
 }
@@ -153,9 +67,9 @@ void NetworkDialog::closeLastTab()
 void NetworkDialog::closeCurrentTab()
 {
     const int current = m_tabWidget->currentIndex();
-    if (m_pages.size() < 3 || current < 0 || current >= m_pages.size() || !mayBegin())
+    if (m_pages.size() < 3 || current < 0 || current >= m_pages.size() || !m_gate.mayBegin())
         return;
-    const Operation operation(this);
+    const Operation operation(&m_gate);
     if (!confirmClosing(current + 1))
         return;
     closeTab(current);
@@ -165,38 +79,18 @@ void NetworkDialog::closeCurrentTab()
 
 bool NetworkDialog::confirmClosing(int number)
 {
-    return QMessageBox::warning(this, QLatin1String("Warning"),
-                                QString::fromLatin1("Close Channel %1?").arg(number),
-                                QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
+    return ask(QMessageBox::Warning, QLatin1String("Warning"),
+               QString::fromLatin1("Close Channel %1?").arg(number), QMessageBox::No);
 }
 
-void NetworkDialog::closeTab(int index)
+void NetworkDialog::updateCloseButtons()
 {
-    ChannelAsRouter *channel = m_channels.at(index);
-    ChannelWidget *page = m_pages.at(index);
-    page->disconnect();
-    m_channels.removeAt(index);
-    m_pages.removeAt(index);
-    --m_channelCount;
-    if (m_tabWidget->count() > 1)
-        m_tabWidget->removeTab(index);
-    resetOnController(index + 1);
-    discard(channel, page);
-}
-
-void NetworkDialog::resetOnController(int number)
-{
-    if (m_ioManager->setValue(commands::clearDestination, number) != 0)
-        logFailure(m_ioManager, QLatin1String("Error: Unable to reset channel X"));
-}
-
-void NetworkDialog::discard(ChannelAsRouter *channel, ChannelWidget *page)
-{
-    m_fanOut->publish(m_channels);
-    disconnect(this, nullptr, channel, nullptr);
-    channel->updateRouterActiveState(false);
-    // The page may be the sender of the click that led here. It takes its channel along, and both go with the
-    // dialog if the event loop does not come by before.
-    channel->setParent(page);
-    page->deleteLater();
+    const QList<ChannelWidget *> pages = m_pages;
+    for (ChannelWidget *page : pages)
+        page->setCloseButtonVisible(false);
+    // Asked anew: the lock may have come or gone since the dialog was opened.
+    if (isConfigLocked())
+        return;
+    if (m_pages.size() >= 2)
+        m_pages.last()->setCloseButtonVisible(true);
 }

@@ -2,7 +2,8 @@
 
 #include <QTabWidget>
 
-/// The tabs of the output dialog: one a channel, and "+" behind the last.
+/// The tab row of the output dialog: one tab per channel, and the tab "+" after the last one, which adds a
+/// channel. A tab is known as the "+" tab by its title.
 class NetworkDialogTabWidget : public QTabWidget
 {
     Q_OBJECT
@@ -10,7 +11,19 @@ class NetworkDialogTabWidget : public QTabWidget
 public:
     explicit NetworkDialogTabWidget(QWidget *parent);
 
+    /// Appends the "+" tab with \a page, which stays the caller's.
+    void addPlusTab(QWidget *page);
+
+    /// Removes the "+" tab, if there is one, and leaves its page alone.
+    void removePlusTab();
+
+    bool hasPlusTab() const { return plusTab() >= 0; }
+    bool isPlusTab(int tab) const;
+
 public slots:
-    /// Writes the title of tab \a tabIndex in \a color.
+    /// Sets the colour of the title of tab \a tabIndex.
     void changeTabTitleFontColor(int tabIndex, const QColor &color);
+
+private:
+    int plusTab() const;
 };

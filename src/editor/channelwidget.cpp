@@ -6,6 +6,8 @@
 #include <QGuiApplication>
 #include <QRegExpValidator>
 
+using namespace networksettings2g;
+
 namespace {
 
 // Validators get patterns whose text lies on the heap: Qt keeps compiled patterns beyond the life of this
@@ -67,7 +69,7 @@ void ChannelWidget::connectChannel()
 
 void ChannelWidget::describeForScreenReaders()
 {
-    setAccessibleName(tr("Channel %1").arg(number()));
+    setAccessibleName(tr("Channel %1").arg(m_channel->number()));
     checkBox_my_ip->setAccessibleDescription(tr("Sends to the computer on which this frontend runs"));
     pushButton_closeTab->setAccessibleDescription(tr("Closes this channel, on the Controller at once"));
     tableView->setAccessibleName(tr("Output types"));

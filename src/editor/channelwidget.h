@@ -88,9 +88,7 @@ private:
     bool judgeUnicast(const QString &host, quint32 address);
     quint32 addressOf(const QString &host) const;
     int systemModel() const;
-    int number() const;
-    void refuseText(const QString &message);
-    void refuseAddress(const QString &message);
+    void warn(const QString &message);
 
     IOManager *m_ioManager;
     BackendVersions *m_versions;

@@ -3,8 +3,9 @@
 #include "channelasrouter.h"
 #include "commands.h"
 #include "iomanager.h"
+#include "plainmessage.h"
 
-#include <QMessageBox>
+using namespace networksettings2g;
 
 namespace {
 
@@ -23,12 +24,7 @@ struct AddressRange
 constexpr AddressRange multicastBlock = {0xE0000000, 0xEFFFFFFF};
 constexpr AddressRange validMulticast = {0xE0000100, 0xEFFFFFFF};
 
-QString caption()
-{
-    return ChannelWidget::tr("Network Settings");
-}
-
-// The usual ways to write it, and no others: whoever writes the address in another form knows what it means.
+// Only the common spellings; a user who writes it another way is assumed to mean it.
 bool isLoopback(const QString &host)
 {
     return host.compare(QLatin1String("localhost"), Qt::CaseInsensitive) == 0 ||
@@ -44,14 +40,14 @@ bool ChannelWidget::validate()
 
     const QString host = lineEdit_host->text();
     if (host.isEmpty()) {
-        refuseText(tr("Invalid empty host for channel %1").arg(number()));
+        warn(tr("Invalid empty host for channel %1").arg(m_channel->number()));
         return false;
     }
     if (systemModel() != loopbackModel && isLoopback(host)) {
-        refuseText(tr("If you intend this computer to be the destination host of channel %1 please \n"
-                      "use the 'this computer' check box instead of '%2'.")
-                       .arg(number())
-                       .arg(host));
+        warn(tr("If you intend this computer to be the destination host of channel %1 please \n"
+                "use the 'this computer' check box instead of '%2'.")
+                 .arg(m_channel->number())
+                 .arg(host));
         return false;
     }
 
@@ -66,24 +62,24 @@ bool ChannelWidget::validate()
 bool ChannelWidget::judgeUnresolved(const QString &host)
 {
     if (checkBox_multicast->isChecked()) {
-        refuseAddress(tr("Multicast ip cannot resolve host name '%1' for channel %2")
-                          .arg(host, QString::number(number())));
+        warn(tr("Multicast ip cannot resolve host name '%1' for channel %2")
+                 .arg(host, QString::number(m_channel->number())));
         return false;
     }
     const QString question =
-        tr("Cannot resolve host name '%1' for channel %2").arg(host, QString::number(number()));
-    return QMessageBox::warning(this, caption(), question, QMessageBox::Cancel | QMessageBox::Ignore,
-                                QMessageBox::Cancel) != QMessageBox::Cancel;
+        tr("Cannot resolve host name '%1' for channel %2").arg(host, QString::number(m_channel->number()));
+    return showMessage(this, QMessageBox::Warning, tr("Network Settings"), question,
+                       QMessageBox::Cancel | QMessageBox::Ignore, QMessageBox::Cancel) != QMessageBox::Cancel;
 }
 
 bool ChannelWidget::judgeMulticast(const QString &host, quint32 address)
 {
     if (validMulticast.contains(address))
         return true;
-    refuseAddress(tr("Invalid multicast ip address '%1' for channel %2\n"
-                     "Multicast ip addresses are valid\n"
-                     "from 224.0.1.0 to 239.255.255.255.")
-                      .arg(host, QString::number(number())));
+    warn(tr("Invalid multicast ip address '%1' for channel %2\n"
+            "Multicast ip addresses are valid\n"
+            "from 224.0.1.0 to 239.255.255.255.")
+             .arg(host, QString::number(m_channel->number())));
     return false;
 }
 
@@ -91,10 +87,10 @@ bool ChannelWidget::judgeUnicast(const QString &host, quint32 address)
 {
     if (!multicastBlock.contains(address))
         return true;
-    refuseAddress(tr("Invalid host '%1' for channel %2\n"
-                     "Valid hosts don't include multicast ip addresses\n"
-                     "from 224.0.0.0 to 239.255.255.255.")
-                      .arg(host, QString::number(number())));
+    warn(tr("Invalid host '%1' for channel %2\n"
+            "Valid hosts don't include multicast ip addresses\n"
+            "from 224.0.0.0 to 239.255.255.255.")
+             .arg(host, QString::number(m_channel->number())));
     return false;
 }
 
@@ -110,19 +106,7 @@ int ChannelWidget::systemModel() const
     return m_ioManager->getIntValue(&model, commands::systemModel) == 0 ? model : -1;
 }
 
-// The channel's number as the user sees it.
-int ChannelWidget::number() const
+void ChannelWidget::warn(const QString &message)
 {
-    return m_channel->channelIndex() + 1;
-}
-
-void ChannelWidget::refuseText(const QString &message)
-{
-    QMessageBox::warning(this, caption(), message, QMessageBox::Cancel, QMessageBox::Cancel);
-}
-
-void ChannelWidget::refuseAddress(const QString &message)
-{
-    QMessageBox::warning(this, caption(), message, QMessageBox::StandardButtons(QMessageBox::Cancel),
-                         QMessageBox::NoButton);
+    showMessage(this, QMessageBox::Warning, tr("Network Settings"), message, QMessageBox::Cancel);
 }

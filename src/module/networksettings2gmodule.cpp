@@ -6,6 +6,7 @@
 
 #include <QAction>
 #include <QKeySequence>
+#include <QPointer>
 
 void NetworkSettings2GModule::prepareShutdown()
 {
@@ -15,7 +16,11 @@ void NetworkSettings2GModule::prepareShutdown()
 
 void NetworkSettings2GModule::releaseResources()
 {
-    delete m_record.dialog;
+    if (auto *dialog = qobject_cast<NetworkDialog *>(m_record.dialog)) {
+        disconnect(dialog, nullptr, this, nullptr);
+        m_record.dialog = nullptr;
+        dialog->release();
+    }
     m_actions.clear();
 }
 
@@ -31,16 +36,21 @@ QString NetworkSettings2GModule::moduleVersion()
 
 QList<ModuleAction *> NetworkSettings2GModule::moduleActions()
 {
-    if (m_actions.isEmpty() && !m_observerMode)
+    // With a dialog and no action, this call comes from within a command of NetworkDialog::start().
+    if (m_actions.isEmpty() && !m_record.dialog && !m_observerMode)
         makeAction();
     return m_actions;
 }
 
 void NetworkSettings2GModule::makeAction()
 {
-    m_record.dialog = new NetworkDialog(m_ioManager, m_moduleParent, m_versions);
-    // It dies with its parent widget if that goes first.
-    connect(m_record.dialog, &QObject::destroyed, this, [this] { m_record.dialog = nullptr; });
+    const QPointer<NetworkDialog> dialog = new NetworkDialog(m_ioManager, m_moduleParent, m_versions);
+    m_record.dialog = dialog;
+    // Its parent widget may destroy it before us.
+    connect(dialog, &QObject::destroyed, this, [this] { m_record.dialog = nullptr; });
+    dialog->start();
+    if (!dialog || m_record.dialog != dialog)
+        return; // released from within a command
     m_record.menuTitle = tr("&Tracking");
     m_record.menuNumber = 300;
     m_record.actionNumber = 170;

@@ -39,7 +39,11 @@ public:
     }
 
     /// Makes the dialog, as the module does at its start.
-    void create() { dialog = std::make_unique<NetworkDialog>(&link, &window, &versions); }
+    void create()
+    {
+        dialog = std::make_unique<NetworkDialog>(&link, &window, &versions);
+        dialog->start();
+    }
 
     /// Opens the dialog, runs \a action in it and leaves it by E&xit if \a action has not left it already.
     /// False if the dialog was still open after that; it is then taken down.

@@ -12,14 +12,14 @@
 #include <cstring>
 #include <functional>
 
-/// A host for one room: it answers from a table, fails where it is told to, and keeps all it is asked to do
-/// in order. One thread.
+/// A host for the tests of one class: it answers from a table, fails where it is told to, and keeps all it is
+/// asked to do in order. One thread.
 class FakeIOManager : public IOManager
 {
 public:
     virtual ~FakeIOManager() = default;
 
-    /// From the formatted query to its answer. A query that is not here fails and leaves the room for its
+    /// From the formatted query to its answer. A query that is not here fails and leaves the buffer for its
     /// answer as it was.
     QHash<QByteArray, QByteArray> answers;
 
@@ -30,8 +30,8 @@ public:
     /// "add" or "remove".
     QStringList journal;
 
-    /// Called with each command and query before it is answered.
-    std::function<void(const QByteArray &)> onCommand;
+    /// Called from within each call, before it is answered, with its line of the journal.
+    std::function<void(const QByteArray &)> onCall;
 
     int getValue(char *answer, const char *format, ...) override
     {
@@ -94,8 +94,8 @@ private:
         char text[1024];
         std::vsnprintf(text, sizeof text, format, arguments);
         journal << QString::fromLatin1(text);
-        if (onCommand)
-            onCommand(text);
+        if (onCall)
+            onCall(text);
         return text;
     }
 
@@ -105,6 +105,8 @@ private:
     {
         const QByteArray line = QByteArray(kind) + ' ' + what;
         journal << QString::fromLatin1(line);
+        if (onCall)
+            onCall(line);
         return result(line);
     }
 };

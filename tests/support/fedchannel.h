@@ -40,7 +40,7 @@ public:
     explicit FedChannel(quint16 port)
         : FedChannel(port, makeFanOut(), 0)
     {
-        connect(this, &Channel::tickedTypesChanged, this, [this] { m_fanOut->publish({this}); });
+        setTickedTypesCallback([this] { m_fanOut->publish({this}); });
         m_fanOut->publish({this});
         m_isOnlyChannel = true;
     }
@@ -51,9 +51,9 @@ public:
         , m_fanOut(std::move(fanOut))
     {
         setFanOut(m_fanOut);
-        QList<OutputTypeInfo> types;
+        QList<networksettings2g::OutputTypeInfo> types;
         for (const char *type : {"fr", "6d", "3d", "gl", "6dcal", "fr2"})
-            types << OutputTypeInfo{QString::fromLatin1(type), QString(), true};
+            types.append({QString::fromLatin1(type), QString(), true});
         setOutputTypes(types);
         for (const char *type : {"fr", "6d", "3d"})
             tick(type, true);

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QPushButton>
 #include <QStringList>
+#include <QTextDocument>
 #include <QTimer>
 
 #include <functional>
@@ -26,6 +27,9 @@ public:
     QStringList texts;
     QList<QMessageBox::StandardButton> defaults;
 
+    /// Whether a box would show the text that it was given as markup.
+    bool anyRichText = false;
+
     /// Answers what the script does not.
     std::function<QMessageBox::StandardButton(const QMessageBox *)> decide;
 
@@ -36,6 +40,8 @@ private:
         if (!box)
             return;
         texts << box->text();
+        anyRichText = anyRichText || box->textFormat() == Qt::RichText ||
+                      (box->textFormat() == Qt::AutoText && Qt::mightBeRichText(box->text()));
         defaults << box->standardButton(box->defaultButton());
         QAbstractButton *button = nullptr; // an unexpected box may have another one
         if (!m_answers.isEmpty())

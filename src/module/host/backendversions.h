@@ -13,9 +13,8 @@ struct BackendVersions
     int32_t third;
 };
 
-/// Whether the Controller has at least version \a major.\a minor. Of the third number only -1 and above count
-/// as that version: test builds of the version before carry -2 and below. Any thread; the record never
-/// changes.
+/// Whether the Controller has at least version \a major.\a minor: a larger version, or the same one with a
+/// third number of at least -1. Any thread; the record never changes.
 inline bool versionAtLeast(const BackendVersions &versions, int32_t major, int32_t minor)
 {
     if (versions.major != major)
