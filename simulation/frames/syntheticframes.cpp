@@ -1,6 +1,4 @@
-#include "madeupframes.h"
-
-#include "simulatedcontroller.h"
+#include "syntheticframes.h"
 
 #include <QHash>
 
@@ -80,23 +78,21 @@ const QHash<QByteArray, Content> &contents()
 
 } // namespace
 
-MadeUpFrames::MadeUpFrames(const SimulatedController &controller)
-    : m_controller(controller)
+SyntheticFrames::SyntheticFrames(TypeQuery availableTypes)
+    : m_availableTypes(std::move(availableTypes))
 {
 }
 
-bool MadeUpFrames::next(Frame *frame)
+bool SyntheticFrames::next(Frame *frame)
 {
     ++m_number;
     const double angle = 2.0 * pi * m_number / framesPerTurn;
     frame->clear();
-    const QList<OutputType> catalogue = m_controller.catalogue();
-    for (const OutputType &type : catalogue) {
-        if (!type.available)
-            continue;
-        const Content content = contents().value(type.name);
+    const QList<QByteArray> types = m_availableTypes();
+    for (const QByteArray &type : types) {
+        const Content content = contents().value(type);
         const QByteArray text = content ? content(m_number, angle) : QByteArray("0");
-        frame->append({type.name, type.name + ' ' + text + "\r\n"});
+        frame->append({type, type + ' ' + text + "\r\n"});
     }
     return true;
 }

@@ -2,8 +2,8 @@
 
 #include "channelpresets.h"
 #include "datathread.h"
-#include "madeupframes.h"
 #include "replayedframes.h"
+#include "syntheticframes.h"
 #include "udpsocket.h"
 
 #include <QElapsedTimer>
@@ -146,7 +146,7 @@ void Session::start()
         m_skippedLines = m_recording->skippedLines();
         source = std::move(m_recording);
     } else {
-        source = std::make_unique<MadeUpFrames>(m_controller);
+        source = std::make_unique<SyntheticFrames>([this] { return m_controller.availableTypes(); });
     }
     m_dataThread = std::make_unique<DataThread>(std::move(source), m_rate, m_ledger, m_output, m_link);
     connect(m_dataThread.get(), &DataThread::finished, this, &Session::sourceEnded);

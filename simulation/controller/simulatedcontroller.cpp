@@ -60,6 +60,17 @@ QList<OutputType> SimulatedController::catalogue() const
     return m_state.catalogue;
 }
 
+QList<QByteArray> SimulatedController::availableTypes() const
+{
+    QList<QByteArray> names;
+    const QList<OutputType> types = catalogue();
+    for (const OutputType &type : types) {
+        if (type.available)
+            names.append(type.name);
+    }
+    return names;
+}
+
 void SimulatedController::change(const std::function<void(ControllerState &)> &edit)
 {
     {

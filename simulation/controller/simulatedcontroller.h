@@ -69,6 +69,9 @@ public:
     ControllerState state() const;
     QList<OutputType> catalogue() const;
 
+    /// The names of the available types, in the order of the catalogue.
+    QList<QByteArray> availableTypes() const;
+
     /// Changes the state from within, as the Controller's own user would, lock or no lock.
     void change(const std::function<void(ControllerState &)> &edit);
 
