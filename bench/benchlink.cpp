@@ -6,6 +6,9 @@
 #include <cstdio>
 #include <cstring>
 
+using simulation::ControllerLink;
+using simulation::SimulatedController;
+
 namespace {
 
 QByteArray formatted(const char *format, va_list arguments)

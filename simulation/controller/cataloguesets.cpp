@@ -2,6 +2,8 @@
 
 #include <QCoreApplication>
 
+namespace simulation {
+
 namespace {
 
 QList<OutputType> only(const QList<OutputType> &types, bool (*wanted)(const OutputType &))
@@ -14,7 +16,7 @@ QList<OutputType> only(const QList<OutputType> &types, bool (*wanted)(const Outp
     return kept;
 }
 
-/// \a types with the availability changed of every \a step th one.
+/// Returns \a types with the availability of every \a step-th type set to \a available.
 QList<OutputType> withAvailability(QList<OutputType> types, bool available, int step)
 {
     for (int i = step - 1; i < types.size(); i += step)
@@ -42,13 +44,15 @@ const QList<CatalogueSet> &catalogueSets()
         return type.name == "fr" || type.name == "6d" || type.name == "6di" || type.name == "3d";
     });
     static const QList<CatalogueSet> sets{
-        {QT_TRANSLATE_NOOP("CatalogueSets", "Usual (15)"), usual},
-        {QT_TRANSLATE_NOOP("CatalogueSets", "Well-known alone (13)"), withAvailability(known, true, 1)},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "Default (15)"), usual},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "Well-known only (13)"), withAvailability(known, true, 1)},
         {QT_TRANSLATE_NOOP("CatalogueSets", "Bodies and markers (4)"), bodies},
-        {QT_TRANSLATE_NOOP("CatalogueSets", "Usual and 100 more (115)"), withMore(usual, 100)},
+        {QT_TRANSLATE_NOOP("CatalogueSets", "Default and 100 more (115)"), withMore(usual, 100)},
         {QT_TRANSLATE_NOOP("CatalogueSets", "Every third unavailable"), withAvailability(known, false, 3)},
         {QT_TRANSLATE_NOOP("CatalogueSets", "All unavailable"), withAvailability(usual, false, 1)},
         {QT_TRANSLATE_NOOP("CatalogueSets", "No types at all"), {}},
     };
     return sets;
 }
+
+} // namespace simulation

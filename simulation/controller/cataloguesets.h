@@ -2,12 +2,16 @@
 
 #include "controllerstate.h"
 
-/// A catalogue of output types that a Controller may have.
+namespace simulation {
+
+/// A catalogue of output types for the simulated Controller.
 struct CatalogueSet
 {
-    const char *title; ///< for the user, not translated yet
+    const char *title; ///< shown to the user; to be translated
     QList<OutputType> types;
 };
 
-/// The sets in the order in which the user chooses from them, the usual one first.
+/// Returns the sets in the order in which they are offered, the default one first.
 const QList<CatalogueSet> &catalogueSets();
+
+} // namespace simulation

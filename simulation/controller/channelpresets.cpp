@@ -1,5 +1,7 @@
 #include "channelpresets.h"
 
+namespace simulation {
+
 ChannelPreset channelPreset(int index)
 {
     static const std::array<ChannelPreset, outputChannelCount> presets{{
@@ -16,3 +18,5 @@ ChannelPreset channelPreset(int index)
     }};
     return presets[size_t(index)];
 }
+
+} // namespace simulation

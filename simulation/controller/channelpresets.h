@@ -2,7 +2,9 @@
 
 #include "controllerstate.h"
 
-/// What the channels of a session are set up with.
+namespace simulation {
+
+/// The initial settings of one channel.
 struct ChannelPreset
 {
     const char *group = nullptr; ///< multicast group, null for this computer
@@ -10,5 +12,7 @@ struct ChannelPreset
     QSet<QByteArray> types;
 };
 
-/// The preset of channel \a index. No two are alike.
+/// Returns the preset of channel \a index. All presets differ.
 ChannelPreset channelPreset(int index);
+
+} // namespace simulation

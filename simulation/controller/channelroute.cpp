@@ -2,6 +2,8 @@
 
 #include "udpsocket.h"
 
+namespace simulation {
+
 ChannelRoutes RouteFinder::routes(const ControllerState &state)
 {
     ChannelRoutes routes;
@@ -24,3 +26,5 @@ quint32 RouteFinder::addressOf(const QByteArray &host)
     const quint32 address = resolveAddress(host);
     return *m_addresses.insert(host, staysOnThisComputer(address) ? address : 0);
 }
+
+} // namespace simulation

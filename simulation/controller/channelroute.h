@@ -7,11 +7,13 @@
 
 #include <array>
 
-/// Where one channel's frames go, and what they hold.
+namespace simulation {
+
+/// The destination of one channel's frames and their content.
 struct ChannelRoute
 {
-    quint32 address = 0; ///< in host byte order; 0: nowhere on this computer
-    quint16 port = 0;    ///< 0: nowhere
+    quint32 address = 0; ///< in host byte order; 0: not on this computer
+    quint16 port = 0;    ///< 0: no destination
     Expectation content;
 
     bool isReachable() const { return address != 0 && port != 0; }
@@ -19,7 +21,7 @@ struct ChannelRoute
 
 using ChannelRoutes = std::array<ChannelRoute, outputChannelCount>;
 
-/// Finds the routes of the channels. Looks up a host name once, and waits for that.
+/// Determines the routes of the channels. Resolves each host name once, which may block.
 class RouteFinder
 {
 public:
@@ -30,3 +32,5 @@ private:
 
     QHash<QByteArray, quint32> m_addresses;
 };
+
+} // namespace simulation

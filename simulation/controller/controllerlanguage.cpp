@@ -1,11 +1,13 @@
 #include "controllerlanguage.h"
 
+namespace simulation {
+
 namespace {
 
 using Words = QList<QByteArray>;
 
 constexpr int maximumPort = 65535;
-/// The frontend's own channel, over which it listens to the Controller.
+/// The port of the frontend's monitor channel.
 constexpr int monitorPort = 5000;
 
 QByteArray yesOrNo(bool value)
@@ -19,7 +21,7 @@ bool parseYesOrNo(const QByteArray &word, bool *value)
     return *value || word == "no";
 }
 
-/// Decimal digits alone, so that a sign, blanks or other number systems are refused.
+/// Accepts decimal digits only: a sign, blanks and other bases are refused.
 bool parseNumber(const QByteArray &word, int *number)
 {
     if (word.isEmpty())
@@ -33,7 +35,7 @@ bool parseNumber(const QByteArray &word, int *number)
     return fits;
 }
 
-/// \a prefix directly followed by a number of at least two digits, such as "ch03" or "t12".
+/// Parses \a prefix directly followed by a number of at least two digits, such as "ch03" or "t12".
 bool parseIndexed(const QByteArray &word, const QByteArray &prefix, int *number)
 {
     if (!word.startsWith(prefix) || !parseNumber(word.mid(prefix.size()), number))
@@ -47,10 +49,11 @@ int findChannel(const QByteArray &word, int *index)
     if (!parseIndexed(word, "ch", &number))
         return NotUnderstood;
     *index = number - 1;
-    return number >= 1 && number <= outputChannelCount ? Taken : OutOfRange;
+    return number >= 1 && number <= outputChannelCount ? Accepted : OutOfRange;
 }
 
-/// The words from \a first on, as they stood: an identifier may hold blanks.
+/// Returns the words from \a first on, without the last \a behind ones, joined again: a type name may contain
+/// blanks.
 QByteArray rest(const Words &words, int first, int behind = 0)
 {
     return words.mid(first, words.size() - first - behind).join(' ');
@@ -69,7 +72,7 @@ QByteArray describe(const Destination &destination)
     return "none";
 }
 
-/// A host between single quotes. The answers separate their fields by blanks, so a host cannot hold one.
+/// Parses a host in single quotes. Answers separate their fields by blanks, so a host must not contain one.
 bool parseQuotedHost(const QByteArray &word, QByteArray *host)
 {
     if (word.size() < 3 || !word.startsWith('\'') || !word.endsWith('\''))
@@ -94,7 +97,7 @@ int answerChannelQuery(const ControllerState &state, const Words &words, QByteAr
         if (!findOutputType(state.catalogue, type))
             return OutOfRange;
         *answer = yesOrNo(channel.types.contains(type));
-        return Taken;
+        return Accepted;
     }
     if (words.size() != 3)
         return NotUnderstood;
@@ -106,7 +109,7 @@ int answerChannelQuery(const ControllerState &state, const Words &words, QByteAr
         *answer = QByteArray::number(channel.divisor);
     else
         return NotUnderstood;
-    return Taken;
+    return Accepted;
 }
 
 int answerTypeQuery(const ControllerState &state, const Words &words, QByteArray *answer)
@@ -118,13 +121,13 @@ int answerTypeQuery(const ControllerState &state, const Words &words, QByteArray
         if (number < 1 || number > state.catalogue.size())
             return OutOfRange;
         *answer = state.catalogue.at(number - 1).name;
-        return Taken;
+        return Accepted;
     }
     const OutputType *type = findOutputType(state.catalogue, rest(words, 2));
     if (!type)
         return OutOfRange;
     *answer = words.at(1) == "available" ? yesOrNo(type->available) : '"' + type->description + '"';
-    return Taken;
+    return Accepted;
 }
 
 int setRouter(ControllerState &state, const Words &words)
@@ -133,7 +136,7 @@ int setRouter(ControllerState &state, const Words &words)
     if (words.size() != 3 || !versionAtLeast(state.version, 1, 4) || !parseYesOrNo(words.at(2), &on))
         return NotUnderstood;
     state.viaRouter = on;
-    return Taken;
+    return Accepted;
 }
 
 int setActive(OutputChannel &channel, const Words &words)
@@ -142,7 +145,7 @@ int setActive(OutputChannel &channel, const Words &words)
     if (words.size() != 4 || !parseYesOrNo(words.at(3), &on))
         return NotUnderstood;
     channel.active = on;
-    return Taken;
+    return Accepted;
 }
 
 int setDivisor(const ControllerState &state, OutputChannel &channel, const Words &words)
@@ -153,7 +156,7 @@ int setDivisor(const ControllerState &state, OutputChannel &channel, const Words
     if (divisor < 1)
         return OutOfRange;
     channel.divisor = divisor;
-    return Taken;
+    return Accepted;
 }
 
 int setType(const ControllerState &state, OutputChannel &channel, const Words &words)
@@ -169,14 +172,14 @@ int setType(const ControllerState &state, OutputChannel &channel, const Words &w
         channel.types.insert(name);
     else
         channel.types.remove(name);
-    return Taken;
+    return Accepted;
 }
 
 int setDestination(const ControllerState &state, OutputChannel &channel, const Words &words)
 {
     if (words.size() == 4 && words.at(3) == "none") {
         channel.destination = Destination();
-        return Taken;
+        return Accepted;
     }
     Destination destination;
     if (words.size() != 6 || !parseNumber(words.at(5), &destination.port))
@@ -194,7 +197,7 @@ int setDestination(const ControllerState &state, OutputChannel &channel, const W
     if (destination.port > maximumPort)
         return OutOfRange;
     channel.destination = destination;
-    return Taken;
+    return Accepted;
 }
 
 } // namespace
@@ -220,10 +223,10 @@ int answerQuery(const ControllerState &state, const QByteArray &text, QByteArray
             return answerTypeQuery(state, words, answer);
         return answerChannelQuery(state, words, answer);
     }
-    return Taken;
+    return Accepted;
 }
 
-int carryOutCommand(ControllerState &state, const QByteArray &text)
+int executeCommand(ControllerState &state, const QByteArray &text)
 {
     const Words words = text.split(' ');
     if (words.size() < 3 || words.first() != "output")
@@ -247,3 +250,5 @@ int carryOutCommand(ControllerState &state, const QByteArray &text)
         return setType(state, channel, words);
     return NotUnderstood;
 }
+
+} // namespace simulation

@@ -2,17 +2,21 @@
 
 #include "controllerstate.h"
 
-/// Results of the Controller's language. Everything but Taken is a refusal, with nothing changed.
+namespace simulation {
+
+/// Results of queries and commands. All but Accepted are refusals, which change nothing.
 enum ControllerResult : int
 {
-    Taken = 0,
-    NotUnderstood = 1, ///< unknown or malformed, or newer than the Controller's version
-    OutOfRange = 2,    ///< well-formed, but with a value that the Controller does not have or take
-    Locked = 3         ///< configuration changes are refused at the moment
+    Accepted = 0,
+    NotUnderstood = 1, ///< unknown, malformed, or not supported by the Controller's version
+    OutOfRange = 2,    ///< well-formed, but with a value that the Controller does not accept
+    Locked = 3         ///< the configuration is locked
 };
 
-/// Answers the query \a text from \a state. \a answer is written only on success.
+/// Answers the query \a text from \a state. Writes \a answer on success only.
 int answerQuery(const ControllerState &state, const QByteArray &text, QByteArray *answer);
 
-/// Carries out the command \a text on \a state.
-int carryOutCommand(ControllerState &state, const QByteArray &text);
+/// Executes the command \a text on \a state.
+int executeCommand(ControllerState &state, const QByteArray &text);
+
+} // namespace simulation

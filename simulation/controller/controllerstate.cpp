@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace simulation {
+
 namespace {
 
 constexpr int loopbackModel = 100;
@@ -36,7 +38,7 @@ ControllerState defaultControllerState()
     state.systemModel = loopbackModel;
     state.monitorAddress = "127.0.0.1";
     state.catalogue = defaultCatalogue();
-    // The frame counter is on from the start: its tick is not for the user to change, and a router needs it.
+    // The frame counter is ticked initially: the user cannot change its tick, and a router needs it.
     for (OutputChannel &channel : state.channels)
         channel.types.insert("fr");
     return state;
@@ -48,3 +50,5 @@ const OutputType *findOutputType(const QList<OutputType> &catalogue, const QByte
                                     [&type](const OutputType &entry) { return entry.name == type; });
     return found == catalogue.cend() ? nullptr : &*found;
 }
+
+} // namespace simulation

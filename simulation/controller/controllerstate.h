@@ -8,7 +8,9 @@
 
 #include <array>
 
-/// The output channels of a Controller, numbered from 1 in its language and from 0 here.
+namespace simulation {
+
+/// Number of output channels. The command language counts them from 1, this code from 0.
 constexpr int outputChannelCount = 10;
 
 /// One entry of the Controller's catalogue of ASCII output types.
@@ -19,7 +21,7 @@ struct OutputType
     bool available = true;
 };
 
-/// Where a channel sends to. Without a kind, host and port mean nothing.
+/// The destination of a channel. With kind None, host and port are unused.
 struct Destination
 {
     enum class Kind
@@ -43,25 +45,27 @@ struct OutputChannel
 {
     Destination destination;
     bool active = false;
-    int divisor = 1;        ///< at least 1: of the frames only every n-th is sent
+    int divisor = 1;        ///< at least 1; only every n-th frame is sent
     QSet<QByteArray> types; ///< the ticked output types
 };
 
-/// All that the simulated Controller knows of itself.
+/// The complete state of the simulated Controller.
 struct ControllerState
 {
     BackendVersions version{};
     bool locked = false;    ///< configuration changes are refused
-    bool viaRouter = false; ///< router mode: the frontend sends, the Controller does not
+    bool viaRouter = false; ///< router mode: the frontend sends instead of the Controller
     int systemModel = 0;
-    QByteArray monitorAddress; ///< the frontend's computer, as the Controller sees it
+    QByteArray monitorAddress; ///< the frontend's address as seen by the Controller
     QList<OutputType> catalogue;
     std::array<OutputChannel, outputChannelCount> channels;
 };
 
-/// A Controller of version 1.9 with the usual catalogue, all channels without a destination. It is of model
-/// 100, which may send to the computer that it runs on.
+/// Returns the state of a Controller of version 1.9 with the default catalogue and no channel destinations.
+/// Its model is 100, which may send to the computer that it runs on.
 ControllerState defaultControllerState();
 
-/// The entry of \a catalogue for \a type, null if there is none. Valid as long as the catalogue is unchanged.
+/// Returns the entry of \a catalogue for \a type, or null. Valid until the catalogue changes.
 const OutputType *findOutputType(const QList<OutputType> &catalogue, const QByteArray &type);
+
+} // namespace simulation

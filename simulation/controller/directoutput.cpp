@@ -2,9 +2,11 @@
 
 #include "frameledger.h"
 
+namespace simulation {
+
 QByteArray datagramOf(const Frame &frame, const Expectation &content)
 {
-    // What one UDP datagram over IPv4 carries at most.
+    // The largest payload of a UDP datagram over IPv4.
     constexpr int maximumPayload = 65507;
     if (!content.types.contains("fr") || !isDue(frameNumber(frame), content.divisor))
         return {};
@@ -33,3 +35,5 @@ void DirectOutput::send(const Frame &frame)
             m_socket.send(datagram, route.address, route.port);
     }
 }
+
+} // namespace simulation

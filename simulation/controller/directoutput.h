@@ -6,15 +6,18 @@
 
 #include <mutex>
 
-/// The Controller's own output: with router mode off it sends the frames of each active channel itself, one
-/// datagram a frame.
+namespace simulation {
+
+/// The Controller's own output: with router mode off it sends the frames of each active channel, one datagram
+/// per frame.
 class DirectOutput
 {
 public:
-    /// Sends by \a routes from now on. When this returns, no frame is on its way by earlier ones. Any thread.
+    /// Uses \a routes from now on. When it returns, no frame is being sent by the previous routes.
+    /// Thread-safe.
     void follow(const ChannelRoutes &routes);
 
-    /// Sends \a frame to every channel that is to have it. One thread at a time.
+    /// Sends \a frame to each channel that is due. Call it on one thread at a time.
     void send(const Frame &frame);
 
 private:
@@ -23,7 +26,9 @@ private:
     UdpSocket m_socket;
 };
 
-/// The bytes that a channel with \a content sends of \a frame: the lines of its types, each ended by one CR
-/// LF. Empty if it sends nothing of it, because its divisor or the size of a datagram forbid or because it
-/// has no "fr" line ticked to tell the frame's number.
+/// Returns the datagram that a channel with \a content sends for \a frame: the lines of its types, each ended
+/// by one CR LF. It is empty if the divisor skips the frame, if it would exceed the size of a datagram, or if
+/// "fr" is not ticked.
 QByteArray datagramOf(const Frame &frame, const Expectation &content);
+
+} // namespace simulation

@@ -1,10 +1,12 @@
 #include "simulatedcontroller.h"
 
+namespace simulation {
+
 namespace {
 
 constexpr int failed = -1;
 
-/// Neither yes nor no, no number, no destination; with what a careless reader could stumble over.
+/// Neither yes nor no, no number and no destination, with format directives and invalid characters.
 constexpr char garbage[] = "\"%s%n\" 99999999999999 -\xfc\x7f ";
 
 } // namespace
@@ -18,11 +20,11 @@ SimulatedController::SimulatedController(QObject *parent)
 
 int SimulatedController::query(const QByteArray &text, QByteArray *answer)
 {
-    Exchange exchange{Exchange::Kind::Query, text, {}, Taken};
+    Exchange exchange{Exchange::Kind::Query, text, {}, Accepted};
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
-        exchange.result = takeFault(exchange.kind, text);
-        if (!findSubstitute(text, &exchange.answer) && exchange.result == Taken)
+        exchange.result = consumeFault(exchange.kind == Exchange::Kind::Command, text);
+        if (!findAnswerFault(text, &exchange.answer) && exchange.result == Accepted)
             exchange.result = answerQuery(m_state, text, &exchange.answer);
         keep(exchange);
     }
@@ -34,16 +36,16 @@ int SimulatedController::query(const QByteArray &text, QByteArray *answer)
 
 int SimulatedController::command(const QByteArray &text)
 {
-    Exchange exchange{Exchange::Kind::Command, text, {}, Taken};
+    Exchange exchange{Exchange::Kind::Command, text, {}, Accepted};
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
-        exchange.result = takeFault(exchange.kind, text);
-        if (exchange.result == Taken)
-            exchange.result = carryOutCommand(m_state, text);
+        exchange.result = consumeFault(exchange.kind == Exchange::Kind::Command, text);
+        if (exchange.result == Accepted)
+            exchange.result = executeCommand(m_state, text);
         keep(exchange);
     }
     emit exchanged(exchange);
-    if (exchange.result == Taken)
+    if (exchange.result == Accepted)
         emit stateChanged();
     return exchange.result;
 }
@@ -83,7 +85,7 @@ void SimulatedController::change(const std::function<void(ControllerState &)> &e
 void SimulatedController::fail(const QByteArray &text, Match match, Times times, int result)
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    m_faults.append({text, match, times, result});
+    m_textFaults.append({text, match, times, result});
 }
 
 void SimulatedController::overrideAnswer(const QByteArray &text, const QByteArray &answer)
@@ -92,24 +94,24 @@ void SimulatedController::overrideAnswer(const QByteArray &text, const QByteArra
     m_overrides.insert(text, answer);
 }
 
-void SimulatedController::setTreatment(int phrase, Treatment treatment)
+void SimulatedController::setFault(int kind, Fault fault)
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    m_treatments[size_t(phrase)] = treatment;
+    m_faults[size_t(kind)] = fault;
 }
 
-Treatments SimulatedController::treatments() const
+Faults SimulatedController::faults() const
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    return m_treatments;
+    return m_faults;
 }
 
-void SimulatedController::behave()
+void SimulatedController::clearFaults()
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    m_faults.clear();
+    m_textFaults.clear();
     m_overrides.clear();
-    m_treatments = {};
+    m_faults = {};
 }
 
 QList<Exchange> SimulatedController::record() const
@@ -135,48 +137,50 @@ void SimulatedController::clearRecord()
     m_record.clear();
 }
 
-/// The result of the first fault that matches, 0 without one. Expects m_mutex held.
-int SimulatedController::takeFault(Exchange::Kind kind, const QByteArray &text)
+/// Returns the result of the first matching fault, or Accepted. The caller holds m_mutex.
+int SimulatedController::consumeFault(bool isCommand, const QByteArray &text)
 {
-    for (int i = 0; i < m_faults.size(); ++i) {
-        const Fault fault = m_faults.at(i);
+    for (int i = 0; i < m_textFaults.size(); ++i) {
+        const TextFault fault = m_textFaults.at(i);
         if (fault.match == Match::Exact ? text != fault.text : !text.startsWith(fault.text))
             continue;
         if (fault.times == Times::Once)
-            m_faults.removeAt(i);
+            m_textFaults.removeAt(i);
         return fault.result;
     }
-    const int phrase = phraseOf(kind == Exchange::Kind::Command, text);
-    if (phrase < 0)
-        return Taken;
-    Treatment &treatment = m_treatments[size_t(phrase)];
-    const Treatment now = treatment;
-    if (now == Treatment::FailNext)
-        treatment = Treatment::AsUsual;
-    return now == Treatment::FailNext || now == Treatment::FailEvery ? failed : int(Taken);
+    const int kind = commandKindOf(isCommand, text);
+    if (kind < 0)
+        return Accepted;
+    Fault &fault = m_faults[size_t(kind)];
+    const Fault now = fault;
+    if (now == Fault::FailNext)
+        fault = Fault::None;
+    return now == Fault::FailNext || now == Fault::FailEvery ? failed : int(Accepted);
 }
 
-/// Whether the query \a text has an answer that does not come from the state. Expects m_mutex held.
-bool SimulatedController::findSubstitute(const QByteArray &text, QByteArray *answer) const
+/// Returns whether a fault determines the answer to the query \a text. The caller holds m_mutex.
+bool SimulatedController::findAnswerFault(const QByteArray &text, QByteArray *answer) const
 {
     const auto override = m_overrides.constFind(text);
     if (override != m_overrides.constEnd()) {
         *answer = *override;
         return true;
     }
-    const int phrase = phraseOf(false, text);
-    const Treatment treatment = phrase < 0 ? Treatment::AsUsual : m_treatments[size_t(phrase)];
-    if (treatment == Treatment::AnswerEmpty)
+    const int kind = commandKindOf(false, text);
+    const Fault fault = kind < 0 ? Fault::None : m_faults[size_t(kind)];
+    if (fault == Fault::AnswerEmpty)
         *answer = "";
-    else if (treatment == Treatment::AnswerGarbage)
+    else if (fault == Fault::AnswerGarbage)
         *answer = garbage;
-    return treatment == Treatment::AnswerEmpty || treatment == Treatment::AnswerGarbage;
+    return fault == Fault::AnswerEmpty || fault == Fault::AnswerGarbage;
 }
 
-/// Expects m_mutex held.
+/// The caller holds m_mutex.
 void SimulatedController::keep(const Exchange &exchange)
 {
     if (m_record.size() >= RecordLimit)
         m_record.removeFirst();
     m_record.append(exchange);
 }
+
+} // namespace simulation

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "commandkinds.h"
 #include "controllerlanguage.h"
-#include "phrases.h"
 
 #include <QHash>
 #include <QMetaType>
@@ -11,7 +11,9 @@
 #include <functional>
 #include <mutex>
 
-/// One query or command with what the Controller made of it.
+namespace simulation {
+
+/// One query or command with its outcome.
 struct Exchange
 {
     enum class Kind
@@ -22,26 +24,24 @@ struct Exchange
 
     Kind kind = Kind::Query;
     QByteArray text;
-    QByteArray answer; ///< of a query
+    QByteArray answer; ///< queries only
     int result = 0;    ///< 0 for success
 };
 
-Q_DECLARE_METATYPE(Exchange)
-
-/// How the Controller treats all that is said in one phrase. The last two are for questions.
-enum class Treatment
+/// A fault of the Controller for all texts of one kind. The last two apply to queries only.
+enum class Fault
 {
-    AsUsual,
-    FailNext,  ///< once, then as usual again
-    FailEvery, ///< without an answer and without effect
+    None,
+    FailNext,  ///< the next text fails, later ones do not
+    FailEvery, ///< every text fails, without an answer and without effect
     AnswerEmpty,
     AnswerGarbage
 };
 
-using Treatments = std::array<Treatment, phraseCount>;
+using Faults = std::array<Fault, commandKindCount>;
 
-/// A Controller that takes and gives the texts of its language, without a network. Every function may be
-/// called on any thread; the signals come on the thread of the call that caused them, with no lock held.
+/// A Controller that answers queries and executes commands in memory. Thread-safe; the signals are emitted on
+/// the thread of the call that caused them, with no lock held.
 class SimulatedController : public QObject
 {
     Q_OBJECT
@@ -60,10 +60,10 @@ public:
 
     explicit SimulatedController(QObject *parent = nullptr);
 
-    /// Answers \a text. Returns 0 and writes \a answer, or returns a ControllerResult.
+    /// Answers \a text. Returns 0 and writes \a answer, or returns a ControllerResult other than 0.
     int query(const QByteArray &text, QByteArray *answer);
 
-    /// Carries out \a text. Returns a ControllerResult.
+    /// Executes \a text. Returns a ControllerResult.
     int command(const QByteArray &text);
 
     ControllerState state() const;
@@ -72,31 +72,30 @@ public:
     /// The names of the available types, in the order of the catalogue.
     QList<QByteArray> availableTypes() const;
 
-    /// Changes the state from within, as the Controller's own user would, lock or no lock.
+    /// Changes the state directly, even if the configuration is locked.
     void change(const std::function<void(ControllerState &)> &edit);
 
-    /// From now on \a text, or what begins with it, has the result \a result and no effect. A query that
-    /// fails so still gives its answer if there is one from overrideAnswer().
+    /// Makes \a text (or, with Prefix, any text that starts with it) fail with \a result. A failing query
+    /// still returns an overridden answer.
     void fail(const QByteArray &text, Match match = Match::Exact, Times times = Times::Always,
               int result = -1);
 
-    /// From now on the query \a text gets \a answer, known to the Controller or not.
+    /// Makes the query \a text, known or not, return \a answer.
     void overrideAnswer(const QByteArray &text, const QByteArray &answer);
 
-    /// Treats phrase \a phrase, a position in phrases(), in this way from now on. What fail() and
-    /// overrideAnswer() say of single texts comes first.
-    void setTreatment(int phrase, Treatment treatment);
+    /// Sets the fault of \a kind, a position in commandKinds(). fail() and overrideAnswer() take precedence.
+    void setFault(int kind, Fault fault);
 
-    /// By the position in phrases().
-    Treatments treatments() const;
+    /// Returns the faults by position in commandKinds().
+    Faults faults() const;
 
-    /// Takes back every fail(), overrideAnswer() and setTreatment().
-    void behave();
+    /// Undoes every fail(), overrideAnswer() and setFault().
+    void clearFaults();
 
-    /// The latest exchanges in order, at most RecordLimit.
+    /// Returns the latest exchanges in order, at most RecordLimit.
     QList<Exchange> record() const;
 
-    /// The texts of the commands in the record, in order, refused ones included.
+    /// Returns the texts of the recorded commands in order, including refused ones.
     QList<QByteArray> commands() const;
 
     void clearRecord();
@@ -105,11 +104,11 @@ public:
 
 signals:
     void exchanged(const Exchange &exchange);
-    /// A command was carried out, or change() was called.
+    /// A command was executed, or change() was called.
     void stateChanged();
 
 private:
-    struct Fault
+    struct TextFault
     {
         QByteArray text;
         Match match;
@@ -117,14 +116,18 @@ private:
         int result;
     };
 
-    int takeFault(Exchange::Kind kind, const QByteArray &text);
-    bool findSubstitute(const QByteArray &text, QByteArray *answer) const;
+    int consumeFault(bool isCommand, const QByteArray &text);
+    bool findAnswerFault(const QByteArray &text, QByteArray *answer) const;
     void keep(const Exchange &exchange);
 
     mutable std::mutex m_mutex;
     ControllerState m_state;
-    QList<Fault> m_faults;
+    QList<TextFault> m_textFaults;
     QHash<QByteArray, QByteArray> m_overrides;
-    Treatments m_treatments{};
+    Faults m_faults{};
     QList<Exchange> m_record;
 };
+
+} // namespace simulation
+
+Q_DECLARE_METATYPE(simulation::Exchange)

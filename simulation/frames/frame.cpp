@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <limits>
 
+namespace simulation {
+
 QByteArray lineType(const QByteArray &line)
 {
     return line.left(line.indexOf(' '));
@@ -37,3 +39,5 @@ QByteArray withoutLineEnd(const QByteArray &line)
         --length;
     return line.left(length);
 }
+
+} // namespace simulation

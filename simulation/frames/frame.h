@@ -3,7 +3,9 @@
 #include <QByteArray>
 #include <QVector>
 
-/// One line of tracking data, ended by CR LF.
+namespace simulation {
+
+/// One line of tracking data, terminated by CR LF.
 struct DataLine
 {
     QByteArray type;
@@ -13,14 +15,16 @@ struct DataLine
 /// One frame of tracking data: its lines in the order of the stream.
 using Frame = QVector<DataLine>;
 
-/// The first word of a line.
+/// Returns the output type of a line, which is its first word.
 QByteArray lineType(const QByteArray &line);
 
-/// The number in the text of an "fr" line, 0 if there is none that fits into 32 bits.
+/// Returns the frame number in the text of an "fr" line, or 0 if it has none that fits into 32 bits.
 qint32 frameNumber(const QByteArray &line);
 
-/// The number in the "fr" line of \a frame, 0 without one.
+/// Returns the frame number of \a frame, or 0 if the frame has no "fr" line.
 qint32 frameNumber(const Frame &frame);
 
-/// \a line without the CR and LF at its end, in any mix.
+/// Returns \a line without trailing CR and LF characters.
 QByteArray withoutLineEnd(const QByteArray &line);
+
+} // namespace simulation

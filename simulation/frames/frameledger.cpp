@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
+namespace simulation {
+
 namespace {
 
-/// The greatest multiple of \a divisor that is not above \a number.
+/// Returns the greatest multiple of \a divisor that is not greater than \a number.
 qint64 multipleBelow(qint64 number, int divisor)
 {
     const qint64 remainder = number % divisor;
@@ -50,3 +52,5 @@ qint64 FrameLedger::dueBetween(qint64 after, qint64 upTo, int divisor) const
     }
     return due;
 }
+
+} // namespace simulation

@@ -5,26 +5,29 @@
 #include <mutex>
 #include <vector>
 
-/// The numbers of the frames that the source has given out, against which the receivers judge what arrives.
-/// Any thread.
+namespace simulation {
+
+/// Records the numbers of the frames that were sent; the receivers compare what arrives with them.
+/// Thread-safe.
 class FrameLedger
 {
 public:
-    /// Notes the next frame. To be called before any line of it goes out. Number 0, which no channel sends,
-    /// counts as a frame and no more.
+    /// Records the next frame; call it before any line of the frame is sent. Number 0, which no channel
+    /// sends, is counted as a frame only.
     void note(qint32 number);
 
-    /// Frames noted.
+    /// Returns the number of recorded frames.
     qint64 frames() const;
 
-    /// The number of the first frame, 0 if there is none yet.
+    /// Returns the number of the first frame, or 0 if there is none yet.
     qint32 first() const;
 
-    /// How many frames a channel of \a divisor had to send with numbers above \a after, up to \a upTo.
+    /// Returns how many frames with numbers greater than \a after and at most \a upTo a channel with
+    /// \a divisor had to send.
     qint64 dueBetween(qint64 after, qint64 upTo, int divisor) const;
 
 private:
-    /// A run of numbers without a gap.
+    /// A sequence of consecutive numbers.
     struct Run
     {
         qint64 first;
@@ -36,8 +39,10 @@ private:
     qint64 m_frames = 0;
 };
 
-/// Whether a channel of \a divisor sends a frame of this number.
+/// Returns whether a channel with \a divisor sends the frame \a number.
 inline bool isDue(qint64 number, int divisor)
 {
     return number != 0 && number % divisor == 0;
 }
+
+} // namespace simulation

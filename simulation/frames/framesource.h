@@ -2,12 +2,16 @@
 
 #include "frame.h"
 
-/// Where the tracking frames come from. Used on one thread at a time.
+namespace simulation {
+
+/// A source of tracking frames. Not thread-safe.
 class FrameSource
 {
 public:
     virtual ~FrameSource() = default;
 
-    /// Gives the next frame, which may be empty. False when the source has come to its end.
+    /// Writes the next frame, which may be empty, to \a frame. Returns false at the end of the source.
     virtual bool next(Frame *frame) = 0;
 };
+
+} // namespace simulation

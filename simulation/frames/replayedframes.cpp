@@ -5,9 +5,11 @@
 
 #include <cstdio>
 
+namespace simulation {
+
 namespace {
 
-/// A recording is held in memory as a whole.
+/// The whole recording is kept in memory.
 constexpr qint64 mebibyte = qint64{1024} * 1024;
 constexpr qint64 sizeLimit = 512 * mebibyte;
 
@@ -19,7 +21,7 @@ bool openFile(QFile &file, const QString &name)
     return file.open(QIODevice::ReadOnly);
 }
 
-/// Reads by portions, since a pipe tells no size and a directory fails only here.
+/// Reads in portions: a pipe has no known size, and reading a directory fails only here.
 bool readAll(QFile &file, QByteArray *content)
 {
     constexpr int portionSize = 1024 * 1024;
@@ -73,7 +75,7 @@ bool ReplayedFrames::accept(const QByteArray &content, const QSet<QByteArray> &t
         start = end + 1;
     }
     if (m_lines.isEmpty())
-        *problem = QCoreApplication::translate("ReplayedFrames", "holds no line of a known output type");
+        *problem = QCoreApplication::translate("ReplayedFrames", "has no line of a known output type");
     return !m_lines.isEmpty();
 }
 
@@ -89,3 +91,5 @@ bool ReplayedFrames::next(Frame *frame)
     }
     return !frame->isEmpty();
 }
+
+} // namespace simulation

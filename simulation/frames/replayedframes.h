@@ -5,19 +5,21 @@
 #include <QSet>
 #include <QString>
 
-/// Recorded frames: a text of lines, each beginning with its output type. The type of the first line opens
-/// every frame.
+namespace simulation {
+
+/// Frames from a recording: text lines that begin with their output type. The type of the first line starts
+/// each frame.
 class ReplayedFrames : public FrameSource
 {
 public:
-    /// Reads the file \a name, or standard input for "-", to its end. \a types are the types that the
-    /// Controller has; lines of others are skipped. False if the file cannot be read, holds no line of a
-    /// known type or is no text; \a problem then tells why, in one line.
+    /// Reads the file \a name, or standard input for "-", to its end. Skips lines whose type is not in
+    /// \a types. Returns false and sets \a problem to a message of one line if the file cannot be read, is
+    /// not a text or has no line of a known type.
     bool open(const QString &name, const QSet<QByteArray> &types, QString *problem);
 
     bool next(Frame *frame) override;
 
-    /// Lines that were skipped, blank ones included.
+    /// Returns the number of skipped lines, including blank ones.
     int skippedLines() const { return m_skipped; }
 
 private:
@@ -27,3 +29,5 @@ private:
     int m_position = 0;
     int m_skipped = 0;
 };
+
+} // namespace simulation

@@ -4,13 +4,15 @@
 
 #include <cmath>
 
+namespace simulation {
+
 namespace {
 
 constexpr double framesPerTurn = 240.0;
 constexpr double framesPerSecond = 60.0;
 constexpr double pi = 3.14159265358979323846;
 
-/// What a line tells, without its type: \a number is that of the frame, \a angle grows with it.
+/// Makes the text of a line without its type. \a angle grows with the frame number.
 using Content = QByteArray (*)(qint32 number, double angle);
 
 QByteArray fixed(double value)
@@ -30,7 +32,7 @@ QByteArray orientation(double angle)
            fixed(std::remainder(angle * 180.0 / pi, 360.0));
 }
 
-/// \a count bodies, each with its number, a quality, a position in mm and an orientation in degrees.
+/// Describes \a count bodies, each by its number, quality, position in mm and orientation in degrees.
 QByteArray bodies(int count, double angle)
 {
     QByteArray text = QByteArray::number(count);
@@ -96,3 +98,5 @@ bool SyntheticFrames::next(Frame *frame)
     }
     return true;
 }
+
+} // namespace simulation

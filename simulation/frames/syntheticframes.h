@@ -6,6 +6,8 @@
 
 #include <functional>
 
+namespace simulation {
+
 /// Synthetic frames of bodies and markers that move on circles: one line for each available type, numbered
 /// from 1.
 class SyntheticFrames : public FrameSource
@@ -23,3 +25,5 @@ private:
     const TypeQuery m_availableTypes;
     qint32 m_number = 0;
 };
+
+} // namespace simulation

@@ -10,15 +10,17 @@
 #include <cstdio>
 #include <unistd.h>
 
+namespace simulation {
+
 namespace {
 
-/// The memory of this process that is in use at the moment, in KiB; 0 if the system does not tell.
+/// Returns the resident memory of this process in KiB, or 0 if it is unknown.
 qint64 residentKiB()
 {
     QFile file(QLatin1String("/proc/self/statm"));
     if (!file.open(QIODevice::ReadOnly))
         return 0;
-    // Pages in all, then resident pages.
+    // The fields are total pages, then resident pages.
     return file.readLine().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE) / 1024;
 }
 
@@ -71,7 +73,7 @@ void Headless::writeProgress()
         qint64 &before = m_framesBefore[report.channel];
         const double rate = double(statistics.frames - before) / seconds;
         before = statistics.frames;
-        out << tr("%1: %2 frames, %3 a second, %4 bytes, %5 lost, last number %6")
+        out << tr("%1: %2 frames, %3 per second, %4 bytes, %5 lost, last number %6")
                    .arg(nameOf(report))
                    .arg(statistics.frames)
                    .arg(rate, 0, 'f', 1)
@@ -86,7 +88,7 @@ bool Headless::judge() const
 {
     QTextStream out(stdout);
     const QList<ReceiverReport> reports = m_session.receivers().finalReports();
-    out << tr("summary: %1 frames given out at %2 a second, %3 channels")
+    out << tr("summary: %1 frames sent at %2 per second, %3 channels")
                .arg(m_session.frames())
                .arg(m_session.options().rate)
                .arg(reports.size());
@@ -115,3 +117,5 @@ bool Headless::judge() const
     }
     return good;
 }
+
+} // namespace simulation

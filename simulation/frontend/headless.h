@@ -6,9 +6,12 @@
 #include <QHash>
 #include <QObject>
 
+namespace simulation {
+
 class Session;
 
-/// The run without a window: a line a second for each receiver, then a summary. GUI thread.
+/// Runs a session without a window: prints one line per second for each receiver, then a summary. GUI thread
+/// only.
 class Headless : public QObject
 {
     Q_OBJECT
@@ -16,19 +19,21 @@ class Headless : public QObject
 public:
     explicit Headless(Session &session, QObject *parent = nullptr);
 
-    /// Starts the session's frames and runs the event loop until the time is over, the recording has ended,
-    /// or the application is told to quit. When it returns, the frames have stopped and the receivers have
-    /// taken what was on its way.
+    /// Starts the data and runs the event loop until the time is over, the recording has ended, or the
+    /// application quits. When it returns, the data have stopped and the receivers have read the pending
+    /// datagrams.
     void run();
 
-    /// Writes the summary. Returns whether every channel got its frames, in order and none lost.
+    /// Prints the summary. Returns whether every channel received its frames in order without loss.
     bool judge() const;
 
 private:
     void writeProgress();
 
     Session &m_session;
-    qint64 m_residentAtStart = 0; ///< KiB at the first progress, when all buffers have been in use
+    qint64 m_residentAtStart = 0; ///< KiB at the first progress line, when all buffers have been used
     QElapsedTimer m_sinceProgress;
-    QHash<int, qint64> m_framesBefore; ///< by channel, at the last progress
+    QHash<int, qint64> m_framesBefore; ///< by channel, at the previous progress line
 };
+
+} // namespace simulation

@@ -1,7 +1,7 @@
 #include "headless.h"
 #include "hostedmodule.h"
 #include "mainwindow.h"
-#include "modulekeeper.h"
+#include "modulecontroller.h"
 #include "options.h"
 #include "session.h"
 #include "signalwatcher.h"
@@ -13,6 +13,8 @@
 
 #include <cstdio>
 
+namespace simulation {
+
 namespace {
 
 enum ExitStatus : int
@@ -22,7 +24,7 @@ enum ExitStatus : int
     WrongUse = 2
 };
 
-/// The frontend's own icon: a tracked body with its markers.
+/// Returns the frontend's icon: a tracked body with its markers.
 QIcon windowIcon()
 {
     QIcon icon;
@@ -44,7 +46,7 @@ QStringList commandLine(int argc, char **argv)
     return arguments;
 }
 
-/// Without a display the windows are drawn in memory. To be called before the application object is made.
+/// Selects the offscreen platform if there is no display. Call it before creating the application object.
 void choosePlatform(const Options &options)
 {
     const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY") ||
@@ -86,8 +88,8 @@ int runHeadless(Session &session, HostedModule &module)
 int runWindow(Session &session, HostedModule &module)
 {
     MainWindow window(session, session.options().dark);
-    ModuleKeeper keeper(session, module, window);
-    keeper.begin();
+    ModuleController moduleController(session, module, window);
+    moduleController.begin();
     window.showOnScreen();
     session.start();
     if (session.options().seconds > 0)
@@ -119,6 +121,10 @@ int run(const Options &options)
 
 } // namespace
 
+} // namespace simulation
+
+using namespace simulation;
+
 int main(int argc, char **argv)
 {
     Options options;
@@ -128,7 +134,7 @@ int main(int argc, char **argv)
         return WrongUse;
     }
     choosePlatform(options);
-    // Qt has options of its own, some with the same names: it gets the program's name alone.
+    // Qt has options with the same names: it gets only the program's name.
     int nameAlone = 1;
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);

@@ -6,6 +6,8 @@
 #include <QCoreApplication>
 #include <QRegularExpression>
 
+namespace simulation {
+
 namespace {
 
 constexpr int defaultHeadlessSeconds = 5;
@@ -74,7 +76,7 @@ public:
             return true;
         *value = m_parser.value(name);
         if (value->isEmpty())
-            *m_problem = text("--%1 takes the name of a file").arg(name);
+            *m_problem = text("--%1 needs the name of a file").arg(name);
         return !value->isEmpty();
     }
 
@@ -94,7 +96,7 @@ bool parseOptions(const QStringList &arguments, Options *options, QString *probl
         return false;
     }
     if (!parser.positionalArguments().isEmpty()) {
-        *problem = text("'%1' is no option").arg(parser.positionalArguments().constFirst());
+        *problem = text("unexpected argument '%1'").arg(parser.positionalArguments().constFirst());
         return false;
     }
     options->help = parser.isSet("help");
@@ -110,3 +112,5 @@ bool parseOptions(const QStringList &arguments, Options *options, QString *probl
            reader.version("controller-version", &options->version) &&
            reader.file("replay", &options->replay) && reader.file("plugin", &options->plugin);
 }
+
+} // namespace simulation

@@ -5,28 +5,32 @@
 #include <QString>
 #include <QStringList>
 
-/// Frames a second that a session can give out at most.
+namespace simulation {
+
+/// The highest rate of a session, in frames per second.
 constexpr int maximumRate = 2000;
 
-/// What the command line asks for.
+/// The settings of the command line.
 struct Options
 {
     bool help = false;
     bool headless = false;
     bool dark = false;
-    int seconds = 0; ///< 0: until the user ends it
-    int rate = 60;   ///< frames a second
+    int seconds = 0; ///< 0: until the user quits
+    int rate = 60;   ///< frames per second
     int channels = 3;
     BackendVersions version = {{0, 0, 0}, 1, 9, 0};
     bool locked = false;
     bool router = false;
-    QString replay; ///< file of recorded lines, "-" for standard input; empty: made-up frames
+    QString replay; ///< file of recorded lines, "-" for standard input; empty: synthetic frames
     QString plugin; ///< plug-in file; empty: the one beside this program
 };
 
-/// Reads the command line \a arguments, the program's name first. False if something is wrong with it; \a
-/// problem then tells what, in one line.
+/// Parses the command line \a arguments, which begin with the program's name. Returns false and sets \a
+/// problem to a message of one line if they are invalid.
 bool parseOptions(const QStringList &arguments, Options *options, QString *problem);
 
-/// The text for "--help".
+/// Returns the text for "--help".
 QString helpText();
+
+} // namespace simulation

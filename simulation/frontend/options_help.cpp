@@ -2,36 +2,38 @@
 
 #include <QCoreApplication>
 
+namespace simulation {
+
 QString helpText()
 {
     return QCoreApplication::translate("Options", R"(Usage: frontend [option...]
 
-Stands in for the frontend of a tracking system and for its Controller: loads the module for the output settings,
-opens the host's window and one for the simulated Controller, and shows what the receivers of the channels get. F9
-opens the module's dialog, F8 shows and hides the Controller. No data leaves this computer.
+Simulates the frontend of a tracking system and its Controller: loads the module for the output settings, opens the
+host's window and the window of the simulated Controller, and shows what the receivers of the channels receive. F9
+opens the module's dialog; F8 shows or hides the Controller. No data leaves this computer.
 
 The Controller:
   --controller-version <major.minor[.third]>
-                       its version, which tells what it knows: router mode from 1.4, the send data divisor from 1.6,
-                       the lock from 1.9 (1.9.0)
-  --locked             it refuses changes of its configuration
-  --router             it is in router mode from the start, so that the module sends the data
-  --channels <n>       so many channels are set up, 1 to 10 (3)
+                       version, which determines its features: router mode from 1.4, the send data divisor from 1.6,
+                       the configuration lock from 1.9 (1.9.0)
+  --locked             lock the configuration
+  --router             start in router mode, so that the module sends the data
+  --channels <n>       number of channels to set up, 1 to 10 (3)
 
 The data:
-  --rate <hz>          so many made-up frames a second, 1 to 2000 (60)
-  --replay <file>      recorded lines instead of made-up frames, each beginning with its output type; "-" for
-                       standard input
+  --rate <hz>          synthetic frames per second, 1 to 2000 (60)
+  --replay <file>      replay recorded lines, each beginning with its output type, instead of synthetic frames;
+                       "-" for standard input
 
 The run:
-  --headless           without a window: a line a second for each receiver, then a summary
-  --seconds <n>        ends after so many seconds; 0: when it is closed or interrupted (0, headless 5)
-  --dark               the window in a dark palette, also by View > Dark palette
-  --plugin <file>      the module (../plugins/NetworkSettings2GModule.so beside this program)
-  -h, --help           shows this text
+  --headless           run without a window: print one line per second for each receiver, then a summary
+  --seconds <n>        stop after this many seconds; 0: when closed or interrupted (0, headless 5)
+  --dark               start with the dark palette, as View > Dark palette
+  --plugin <file>      plug-in file of the module (../plugins/NetworkSettings2GModule.so beside this program)
+  -h, --help           show this text
 
-Exit status: 0 after a good run, which headless means that every channel got its frames in order and none was lost;
-1 if not; 2 for wrong use.
+Exit status: 0 for success, which with --headless means that every channel received its frames in order without loss;
+1 otherwise; 2 for wrong usage.
 
 Examples:
   frontend --router --channels 10 --rate 1000
@@ -40,3 +42,5 @@ Examples:
   sed -n 1,9000p recording.txt | frontend --headless --seconds 0 --replay -
 )");
 }
+
+} // namespace simulation

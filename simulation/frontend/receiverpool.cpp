@@ -5,6 +5,8 @@
 
 #include <QCoreApplication>
 
+namespace simulation {
+
 ReceiverPool::ReceiverPool(const FrameLedger &ledger)
     : m_ledger(ledger)
 {
@@ -22,7 +24,7 @@ quint16 ReceiverPool::listen(int index, quint32 address)
 void ReceiverPool::follow(const ChannelRoutes &routes)
 {
     m_routes = routes;
-    // All that move are closed first: two channels may have changed places.
+    // Close all that move before opening any: two channels may have swapped destinations.
     for (size_t i = 0; i < routes.size(); ++i) {
         const DatagramReceiver *receiver = m_receivers[i].get();
         if (receiver && (!receiver->isListening() || receiver->address() != routes[i].address ||
@@ -97,3 +99,5 @@ QList<ReceiverReport> ReceiverPool::collect(Statistics statisticsOf) const
     }
     return reports;
 }
+
+} // namespace simulation

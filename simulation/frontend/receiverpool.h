@@ -8,31 +8,32 @@
 #include <array>
 #include <memory>
 
+namespace simulation {
+
 class DatagramReceiver;
 class FrameLedger;
 
-/// One channel's receiver as it stands.
+/// The state of one channel's receiver.
 struct ReceiverReport
 {
     int channel = 0;     ///< counted from 1
     QString destination; ///< "address:port"
-    QString problem;     ///< why it does not listen, empty if it does
+    QString problem;     ///< why it does not listen; empty if it does
     bool active = false; ///< the channel is on
     ReceiverStatistics statistics;
 };
 
-/// The receivers of all channels whose destination is on this computer. One thread.
+/// The receivers of all channels whose destination is on this computer. Not thread-safe.
 class ReceiverPool
 {
 public:
     explicit ReceiverPool(const FrameLedger &ledger);
     ~ReceiverPool();
 
-    /// Listens for channel \a index at \a address and a port that the system picks. Returns the port, 0 on
-    /// failure.
+    /// Listens for channel \a index on \a address and a free port. Returns the port, or 0 on failure.
     quint16 listen(int index, quint32 address);
 
-    /// Moves, makes and ends the receivers so that each channel that leads somewhere on this computer has
+    /// Creates, moves and removes receivers, so that each channel with a destination on this computer has
     /// one.
     void follow(const ChannelRoutes &routes);
 
@@ -40,13 +41,13 @@ public:
     void begin();
     void join();
 
-    /// Whether all receivers have got what was sent to them.
+    /// Returns whether all receivers have received what was sent to them.
     bool isComplete() const;
 
-    /// One report for each channel that has a destination, by channel.
+    /// Returns a report for each channel that has a receiver, in the order of the channels.
     QList<ReceiverReport> reports() const;
 
-    /// The same at the end, when no more frames will come.
+    /// As reports(), with outstanding frames counted as lost. Call it when no more frames will arrive.
     QList<ReceiverReport> finalReports() const;
 
 private:
@@ -57,3 +58,5 @@ private:
     std::array<std::unique_ptr<DatagramReceiver>, outputChannelCount> m_receivers;
     ChannelRoutes m_routes;
 };
+
+} // namespace simulation

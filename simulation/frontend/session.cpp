@@ -9,6 +9,8 @@
 #include <QElapsedTimer>
 #include <QThread>
 
+namespace simulation {
+
 Session::Session(const Options &options, QObject *parent)
     : QObject(parent)
     , m_options(options)
@@ -110,7 +112,7 @@ void Session::resetOutput()
 void Session::announceTypes()
 {
     m_link.sendMessage("OutputTypesChanged");
-    // The routers have begun anew with it.
+    // The routers restart their sequences with this message.
     m_receivers.join();
 }
 
@@ -150,7 +152,7 @@ void Session::start()
     }
     m_dataThread = std::make_unique<DataThread>(std::move(source), m_rate, m_ledger, m_output, m_link);
     connect(m_dataThread.get(), &DataThread::finished, this, &Session::sourceEnded);
-    // Routers give up the frame that they have begun.
+    // A reset drops the partial frame of each router.
     connect(m_dataThread.get(), &DataThread::wasReset, this, [this] { m_receivers.join(); });
     m_receivers.begin();
     m_dataThread->start();
@@ -172,7 +174,9 @@ void Session::stop()
 void Session::followState()
 {
     const ChannelRoutes routes = m_routeFinder.routes(m_controller.state());
-    // The sender first: what it has sent by then is at the receivers, which still judge it by the old state.
+    // Switch the sender first: what it has already sent is then judged by the old routes.
     m_output.follow(routes);
     m_receivers.follow(routes);
 }
+
+} // namespace simulation

@@ -12,10 +12,12 @@
 
 #include <memory>
 
+namespace simulation {
+
 class DataThread;
 class ReplayedFrames;
 
-/// A whole tracking system on this computer: Controller, link, frames and receivers. GUI thread.
+/// A tracking system on this computer: Controller, link, data and receivers. GUI thread only.
 class Session : public QObject
 {
     Q_OBJECT
@@ -24,17 +26,18 @@ public:
     explicit Session(const Options &options, QObject *parent = nullptr);
     ~Session() override;
 
-    /// Reads the recording, if there is to be one. False on failure; \a problem then tells why, in one line.
+    /// Reads the recording if the options name one. Returns false and sets \a problem to a message of one
+    /// line on failure.
     bool openSource(QString *problem);
 
-    /// Sets up the Controller's channels and a receiver for each. \a remarks gets lines for the user to know.
-    /// False if a receiver cannot listen; \a problem then tells why, in one line.
+    /// Sets up the Controller's channels and a receiver for each. Appends warnings for the user to \a
+    /// remarks. Returns false and sets \a problem to a message of one line if a receiver cannot listen.
     bool setUp(QStringList *remarks, QString *problem);
 
-    /// Starts the data thread. The receivers expect every frame from here on.
+    /// Starts the data. The receivers expect every frame from the first one on.
     void start();
 
-    /// Stops the data thread, then gives the receivers time to take what is still on its way to them.
+    /// Stops the data, then waits a limited time for datagrams that are still in transit.
     void stop();
 
     SimulatedController &controller() { return m_controller; }
@@ -42,40 +45,40 @@ public:
     ReceiverPool &receivers() { return m_receivers; }
     const Options &options() const { return m_options; }
 
-    /// The version record for the module, which takes it as unchangeable.
+    /// The version record for the module, which reads it once.
     BackendVersions *versions() { return &m_versions; }
 
-    /// Has the Controller in another version from now on. No module may be loaded.
+    /// Changes the Controller's version. No module may be loaded.
     void setVersion(const BackendVersions &version);
 
-    /// How many channels are set up, from the first on.
+    /// Returns the number of channels with a destination.
     int channelCount() const;
 
-    /// Sets up the channels anew, \a count of them, the others without a destination. What could not be done
-    /// is told in \a problem.
+    /// Sets up the first \a count channels again and removes the destinations of the others. Returns false
+    /// and sets \a problem on failure.
     bool setChannelCount(int count, QString *problem);
 
-    /// Frames a second, 1 to maximumRate.
+    /// Frames per second, 1 to maximumRate.
     int rate() const { return m_rate; }
     void setRate(int rate);
 
     bool isPaused() const { return m_paused; }
     void setPaused(bool paused);
 
-    /// Has the data start over, as after a break in the connection.
+    /// Resets the data, as after an interrupted connection.
     void resetOutput();
 
-    /// Tells the module that the Controller's output types have changed.
+    /// Notifies the module that the Controller's output types have changed.
     void announceTypes();
 
-    /// Frames given out so far.
+    /// Returns the number of frames sent.
     qint64 frames() const { return m_ledger.frames(); }
 
-    /// Lines of the recording that were skipped.
+    /// Returns the number of skipped lines of the recording.
     int skippedLines() const { return m_skippedLines; }
 
 signals:
-    /// The recording has come to its end.
+    /// The recording has ended.
     void sourceEnded();
 
 private:
@@ -96,3 +99,5 @@ private:
     int m_skippedLines = 0;
     std::unique_ptr<DataThread> m_dataThread;
 };
+
+} // namespace simulation

@@ -10,6 +10,8 @@
 #include <cstring>
 #include <vector>
 
+namespace simulation {
+
 namespace {
 
 constexpr int refused = -1;
@@ -45,7 +47,7 @@ int ControllerLink::getValue(char *answer, const char *format, ...)
     QByteArray reply;
     const int result = m_controller.query(text, &reply);
     if (!reply.isNull()) {
-        // Texts are Latin-1, so that a cut anywhere leaves whole characters.
+        // Latin-1: truncation cannot split a character.
         reply.truncate(AnswerSize - 1);
         std::memcpy(answer, reply.constData(), size_t(reply.size()) + 1);
     }
@@ -85,7 +87,7 @@ int ControllerLink::requestOutputType(const char *type, Requester *requester)
         return refused;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        QSet<QByteArray> &types = needSubscriber(requester).types;
+        QSet<QByteArray> &types = findOrAddSubscriber(requester).types;
         if (types.contains(type))
             return 0;
         types.insert(type);
@@ -113,7 +115,7 @@ int ControllerLink::addRequester(Requester *requester)
     if (!requester)
         return refused;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    needSubscriber(requester).registered = true;
+    findOrAddSubscriber(requester).registered = true;
     return 0;
 }
 
@@ -169,7 +171,7 @@ int ControllerLink::removeMessageReceiver(const char *name, MessageReceiver *rec
     Listener *listener = findListener(receiver);
     if (!listener || !name || listener->name != name)
         return refused;
-    // Without its name no new call begins.
+    // sendMessage() skips a listener without a name.
     listener->name.clear();
     m_callEnded.wait(lock, [this, receiver] { return findListener(receiver)->busy == 0; });
     m_listeners.erase(
@@ -271,7 +273,7 @@ ControllerLink::Subscriber *ControllerLink::findSubscriber(Requester *requester)
     return found == m_subscribers.end() ? nullptr : &*found;
 }
 
-ControllerLink::Subscriber &ControllerLink::needSubscriber(Requester *requester)
+ControllerLink::Subscriber &ControllerLink::findOrAddSubscriber(Requester *requester)
 {
     if (Subscriber *subscriber = findSubscriber(requester))
         return *subscriber;
@@ -285,3 +287,5 @@ ControllerLink::Listener *ControllerLink::findListener(MessageReceiver *receiver
                                     [receiver](const Listener &entry) { return entry.receiver == receiver; });
     return found == m_listeners.end() ? nullptr : &*found;
 }
+
+} // namespace simulation

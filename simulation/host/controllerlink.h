@@ -10,6 +10,8 @@
 #include <condition_variable>
 #include <mutex>
 
+namespace simulation {
+
 class SimulatedController;
 
 /// One line of the host's log.
@@ -21,17 +23,17 @@ struct LogLine
     QByteArray message;
 };
 
-Q_DECLARE_METATYPE(LogLine)
-
-/// The host's command service on top of a simulated Controller, and the delivery of data lines and messages
-/// to whoever has registered. Every function may be called on any thread. No lock is held while a requester
-/// or a receiver is called, so that it may call back.
+/// The host's command service on top of a Controller, and the delivery of data lines and messages to
+/// registered requesters and receivers.
+///
+/// Thread-safe. No lock is held while a requester or a receiver is called, so it may call back. Removing one
+/// waits until no call to it is in progress.
 class ControllerLink : public QObject, public IOManager
 {
     Q_OBJECT
 
 public:
-    /// The room that an answer has, its terminating zero included.
+    /// Size of an answer buffer, including the terminating zero.
     static constexpr int AnswerSize = 208;
 
     explicit ControllerLink(SimulatedController &controller, QObject *parent = nullptr);
@@ -47,24 +49,24 @@ public:
     int addMessageReceiver(const char *name, MessageReceiver *receiver) override;
     int removeMessageReceiver(const char *name, MessageReceiver *receiver) override;
 
-    /// Hands one line to every registered requester that has asked for \a type, on the calling thread.
-    /// Several threads may deliver at a time.
+    /// Passes a line to every registered requester that has requested \a type, on the calling thread. Several
+    /// threads may deliver at the same time.
     void deliver(const QByteArray &type, const QByteArray &line);
 
-    /// Tell every registered requester, on the calling thread.
+    /// Notify every registered requester on the calling thread.
     void deliverReset();
     void deliverIdle();
 
-    /// Hands \a text to every message receiver, on the calling thread.
+    /// Passes \a text to every message receiver on the calling thread.
     void sendMessage(const QByteArray &text);
 
-    /// The types that \a requester has asked for and not released.
+    /// Returns the types that \a requester has requested and not released.
     QSet<QByteArray> requestedTypes(Requester *requester) const;
 
-    /// Requesters and message receivers that are registered at the moment.
+    /// Returns the number of registered requesters and message receivers.
     int registeredCount() const;
 
-    /// The latest lines of the log in order, at most LogLimit.
+    /// Returns the latest log lines in order, at most LogLimit.
     QList<LogLine> logLines() const;
 
     static constexpr int LogLimit = 10000;
@@ -80,7 +82,7 @@ private:
         Requester *requester = nullptr;
         QSet<QByteArray> types;
         bool registered = false;
-        int busy = 0; ///< calls under way
+        int busy = 0; ///< calls in progress
     };
     struct Listener
     {
@@ -90,7 +92,7 @@ private:
     };
 
     Subscriber *findSubscriber(Requester *requester);
-    Subscriber &needSubscriber(Requester *requester);
+    Subscriber &findOrAddSubscriber(Requester *requester);
     Listener *findListener(MessageReceiver *receiver);
     template <typename Wanted, typename Call>
     void callRequesters(Wanted wanted, Call call);
@@ -102,3 +104,7 @@ private:
     QList<Listener> m_listeners;
     QList<LogLine> m_log;
 };
+
+} // namespace simulation
+
+Q_DECLARE_METATYPE(simulation::LogLine)

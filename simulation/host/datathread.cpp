@@ -5,6 +5,8 @@
 #include "frameledger.h"
 #include "framesource.h"
 
+namespace simulation {
+
 namespace {
 
 std::chrono::nanoseconds periodOf(int rate)
@@ -82,7 +84,7 @@ void DataThread::run()
             m_link.deliverReset();
             emit wasReset();
         } else if (m_source->next(&frame)) {
-            giveOut(frame);
+            emitFrame(frame);
         } else {
             break;
         }
@@ -91,7 +93,7 @@ void DataThread::run()
     emit finished();
 }
 
-void DataThread::giveOut(const Frame &frame)
+void DataThread::emitFrame(const Frame &frame)
 {
     m_ledger.note(frameNumber(frame));
     m_output.send(frame);
@@ -99,16 +101,15 @@ void DataThread::giveOut(const Frame &frame)
         m_link.deliver(line.type, line.text);
 }
 
-/// Waits until the next frame is due or the requesters are to be told of a reset. False when the thread is to
-/// stop.
+/// Waits until the next frame is due or a reset is requested. Returns false if the thread must stop.
 bool DataThread::waitForTurn()
 {
-    // A computer that was asleep goes on at the usual pace, without a burst of all the frames it has missed.
+    // After a suspend, continue at the set rate instead of sending all missed frames in a burst.
     constexpr auto maximumDelay = std::chrono::milliseconds(250);
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopping && !m_resetting) {
         const Clock::time_point now = Clock::now();
-        // Counted from moment to moment, so that delays do not add up.
+        // Computed from the previous due time, so that delays do not accumulate.
         const Clock::time_point due = m_last + m_period;
         if (!m_paused && due <= now) {
             m_last = now - due > maximumDelay ? now : due;
@@ -129,3 +130,5 @@ bool DataThread::takeReset()
     m_resetting = false;
     return resetting;
 }
+
+} // namespace simulation

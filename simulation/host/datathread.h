@@ -10,42 +10,44 @@
 #include <mutex>
 #include <thread>
 
+namespace simulation {
+
 class ControllerLink;
 class DirectOutput;
 class FrameLedger;
 class FrameSource;
 
-/// The data thread: gives out the frames of a source at a steady rate, to the requesters of the link and to
-/// the Controller's own output. Its functions may be called on any other thread.
+/// Emits the frames of a source at a constant rate on its own thread. Thread-safe, but its functions must not
+/// be called on that thread.
 class DataThread : public QObject
 {
     Q_OBJECT
 
 public:
-    /// \a rate in frames a second, at least 1.
+    /// \a rate is in frames per second, at least 1.
     DataThread(std::unique_ptr<FrameSource> source, int rate, FrameLedger &ledger, DirectOutput &output,
                ControllerLink &link);
     ~DataThread() override;
 
-    /// Begins with a reset, then the first frame. To be called once.
+    /// Starts the thread, which begins with a reset. Call it once.
     void start();
 
-    /// Ends the thread between two frames. When this returns no frame is under way and none will come.
+    /// Stops the thread between two frames. When it returns, no frame is being sent and none will follow.
     void stop();
 
     /// As in the constructor.
     void setRate(int rate);
 
-    /// Holds the frames back, which go on with the next number afterwards.
+    /// Suspends or resumes the frames. They continue with the next number.
     void setPaused(bool paused);
 
-    /// Tells the requesters ahead of the next frame that the data starts over; wasReset() then comes.
+    /// Resets the data before the next frame; wasReset() follows.
     void reset();
 
 signals:
-    /// The source has come to its end or was stopped. Emitted on the data thread.
+    /// The source has ended, or stop() was called. Emitted on the data thread.
     void finished();
-    /// Emitted on the data thread, when the requesters have been told.
+    /// The requesters were notified of a reset. Emitted on the data thread.
     void wasReset();
 
 private:
@@ -54,7 +56,7 @@ private:
     void run();
     bool waitForTurn();
     bool takeReset();
-    void giveOut(const Frame &frame);
+    void emitFrame(const Frame &frame);
 
     const std::unique_ptr<FrameSource> m_source;
     FrameLedger &m_ledger;
@@ -62,11 +64,13 @@ private:
     ControllerLink &m_link;
     std::thread m_thread;
 
-    std::mutex m_mutex; ///< of all that follows
+    std::mutex m_mutex; ///< guards all members below
     std::condition_variable m_changed;
     std::chrono::nanoseconds m_period;
-    Clock::time_point m_last; ///< when the frame before this one was due
+    Clock::time_point m_last; ///< when the previous frame was due
     bool m_stopping = false;
     bool m_paused = false;
     bool m_resetting = false;
 };
+
+} // namespace simulation

@@ -13,6 +13,8 @@
 
 #include <dlfcn.h>
 
+namespace simulation {
+
 namespace {
 
 QString text(const char *source)
@@ -20,7 +22,7 @@ QString text(const char *source)
     return QCoreApplication::translate("HostedModule", source);
 }
 
-/// Whether the library \a file is still in memory, whoever holds it there.
+/// Returns whether the library \a file is still loaded.
 bool isInMemory(const QString &file)
 {
     void *handle = dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD);
@@ -39,7 +41,7 @@ bool HostedModule::load(const QString &file, QString *problem)
         return false;
     }
     m_loader.setFileName(info.absoluteFilePath());
-    // By default the library would stay in memory for good.
+    // By default QPluginLoader never unloads the library.
     m_loader.setLoadHints({});
     QObject *instance = m_loader.instance();
     if (!instance) {
@@ -49,7 +51,7 @@ bool HostedModule::load(const QString &file, QString *problem)
     m_module = qobject_cast<ModuleInterface *>(instance);
     if (!m_module) {
         m_loader.unload();
-        *problem = text("the plug-in '%1' is no module of this frontend").arg(file);
+        *problem = text("the plug-in '%1' is not a module of this frontend").arg(file);
     }
     return m_module != nullptr;
 }
@@ -88,3 +90,5 @@ bool HostedModule::end(QString *problem)
     }
     return true;
 }
+
+} // namespace simulation

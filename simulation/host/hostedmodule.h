@@ -10,7 +10,9 @@ class QWidget;
 struct BackendVersions;
 struct ModuleAction;
 
-/// The module as a plug-in file, through its whole life. GUI thread.
+namespace simulation {
+
+/// Loads the plug-in file, runs the module and unloads it. GUI thread only.
 class HostedModule
 {
 public:
@@ -18,24 +20,26 @@ public:
     HostedModule(const HostedModule &) = delete;
     HostedModule &operator=(const HostedModule &) = delete;
 
-    /// Loads \a file. False if it is missing or no module of this host; \a problem then tells why, in one
-    /// line.
+    /// Loads \a file. Returns false and sets \a problem to a message of one line if it is missing or not a
+    /// module of this host.
     bool load(const QString &file, QString *problem);
 
-    /// The file that was loaded last.
+    /// Returns the file that was loaded last.
     QString file() const { return m_loader.fileName(); }
 
-    /// Name and version as the module tells them.
+    /// Returns the name and the version of the module.
     QString title() const;
 
-    /// Hands the services to the module and returns its actions, which stay valid until end().
+    /// Passes the host's services to the module and returns its actions, which are valid until end().
     QList<ModuleAction *> begin(IOManager *manager, QWidget *parent, BackendVersions *versions);
 
-    /// Shuts the module down and unloads the library. False if it stays in memory all the same; \a problem
-    /// then tells why, in one line.
+    /// Shuts the module down and unloads the library. Returns false and sets \a problem to a message of one
+    /// line if the library stays in memory.
     bool end(QString *problem);
 
 private:
     QPluginLoader m_loader;
     ModuleInterface *m_module = nullptr;
 };
+
+} // namespace simulation

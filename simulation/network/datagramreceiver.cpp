@@ -4,9 +4,12 @@
 #include <poll.h>
 #include <unistd.h>
 
+namespace simulation {
+
 namespace {
 
-/// \a statistics with a frame text of its own, so that two threads do not count references to one text.
+/// Returns \a statistics with its own copy of the frame text, so that two threads do not share its reference
+/// count.
 ReceiverStatistics unshared(ReceiverStatistics statistics)
 {
     statistics.lastFrame.detach();
@@ -24,7 +27,7 @@ DatagramReceiver::~DatagramReceiver()
 {
     if (!isListening())
         return;
-    // Closing the writing end wakes the thread for good.
+    // Closing the write end keeps poll() from blocking again.
     ::close(m_wake[1]);
     m_thread.join();
     ::close(m_wake[0]);
@@ -96,12 +99,14 @@ void DatagramReceiver::run()
     }
 }
 
-/// Expects m_mutex held.
+/// The caller holds m_mutex.
 void DatagramReceiver::takeWaiting()
 {
-    // Bounded, so that a sender without a pause does not keep the lock from the others.
+    // Bounded, so that a flooding sender cannot monopolise the lock.
     constexpr int atOnce = 256;
     QByteArray datagram;
     for (int i = 0; i < atOnce && m_socket.receive(&datagram); ++i)
         m_checker.take(datagram);
 }
+
+} // namespace simulation

@@ -6,8 +6,10 @@
 #include <mutex>
 #include <thread>
 
-/// Listens for the datagrams of one channel on a thread of its own and judges them. Its functions belong to
-/// the thread that made it.
+namespace simulation {
+
+/// Receives the datagrams of one channel on its own thread and checks them. Call its functions on the thread
+/// that created it.
 class DatagramReceiver
 {
 public:
@@ -16,17 +18,18 @@ public:
     DatagramReceiver(const DatagramReceiver &) = delete;
     DatagramReceiver &operator=(const DatagramReceiver &) = delete;
 
-    /// Starts to listen; \a port 0 lets the system pick one. To be called once. False on failure; error()
-    /// then tells why.
+    /// Binds to \a address and starts to receive; with \a port 0 the system chooses a free port. Call it
+    /// once. Returns false on failure; error() then gives the reason.
     bool listen(quint32 address, quint16 port);
 
-    /// Where it listens, or was to listen; in host byte order.
+    /// The address and port given to listen() or chosen by the system, in host byte order.
     quint32 address() const { return m_address; }
     quint16 port() const { return m_port; }
     bool isListening() const { return m_thread.joinable(); }
     QByteArray error() const { return m_socket.error(); }
 
-    /// As in FrameChecker. What has arrived before the call is still judged by what was expected before.
+    /// As in FrameChecker. Datagrams that have arrived before the call are checked by the previous
+    /// expectation.
     void expect(const Expectation &expectation);
     void begin();
     void join();
@@ -48,3 +51,5 @@ private:
     int m_wake[2] = {-1, -1};
     std::thread m_thread;
 };
+
+} // namespace simulation

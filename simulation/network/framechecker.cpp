@@ -5,6 +5,8 @@
 
 #include <limits>
 
+namespace simulation {
+
 FrameChecker::FrameChecker(const FrameLedger &ledger)
     : m_ledger(ledger)
 {
@@ -42,7 +44,7 @@ void FrameChecker::take(const QByteArray &datagram)
     followNumbers(numbers);
 }
 
-/// Reads the frame numbers in any case.
+/// Sets \a numbers to the frame numbers even if the datagram is malformed.
 bool FrameChecker::isWellFormed(const QByteArray &datagram, QVector<qint32> *numbers) const
 {
     bool good = datagram.endsWith("\r\n");
@@ -82,7 +84,7 @@ void FrameChecker::followNumbers(const QVector<qint32> &numbers)
     m_sequence = Sequence::Following;
 }
 
-/// The number above which frames are expected.
+/// Returns the number after which frames are expected.
 qint64 FrameChecker::lastSeen() const
 {
     if (m_sequence == Sequence::Following)
@@ -103,8 +105,10 @@ ReceiverStatistics FrameChecker::finalStatistics() const
     return statistics;
 }
 
-/// Frames that had to be sent behind the last one that arrived.
+/// Returns how many frames had to be sent after the last one that arrived.
 qint64 FrameChecker::outstanding() const
 {
     return m_ledger.dueBetween(lastSeen(), std::numeric_limits<qint32>::max(), m_expectation.divisor);
 }
+
+} // namespace simulation

@@ -4,9 +4,11 @@
 #include <QSet>
 #include <QVector>
 
+namespace simulation {
+
 class FrameLedger;
 
-/// What a receiver may expect of its channel.
+/// What a channel is configured to send to its receiver.
 struct Expectation
 {
     QSet<QByteArray> types;
@@ -21,43 +23,43 @@ struct Expectation
     }
 };
 
-/// What has arrived at a receiver.
+/// Counts of what has arrived at a receiver.
 struct ReceiverStatistics
 {
     qint64 datagrams = 0;
-    qint64 frames = 0; ///< the first datagram of a fresh router holds two
+    qint64 frames = 0; ///< the first datagram of a router contains two
     qint64 bytes = 0;
     qint64 lost = 0;
     qint64 outOfOrder = 0;
-    qint64 malformed = 0; ///< datagrams that are not made of whole lines of ticked types of one due frame
+    qint64 malformed = 0; ///< datagrams that are not complete lines of ticked types of one due frame
     qint32 lastNumber = 0;
     QByteArray lastFrame;
 };
 
-/// Judges the datagrams of one channel. Not to be used on several threads at a time.
+/// Checks the datagrams of one channel for form, order and completeness. Not thread-safe.
 class FrameChecker
 {
 public:
     explicit FrameChecker(const FrameLedger &ledger);
 
-    /// Changes what is expected from now on. The next datagram is taken as the first of a new sequence.
+    /// Sets what is expected from now on. The next datagram starts a new sequence.
     void expect(const Expectation &expectation);
 
-    /// Forgets the counts. From now on every frame that the ledger holds has to arrive; of a channel that is
-    /// fed by a router, every frame but the first, which leaves with the second or not at all.
+    /// Resets the counts and expects every frame of the ledger from now on, except the first frame of a
+    /// routed channel, which is sent together with the second or not at all.
     void begin();
 
-    /// Takes the next datagram as the first of a new sequence: what came before it is not missed.
+    /// Starts a new sequence with the next datagram: frames before it do not count as lost.
     void join();
 
-    /// Counts and judges one datagram.
+    /// Counts and checks one datagram.
     void take(const QByteArray &datagram);
 
-    /// Whether nothing is outstanding behind the last frame that arrived.
+    /// Returns whether no frame is outstanding after the last one that arrived.
     bool isComplete() const;
 
-    /// The counts, with the frames behind the last one that arrived counted as lost. For the end, when no
-    /// more will come.
+    /// Returns the counts with the outstanding frames counted as lost. Call it when no more datagrams will
+    /// arrive.
     ReceiverStatistics finalStatistics() const;
 
     const ReceiverStatistics &statistics() const { return m_statistics; }
@@ -80,3 +82,5 @@ private:
     Sequence m_sequence = Sequence::Joining;
     ReceiverStatistics m_statistics;
 };
+
+} // namespace simulation

@@ -8,11 +8,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+namespace simulation {
+
 namespace {
 
 constexpr quint32 loopbackAddress = 0x7f000001;
 constexpr int maximumDatagram = 65535;
-/// Room for some hundred frames, so that a receiver that is held up for a moment loses nothing.
+/// Large enough for some hundred frames, so that a receiver that is delayed for a moment loses nothing.
 constexpr int receiveBuffer = 4 * 1024 * 1024;
 
 sockaddr_in socketAddress(quint32 address, quint16 port)
@@ -142,7 +144,7 @@ bool staysOnThisComputer(quint32 address)
     const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (descriptor < 0)
         return false;
-    // Nothing is sent here: connecting only makes the system choose its own address for that way.
+    // Connecting a UDP socket sends nothing; it makes the system choose the local address for that route.
     const sockaddr_in remote = socketAddress(address, 9);
     sockaddr_in local{};
     const bool known = address != 0 && ::connect(descriptor, generic(remote), sizeof remote) == 0 &&
@@ -151,3 +153,5 @@ bool staysOnThisComputer(quint32 address)
     const quint32 source = ntohl(local.sin_addr.s_addr);
     return known && (isLoopback(source) || source == address);
 }
+
+} // namespace simulation

@@ -2,8 +2,10 @@
 
 #include <QByteArray>
 
-/// An IPv4 UDP socket that never sends or listens beyond this computer. Addresses and ports are in host byte
-/// order. Not to be used on several threads at a time.
+namespace simulation {
+
+/// An IPv4 UDP socket that sends and receives multicast on the loopback interface only. Addresses and ports
+/// are in host byte order. Not thread-safe.
 class UdpSocket
 {
 public:
@@ -12,23 +14,24 @@ public:
     UdpSocket(const UdpSocket &) = delete;
     UdpSocket &operator=(const UdpSocket &) = delete;
 
-    /// Binds to \a address, which is one of this computer or a multicast group, to be joined on the loopback
-    /// interface. Port 0 lets the system pick one. False on failure; error() then tells why.
+    /// Binds to \a address, which is an address of this computer or a multicast group to join on the loopback
+    /// interface. With \a port 0 the system chooses a free port. Returns false on failure; error() then gives
+    /// the reason.
     bool listen(quint32 address, quint16 port);
 
-    /// The port that listen() has bound.
+    /// Returns the port that listen() has bound.
     quint16 port() const;
 
-    /// Sends one datagram. Multicast leaves through the loopback interface alone. False on failure.
+    /// Sends one datagram; multicast leaves through the loopback interface only. Returns false on failure.
     bool send(const QByteArray &datagram, quint32 address, quint16 port);
 
-    /// Takes the next datagram that waits into \a datagram. False if none does; never waits.
+    /// Moves the next pending datagram to \a datagram. Returns false if there is none; never blocks.
     bool receive(QByteArray *datagram);
 
-    /// The descriptor, for a wait; -1 if the socket could not be made.
+    /// The file descriptor for poll(), or -1 if the socket could not be created.
     int descriptor() const { return m_descriptor; }
 
-    /// Why the socket could not be made or listen() failed, in the words of the system.
+    /// Returns the system's message for the failure to create the socket or to listen.
     QByteArray error() const;
 
 private:
@@ -36,13 +39,15 @@ private:
     int m_error = 0;
 };
 
-/// The address of a dotted text or a name, 0 if there is none. May wait for a name server.
+/// Resolves a dotted address or a host name. Returns 0 on failure. May block for a name server.
 quint32 resolveAddress(const QByteArray &host);
 
 QByteArray dottedAddress(quint32 address);
 
 bool isMulticastGroup(quint32 address);
 
-/// Whether what is sent to \a address stays on this computer, by the system's own choice of the way: an
-/// address of this computer, or a multicast group that is routed over the loopback interface.
+/// Returns whether datagrams to \a address stay on this computer according to the routing table: it is an
+/// address of this computer, or a multicast group that is routed through the loopback interface.
 bool staysOnThisComputer(quint32 address);
+
+} // namespace simulation

@@ -7,6 +7,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace simulation {
+
 namespace {
 
 int selfPipe[2] = {-1, -1};
@@ -16,7 +18,7 @@ void onSignal(int)
     const int before = errno;
     const char mark = 1;
     const ssize_t written = ::write(selfPipe[1], &mark, sizeof mark);
-    // A full pipe holds a mark already.
+    // If the pipe is full, it already holds a byte.
     static_cast<void>(written);
     errno = before;
 }
@@ -25,7 +27,7 @@ void install(int signal)
 {
     struct sigaction action = {};
     action.sa_handler = onSignal;
-    // The next one finds the system's own handling again, for a way out that hangs.
+    // Restore the default action, so that a second signal ends a program whose shutdown hangs.
     action.sa_flags = int(SA_RESTART | SA_RESETHAND);
     sigaction(signal, &action, nullptr);
 }
@@ -58,3 +60,5 @@ void SignalWatcher::takeSignal()
     if (::read(selfPipe[0], &mark, sizeof mark) == sizeof mark)
         emit interrupted();
 }
+
+} // namespace simulation

@@ -4,8 +4,10 @@
 
 class QSocketNotifier;
 
-/// Turns SIGINT and SIGTERM into a signal on the GUI thread, so that the program ends the same way as when it
-/// is closed. A second one of them ends the program at once. One object at a time.
+namespace simulation {
+
+/// Turns SIGINT and SIGTERM into a Qt signal on the thread of the event loop, so that the program ends as if
+/// it were closed. A second signal of the same kind ends the program at once. At most one object may exist.
 class SignalWatcher : public QObject
 {
     Q_OBJECT
@@ -22,3 +24,5 @@ private:
 
     QSocketNotifier *m_notifier;
 };
+
+} // namespace simulation

@@ -8,6 +8,8 @@
 
 #include <array>
 
+namespace simulation {
+
 namespace {
 
 QPalette darkPalette()
@@ -69,3 +71,5 @@ void setDarkPalette(bool dark)
     else
         apply(desktopStyle, desktopPalette);
 }
+
+} // namespace simulation

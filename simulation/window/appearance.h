@@ -4,14 +4,18 @@
 
 class QPalette;
 
-/// Whether text on the base of \a palette is light on dark.
+namespace simulation {
+
+/// Returns whether \a palette has light text on a dark base.
 bool isDark(const QPalette &palette);
 
-/// The colour of what has failed, readable on the base of \a palette.
+/// Returns the colour for failures, readable on the base of \a palette.
 QColor failureColor(const QPalette &palette);
 
-/// The colour that stands for channel \a number, counted from 1, on light and on dark ground.
+/// Returns the colour of channel \a number, counted from 1, for light and dark backgrounds.
 QColor channelColor(int number);
 
-/// Switches the whole program to a dark palette, or back to the desktop's own. GUI thread.
+/// Switches the program to a dark palette or back to the desktop's palette. GUI thread only.
 void setDarkPalette(bool dark);
+
+} // namespace simulation

@@ -1,9 +1,9 @@
 #include "controllerwindow.h"
 
 #include "datapanel.h"
+#include "faultpanel.h"
 #include "session.h"
 #include "statepanel.h"
-#include "treatmentpanel.h"
 
 #include <QAbstractSpinBox>
 #include <QComboBox>
@@ -11,18 +11,20 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 
+namespace simulation {
+
 ControllerWindow::ControllerWindow(Session &session, QWidget *parent)
     : QWidget(parent, Qt::Window)
     , m_state(new StatePanel(session))
 {
     setWindowTitle(tr("Simulated Controller"));
-    // The host's window alone keeps the program running.
+    // Only the host's window keeps the program running.
     setAttribute(Qt::WA_QuitOnClose, false);
     auto *content = new QWidget;
     auto *panels = new QVBoxLayout(content);
     panels->addWidget(m_state);
     panels->addWidget(new DataPanel(session));
-    panels->addWidget(new TreatmentPanel(session.controller()));
+    panels->addWidget(new FaultPanel(session.controller()));
     panels->addStretch();
     auto *area = new QScrollArea;
     area->setWidgetResizable(true);
@@ -55,7 +57,7 @@ void ControllerWindow::hideEvent(QHideEvent *event)
     emit visibilityChanged(false);
 }
 
-/// The wheel scrolls the panels and changes no switch that happens to be under it.
+/// Lets the wheel scroll the panels instead of changing a box under the pointer that has no focus.
 void ControllerWindow::keepWheelFromBoxes()
 {
     const auto widgets = findChildren<QWidget *>();
@@ -74,3 +76,5 @@ bool ControllerWindow::eventFilter(QObject *watched, QEvent *event)
     event->ignore();
     return true;
 }
+
+} // namespace simulation

@@ -2,12 +2,15 @@
 
 #include <QWidget>
 
-class Session;
-class StatePanel;
 struct BackendVersions;
 
-/// The simulated Controller with all its switches: a window of its own beside the host's, so that it can be
-/// used while the host's window waits for a dialog. Closing it only hides it.
+namespace simulation {
+
+class Session;
+class StatePanel;
+
+/// The window of the simulated Controller with all its switches. It is separate from the host's window, so
+/// that it can be used while a dialog blocks the host's window. Closing it hides it.
 class ControllerWindow : public QWidget
 {
     Q_OBJECT
@@ -33,3 +36,5 @@ private:
 
     StatePanel *m_state;
 };
+
+} // namespace simulation

@@ -4,14 +4,16 @@
 
 #include <algorithm>
 
+namespace simulation {
+
 namespace {
 
 bool isOfKind(ConversationFilter::Kind kind, const QModelIndex &index)
 {
     const auto speaker = index.data(ConversationModel::SpeakerRole).value<ConversationModel::Speaker>();
     switch (kind) {
-    case ConversationFilter::Kind::Questions:
-        return speaker == ConversationModel::Speaker::Question;
+    case ConversationFilter::Kind::Queries:
+        return speaker == ConversationModel::Speaker::Query;
     case ConversationFilter::Kind::Commands:
         return speaker == ConversationModel::Speaker::Command;
     case ConversationFilter::Kind::Log:
@@ -79,3 +81,5 @@ QString ConversationFilter::lineOf(int row) const
         cells.append(index(row, column).data().toString());
     return cells.join('\t') + '\n';
 }
+
+} // namespace simulation

@@ -2,7 +2,9 @@
 
 #include <QSortFilterProxyModel>
 
-/// The part of a conversation that the user wants to see.
+namespace simulation {
+
+/// Filters the conversation by kind and words.
 class ConversationFilter : public QSortFilterProxyModel
 {
     Q_OBJECT
@@ -11,7 +13,7 @@ public:
     enum class Kind
     {
         All,
-        Questions,
+        Queries,
         Commands,
         Failures,
         Log
@@ -19,16 +21,16 @@ public:
 
     explicit ConversationFilter(QObject *parent = nullptr);
 
-    /// Lets pass what is of \a kind only.
+    /// Accepts only entries of \a kind.
     void setKind(Kind kind);
 
-    /// Lets pass only what has every word of \a words in its text or answer, in any case.
+    /// Accepts only entries whose text or answer contains every word of \a words, ignoring case.
     void setWords(const QString &words);
 
-    /// The rows of \a rows as lines with the columns separated by tabs, in the order of the conversation.
+    /// Returns \a rows as lines of tab-separated columns in the order of the conversation.
     QString textOf(QModelIndexList rows) const;
 
-    /// All rows that pass, in the same form.
+    /// Returns all accepted rows in the same format.
     QString allText() const;
 
 protected:
@@ -40,3 +42,5 @@ private:
     Kind m_kind = Kind::All;
     QStringList m_words;
 };
+
+} // namespace simulation

@@ -9,14 +9,16 @@
 #include <QPalette>
 #include <QTime>
 
+namespace simulation {
+
 namespace {
 
 QString outcome(const Exchange &exchange)
 {
     switch (exchange.result) {
-    case Taken:
+    case Accepted:
         return exchange.kind == Exchange::Kind::Query ? QString::fromLatin1(exchange.answer)
-                                                      : ConversationModel::tr("taken");
+                                                      : ConversationModel::tr("accepted");
     case NotUnderstood:
         return ConversationModel::tr("refused: not understood");
     case OutOfRange:
@@ -40,8 +42,8 @@ void ConversationModel::addExchange(const Exchange &exchange)
     const bool isCommand = exchange.kind == Exchange::Kind::Command;
     append({{{QString(), isCommand ? tr("set") : tr("get"), QString::fromLatin1(exchange.text),
               outcome(exchange)}},
-            isCommand ? Speaker::Command : Speaker::Question,
-            exchange.result != Taken});
+            isCommand ? Speaker::Command : Speaker::Query,
+            exchange.result != Accepted});
 }
 
 void ConversationModel::addLogLine(const LogLine &line)
@@ -62,7 +64,7 @@ void ConversationModel::clear()
 void ConversationModel::append(Entry entry)
 {
     if (m_entries.size() >= Limit) {
-        // A tenth at a time, since a view pays for each removal.
+        // Remove a tenth at a time: each removal is expensive for a view.
         constexpr int portion = Limit / 10;
         beginRemoveRows({}, 0, portion - 1);
         m_entries.remove(0, portion);
@@ -95,7 +97,7 @@ QVariant ConversationModel::data(const QModelIndex &index, int role) const
         return QVariant::fromValue(entry.speaker);
     if (role == FailureRole)
         return entry.isFailure;
-    // What may change something stands out.
+    // Commands are bold, because they may change something.
     if (role == Qt::FontRole && entry.speaker == Speaker::Command && index.column() != TimeColumn) {
         QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
         font.setBold(true);
@@ -112,3 +114,5 @@ QVariant ConversationModel::headerData(int section, Qt::Orientation orientation,
                                                     QT_TR_NOOP("Text"), QT_TR_NOOP("Answer")};
     return tr(titles[section]);
 }
+
+} // namespace simulation

@@ -5,10 +5,12 @@
 
 #include <array>
 
+namespace simulation {
+
 struct Exchange;
 struct LogLine;
 
-/// The latest of what was said between the module, the Controller and the host's log.
+/// The latest queries, commands and log lines of the module.
 class ConversationModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -25,7 +27,7 @@ public:
 
     enum class Speaker
     {
-        Question,
+        Query,
         Command,
         Log
     };
@@ -34,10 +36,10 @@ public:
     enum Role
     {
         SpeakerRole = Qt::UserRole,
-        FailureRole ///< whether it was refused or tells of a failure
+        FailureRole ///< whether it was refused or reports a failure
     };
 
-    /// Entries that are kept; the oldest go.
+    /// The number of entries kept; the oldest are removed.
     static constexpr int Limit = 5000;
 
     explicit ConversationModel(QObject *parent = nullptr);
@@ -63,3 +65,5 @@ private:
 
     QVector<Entry> m_entries;
 };
+
+} // namespace simulation

@@ -18,6 +18,8 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
+namespace simulation {
+
 namespace {
 
 void copy(const QString &text)
@@ -39,7 +41,7 @@ ConversationView::ConversationView(QWidget *parent)
     m_filter->setSourceModel(m_model);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addLayout(makeHead());
+    layout->addLayout(createHeader());
     layout->addWidget(m_view);
     makeTable();
     makeCopyActions();
@@ -52,28 +54,28 @@ ConversationView::ConversationView(QWidget *parent)
     showCount();
 }
 
-QLayout *ConversationView::makeHead()
+QLayout *ConversationView::createHeader()
 {
     using Kind = ConversationFilter::Kind;
     const std::pair<QString, Kind> kinds[] = {{tr("Everything"), Kind::All},
-                                              {tr("Questions"), Kind::Questions},
+                                              {tr("Queries"), Kind::Queries},
                                               {tr("Commands"), Kind::Commands},
                                               {tr("Failures"), Kind::Failures},
                                               {tr("Log"), Kind::Log}};
     for (const auto &[title, kind] : kinds)
         m_kind->addItem(title, int(kind));
-    m_kind->setToolTip(tr("What of the conversation is shown"));
+    m_kind->setToolTip(tr("Which messages to show"));
     connect(m_kind, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
             [this] { m_filter->setKind(Kind(m_kind->currentData().toInt())); });
 
     m_words->setPlaceholderText(tr("Filter by words"));
     m_words->setClearButtonEnabled(true);
     m_words->setMinimumWidth(9 * fontMetrics().averageCharWidth() + 60);
-    m_words->setToolTip(tr("Shows the lines with all of these words (Ctrl+F)"));
+    m_words->setToolTip(tr("Shows only lines that contain all of these words (Ctrl+F)"));
     connect(m_words, &QLineEdit::textChanged, m_filter, &ConversationFilter::setWords);
 
     auto *copyAll = new QPushButton(tr("Copy &all"));
-    copyAll->setToolTip(tr("Copies all lines that are shown"));
+    copyAll->setToolTip(tr("Copies all visible lines"));
     connect(copyAll, &QPushButton::clicked, this, [this] { copy(m_filter->allText()); });
     auto *clear = new QPushButton(tr("&Clear"));
     connect(clear, &QPushButton::clicked, m_model, &ConversationModel::clear);
@@ -133,7 +135,7 @@ void ConversationView::showCount()
     m_count->setText(shown == all ? tr("%1 lines").arg(all) : tr("%1 of %2 lines").arg(shown).arg(all));
 }
 
-/// Keeps the latest line in sight. A user who has scrolled back reads on undisturbed.
+/// Scrolls to the latest line unless the user has scrolled back.
 void ConversationView::followEnd()
 {
     QScrollBar *bar = m_view->verticalScrollBar();
@@ -143,3 +145,5 @@ void ConversationView::followEnd()
             bar->setValue(bar->maximum());
     });
 }
+
+} // namespace simulation

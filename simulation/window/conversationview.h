@@ -2,15 +2,18 @@
 
 #include <QWidget>
 
-class ConversationFilter;
-class ConversationModel;
 class QComboBox;
 class QLabel;
 class QLayout;
 class QLineEdit;
 class QTreeView;
 
-/// The conversation with the Controller and the host's log, as they come, to be filtered and copied.
+namespace simulation {
+
+class ConversationFilter;
+class ConversationModel;
+
+/// Shows the conversation with the Controller and the host's log as they arrive, with a filter and copying.
 class ConversationView : public QWidget
 {
     Q_OBJECT
@@ -20,11 +23,11 @@ public:
 
     ConversationModel &model() { return *m_model; }
 
-    /// Gives the keyboard to the filter field.
+    /// Moves the keyboard focus to the filter field.
     void focusFilter();
 
 private:
-    QLayout *makeHead();
+    QLayout *createHeader();
     void makeTable();
     void makeCopyActions();
     void showCount();
@@ -38,3 +41,5 @@ private:
     QTreeView *m_view;
     bool m_atEnd = true;
 };
+
+} // namespace simulation

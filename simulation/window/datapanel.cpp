@@ -8,6 +8,8 @@
 #include <QPushButton>
 #include <QSpinBox>
 
+namespace simulation {
+
 namespace {
 
 QWidget *inOneRow(std::initializer_list<QWidget *> widgets)
@@ -48,10 +50,10 @@ QWidget *DataPanel::makeFlow()
     auto *pause = new QPushButton(tr("&Pause"));
     pause->setCheckable(true);
     pause->setChecked(m_session.isPaused());
-    pause->setToolTip(tr("Holds the data back; it goes on with the next frame"));
+    pause->setToolTip(tr("Suspends the data; they continue with the next frame"));
     connect(pause, &QPushButton::toggled, &m_session, &Session::setPaused);
     auto *reset = new QPushButton(tr("Re&set"));
-    reset->setToolTip(tr("Has the data start over, as after a break in the connection"));
+    reset->setToolTip(tr("Resets the data, as after an interrupted connection"));
     connect(reset, &QPushButton::clicked, &m_session, &Session::resetOutput);
     QWidget *row = inOneRow({m_rate, pause, reset});
     row->setFocusProxy(m_rate);
@@ -62,13 +64,14 @@ QWidget *DataPanel::makeChannels()
 {
     m_channels->setRange(0, outputChannelCount);
     m_channels->setValue(m_session.channelCount());
-    auto *setUp = new QPushButton(tr("Set &up anew"));
-    setUp->setToolTip(tr("Gives so many channels, from the first on, a receiver on this computer. The dialog "
-                         "notices when it opens."));
+    auto *setUp = new QPushButton(tr("Set &up again"));
+    setUp->setToolTip(
+        tr("Gives this many channels, starting with the first, a receiver on this computer. The "
+           "dialog shows them the next time it opens."));
     connect(setUp, &QPushButton::clicked, this, &DataPanel::setUpChannels);
-    auto *collide = new QPushButton(tr("2 as 1"));
+    auto *collide = new QPushButton(tr("Make channel 2 clash"));
     collide->setToolTip(
-        tr("Gives channel 2 the destination of channel 1: the dialog then asks when it is left"));
+        tr("Gives channel 2 the destination of channel 1; the dialog then asks when it is closed"));
     connect(collide, &QPushButton::clicked, this, &DataPanel::collide);
     QWidget *row = inOneRow({m_channels, setUp, collide});
     row->setFocusProxy(m_channels);
@@ -93,3 +96,5 @@ void DataPanel::showProblem(const QString &problem)
     m_problem->setText(problem);
     m_problem->setVisible(!problem.isEmpty());
 }
+
+} // namespace simulation

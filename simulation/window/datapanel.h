@@ -4,10 +4,12 @@
 
 class QLabel;
 class QSpinBox;
+
+namespace simulation {
+
 class Session;
 
-/// What the simulated tracking sends: the rate of the data, its stops and breaks, and the channels that are
-/// set up.
+/// Controls the data: the rate, pausing and resetting, and the channels that are set up.
 class DataPanel : public QGroupBox
 {
     Q_OBJECT
@@ -27,3 +29,5 @@ private:
     QSpinBox *m_channels;
     QLabel *m_problem;
 };
+
+} // namespace simulation

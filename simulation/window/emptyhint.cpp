@@ -3,6 +3,8 @@
 #include <QAbstractItemView>
 #include <QVBoxLayout>
 
+namespace simulation {
+
 EmptyHint::EmptyHint(const QString &text, QAbstractItemView *view)
     : QLabel(text, view->viewport())
     , m_view(view)
@@ -23,3 +25,5 @@ void EmptyHint::follow()
 {
     setVisible(m_view->model()->rowCount() == 0);
 }
+
+} // namespace simulation

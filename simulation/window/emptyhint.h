@@ -4,7 +4,9 @@
 
 class QAbstractItemView;
 
-/// Tells in the midst of a view without rows why there are none. Needs the view's model to be set.
+namespace simulation {
+
+/// A text in the middle of a view that is visible while the view has no rows. The view must have its model.
 class EmptyHint : public QLabel
 {
     Q_OBJECT
@@ -17,3 +19,5 @@ private:
 
     QAbstractItemView *m_view;
 };
+
+} // namespace simulation

@@ -8,6 +8,8 @@
 #include <QScrollBar>
 #include <QVBoxLayout>
 
+namespace simulation {
+
 LastFrameView::LastFrameView(QWidget *parent)
     : QWidget(parent)
     , m_title(new QLabel)
@@ -16,7 +18,7 @@ LastFrameView::LastFrameView(QWidget *parent)
     m_text->setReadOnly(true);
     m_text->setLineWrapMode(QPlainTextEdit::NoWrap);
     m_text->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    m_text->setPlaceholderText(tr("Nothing has arrived yet."));
+    m_text->setPlaceholderText(tr("No data received yet."));
     m_text->setTabChangesFocus(true);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -29,10 +31,10 @@ void LastFrameView::show(const ReceiverReport &report)
 {
     m_title->setText(tr("<b>Last frame of channel %1</b>").arg(report.channel));
     const QString text = QString::fromLatin1(report.statistics.lastFrame).remove(QLatin1Char('\r'));
-    // What the user has selected would be lost.
+    // Setting the text would clear the user's selection.
     if (m_text->textCursor().hasSelection() || text == m_text->toPlainText())
         return;
-    // A new text would throw the user back to the first column.
+    // Setting the text scrolls to the first column.
     QScrollBar *bar = m_text->horizontalScrollBar();
     const int position = bar->value();
     m_text->setPlainText(text);
@@ -44,3 +46,5 @@ void LastFrameView::showNone()
     m_title->setText(tr("<b>Last frame</b>"));
     m_text->clear();
 }
+
+} // namespace simulation

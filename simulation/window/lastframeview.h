@@ -4,9 +4,12 @@
 
 class QLabel;
 class QPlainTextEdit;
+
+namespace simulation {
+
 struct ReceiverReport;
 
-/// The text of the last datagram that a receiver has got.
+/// Shows the text of the last datagram of a receiver.
 class LastFrameView : public QWidget
 {
     Q_OBJECT
@@ -22,3 +25,5 @@ private:
     QLabel *m_title;
     QPlainTextEdit *m_text;
 };
+
+} // namespace simulation

@@ -20,12 +20,14 @@
 
 #include <algorithm>
 
+namespace simulation {
+
 MainWindow::MainWindow(Session &session, bool dark, QWidget *parent)
     : QMainWindow(parent)
     , m_session(session)
     , m_controller(session)
 {
-    // A dialog of the module blocks this window, and leaves the Controller's to the user.
+    // A modal dialog of the module blocks this window, but not the Controller's window.
     setAttribute(Qt::WA_GroupLeader);
     makeMenus(dark);
     makeViews();
@@ -70,7 +72,7 @@ void MainWindow::showOnScreen()
     m_controller.move(bothFit ? left + width + frame.width()
                               : screen.right() + 1 - controllerWidth - frame.width(),
                       screen.top());
-    // The host's window last, which the user begins with.
+    // Show the host's window last, so that it is active.
     m_controller.setVisible(bothFit);
     show();
     activateWindow();
@@ -119,7 +121,7 @@ void MainWindow::makeViews()
     auto *layout = new QVBoxLayout(content);
     layout->setContentsMargins(9, 9, 9, 0);
     layout->addWidget(splitter);
-    // A small screen gets scroll bars rather than parts that are cut off.
+    // On a small screen, show scroll bars instead of clipping.
     auto *area = new QScrollArea;
     area->setFrameShape(QFrame::NoFrame);
     area->setWidgetResizable(true);
@@ -147,7 +149,7 @@ void MainWindow::refresh()
     m_receivers->update(m_session.receivers().reports());
     const QString flow = m_sourceEnded          ? tr("the recording has ended")
                          : m_session.isPaused() ? tr("paused")
-                                                : tr("%1 a second").arg(m_session.rate());
+                                                : tr("%1 per second").arg(m_session.rate());
     m_frames->setText(tr("Frame %1, %2").arg(m_session.frames()).arg(flow));
 }
 
@@ -157,5 +159,7 @@ void MainWindow::showState()
     m_version->setText(
         tr("Controller %1.%2.%3").arg(state.version.major).arg(state.version.minor).arg(state.version.third));
     m_router->setText(state.viaRouter ? tr("Router mode on") : tr("Router mode off"));
-    m_lock->setText(state.locked ? tr("Configuration locked") : tr("Configuration open"));
+    m_lock->setText(state.locked ? tr("Configuration locked") : tr("Configuration unlocked"));
 }
+
+} // namespace simulation

@@ -4,15 +4,18 @@
 
 #include <QMainWindow>
 
-class ConversationView;
 class QLabel;
 class QMenu;
-class ReceiversPanel;
-class Session;
 struct ModuleAction;
 
-/// The host's window: its menus with the module's actions, the receivers, and the conversation with the
-/// Controller, whose own window comes and goes with it.
+namespace simulation {
+
+class ConversationView;
+class ReceiversPanel;
+class Session;
+
+/// The host's window: menus with the module's actions, the receivers, and the conversation with the
+/// Controller. It owns the Controller's window.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -22,10 +25,10 @@ public:
 
     ControllerWindow &controllerWindow() { return m_controller; }
 
-    /// Places \a actions into the menus that they name, which are made if they are missing.
+    /// Adds \a actions to the menus that they name; creates missing menus.
     void placeActions(const QList<ModuleAction *> &actions);
 
-    /// Shows this window and, if the screen has room for both, the Controller's at its side.
+    /// Shows this window and, if both fit on the screen, the Controller's window beside it.
     void showOnScreen();
 
 private:
@@ -47,3 +50,5 @@ private:
     QLabel *m_frames = nullptr;
     bool m_sourceEnded = false;
 };
+
+} // namespace simulation

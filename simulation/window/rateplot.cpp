@@ -12,11 +12,13 @@
 
 using namespace QtCharts;
 
+namespace simulation {
+
 namespace {
 
 constexpr double spanSeconds = 60.0;
 
-/// The end of an axis with four equal steps of whole numbers that has room for \a value.
+/// Returns the end of an axis with four equal integer steps that contains \a value.
 double axisEnd(double value)
 {
     const double least = std::max(value * 1.05, 4.0);
@@ -123,3 +125,5 @@ void RatePlot::takePalette()
         axis->setLinePen(QPen(grid, 1.0));
     }
 }
+
+} // namespace simulation

@@ -10,7 +10,9 @@ class QLineSeries;
 class QValueAxis;
 QT_CHARTS_END_NAMESPACE
 
-/// The frames a second of every receiver over the last minute, a line each in the channel's colour.
+namespace simulation {
+
+/// Plots the frames per second of each receiver over the last minute in the channel's colour.
 class RatePlot : public QtCharts::QChartView
 {
     Q_OBJECT
@@ -18,7 +20,7 @@ class RatePlot : public QtCharts::QChartView
 public:
     explicit RatePlot(QWidget *parent = nullptr);
 
-    /// Appends a point for each channel of \a rates. The line of a channel that is not among them goes.
+    /// Appends a point for each channel of \a rates and removes the lines of all other channels.
     void addRates(const QHash<int, double> &rates);
 
 protected:
@@ -35,3 +37,5 @@ private:
     QtCharts::QValueAxis *m_rate;
     QHash<int, QtCharts::QLineSeries *> m_lines;
 };
+
+} // namespace simulation

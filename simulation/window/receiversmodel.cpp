@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+namespace simulation {
+
 namespace {
 
 constexpr qint64 rateSpanMs = 1000;
@@ -45,7 +47,7 @@ void ReceiversModel::update(const QList<ReceiverReport> &reports)
 void ReceiversModel::takeSample(const ReceiverReport &report)
 {
     QQueue<Sample> &samples = m_samples[report.channel];
-    // A receiver that has moved counts from 0 again.
+    // A receiver that was moved counts from 0 again.
     if (!samples.isEmpty() && samples.last().frames > report.statistics.frames)
         samples.clear();
     samples.enqueue({m_clock.elapsed(), report.statistics.frames});
@@ -149,3 +151,5 @@ QVariant ReceiversModel::headerData(int section, Qt::Orientation orientation, in
         return tr(titles[section].explanation);
     return QAbstractTableModel::headerData(section, orientation, role);
 }
+
+} // namespace simulation

@@ -7,7 +7,9 @@
 #include <QHash>
 #include <QQueue>
 
-/// The receivers as a table, a row each.
+namespace simulation {
+
+/// A table of the receivers, one row each.
 class ReceiversModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -29,13 +31,13 @@ public:
 
     explicit ReceiversModel(QObject *parent = nullptr);
 
-    /// Shows \a reports. To be called several times a second: the rates are taken from the differences.
+    /// Shows \a reports. Call it several times per second: rates are computed from the differences.
     void update(const QList<ReceiverReport> &reports);
 
-    /// The report in \a row, which has to exist.
+    /// Returns the report of \a row, which must exist.
     const ReceiverReport &report(int row) const { return m_reports.at(row); }
 
-    /// Frames a second over the last second, by channel.
+    /// Returns the frames per second of each channel over the last second.
     QHash<int, double> rates() const;
 
     int rowCount(const QModelIndex &parent = {}) const override;
@@ -55,6 +57,8 @@ private:
     QString text(const ReceiverReport &report, int column) const;
 
     QList<ReceiverReport> m_reports;
-    QHash<int, QQueue<Sample>> m_samples; ///< of the last second, by channel
+    QHash<int, QQueue<Sample>> m_samples; ///< samples of the last second, by channel
     QElapsedTimer m_clock;
 };
+
+} // namespace simulation

@@ -11,6 +11,8 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
+namespace simulation {
+
 namespace {
 
 QWidget *titled(const QString &title, QWidget *content)
@@ -66,7 +68,7 @@ void ReceiversPanel::makeTable()
 QWidget *ReceiversPanel::makeDetails()
 {
     auto *splitter = new QSplitter(Qt::Horizontal);
-    splitter->addWidget(titled(tr("<b>Frames a second</b>"), m_plot));
+    splitter->addWidget(titled(tr("<b>Frames per second</b>"), m_plot));
     splitter->addWidget(m_frame);
     splitter->setSizes({480, 360});
     splitter->setChildrenCollapsible(false);
@@ -90,3 +92,5 @@ void ReceiversPanel::showFrame()
     else
         m_frame->showNone();
 }
+
+} // namespace simulation

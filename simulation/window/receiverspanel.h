@@ -4,12 +4,15 @@
 
 #include <QWidget>
 
-class LastFrameView;
 class QTableView;
+
+namespace simulation {
+
+class LastFrameView;
 class RatePlot;
 class ReceiversModel;
 
-/// The receivers and what they get: a table, the rates as a plot, and the last frame of the selected one.
+/// Shows the receivers: a table, a plot of the rates, and the last frame of the selected receiver.
 class ReceiversPanel : public QWidget
 {
     Q_OBJECT
@@ -30,3 +33,5 @@ private:
     RatePlot *m_plot;
     LastFrameView *m_frame;
 };
+
+} // namespace simulation

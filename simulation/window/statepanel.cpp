@@ -11,6 +11,8 @@
 
 #include <algorithm>
 
+namespace simulation {
+
 namespace {
 
 QString nameOf(const BackendVersions &version)
@@ -30,11 +32,11 @@ struct VersionChoice
 };
 
 constexpr VersionChoice versionChoices[] = {
-    {{{0, 0, 0}, 1, 9, 0}, QT_TRANSLATE_NOOP("StatePanel", "knows all")},
-    {{{0, 0, 0}, 1, 9, -2}, QT_TRANSLATE_NOOP("StatePanel", "test build, no lock")},
-    {{{0, 0, 0}, 1, 8, 0}, QT_TRANSLATE_NOOP("StatePanel", "no lock")},
-    {{{0, 0, 0}, 1, 5, 0}, QT_TRANSLATE_NOOP("StatePanel", "no lock, no divisor")},
-    {{{0, 0, 0}, 1, 3, 0}, QT_TRANSLATE_NOOP("StatePanel", "no lock, divisor or router mode")},
+    {{{0, 0, 0}, 1, 9, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "all features")},
+    {{{0, 0, 0}, 1, 9, -2}, QT_TRANSLATE_NOOP("simulation::StatePanel", "test build, no lock")},
+    {{{0, 0, 0}, 1, 8, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "no lock")},
+    {{{0, 0, 0}, 1, 5, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "no lock, no divisor")},
+    {{{0, 0, 0}, 1, 3, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "no lock, divisor or router mode")},
 };
 
 void letShrink(QComboBox *box)
@@ -67,7 +69,7 @@ StatePanel::StatePanel(Session &session, QWidget *parent)
 void StatePanel::makeVersions(QFormLayout *form)
 {
     letShrink(m_version);
-    m_version->setToolTip(tr("Another version loads the module anew, as a host does that connects to another "
+    m_version->setToolTip(tr("Another version reloads the module, as a host does when it connects to another "
                              "Controller. Close the dialog first."));
     const BackendVersions given = *m_session.versions();
     const bool isListed =
@@ -96,7 +98,7 @@ void StatePanel::makeVersions(QFormLayout *form)
 void StatePanel::makeModels(QFormLayout *form)
 {
     letShrink(m_model);
-    m_model->addItem(tr("100, takes 127.0.0.1"), 100);
+    m_model->addItem(tr("100, accepts 127.0.0.1"), 100);
     m_model->addItem(tr("200, refuses 127.0.0.1"), 200);
     m_model->setToolTip(tr("On other models than 100 the module refuses 127.0.0.1 typed as a destination"));
     connect(m_model, QOverload<int>::of(&QComboBox::activated), this, [this] {
@@ -108,12 +110,13 @@ void StatePanel::makeModels(QFormLayout *form)
 
 void StatePanel::makeSwitches(QFormLayout *form)
 {
-    m_locked->setToolTip(tr("The Controller refuses every change; the dialog shows it when it opens"));
+    m_locked->setToolTip(
+        tr("The Controller refuses all changes; the dialog shows this the next time it opens"));
     connect(m_locked, &QCheckBox::clicked, this, [this](bool on) {
         m_session.controller().change([on](ControllerState &state) { state.locked = on; });
     });
     m_router->setToolTip(
-        tr("The module sends the data, not the Controller; it notices when its dialog opens"));
+        tr("The module sends the data instead of the Controller, from the next time its dialog opens"));
     connect(m_router, &QCheckBox::clicked, this, [this](bool on) {
         m_session.controller().change([on](ControllerState &state) { state.viaRouter = on; });
     });
@@ -127,8 +130,8 @@ void StatePanel::makeTypes(QFormLayout *form)
     for (const CatalogueSet &set : catalogueSets())
         m_types->addItem(QCoreApplication::translate("CatalogueSets", set.title));
     m_types->setToolTip(
-        tr("The catalogue that the Controller tells; the dialog reads it when it opens or when the "
-           "change is announced"));
+        tr("The Controller's catalogue; the dialog reads it when it opens or when the change is "
+           "announced"));
     connect(m_types, QOverload<int>::of(&QComboBox::activated), this, [this](int row) {
         const QList<OutputType> types = catalogueSets().at(row).types;
         m_session.controller().change([&types](ControllerState &state) { state.catalogue = types; });
@@ -154,3 +157,5 @@ void StatePanel::showState()
     m_router->setEnabled(versionAtLeast(state.version, 1, 4));
     m_model->setCurrentIndex(m_model->findData(state.systemModel));
 }
+
+} // namespace simulation

@@ -5,11 +5,14 @@
 class QCheckBox;
 class QComboBox;
 class QFormLayout;
-class Session;
 struct BackendVersions;
 
-/// The simulated Controller's own state: version, lock, router mode, model and output types. It follows what
-/// the module changes.
+namespace simulation {
+
+class Session;
+
+/// Controls the state of the simulated Controller: version, lock, router mode, model and output types. It
+/// also shows changes made by the module.
 class StatePanel : public QGroupBox
 {
     Q_OBJECT
@@ -17,11 +20,11 @@ class StatePanel : public QGroupBox
 public:
     explicit StatePanel(Session &session, QWidget *parent = nullptr);
 
-    /// The version can be chosen while no dialog of the module is open.
+    /// Enables the choice of the version, which must be disabled while the module's dialog is open.
     void setVersionChangeable(bool changeable);
 
 signals:
-    /// The user wants the Controller in this version, which takes a module that is loaded anew.
+    /// The user has chosen \a version; the module must be reloaded.
     void versionWanted(const BackendVersions &version);
 
 private:
@@ -38,3 +41,5 @@ private:
     QComboBox *m_model;
     QComboBox *m_types;
 };
+
+} // namespace simulation

@@ -1,4 +1,4 @@
-#include "modulekeeper.h"
+#include "modulecontroller.h"
 
 #include "hostedmodule.h"
 #include "mainwindow.h"
@@ -10,19 +10,21 @@
 #include <QMessageBox>
 #include <QTimer>
 
-ModuleKeeper::ModuleKeeper(Session &session, HostedModule &module, MainWindow &window)
+namespace simulation {
+
+ModuleController::ModuleController(Session &session, HostedModule &module, MainWindow &window)
     : m_session(session)
     , m_module(module)
     , m_window(window)
 {
     connect(&m_window.controllerWindow(), &ControllerWindow::versionWanted, this,
             [this](const BackendVersions &version) {
-                // Later, when the call from the Controller's window is over.
+                // Reload after this signal of the Controller's window has returned.
                 QTimer::singleShot(0, this, [this, version] { changeVersion(version); });
             });
 }
 
-void ModuleKeeper::begin()
+void ModuleController::begin()
 {
     m_window.setWindowTitle(tr("Frontend with %1").arg(m_module.title()));
     const QList<ModuleAction *> actions = m_module.begin(&m_session.link(), &m_window, m_session.versions());
@@ -33,14 +35,14 @@ void ModuleKeeper::begin()
     }
 }
 
-bool ModuleKeeper::eventFilter(QObject *watched, QEvent *event)
+bool ModuleController::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Show || event->type() == QEvent::Hide)
         m_window.controllerWindow().setVersionChangeable(event->type() == QEvent::Hide);
     return QObject::eventFilter(watched, event);
 }
 
-void ModuleKeeper::changeVersion(const BackendVersions &version)
+void ModuleController::changeVersion(const BackendVersions &version)
 {
     QString problem;
     const QString file = m_module.file();
@@ -51,3 +53,5 @@ void ModuleKeeper::changeVersion(const BackendVersions &version)
     else
         QMessageBox::critical(&m_window, m_window.windowTitle(), problem);
 }
+
+} // namespace simulation
