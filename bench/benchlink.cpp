@@ -1,5 +1,7 @@
 #include "benchlink.h"
 
+#include "simulatedcontroller.h"
+
 #include "clocks.h"
 
 #include <cstdarg>

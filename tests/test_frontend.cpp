@@ -1,4 +1,5 @@
 #include "cataloguesets.h"
+#include "controlleroptions.h"
 #include "requester.h"
 #include "session.h"
 

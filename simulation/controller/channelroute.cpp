@@ -1,7 +1,5 @@
 #include "channelroute.h"
 
-#include "udpsocket.h"
-
 namespace simulation {
 
 ChannelRoutes RouteFinder::routes(const ControllerState &state)
@@ -24,7 +22,8 @@ quint32 RouteFinder::addressOf(const QByteArray &host)
     if (known != m_addresses.constEnd())
         return *known;
     const quint32 address = resolveAddress(host);
-    return *m_addresses.insert(host, staysOnThisComputer(address) ? address : 0);
+    const bool isReachable = m_reach == UdpSocket::Reach::Network || staysOnThisComputer(address);
+    return *m_addresses.insert(host, isReachable ? address : 0);
 }
 
 } // namespace simulation

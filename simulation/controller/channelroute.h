@@ -2,6 +2,7 @@
 
 #include "controllerstate.h"
 #include "framechecker.h"
+#include "udpsocket.h"
 
 #include <QHash>
 
@@ -25,11 +26,18 @@ using ChannelRoutes = std::array<ChannelRoute, outputChannelCount>;
 class RouteFinder
 {
 public:
+    /// With Reach::ThisComputer, destinations elsewhere get the address 0.
+    explicit RouteFinder(UdpSocket::Reach reach = UdpSocket::Reach::ThisComputer)
+        : m_reach(reach)
+    {
+    }
+
     ChannelRoutes routes(const ControllerState &state);
 
 private:
     quint32 addressOf(const QByteArray &host);
 
+    const UdpSocket::Reach m_reach;
     QHash<QByteArray, quint32> m_addresses;
 };
 

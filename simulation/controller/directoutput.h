@@ -13,6 +13,11 @@ namespace simulation {
 class DirectOutput
 {
 public:
+    explicit DirectOutput(UdpSocket::Reach reach = UdpSocket::Reach::ThisComputer)
+        : m_socket(reach)
+    {
+    }
+
     /// Uses \a routes from now on. When it returns, no frame is being sent by the previous routes.
     /// Thread-safe.
     void follow(const ChannelRoutes &routes);

@@ -1,5 +1,7 @@
 #include "simulatedcontroller.h"
 
+#include <QRandomGenerator>
+
 namespace simulation {
 
 namespace {
@@ -40,6 +42,9 @@ int SimulatedController::command(const QByteArray &text)
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
         exchange.result = consumeFault(exchange.kind == Exchange::Kind::Command, text);
+        if (exchange.result == Accepted &&
+            QRandomGenerator::global()->generateDouble() < m_refusalProbability)
+            exchange.result = failed;
         if (exchange.result == Accepted)
             exchange.result = executeCommand(m_state, text);
         keep(exchange);
@@ -98,6 +103,12 @@ void SimulatedController::setFault(int kind, Fault fault)
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
     m_faults[size_t(kind)] = fault;
+}
+
+void SimulatedController::setRefusalProbability(double probability)
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_refusalProbability = probability;
 }
 
 Faults SimulatedController::faults() const

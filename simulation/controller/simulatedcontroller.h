@@ -1,10 +1,11 @@
 #pragma once
 
 #include "commandkinds.h"
+#include "commandservice.h"
 #include "controllerlanguage.h"
+#include "exchange.h"
 
 #include <QHash>
-#include <QMetaType>
 #include <QObject>
 
 #include <array>
@@ -12,21 +13,6 @@
 #include <mutex>
 
 namespace simulation {
-
-/// One query or command with its outcome.
-struct Exchange
-{
-    enum class Kind
-    {
-        Query,
-        Command
-    };
-
-    Kind kind = Kind::Query;
-    QByteArray text;
-    QByteArray answer; ///< queries only
-    int result = 0;    ///< 0 for success
-};
 
 /// A fault of the Controller for all texts of one kind. The last two apply to queries only.
 enum class Fault
@@ -42,7 +28,7 @@ using Faults = std::array<Fault, commandKindCount>;
 
 /// A Controller that answers queries and executes commands in memory. Thread-safe; the signals are emitted on
 /// the thread of the call that caused them, with no lock held.
-class SimulatedController : public QObject
+class SimulatedController : public QObject, public CommandService
 {
     Q_OBJECT
 
@@ -60,11 +46,8 @@ public:
 
     explicit SimulatedController(QObject *parent = nullptr);
 
-    /// Answers \a text. Returns 0 and writes \a answer, or returns a ControllerResult other than 0.
-    int query(const QByteArray &text, QByteArray *answer);
-
-    /// Executes \a text. Returns a ControllerResult.
-    int command(const QByteArray &text);
+    int query(const QByteArray &text, QByteArray *answer) override;
+    int command(const QByteArray &text) override;
 
     ControllerState state() const;
     QList<OutputType> catalogue() const;
@@ -85,6 +68,9 @@ public:
 
     /// Sets the fault of \a kind, a position in commandKinds(). fail() and overrideAnswer() take precedence.
     void setFault(int kind, Fault fault);
+
+    /// Makes commands fail at random with \a probability, 0 to 1.
+    void setRefusalProbability(double probability);
 
     /// Returns the faults by position in commandKinds().
     Faults faults() const;
@@ -125,9 +111,8 @@ private:
     QList<TextFault> m_textFaults;
     QHash<QByteArray, QByteArray> m_overrides;
     Faults m_faults{};
+    double m_refusalProbability = 0.0;
     QList<Exchange> m_record;
 };
 
 } // namespace simulation
-
-Q_DECLARE_METATYPE(simulation::Exchange)

@@ -49,6 +49,11 @@ void Headless::run()
     QTimer progress;
     connect(&progress, &QTimer::timeout, this, &Headless::writeProgress);
     connect(&m_session, &Session::sourceEnded, qApp, &QCoreApplication::quit);
+    connect(&m_session, &Session::connectionChanged, this, [](const QString &problem) {
+        const QString text =
+            problem.isEmpty() ? tr("connected to the Controller") : tr("no connection: %1").arg(problem);
+        std::fprintf(stderr, "frontend: %s\n", qPrintable(text));
+    });
     m_session.start();
     m_sinceProgress.start();
     progress.setTimerType(Qt::PreciseTimer);
@@ -100,7 +105,8 @@ bool Headless::judge() const
                    .arg(m_residentAtStart)
                    .arg(residentKiB())
             << '\n';
-    bool good = reports.size() == m_session.options().channels;
+    const bool isComplete = m_session.isRemote() || reports.size() == m_session.options().channels;
+    bool good = isComplete && m_session.frames() > 0;
     for (const ReceiverReport &report : reports) {
         const ReceiverStatistics &statistics = report.statistics;
         good = good && isGood(report);

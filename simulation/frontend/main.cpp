@@ -3,6 +3,7 @@
 #include "mainwindow.h"
 #include "modulecontroller.h"
 #include "options.h"
+#include "programversion.h"
 #include "session.h"
 #include "signalwatcher.h"
 
@@ -21,7 +22,7 @@ enum ExitStatus : int
 {
     Success = 0,
     Failure = 1,
-    WrongUse = 2
+    WrongUsage = 2
 };
 
 /// Returns the frontend's icon: a tracked body with its markers.
@@ -33,17 +34,9 @@ QIcon windowIcon()
     return icon;
 }
 
-void complain(const QString &line)
+void reportProblem(const QString &line)
 {
     std::fprintf(stderr, "frontend: %s\n", qPrintable(line));
-}
-
-QStringList commandLine(int argc, char **argv)
-{
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i)
-        arguments.append(QString::fromLocal8Bit(argv[i]));
-    return arguments;
 }
 
 /// Selects the offscreen platform if there is no display. Call it before creating the application object.
@@ -52,7 +45,7 @@ void choosePlatform(const Options &options)
     const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY") ||
                             !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
                             !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
-    if (options.headless || options.help || !hasDisplay)
+    if (options.headless || !hasDisplay)
         qputenv("QT_QPA_PLATFORM", "offscreen");
 }
 
@@ -69,7 +62,7 @@ bool endModule(HostedModule &module)
     QString problem;
     const bool ended = module.end(&problem);
     if (!ended)
-        complain(problem);
+        reportProblem(problem);
     return ended;
 }
 
@@ -104,16 +97,17 @@ int run(const Options &options)
     Session session(options);
     HostedModule module;
     QString problem;
-    if (!module.load(pluginFile(options), &problem) || !session.openSource(&problem)) {
-        complain(problem);
-        return WrongUse;
+    if (!module.load(pluginFile(options), &problem) || !session.openSource(&problem) ||
+        !session.connectController(&problem)) {
+        reportProblem(problem);
+        return WrongUsage;
     }
     QStringList remarks;
     const bool isSetUp = session.setUp(&remarks, &problem);
     for (const QString &remark : qAsConst(remarks))
-        complain(remark);
+        reportProblem(remark);
     if (!isSetUp) {
-        complain(problem);
+        reportProblem(problem);
         return Failure;
     }
     return options.headless ? runHeadless(session, module) : runWindow(session, module);
@@ -130,8 +124,13 @@ int main(int argc, char **argv)
     Options options;
     QString problem;
     if (!parseOptions(commandLine(argc, argv), &options, &problem)) {
-        complain(problem);
-        return WrongUse;
+        reportProblem(problem);
+        return WrongUsage;
+    }
+    if (options.help || options.version) {
+        const QString text = options.help ? helpText() : "frontend " + programVersion() + '\n';
+        std::fputs(qPrintable(text), stdout);
+        return Success;
     }
     choosePlatform(options);
     // Qt has options with the same names: it gets only the program's name.
@@ -141,10 +140,6 @@ int main(int argc, char **argv)
     QApplication application(nameAlone, argv);
     QApplication::setApplicationName(QLatin1String("frontend"));
     QApplication::setWindowIcon(windowIcon());
-    if (options.help) {
-        std::fputs(qPrintable(helpText()), stdout);
-        return Success;
-    }
     SignalWatcher watcher;
     QObject::connect(&watcher, &SignalWatcher::interrupted, &application, &QCoreApplication::quit);
     return run(options);

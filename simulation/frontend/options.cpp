@@ -1,10 +1,10 @@
 #include "options.h"
 
+#include "controlleroptions.h"
 #include "controllerstate.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QRegularExpression>
 
 namespace simulation {
 
@@ -21,69 +21,23 @@ QString text(const char *source)
 void addOptions(QCommandLineParser &parser)
 {
     parser.addOption({{"h", "help"}, QString()});
-    for (const char *name : {"headless", "dark", "locked", "router"})
+    for (const char *name : {"version", "headless", "dark", "locked", "router"})
         parser.addOption(QCommandLineOption(QLatin1String(name)));
-    for (const char *name : {"seconds", "rate", "channels", "controller-version", "replay", "plugin"})
+    for (const char *name : {"seconds", "rate", "channels", "controller-version", "answer-delay",
+                             "controller", "replay", "plugin"})
         parser.addOption({QLatin1String(name), QString(), QLatin1String("value")});
 }
 
-class Reader
+/// Returns an option that is set but belongs to the embedded Controller, or an empty text.
+QString embeddedOption(const QCommandLineParser &parser)
 {
-public:
-    Reader(const QCommandLineParser &parser, QString *problem)
-        : m_parser(parser)
-        , m_problem(problem)
-    {
+    for (const char *name :
+         {"locked", "router", "controller-version", "channels", "rate", "replay", "answer-delay"}) {
+        if (parser.isSet(QLatin1String(name)))
+            return QLatin1String(name);
     }
-
-    bool number(const QString &name, int least, int most, int *value)
-    {
-        if (!m_parser.isSet(name))
-            return true;
-        bool isNumber = false;
-        const int given = m_parser.value(name).toInt(&isNumber);
-        if (!isNumber || given < least || given > most) {
-            *m_problem = text("--%1 takes a number from %2 to %3, not '%4'")
-                             .arg(name)
-                             .arg(least)
-                             .arg(most)
-                             .arg(m_parser.value(name));
-            return false;
-        }
-        *value = given;
-        return true;
-    }
-
-    bool version(const QString &name, BackendVersions *value)
-    {
-        if (!m_parser.isSet(name))
-            return true;
-        static const QRegularExpression form(
-            QLatin1String("^([0-9]{1,6})\\.([0-9]{1,6})(?:\\.(-?[0-9]{1,6}))?$"));
-        const QRegularExpressionMatch match = form.match(m_parser.value(name));
-        if (!match.hasMatch()) {
-            *m_problem =
-                text("--%1 takes a version such as 1.9 or 1.9.0, not '%2'").arg(name, m_parser.value(name));
-            return false;
-        }
-        *value = {{0, 0, 0}, match.captured(1).toInt(), match.captured(2).toInt(), match.captured(3).toInt()};
-        return true;
-    }
-
-    bool file(const QString &name, QString *value)
-    {
-        if (!m_parser.isSet(name))
-            return true;
-        *value = m_parser.value(name);
-        if (value->isEmpty())
-            *m_problem = text("--%1 needs the name of a file").arg(name);
-        return !value->isEmpty();
-    }
-
-private:
-    const QCommandLineParser &m_parser;
-    QString *m_problem;
-};
+    return {};
+}
 
 } // namespace
 
@@ -100,17 +54,27 @@ bool parseOptions(const QStringList &arguments, Options *options, QString *probl
         return false;
     }
     options->help = parser.isSet("help");
+    options->version = parser.isSet("version");
     options->headless = parser.isSet("headless");
     options->dark = parser.isSet("dark");
     options->locked = parser.isSet("locked");
     options->router = parser.isSet("router");
     options->seconds = options->headless ? defaultHeadlessSeconds : 0;
-    Reader reader(parser, problem);
-    return reader.number("seconds", 0, maximumSeconds, &options->seconds) &&
-           reader.number("rate", 1, maximumRate, &options->rate) &&
-           reader.number("channels", 1, outputChannelCount, &options->channels) &&
-           reader.version("controller-version", &options->version) &&
-           reader.file("replay", &options->replay) && reader.file("plugin", &options->plugin);
+    OptionReader reader(parser, problem);
+    const bool isValid = reader.number("seconds", 0, maximumSeconds, &options->seconds) &&
+                         reader.number("rate", 1, maximumRate, &options->rate) &&
+                         reader.number("channels", 1, outputChannelCount, &options->channels) &&
+                         reader.version("controller-version", &options->controllerVersion) &&
+                         reader.number("answer-delay", 0, maximumAnswerDelayMs, &options->answerDelayMs) &&
+                         reader.endpoint("controller", &options->controller) &&
+                         reader.text("replay", text("the name of a file"), &options->replay) &&
+                         reader.text("plugin", text("the name of a file"), &options->plugin);
+    if (isValid && options->controller.isSet() && !embeddedOption(parser).isEmpty()) {
+        *problem = text("--%1 belongs to the embedded Controller; give it to the program controller")
+                       .arg(embeddedOption(parser));
+        return false;
+    }
+    return isValid;
 }
 
 } // namespace simulation

@@ -14,17 +14,24 @@ namespace simulation {
 Session::Session(const Options &options, QObject *parent)
     : QObject(parent)
     , m_options(options)
-    , m_versions(options.version)
+    , m_versions(options.controllerVersion)
     , m_rate(options.rate)
-    , m_link(m_controller)
+    , m_commands(options.controller.isSet()
+                     ? std::make_unique<CommandClient>(options.controller.host, options.controller.port)
+                     : nullptr)
+    , m_link(m_commands ? static_cast<CommandService &>(*m_commands) : m_delayed)
     , m_receivers(m_ledger)
 {
     m_controller.change([this](ControllerState &state) {
-        state.version = m_options.version;
+        state.version = m_options.controllerVersion;
         state.locked = m_options.locked;
-        state.viaRouter = m_options.router && versionAtLeast(m_options.version, 1, 4);
+        state.viaRouter = m_options.router && versionAtLeast(m_options.controllerVersion, 1, 4);
     });
+    m_delayed.setDelay(m_options.answerDelayMs);
     connect(&m_controller, &SimulatedController::stateChanged, this, &Session::followState);
+    connect(&m_controller, &SimulatedController::exchanged, this, &Session::exchanged, Qt::DirectConnection);
+    if (isRemote())
+        useRemote();
     // A router that starts or stops begins a new sequence of frames.
     connect(&m_link, &ControllerLink::requestsChanged, this, [this] { m_receivers.join(); });
 }
@@ -46,9 +53,43 @@ bool Session::openSource(QString *problem)
     return m_recording->open(m_options.replay, types, problem);
 }
 
+bool Session::connectController(QString *problem)
+{
+    if (!isRemote() || m_commands->waitForConnected(CommandClient::AnswerTimeoutMs)) {
+        if (isRemote())
+            m_versions = m_commands->greeting().version;
+        return true;
+    }
+    *problem = tr("cannot reach the Controller at %1:%2: %3")
+                   .arg(m_options.controller.host)
+                   .arg(m_options.controller.port)
+                   .arg(m_commands->problem());
+    return false;
+}
+
+void Session::useRemote()
+{
+    m_data = std::make_unique<DataClient>(*this);
+    connect(m_commands.get(), &CommandClient::exchanged, this, &Session::exchanged, Qt::DirectConnection);
+    connect(m_commands.get(), &CommandClient::disconnected, this, &Session::connectionChanged);
+    connect(m_commands.get(), &CommandClient::connected, this, [this](const Greeting &greeting) {
+        m_data->connectTo(m_options.controller.host, greeting.dataPort);
+        emit connectionChanged(QString());
+        const BackendVersions &version = greeting.version;
+        if (version.major != m_versions.major || version.minor != m_versions.minor ||
+            version.third != m_versions.third)
+            emit versionChanged(version);
+    });
+    connect(m_data.get(), &DataClient::stateReceived, this, &Session::followRemoteState);
+    connect(m_data.get(), &DataClient::wasReset, this, [this] { m_receivers.join(); });
+    connect(m_data.get(), &DataClient::finished, this, &Session::sourceEnded);
+}
+
 bool Session::setUp(QStringList *remarks, QString *problem)
 {
-    if (m_options.router && !versionAtLeast(m_options.version, 1, 4))
+    if (isRemote())
+        return true;
+    if (m_options.router && !versionAtLeast(m_options.controllerVersion, 1, 4))
         remarks->append(tr("a Controller older than 1.4 has no router mode"));
     for (int index = 0; index < m_options.channels; ++index) {
         if (!setUpChannel(index, remarks, problem))
@@ -143,6 +184,8 @@ bool Session::setUpChannel(int index, QStringList *remarks, QString *problem)
 
 void Session::start()
 {
+    if (isRemote())
+        return;
     std::unique_ptr<FrameSource> source;
     if (m_recording) {
         m_skippedLines = m_recording->skippedLines();
@@ -150,7 +193,7 @@ void Session::start()
     } else {
         source = std::make_unique<SyntheticFrames>([this] { return m_controller.availableTypes(); });
     }
-    m_dataThread = std::make_unique<DataThread>(std::move(source), m_rate, m_ledger, m_output, m_link);
+    m_dataThread = std::make_unique<DataThread>(std::move(source), m_rate, *this);
     connect(m_dataThread.get(), &DataThread::finished, this, &Session::sourceEnded);
     // A reset drops the partial frame of each router.
     connect(m_dataThread.get(), &DataThread::wasReset, this, [this] { m_receivers.join(); });
@@ -161,6 +204,8 @@ void Session::start()
 void Session::stop()
 {
     constexpr int limitMs = 2000;
+    if (m_data)
+        m_data->stop();
     if (!m_dataThread)
         return;
     m_dataThread->stop();
@@ -174,9 +219,42 @@ void Session::stop()
 void Session::followState()
 {
     const ChannelRoutes routes = m_routeFinder.routes(m_controller.state());
+    // A remote Controller sends its own data.
+    if (isRemote()) {
+        m_receivers.follow(routes);
+        return;
+    }
     // Switch the sender first: what it has already sent is then judged by the old routes.
     m_output.follow(routes);
     m_receivers.follow(routes);
+}
+
+void Session::followRemoteState(const ControllerState &state)
+{
+    m_controller.change([&state](ControllerState &copy) {
+        copy.version = state.version;
+        copy.locked = state.locked;
+        copy.viaRouter = state.viaRouter;
+        copy.channels = state.channels;
+    });
+}
+
+void Session::takeFrame(const Frame &frame)
+{
+    m_ledger.note(frameNumber(frame));
+    m_output.send(frame);
+    for (const DataLine &line : frame)
+        m_link.deliver(line.type, line.text);
+}
+
+void Session::takeReset()
+{
+    m_link.deliverReset();
+}
+
+void Session::takeIdle()
+{
+    m_link.deliverIdle();
 }
 
 } // namespace simulation

@@ -1,9 +1,13 @@
 #pragma once
 
 #include "channelroute.h"
+#include "commandclient.h"
 #include "controllerlink.h"
+#include "dataclient.h"
+#include "delayedcommands.h"
 #include "directoutput.h"
 #include "frameledger.h"
+#include "framesink.h"
 #include "options.h"
 #include "receiverpool.h"
 #include "simulatedcontroller.h"
@@ -17,8 +21,9 @@ namespace simulation {
 class DataThread;
 class ReplayedFrames;
 
-/// A tracking system on this computer: Controller, link, data and receivers. GUI thread only.
-class Session : public QObject
+/// A host with its Controller, embedded or remote, its data and the receivers on this computer. GUI thread
+/// only, except for the functions of FrameSink.
+class Session : public QObject, public FrameSink
 {
     Q_OBJECT
 
@@ -30,8 +35,12 @@ public:
     /// line on failure.
     bool openSource(QString *problem);
 
-    /// Sets up the Controller's channels and a receiver for each. Appends warnings for the user to \a
-    /// remarks. Returns false and sets \a problem to a message of one line if a receiver cannot listen.
+    /// Waits for the remote Controller, if the options name one. Returns false and sets \a problem to a
+    /// message of one line if it cannot be reached.
+    bool connectController(QString *problem);
+
+    /// Sets up the channels of an embedded Controller and a receiver for each. Appends warnings for the user
+    /// to \a remarks. Returns false and sets \a problem to a message of one line if a receiver cannot listen.
     bool setUp(QStringList *remarks, QString *problem);
 
     /// Starts the data. The receivers expect every frame from the first one on.
@@ -40,7 +49,16 @@ public:
     /// Stops the data, then waits a limited time for datagrams that are still in transit.
     void stop();
 
+    /// The embedded Controller. With a remote one, a copy of the state that it has sent last.
     SimulatedController &controller() { return m_controller; }
+
+    /// Whether the Controller is a remote one.
+    bool isRemote() const { return m_commands != nullptr; }
+
+    /// The delay of the embedded Controller's answers.
+    void setAnswerDelay(int milliseconds) { m_delayed.setDelay(milliseconds); }
+    int answerDelay() const { return m_delayed.delay(); }
+
     ControllerLink &link() { return m_link; }
     ReceiverPool &receivers() { return m_receivers; }
     const Options &options() const { return m_options; }
@@ -77,11 +95,24 @@ public:
     /// Returns the number of skipped lines of the recording.
     int skippedLines() const { return m_skippedLines; }
 
+    // FrameSink; called on the data thread.
+    void takeFrame(const Frame &frame) override;
+    void takeReset() override;
+    void takeIdle() override;
+
 signals:
+    /// A query or a command was answered. May be emitted on any thread.
+    void exchanged(const Exchange &exchange);
+    /// The remote Controller was connected (\a problem is empty) or lost.
+    void connectionChanged(const QString &problem);
+    /// The remote Controller has connected again in another version than the module was started with.
+    void versionChanged(const BackendVersions &version);
     /// The recording has ended.
     void sourceEnded();
 
 private:
+    void useRemote();
+    void followRemoteState(const ControllerState &state);
     bool setUpChannel(int index, QStringList *remarks, QString *problem);
     void followState();
 
@@ -90,6 +121,8 @@ private:
     int m_rate;
     bool m_paused = false;
     SimulatedController m_controller;
+    DelayedCommands m_delayed{m_controller};
+    std::unique_ptr<CommandClient> m_commands; ///< null with an embedded Controller, as is m_data
     ControllerLink m_link;
     FrameLedger m_ledger;
     DirectOutput m_output;
@@ -98,6 +131,7 @@ private:
     std::unique_ptr<ReplayedFrames> m_recording;
     int m_skippedLines = 0;
     std::unique_ptr<DataThread> m_dataThread;
+    std::unique_ptr<DataClient> m_data;
 };
 
 } // namespace simulation

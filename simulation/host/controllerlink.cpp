@@ -1,8 +1,8 @@
 #include "controllerlink.h"
 
+#include "commandservice.h"
 #include "messagereceiver.h"
 #include "requester.h"
-#include "simulatedcontroller.h"
 
 #include <algorithm>
 #include <cstdarg>
@@ -30,9 +30,9 @@ QByteArray formatted(const char *format, va_list arguments)
 
 } // namespace
 
-ControllerLink::ControllerLink(SimulatedController &controller, QObject *parent)
+ControllerLink::ControllerLink(CommandService &service, QObject *parent)
     : QObject(parent)
-    , m_controller(controller)
+    , m_service(service)
 {
     qRegisterMetaType<LogLine>();
 }
@@ -45,7 +45,7 @@ int ControllerLink::getValue(char *answer, const char *format, ...)
     va_end(arguments);
 
     QByteArray reply;
-    const int result = m_controller.query(text, &reply);
+    const int result = m_service.query(text, &reply);
     if (!reply.isNull()) {
         // Latin-1: truncation cannot split a character.
         reply.truncate(AnswerSize - 1);
@@ -62,7 +62,7 @@ int ControllerLink::getIntValue(int *answer, const char *format, ...)
     va_end(arguments);
 
     QByteArray reply;
-    if (const int result = m_controller.query(text, &reply))
+    if (const int result = m_service.query(text, &reply))
         return result;
     bool isNumber = false;
     const int number = reply.toInt(&isNumber);
@@ -78,7 +78,7 @@ int ControllerLink::setValue(const char *format, ...)
     va_start(arguments, format);
     const QByteArray text = formatted(format, arguments);
     va_end(arguments);
-    return m_controller.command(text);
+    return m_service.command(text);
 }
 
 int ControllerLink::requestOutputType(const char *type, Requester *requester)

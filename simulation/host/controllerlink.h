@@ -12,7 +12,7 @@
 
 namespace simulation {
 
-class SimulatedController;
+class CommandService;
 
 /// One line of the host's log.
 struct LogLine
@@ -36,7 +36,7 @@ public:
     /// Size of an answer buffer, including the terminating zero.
     static constexpr int AnswerSize = 208;
 
-    explicit ControllerLink(SimulatedController &controller, QObject *parent = nullptr);
+    explicit ControllerLink(CommandService &service, QObject *parent = nullptr);
 
     int getValue(char *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
     int getIntValue(int *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
@@ -97,7 +97,7 @@ private:
     template <typename Wanted, typename Call>
     void callRequesters(Wanted wanted, Call call);
 
-    SimulatedController &m_controller;
+    CommandService &m_service;
     mutable std::mutex m_mutex;
     std::condition_variable m_callEnded;
     QList<Subscriber> m_subscribers;

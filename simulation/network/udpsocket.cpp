@@ -44,13 +44,15 @@ bool isLoopback(quint32 address)
 
 } // namespace
 
-UdpSocket::UdpSocket()
+UdpSocket::UdpSocket(Reach reach)
     : m_descriptor(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
 {
     if (m_descriptor < 0) {
         m_error = errno;
         return;
     }
+    if (reach == Reach::Network)
+        return;
     in_addr loopback{};
     loopback.s_addr = htonl(loopbackAddress);
     if (setsockopt(m_descriptor, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback) != 0)

@@ -4,12 +4,18 @@
 
 namespace simulation {
 
-/// An IPv4 UDP socket that sends and receives multicast on the loopback interface only. Addresses and ports
-/// are in host byte order. Not thread-safe.
+/// An IPv4 UDP socket. Addresses and ports are in host byte order. Not thread-safe.
 class UdpSocket
 {
 public:
-    UdpSocket();
+    /// Where datagrams may go.
+    enum class Reach
+    {
+        ThisComputer, ///< multicast leaves through the loopback interface
+        Network       ///< multicast leaves by the routing table
+    };
+
+    explicit UdpSocket(Reach reach = Reach::ThisComputer);
     ~UdpSocket();
     UdpSocket(const UdpSocket &) = delete;
     UdpSocket &operator=(const UdpSocket &) = delete;
@@ -22,7 +28,7 @@ public:
     /// Returns the port that listen() has bound.
     quint16 port() const;
 
-    /// Sends one datagram; multicast leaves through the loopback interface only. Returns false on failure.
+    /// Sends one datagram. Returns false on failure.
     bool send(const QByteArray &datagram, quint32 address, quint16 port);
 
     /// Moves the next pending datagram to \a datagram. Returns false if there is none; never blocks.

@@ -1,5 +1,6 @@
 #include "datapanel.h"
 
+#include "controlleroptions.h"
 #include "session.h"
 
 #include <QFormLayout>
@@ -40,6 +41,7 @@ DataPanel::DataPanel(Session &session, QWidget *parent)
     connect(m_rate, QOverload<int>::of(&QSpinBox::valueChanged), &m_session, &Session::setRate);
     form->addRow(tr("&Frames:"), makeFlow());
     form->addRow(tr("Cha&nnels:"), makeChannels());
+    form->addRow(tr("Answer d&elay:"), makeDelay());
     m_problem->setWordWrap(true);
     m_problem->hide();
     form->addRow(m_problem);
@@ -76,6 +78,20 @@ QWidget *DataPanel::makeChannels()
     QWidget *row = inOneRow({m_channels, setUp, collide});
     row->setFocusProxy(m_channels);
     return row;
+}
+
+QWidget *DataPanel::makeDelay()
+{
+    auto *delay = new QSpinBox;
+    delay->setRange(0, maximumAnswerDelayMs);
+    delay->setSingleStep(10);
+    delay->setSuffix(tr(" ms"));
+    delay->setValue(m_session.answerDelay());
+    delay->setKeyboardTracking(false);
+    delay->setToolTip(
+        tr("Delays each answer of the Controller; opening the dialog takes 120 to 220 of them"));
+    connect(delay, QOverload<int>::of(&QSpinBox::valueChanged), &m_session, &Session::setAnswerDelay);
+    return delay;
 }
 
 void DataPanel::setUpChannels()

@@ -20,6 +20,7 @@ public:
 private:
     QWidget *makeFlow();
     QWidget *makeChannels();
+    QWidget *makeDelay();
     void setUpChannels();
     void collide();
     void showProblem(const QString &problem);

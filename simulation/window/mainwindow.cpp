@@ -33,6 +33,8 @@ MainWindow::MainWindow(Session &session, bool dark, QWidget *parent)
     makeViews();
     makeStatusBar();
     followConversation();
+    if (m_session.isRemote())
+        followConnection();
     connect(&m_session.controller(), &SimulatedController::stateChanged, this, &MainWindow::showState);
     connect(&m_session, &Session::sourceEnded, this, [this] { m_sourceEnded = true; });
     showState();
@@ -73,7 +75,7 @@ void MainWindow::showOnScreen()
                               : screen.right() + 1 - controllerWidth - frame.width(),
                       screen.top());
     // Show the host's window last, so that it is active.
-    m_controller.setVisible(bothFit);
+    m_controller.setVisible(bothFit && !m_session.isRemote());
     show();
     activateWindow();
 }
@@ -100,6 +102,7 @@ void MainWindow::makeMenus(bool dark)
     QAction *controller = view->addAction(tr("Simulated &Controller"));
     controller->setShortcut(Qt::Key_F8);
     controller->setCheckable(true);
+    controller->setEnabled(!m_session.isRemote());
     connect(controller, &QAction::toggled, &m_controller, &QWidget::setVisible);
     connect(&m_controller, &ControllerWindow::visibilityChanged, controller, &QAction::setChecked);
     QAction *darkPalette = view->addAction(tr("&Dark palette"));
@@ -140,16 +143,40 @@ void MainWindow::makeStatusBar()
 void MainWindow::followConversation()
 {
     ConversationModel *model = &m_conversation->model();
-    connect(&m_session.controller(), &SimulatedController::exchanged, model, &ConversationModel::addExchange);
+    connect(&m_session, &Session::exchanged, model, &ConversationModel::addExchange);
     connect(&m_session.link(), &ControllerLink::logged, model, &ConversationModel::addLogLine);
+}
+
+/// Shows the state of the connection with a remote Controller.
+void MainWindow::followConnection()
+{
+    const Endpoint &endpoint = m_session.options().controller;
+    const QString address = endpoint.host + ':' + QString::number(endpoint.port);
+    m_connection = new QLabel(tr("Connected to %1").arg(address));
+    statusBar()->insertWidget(0, m_connection);
+    connect(&m_session, &Session::connectionChanged, this, [this, address](const QString &problem) {
+        const bool isConnected = problem.isEmpty();
+        m_connection->setText(isConnected
+                                  ? tr("Connected to %1").arg(address)
+                                  : tr("No connection to %1: %2. Connecting again...").arg(address, problem));
+        QPalette colors = palette();
+        if (!isConnected)
+            colors.setColor(QPalette::WindowText, failureColor(colors));
+        m_connection->setPalette(colors);
+        if (isConnected)
+            m_sourceEnded = false;
+    });
 }
 
 void MainWindow::refresh()
 {
     m_receivers->update(m_session.receivers().reports());
+    const auto flowText = [this] {
+        return m_session.isRemote() ? tr("from the Controller") : tr("%1 per second").arg(m_session.rate());
+    };
     const QString flow = m_sourceEnded          ? tr("the recording has ended")
                          : m_session.isPaused() ? tr("paused")
-                                                : tr("%1 per second").arg(m_session.rate());
+                                                : flowText();
     m_frames->setText(tr("Frame %1, %2").arg(m_session.frames()).arg(flow));
 }
 

@@ -36,6 +36,7 @@ private:
     void makeViews();
     void makeStatusBar();
     void followConversation();
+    void followConnection();
     void refresh();
     void showState();
     QMenu *menu(const QString &title);
@@ -44,6 +45,7 @@ private:
     ControllerWindow m_controller;
     ReceiversPanel *m_receivers = nullptr;
     ConversationView *m_conversation = nullptr;
+    QLabel *m_connection = nullptr; ///< null with an embedded Controller
     QLabel *m_version = nullptr;
     QLabel *m_router = nullptr;
     QLabel *m_lock = nullptr;

@@ -18,10 +18,8 @@ ModuleController::ModuleController(Session &session, HostedModule &module, MainW
     , m_window(window)
 {
     connect(&m_window.controllerWindow(), &ControllerWindow::versionWanted, this,
-            [this](const BackendVersions &version) {
-                // Reload after this signal of the Controller's window has returned.
-                QTimer::singleShot(0, this, [this, version] { changeVersion(version); });
-            });
+            &ModuleController::requestVersion);
+    connect(&m_session, &Session::versionChanged, this, &ModuleController::requestVersion);
 }
 
 void ModuleController::begin()
@@ -39,7 +37,20 @@ bool ModuleController::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Show || event->type() == QEvent::Hide)
         m_window.controllerWindow().setVersionChangeable(event->type() == QEvent::Hide);
+    if (event->type() == QEvent::Hide && m_pendingVersion)
+        requestVersion(*m_pendingVersion);
     return QObject::eventFilter(watched, event);
+}
+
+/// Reloads the module after the current signal or event has returned, but never while its dialog is open.
+void ModuleController::requestVersion(const BackendVersions &version)
+{
+    m_pendingVersion = version;
+    QTimer::singleShot(0, this, [this] {
+        if (!m_pendingVersion || (m_dialog && m_dialog->isVisible()))
+            return;
+        changeVersion(*std::exchange(m_pendingVersion, std::nullopt));
+    });
 }
 
 void ModuleController::changeVersion(const BackendVersions &version)

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "backendversions.h"
+
 #include <QObject>
 #include <QPointer>
 
+#include <optional>
+
 class QDialog;
-struct BackendVersions;
 
 namespace simulation {
 
@@ -29,12 +32,14 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void requestVersion(const BackendVersions &version);
     void changeVersion(const BackendVersions &version);
 
     Session &m_session;
     HostedModule &m_module;
     MainWindow &m_window;
     QPointer<QDialog> m_dialog;
+    std::optional<BackendVersions> m_pendingVersion; ///< applied when the dialog closes
 };
 
 } // namespace simulation

@@ -12,21 +12,18 @@
 
 namespace simulation {
 
-class ControllerLink;
-class DirectOutput;
-class FrameLedger;
+class FrameSink;
 class FrameSource;
 
-/// Emits the frames of a source at a constant rate on its own thread. Thread-safe, but its functions must not
-/// be called on that thread.
+/// Passes the frames of a source to a sink at a constant rate, on its own thread. Thread-safe, but its
+/// functions must not be called on that thread.
 class DataThread : public QObject
 {
     Q_OBJECT
 
 public:
     /// \a rate is in frames per second, at least 1.
-    DataThread(std::unique_ptr<FrameSource> source, int rate, FrameLedger &ledger, DirectOutput &output,
-               ControllerLink &link);
+    DataThread(std::unique_ptr<FrameSource> source, int rate, FrameSink &sink);
     ~DataThread() override;
 
     /// Starts the thread, which begins with a reset. Call it once.
@@ -47,7 +44,7 @@ public:
 signals:
     /// The source has ended, or stop() was called. Emitted on the data thread.
     void finished();
-    /// The requesters were notified of a reset. Emitted on the data thread.
+    /// The sink has handled a reset requested by reset(). Emitted on the data thread.
     void wasReset();
 
 private:
@@ -56,12 +53,9 @@ private:
     void run();
     bool waitForTurn();
     bool takeReset();
-    void emitFrame(const Frame &frame);
 
     const std::unique_ptr<FrameSource> m_source;
-    FrameLedger &m_ledger;
-    DirectOutput &m_output;
-    ControllerLink &m_link;
+    FrameSink &m_sink;
     std::thread m_thread;
 
     std::mutex m_mutex; ///< guards all members below

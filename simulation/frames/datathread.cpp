@@ -1,8 +1,6 @@
 #include "datathread.h"
 
-#include "controllerlink.h"
-#include "directoutput.h"
-#include "frameledger.h"
+#include "framesink.h"
 #include "framesource.h"
 
 namespace simulation {
@@ -16,12 +14,9 @@ std::chrono::nanoseconds periodOf(int rate)
 
 } // namespace
 
-DataThread::DataThread(std::unique_ptr<FrameSource> source, int rate, FrameLedger &ledger,
-                       DirectOutput &output, ControllerLink &link)
+DataThread::DataThread(std::unique_ptr<FrameSource> source, int rate, FrameSink &sink)
     : m_source(std::move(source))
-    , m_ledger(ledger)
-    , m_output(output)
-    , m_link(link)
+    , m_sink(sink)
     , m_period(periodOf(rate))
 {
 }
@@ -78,27 +73,19 @@ void DataThread::reset()
 void DataThread::run()
 {
     Frame frame;
-    m_link.deliverReset();
+    m_sink.takeReset();
     while (waitForTurn()) {
         if (takeReset()) {
-            m_link.deliverReset();
+            m_sink.takeReset();
             emit wasReset();
         } else if (m_source->next(&frame)) {
-            emitFrame(frame);
+            m_sink.takeFrame(frame);
         } else {
             break;
         }
     }
-    m_link.deliverIdle();
+    m_sink.takeIdle();
     emit finished();
-}
-
-void DataThread::emitFrame(const Frame &frame)
-{
-    m_ledger.note(frameNumber(frame));
-    m_output.send(frame);
-    for (const DataLine &line : frame)
-        m_link.deliver(line.type, line.text);
 }
 
 /// Waits until the next frame is due or a reset is requested. Returns false if the thread must stop.
