@@ -10,7 +10,7 @@ namespace simulation {
 namespace {
 
 /// A client that has left so many bytes of answers unread is disconnected.
-constexpr qint64 unreadLimit = 64 * 1024;
+constexpr int unreadLimit = 64 * 1024;
 
 constexpr int closingTimeoutMs = 2000;
 
@@ -25,6 +25,8 @@ CommandConnection::CommandConnection(QTcpSocket *socket, Handler handler, int an
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     // Bounds the memory of a client that sends without waiting; TCP then holds the client back.
     m_socket->setReadBufferSize(protocol::maximumLine);
+    // A fixed size: the system would otherwise buffer megabytes of unread answers.
+    m_socket->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, unreadLimit);
     m_delay.setSingleShot(true);
     m_delay.setTimerType(Qt::PreciseTimer);
     m_delay.setInterval(answerDelayMs);

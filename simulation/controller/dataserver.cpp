@@ -25,6 +25,13 @@ DataServer::DataServer(QObject *parent)
     m_aliveTimer.start(protocol::aliveIntervalMs);
 }
 
+DataServer::~DataServer()
+{
+    // m_server deletes the sockets, which then report that they are disconnected.
+    for (QTcpSocket *client : qAsConst(m_clients))
+        client->disconnect(this);
+}
+
 bool DataServer::listen(const QHostAddress &address, quint16 port, QString *problem)
 {
     if (m_server.listen(address, port))

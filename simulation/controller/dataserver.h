@@ -24,6 +24,7 @@ public:
     static constexpr int ConnectionLimit = 64;
 
     explicit DataServer(QObject *parent = nullptr);
+    ~DataServer() override;
 
     /// As in CommandServer.
     bool listen(const QHostAddress &address, quint16 port, QString *problem);

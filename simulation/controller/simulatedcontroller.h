@@ -89,7 +89,7 @@ public:
     static constexpr int RecordLimit = 20000;
 
 signals:
-    void exchanged(const Exchange &exchange);
+    void exchanged(const simulation::Exchange &exchange);
     /// A command was executed, or change() was called.
     void stateChanged();
 

@@ -102,7 +102,7 @@ public:
 
 signals:
     /// A query or a command was answered. May be emitted on any thread.
-    void exchanged(const Exchange &exchange);
+    void exchanged(const simulation::Exchange &exchange);
     /// The remote Controller was connected (\a problem is empty) or lost.
     void connectionChanged(const QString &problem);
     /// The remote Controller has connected again in another version than the module was started with.

@@ -45,10 +45,10 @@ public:
     int command(const QByteArray &text) override;
 
 signals:
-    void connected(const Greeting &greeting);
+    void connected(const simulation::Greeting &greeting);
     void disconnected(const QString &reason);
     /// Emitted on the thread of the request.
-    void exchanged(const Exchange &exchange);
+    void exchanged(const simulation::Exchange &exchange);
 
 private:
     int request(const QByteArray &line, QByteArray *answer);

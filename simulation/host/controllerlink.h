@@ -72,7 +72,7 @@ public:
     static constexpr int LogLimit = 10000;
 
 signals:
-    void logged(const LogLine &line);
+    void logged(const simulation::LogLine &line);
     /// The set of requested types has changed.
     void requestsChanged();
 

@@ -27,7 +27,7 @@ public:
 
 signals:
     /// The Controller's state; only the parts of parseState() are set.
-    void stateReceived(const ControllerState &state);
+    void stateReceived(const simulation::ControllerState &state);
     /// The sink has handled a reset.
     void wasReset();
     /// The data have ended.
