@@ -1,10 +1,15 @@
 #include "benchlink.h"
 
+#include "simulatedcontroller.h"
+
 #include "clocks.h"
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+
+using simulation::ControllerLink;
+using simulation::SimulatedController;
 
 namespace {
 

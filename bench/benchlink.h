@@ -7,16 +7,18 @@
 #include <QList>
 
 class Requester;
+namespace simulation {
 class SimulatedController;
+}
 
 /// The host's services as the benchmarks need them: the Controller's answers come at once, from a table that
 /// the first asking fills, and each is noted with its moment. It also tells who wants data. GUI thread.
-class BenchLink : public ControllerLink
+class BenchLink : public simulation::ControllerLink
 {
     Q_OBJECT
 
 public:
-    explicit BenchLink(SimulatedController &controller);
+    explicit BenchLink(simulation::SimulatedController &controller);
 
     int getValue(char *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
     int getIntValue(int *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);

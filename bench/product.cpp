@@ -11,6 +11,8 @@
 
 #include <cstdlib>
 
+using namespace simulation;
+
 namespace {
 
 /// A type that is in the catalogue but in no frame.

@@ -50,11 +50,11 @@ private:
     void prepareController(const Receivers &receivers);
 
     Setup m_setup;
-    SimulatedController m_controller;
+    simulation::SimulatedController m_controller;
     BenchLink m_link{m_controller};
     BackendVersions m_versions{};
     QWidget m_window;
-    HostedModule m_module;
+    simulation::HostedModule m_module;
     QDialog *m_dialog = nullptr;
     Frame m_frame;
 };

@@ -1,6 +1,6 @@
 # Where the installed files go, relative to the prefix.
 if(EXISTS /etc/debian_version AND CMAKE_LIBRARY_ARCHITECTURE)
-    # GNUInstallDirs chooses this folder for the prefix /usr alone, but the prefix is often given to cmake --install only.
+    # GNUInstallDirs chooses this folder only for the prefix /usr, but the prefix is often given to cmake --install only.
     set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE PATH "Folder of the libraries")
 endif()
 include(GNUInstallDirs)

@@ -1,4 +1,5 @@
 #include "cataloguesets.h"
+#include "controlleroptions.h"
 #include "requester.h"
 #include "session.h"
 
@@ -7,11 +8,13 @@
 
 #include <csignal>
 
+using namespace simulation;
+
 namespace {
 
 constexpr int waitMs = 30000;
 
-/// The stand-in as a process. "MODULE" among the arguments becomes the file of the module.
+/// The frontend as a process. "MODULE" in the arguments stands for the plug-in file.
 class Frontend : public QProcess
 {
 public:
@@ -23,7 +26,7 @@ public:
         closeWriteChannel();
     }
 
-    /// Its exit status; -1: crashed or did not end.
+    /// Waits for the end. Returns the exit status, or -1 if the process crashed or did not end.
     int status()
     {
         const bool ended = waitForFinished(waitMs) && exitStatus() == QProcess::NormalExit;
@@ -51,61 +54,75 @@ class TestFrontend : public QObject
     Q_OBJECT
 
 private slots:
-    void checkerJudges();
-    void datagramIsNeverTooLong();
-    void wrongUseIsRefused();
-    void runIsJudged();
-    void signalEndsTheRun();
-    void sessionFollowsItsSwitches();
+    void checkerCountsFramesAndErrors_data();
+    void checkerCountsFramesAndErrors();
+    void frameAboveTheDatagramLimitIsNotSent();
+    void invalidArgumentsEndWithStatus2();
+    void headlessRunReportsWhetherAllFramesArrived();
+    void signalEndsTheRunWithItsSummary();
+    void sessionAppliesRatePauseResetAndTypes();
 };
 
-void TestFrontend::checkerJudges()
+/// Datagrams are separated by bars and have LF in place of CR LF. The counts are frames, lost, out of order,
+/// malformed, and lost at the end of the run.
+void TestFrontend::checkerCountsFramesAndErrors_data()
 {
-    // Through a router or not, divisor, datagrams with LF for CR LF between bars, and what is counted:
-    // frames, lost, out of order, malformed, lost in the end.
-    const std::tuple<bool, int, QByteArray, QByteArray> cases[] = {
-        {false, 1, "fr 1\n|fr 2\n6d 0\n|fr 3\n", "3 0 0 0 5"},
-        {false, 4, "fr 4\n|fr 8\n", "2 0 0 0 0"},
-        {false, 2, "fr 2\n|fr 8\n", "2 2 0 0 2"},
-        {false, 1, "fr 4\n|fr 6\n", "2 3 0 0 6"},
-        {false, 1, "fr 1\n|fr 3\n|fr 2\n", "3 1 1 0 6"},
-        {false, 1, "fr 1\n|fr 1\n", "2 0 1 0 7"},
-        {true, 1, "fr 1\n6d 0\nfr 2\n|fr 3\n", "3 0 0 0 5"},
-        {true, 3, "fr 3\n|fr 6\n", "2 0 0 0 1"},
-        {true, 1, "fr 1\nfr 2\n|fr 6\n", "3 2 0 0 5"},
-        {false, 2, "fr 2\n|fr 3\n", "2 0 0 1 3"},
-        {false, 1, "fr 1\n6d 0", "1 0 0 1 7"},
-        {false, 1, "fr 1\n6d 0\r\n", "1 0 0 1 7"},
-        {false, 1, "fr 1\n3d 0\n", "1 0 0 1 7"},
-        {false, 1, "6d 0\n|", "0 0 0 2 8"}};
-    for (auto [viaRouter, divisor, datagrams, expected] : cases) {
-        FrameLedger ledger;
-        FrameChecker checker(ledger);
-        checker.expect({{"fr", "6d"}, divisor, true, viaRouter});
-        checker.begin();
-        for (const int number : {1, 2, 3, 4, 0, 0, 6, 7, 8, 9})
-            ledger.note(number);
-        const QList<QByteArray> all = datagrams.replace('\n', "\r\n").split('|');
-        for (const QByteArray &datagram : all)
-            checker.take(datagram);
-        const ReceiverStatistics &seen = checker.statistics();
-        const qint64 lost = checker.finalStatistics().lost;
-        QByteArray counts;
-        for (const qint64 count : {seen.frames, seen.lost, seen.outOfOrder, seen.malformed})
-            counts += QByteArray::number(count) + ' ';
-        QCOMPARE(datagrams + counts + QByteArray::number(lost), datagrams + expected);
-        QCOMPARE(checker.isComplete(), lost == seen.lost);
-    }
+    QTest::addColumn<bool>("viaRouter");
+    QTest::addColumn<int>("divisor");
+    QTest::addColumn<QByteArray>("datagrams");
+    QTest::addColumn<QByteArray>("counts");
+    const auto row = [](const char *name, bool viaRouter, int divisor, const char *datagrams,
+                        const char *counts) {
+        QTest::newRow(name) << viaRouter << divisor << QByteArray(datagrams) << QByteArray(counts);
+    };
+    row("the last five are outstanding", false, 1, "fr 1\n|fr 2\n6d 0\n|fr 3\n", "3 0 0 0 5");
+    row("all due frames by a divisor", false, 4, "fr 4\n|fr 8\n", "2 0 0 0 0");
+    row("gap of two due frames", false, 2, "fr 2\n|fr 8\n", "2 2 0 0 2");
+    row("first frames are lost", false, 1, "fr 4\n|fr 6\n", "2 3 0 0 6");
+    row("a frame arrives late", false, 1, "fr 1\n|fr 3\n|fr 2\n", "3 1 1 0 6");
+    row("a frame arrives twice", false, 1, "fr 1\n|fr 1\n", "2 0 1 0 7");
+    row("a router joins the first two", true, 1, "fr 1\n6d 0\nfr 2\n|fr 3\n", "3 0 0 0 5");
+    row("a router with a divisor", true, 3, "fr 3\n|fr 6\n", "2 0 0 0 1");
+    row("gap after the joined frames", true, 1, "fr 1\nfr 2\n|fr 6\n", "3 2 0 0 5");
+    row("a frame that is not due", false, 2, "fr 2\n|fr 3\n", "2 0 0 1 3");
+    row("no line end", false, 1, "fr 1\n6d 0", "1 0 0 1 7");
+    row("doubled line end", false, 1, "fr 1\n6d 0\r\n", "1 0 0 1 7");
+    row("a type that is not ticked", false, 1, "fr 1\n3d 0\n", "1 0 0 1 7");
+    row("no frame number, and nothing", false, 1, "6d 0\n|", "0 0 0 2 8");
 }
 
-void TestFrontend::datagramIsNeverTooLong()
+void TestFrontend::checkerCountsFramesAndErrors()
 {
-    const QByteArray longest(65507 - 8, 'x'); // beside "fr 3" and two line ends
+    QFETCH(const bool, viaRouter);
+    QFETCH(const int, divisor);
+    QFETCH(QByteArray, datagrams);
+    QFETCH(const QByteArray, counts);
+    FrameLedger ledger;
+    FrameChecker checker(ledger);
+    checker.expect({{"fr", "6d"}, divisor, true, viaRouter});
+    checker.begin();
+    for (const int number : {1, 2, 3, 4, 0, 0, 6, 7, 8, 9})
+        ledger.note(number);
+    const QList<QByteArray> all = datagrams.replace('\n', "\r\n").split('|');
+    for (const QByteArray &datagram : all)
+        checker.take(datagram);
+    const ReceiverStatistics &seen = checker.statistics();
+    const qint64 lost = checker.finalStatistics().lost;
+    QByteArray found;
+    for (const qint64 count : {seen.frames, seen.lost, seen.outOfOrder, seen.malformed})
+        found += QByteArray::number(count) + ' ';
+    QCOMPARE(found + QByteArray::number(lost), counts);
+    QCOMPARE(checker.isComplete(), lost == seen.lost);
+}
+
+void TestFrontend::frameAboveTheDatagramLimitIsNotSent()
+{
+    const QByteArray longest(65507 - 8, 'x'); // leaves room for "fr 3" and two line ends
     for (const QByteArray &text : {longest, longest + 'x'})
         QCOMPARE(datagramOf({{"fr", "fr 3"}, {"6d", text}}, {{"fr", "6d"}, 3}).isEmpty(), text != longest);
 }
 
-void TestFrontend::wrongUseIsRefused()
+void TestFrontend::invalidArgumentsEndWithStatus2()
 {
     const auto uses =
         QString::fromLatin1("--nonsense|stray|--rate 0|--rate 2001|--rate many|--seconds -1|"
@@ -120,7 +137,7 @@ void TestFrontend::wrongUseIsRefused()
     }
 }
 
-void TestFrontend::runIsJudged()
+void TestFrontend::headlessRunReportsWhetherAllFramesArrived()
 {
     QByteArray recording;
     for (const int number : {1000, 1001, 1005, 1010, 1012, 1014, 1015})
@@ -134,17 +151,17 @@ void TestFrontend::runIsJudged()
         QCOMPARE(frontend.out.contains("14 recorded lines skipped"),
                  QByteArray(arguments).contains("replay"));
     }
-    // The divisor of one channel lets no frame pass.
+    // The divisor of channel 3 skips both frames.
     Frontend frontend(QLatin1String("--headless --plugin MODULE --replay -"), "fr 1\n6d 0\nfr 2\n6d 0\n");
     QCOMPARE(frontend.status(), 1);
     QVERIFY(frontend.out.count(": good\n") == 2 && frontend.out.count(": BAD\n") == 1);
 }
 
-void TestFrontend::signalEndsTheRun()
+void TestFrontend::signalEndsTheRunWithItsSummary()
 {
     for (const int number : {SIGINT, SIGTERM}) {
         Frontend frontend(QLatin1String("--headless --plugin MODULE --seconds 0 --router"));
-        // The first progress line tells that frames have come for a second.
+        // The first progress line is printed after one second of data.
         QVERIFY(frontend.waitForReadyRead(waitMs));
         QCOMPARE(::kill(pid_t(frontend.processId()), number), 0);
         QCOMPARE(frontend.status(), 0);
@@ -152,7 +169,7 @@ void TestFrontend::signalEndsTheRun()
     }
 }
 
-void TestFrontend::sessionFollowsItsSwitches()
+void TestFrontend::sessionAppliesRatePauseResetAndTypes()
 {
     QStringList remarks;
     QString problem;
@@ -162,13 +179,13 @@ void TestFrontend::sessionFollowsItsSwitches()
     QVERIFY2(session.setUp(&remarks, &problem), qPrintable(problem));
     session.start();
     const auto received = [&] { return session.receivers().reports().value(0).statistics.frames; };
-    session.setRate(1); // which would take half an hour
+    session.setRate(1); // would take half an hour
     session.setRate(maximumRate);
     QTRY_VERIFY_WITH_TIMEOUT(received() > 1500, waitMs);
 
     session.setPaused(true);
     qint64 frames = 0;
-    // Resets are told on the data thread, which then has no frame under way.
+    // Resets are delivered on the data thread between frames.
     for (const int resets : {2, 3}) {
         session.resetOutput();
         QTRY_COMPARE_WITH_TIMEOUT(requester.resets, resets, waitMs);

@@ -7,21 +7,23 @@
 
 #include <thread>
 
+using namespace simulation;
+
 namespace {
 
 constexpr int waitMs = 10000;
 
 using Texts = QList<QByteArray>;
 
-/// Keeps what is delivered. A line "held" is held up until the test lets it go on.
-class KeepingRequester final : public Requester
+/// Records what is delivered. The call with the line "block" blocks until the test releases it.
+class RecordingRequester final : public Requester
 {
 public:
     int onOutputData(const char *, const char *line) override
     {
         calls.append(line);
         entered.release();
-        if (calls.last() == "held")
+        if (calls.last() == "block")
             proceed.acquire();
         return 0;
     }
@@ -32,97 +34,122 @@ public:
     Texts calls;
 };
 
-/// The answer, "taken" for a command, or the result of a refusal.
+/// Returns the answer, "accepted" for a command, or the result of a refusal.
 QByteArray say(SimulatedController &controller, bool isCommand, const QByteArray &text)
 {
-    QByteArray answer = "taken";
+    QByteArray answer = "accepted";
     const int result = isCommand ? controller.command(text) : controller.query(text, &answer);
-    return result == Taken ? answer : QByteArray::number(result);
+    return result == Accepted ? answer : QByteArray::number(result);
 }
 
 } // namespace
 
-/// What a command that is taken changes is seen in TestAccept and TestInterruptions; fail() and
-/// overrideAnswer() are used, and so tested, in TestDialog and TestAccept.
 class TestSimulatedController : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void refusalsChangeNothing();
-    void treatmentOfPhrases();
-    void linkCutsAnswersAndReadsNumbers();
-    void deliveryFollowsRequests();
+    void refusedTextsChangeNothing_data();
+    void refusedTextsChangeNothing();
+    void versionDeterminesTheFeatures();
+    void faultAffectsOneKindOfText();
+    void linkTruncatesLongAnswersAndReadsNumbers();
+    void requesterGetsOnlyRequestedTypesUntilItIsRemoved();
 };
 
-void TestSimulatedController::refusalsChangeNothing()
+void TestSimulatedController::refusedTextsChangeNothing_data()
+{
+    QTest::addColumn<bool>("isCommand");
+    QTest::addColumn<bool>("isLocked");
+    QTest::addColumn<int>("result");
+    QTest::addColumn<QByteArray>("texts");
+    const auto row = [](const char *name, bool isCommand, bool isLocked, int result, const char *texts) {
+        QTest::newRow(name) << isCommand << isLocked << result << QByteArray(texts);
+    };
+    row("unknown type or channel", false, false, OutOfRange,
+        "output type t16|output available nothing|output active ch01 nothing|output net ch00|output net "
+        "ch11");
+    row("malformed query", false, false, NotUnderstood,
+        "|output net|output net ch1|output net ch-1|output  net ch01|output net ch01 |output active "
+        "ch01|output type "
+        "t1|output net ch01 none");
+    row("value out of range", true, false, OutOfRange,
+        "output net ch01 udp 'other' 65536|output net ch11 none|output net_divisor ch01 0|output active ch01 "
+        "gl yes");
+    row("malformed destination", true, false, NotUnderstood,
+        "output net ch01|output net ch1 none|output net ch01 tcp 'other' 5000|output net ch01 udp other "
+        "5000|output "
+        "net ch01 udp '' 5000|output net ch01 udp 'a'b' 5000|output net ch01 udp 'a b' 5000|output net ch01 "
+        "udp "
+        "'other' -1");
+    row("malformed value", true, false, NotUnderstood,
+        "output net_active ch01 NO|output net_divisor ch01 99999999999|output active ch01 6d|output "
+        "net_via_router on");
+    row("locked configuration", true, true, Locked,
+        "output net ch01 none|output net_active ch01 no|output active ch01 6d no|output net_divisor ch01 "
+        "2|output "
+        "net_via_router yes");
+}
+
+void TestSimulatedController::refusedTextsChangeNothing()
+{
+    QFETCH(const bool, isCommand);
+    QFETCH(const bool, isLocked);
+    QFETCH(const int, result);
+    QFETCH(const QByteArray, texts);
+    SimulatedController controller;
+    const OutputChannel before{{Destination::Kind::Udp, "somehost", 5001}, true, 4, {"fr", "6d"}};
+    controller.change([&](ControllerState &state) {
+        state.channels[0] = before;
+        state.locked = isLocked;
+    });
+    const Texts all = texts.split('|');
+    for (const QByteArray &text : all) {
+        QVERIFY2(say(controller, isCommand, text) == QByteArray::number(result), text.constData());
+        const ControllerState state = controller.state();
+        const OutputChannel &channel = state.channels[0];
+        QVERIFY2(channel.destination == before.destination && channel.active == before.active &&
+                     channel.divisor == before.divisor && channel.types == before.types && !state.viaRouter,
+                 text.constData());
+    }
+}
+
+void TestSimulatedController::versionDeterminesTheFeatures()
 {
     SimulatedController controller;
-    controller.change([](ControllerState &state) {
-        state.channels[0] = {{Destination::Kind::Udp, "somehost", 5001}, true, 4, {"fr", "6d"}};
-    });
-    const auto refuse = [&](bool isCommand, int result, const QByteArray &texts) {
-        const Texts all = texts.split('|');
-        for (const QByteArray &text : all)
-            QVERIFY2(say(controller, isCommand, text) == QByteArray::number(result), text.constData());
-        const ControllerState state = controller.state();
-        const auto &[destination, active, divisor, types] = state.channels[0];
-        QVERIFY(destination == (Destination{Destination::Kind::Udp, "somehost", 5001}) && active &&
-                divisor == 4);
-        QVERIFY(types == QSet<QByteArray>({"fr", "6d"}) && !state.viaRouter);
-    };
-    refuse(false, OutOfRange,
-           "output type t16|output available nothing|output active ch01 nothing|output net ch00|output net "
-           "ch11");
-    refuse(false, NotUnderstood,
-           "|output net|output net ch1|output net ch-1|output  net ch01|output net ch01 |output active "
-           "ch01|output type t1|output net ch01 none");
-    refuse(true, OutOfRange,
-           "output net ch01 udp 'other' 65536|output net ch11 none|output net_divisor ch01 0|output active "
-           "ch01 gl yes");
-    refuse(true, NotUnderstood,
-           "output net ch01|output net ch1 none|output net ch01 tcp 'other' 5000|output net ch01 udp other "
-           "5000|output net ch01 udp '' 5000|output net ch01 udp 'a'b' 5000|output net ch01 udp 'a b' "
-           "5000|output net ch01 udp 'other' -1|output net_active ch01 NO|output net_divisor ch01 "
-           "99999999999|output active ch01 6d|output net_via_router on");
-    controller.change([](ControllerState &state) { state.locked = true; });
-    refuse(true, Locked,
-           "output net ch01 none|output net_active ch01 no|output active ch01 6d no|output net_divisor ch01 "
-           "2|output net_via_router yes");
     for (const int minor : {3, 4, 5, 6, 8, 9}) {
-        controller.change(
-            [minor](ControllerState &state) { state.locked = false, state.version.minor = minor; });
+        controller.change([minor](ControllerState &state) { state.version.minor = minor; });
         QCOMPARE(say(controller, false, "output net_via_router") == "no", minor >= 4);
-        QCOMPARE(say(controller, true, "output net_divisor ch01 2") == "taken", minor >= 6);
+        QCOMPARE(say(controller, true, "output net_divisor ch01 2") == "accepted", minor >= 6);
         QCOMPARE(say(controller, false, "config is_changeable") == "yes", minor >= 9);
     }
 }
 
-void TestSimulatedController::treatmentOfPhrases()
+void TestSimulatedController::faultAffectsOneKindOfText()
 {
-    // What is said, and what begins alike and is not treated.
+    // The text with the fault, and a text with a similar opening of another kind.
     const std::tuple<bool, QByteArray, QByteArray> cases[] = {
         {false, "output net ch02", "output net chmon"},
         {false, "output type t01", "output type_desc fr"},
         {true, "output net ch02 none", "output net_active ch02 no"}};
-    for (const auto &[isCommand, text, alike] : cases) {
+    for (const auto &[isCommand, text, similar] : cases) {
         SimulatedController controller;
         const QByteArray usual = say(controller, isCommand, text);
-        const auto answersTo = [&, isCommand = isCommand, text = text](Treatment treatment) {
-            controller.setTreatment(phraseOf(isCommand, text), treatment);
+        const auto answersTo = [&, isCommand = isCommand, text = text](Fault fault) {
+            controller.setFault(commandKindOf(isCommand, text), fault);
             return Texts{say(controller, isCommand, text), say(controller, isCommand, text)};
         };
-        QCOMPARE(answersTo(Treatment::FailNext), Texts({"-1", usual}));
-        QCOMPARE(answersTo(Treatment::FailEvery), Texts({"-1", "-1"}));
-        QVERIFY(say(controller, isCommand, alike) != "-1");
-        QCOMPARE(answersTo(Treatment::AnswerEmpty).last(), isCommand ? usual : QByteArray());
-        QCOMPARE(answersTo(Treatment::AnswerGarbage).last().contains("%n"), !isCommand);
-        controller.behave();
+        QCOMPARE(answersTo(Fault::FailNext), Texts({"-1", usual}));
+        QCOMPARE(answersTo(Fault::FailEvery), Texts({"-1", "-1"}));
+        QVERIFY(say(controller, isCommand, similar) != "-1");
+        QCOMPARE(answersTo(Fault::AnswerEmpty).last(), isCommand ? usual : QByteArray());
+        QCOMPARE(answersTo(Fault::AnswerGarbage).last().contains("%n"), !isCommand);
+        controller.clearFaults();
         QCOMPARE(say(controller, isCommand, text), usual);
     }
 }
 
-void TestSimulatedController::linkCutsAnswersAndReadsNumbers()
+void TestSimulatedController::linkTruncatesLongAnswersAndReadsNumbers()
 {
     SimulatedController controller;
     ControllerLink link(controller);
@@ -135,11 +162,11 @@ void TestSimulatedController::linkCutsAnswersAndReadsNumbers()
             answer.endsWith(QByteArray("h\0#", 3)));
 }
 
-void TestSimulatedController::deliveryFollowsRequests()
+void TestSimulatedController::requesterGetsOnlyRequestedTypesUntilItIsRemoved()
 {
     SimulatedController controller;
     ControllerLink link(controller);
-    KeepingRequester requester;
+    RecordingRequester requester;
     link.requestOutputType("6d", &requester);
     link.deliver("6d", "before it is registered");
     link.addRequester(&requester);
@@ -152,8 +179,8 @@ void TestSimulatedController::deliveryFollowsRequests()
     link.requestOutputType("6d", &requester);
     QVERIFY(requester.entered.tryAcquire());
 
-    // Its removal waits for the call that is under way.
-    std::thread data([&] { link.deliver("6d", "held"); });
+    // removeRequester() waits for the call in progress.
+    std::thread data([&] { link.deliver("6d", "block"); });
     const bool entered = requester.entered.tryAcquire(1, waitMs);
     QSemaphore removed;
     std::thread remover([&] { removed.release(link.removeRequester(&requester) + 1); });
@@ -165,7 +192,7 @@ void TestSimulatedController::deliveryFollowsRequests()
     QVERIFY(entered && !tooEarly && removed.available() == 1);
     link.deliver("6d", "removed");
     link.deliverReset();
-    QCOMPARE(requester.calls, Texts({"6d 0", "reset", "idle", "held"}));
+    QCOMPARE(requester.calls, Texts({"6d 0", "reset", "idle", "block"}));
     QVERIFY(link.removeRequester(&requester) != 0);
 }
 

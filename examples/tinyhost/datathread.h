@@ -5,7 +5,7 @@
 
 class TableManager;
 
-/// The tracking data: a frame of three lines every few milliseconds, whatever the GUI thread does.
+/// Delivers tracking data on its own thread: a frame of three lines every two milliseconds.
 class DataThread
 {
 public:
@@ -23,5 +23,5 @@ private:
 
     TableManager &m_manager;
     std::atomic<bool> m_stopping{false};
-    std::thread m_thread; // last, since it uses the others at once
+    std::thread m_thread; // last member: the thread uses the others as soon as it starts
 };

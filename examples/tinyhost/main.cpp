@@ -1,5 +1,5 @@
-// A host that is as small as a host can be. It loads the module, lives through all that a host does with it,
-// and tells each step. Exit status 0: every step went as it should. An argument names another plug-in file.
+// The smallest host: it loads the module, performs every step of its life cycle and prints the result of
+// each. The exit status is 0 if every step succeeded. The optional argument names another plug-in file.
 
 #include "datathread.h"
 #include "tablemanager.h"
@@ -22,15 +22,16 @@
 
 namespace {
 
-constexpr int patienceMilliseconds = 10000;
+constexpr int timeoutMilliseconds = 10000;
 
 bool step(const char *name, bool good)
 {
-    std::printf("%s: %s\n", name, good ? "good" : "FAILED");
+    std::printf("%s: %s\n", name, good ? "ok" : "FAILED");
     return good;
 }
 
-/// A Controller in router mode with one channel that goes to \a port of this computer.
+/// Returns the answers of a Controller in router mode with one channel that sends to \a port of this
+/// computer.
 std::map<std::string, std::string> controllerAnswers(quint16 port)
 {
     return {
@@ -52,7 +53,7 @@ std::map<std::string, std::string> controllerAnswers(quint16 port)
     };
 }
 
-/// The Controller can now send a third type.
+/// Adds a third output type.
 void addType(std::map<std::string, std::string> &answers)
 {
     answers["output number_of_types"] = "3";
@@ -62,12 +63,12 @@ void addType(std::map<std::string, std::string> &answers)
     answers["output active ch01 3d"] = "yes";
 }
 
-/// Waits for a datagram that is one whole frame with a line of each of \a types and nothing else.
+/// Waits for a datagram with one complete frame that has exactly one line of each of \a types.
 bool frameArrives(QUdpSocket &receiver, const QList<QByteArray> &types)
 {
     QElapsedTimer timer;
     timer.start();
-    while (!timer.hasExpired(patienceMilliseconds)) {
+    while (!timer.hasExpired(timeoutMilliseconds)) {
         if (!receiver.hasPendingDatagrams() && !receiver.waitForReadyRead(100))
             continue;
         QByteArray datagram(int(receiver.pendingDatagramSize()), '\0');
@@ -82,7 +83,7 @@ bool frameArrives(QUdpSocket &receiver, const QList<QByteArray> &types)
     return false;
 }
 
-void handOver(ModuleInterface *module, TableManager &manager, QWidget &window, BackendVersions &versions)
+void passServices(ModuleInterface *module, TableManager &manager, QWidget &window, BackendVersions &versions)
 {
     module->setParameter("CommandManager", QVariant::fromValue<IOManager *>(&manager));
     module->setParameter("ModuleParent", QVariant::fromValue<QWidget *>(&window));
@@ -118,13 +119,13 @@ int main(int argc, char *argv[])
     QUdpSocket receiver;
     if (!step("open a receiver", receiver.bind(QHostAddress(QHostAddress::LocalHost))))
         return 1;
-    // These outlive the module.
+    // Both must outlive the module.
     TableManager manager;
     manager.answers = controllerAnswers(receiver.localPort());
     BackendVersions versions{{0, 0, 0}, 1, 9, 0};
 
     QPluginLoader loader(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString::fromUtf8(PLUGIN_FILE));
-    loader.setLoadHints({}); // by default the library would stay in memory for good
+    loader.setLoadHints({}); // by default QPluginLoader never unloads the library
     auto *module = qobject_cast<ModuleInterface *>(loader.instance());
     if (!step("load", module != nullptr)) {
         std::printf("  %s\n", qPrintable(loader.errorString()));
@@ -132,11 +133,11 @@ int main(int argc, char *argv[])
     }
     std::printf("  %s %s\n", qPrintable(module->moduleName()), qPrintable(module->moduleVersion()));
 
-    handOver(module, manager, window, versions);
+    passServices(module, manager, window, versions);
     bool good = step("take the actions", takeActions(module, window));
     good &= step("types are requested", manager.isRequested("fr") && manager.isRequested("6d"));
 
-    // It goes on through all that follows, as the data of a real host does.
+    // The data continue during all further steps, as in a real host.
     DataThread data(manager);
     good &= step("a frame arrives", frameArrives(receiver, {"fr", "6d"}));
 

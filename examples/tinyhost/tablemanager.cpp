@@ -12,10 +12,10 @@ namespace {
 constexpr int done = 0;
 constexpr int refused = -1;
 
-/// The room that the module gives for an answer, the terminating zero included.
+/// The size of the module's answer buffer, including the terminating zero.
 constexpr std::size_t answerSize = 208;
 
-std::string filled(const char *format, va_list arguments)
+std::string formatted(const char *format, va_list arguments)
 {
     char text[1024];
     const int length = std::vsnprintf(text, sizeof text, format, arguments);
@@ -29,7 +29,7 @@ int TableManager::getValue(char *answer, const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const auto found = answers.find(filled(format, arguments));
+    const auto found = answers.find(formatted(format, arguments));
     va_end(arguments);
     if (found == answers.end())
         return refused;
@@ -41,7 +41,7 @@ int TableManager::getIntValue(int *answer, const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const auto found = answers.find(filled(format, arguments));
+    const auto found = answers.find(formatted(format, arguments));
     va_end(arguments);
     if (found == answers.end())
         return refused;
@@ -53,7 +53,7 @@ int TableManager::setValue(const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    std::printf("  command: %s\n", filled(format, arguments).c_str());
+    std::printf("  command: %s\n", formatted(format, arguments).c_str());
     va_end(arguments);
     return done;
 }
@@ -81,7 +81,7 @@ int TableManager::addRequester(Requester *requester)
 
 int TableManager::removeRequester(Requester * /*requester*/)
 {
-    // The lock waits for a call that is under way: when this returns, none is and none will come.
+    // The lock waits for a call in progress; after this function no call is in progress and none will follow.
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_requester = nullptr;
     return done;
@@ -107,7 +107,7 @@ int TableManager::removeMessageReceiver(const char * /*name*/, MessageReceiver *
 
 void TableManager::deliver(const std::string &type, const std::string &line)
 {
-    // The lock may be held through the call, since onOutputData never waits and calls nothing of the host.
+    // The lock may be held during the call: onOutputData() neither blocks nor calls the host.
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_requester && m_types.count(type) > 0)
         m_requester->onOutputData(type.c_str(), line.c_str());
@@ -115,7 +115,7 @@ void TableManager::deliver(const std::string &type, const std::string &line)
 
 void TableManager::sendMessage(const char *text)
 {
-    // No lock here: the module answers with queries and requests before it returns.
+    // Hold no lock: the module sends queries and requests before it returns.
     if (m_receiver)
         m_receiver->onMessage(0, 0, text);
 }

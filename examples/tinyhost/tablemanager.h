@@ -7,14 +7,14 @@
 #include <set>
 #include <string>
 
-/// The services of the tiny host. Where a real host asks the Controller, this one looks into a table.
+/// The services of the tiny host. A real host asks the Controller; this one looks answers up in a table.
 class TableManager final : public IOManager
 {
 public:
-    /// The table: what is asked, and what is answered to it.
+    /// The answers by query.
     std::map<std::string, std::string> answers;
 
-    // For the module, which calls on the GUI thread alone.
+    // The module calls these functions on the GUI thread only.
     int getValue(char *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
     int getIntValue(int *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
     int setValue(const char *format, ...) override IOMANAGER_PRINTF(2, 3);
@@ -26,20 +26,20 @@ public:
     int addMessageReceiver(const char *name, MessageReceiver *receiver) override;
     int removeMessageReceiver(const char *name, MessageReceiver *receiver) override;
 
-    /// Hands one line to the module if it has asked for \a type. Data thread.
+    /// Passes a line to the module if it has requested \a type. Data thread only.
     void deliver(const std::string &type, const std::string &line);
 
-    /// Hands \a text to the module. GUI thread.
+    /// Passes \a text to the module. GUI thread only.
     void sendMessage(const char *text);
 
     bool isRequested(const std::string &type);
 
-    /// Whether the module has registered anything that is not yet removed.
+    /// Returns whether the module still has a requester, a receiver or a requested type registered.
     bool isInUse();
 
 private:
-    std::mutex m_mutex; // guards the next two; held through each call of the requester
+    std::mutex m_mutex; // guards the next two; held during each call of the requester
     Requester *m_requester = nullptr;
     std::set<std::string> m_types;
-    MessageReceiver *m_receiver = nullptr; // GUI thread alone, so no lock
+    MessageReceiver *m_receiver = nullptr; // used on the GUI thread only
 };

@@ -13,6 +13,8 @@
 #include <functional>
 #include <memory>
 
+using namespace simulation;
+
 /// The real dialog against a simulated Controller.
 class DialogFixture
 {

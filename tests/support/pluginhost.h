@@ -10,6 +10,8 @@
 #include <QVariant>
 #include <QWidget>
 
+using namespace simulation;
+
 inline bool isPluginMapped()
 {
     QFile maps(QLatin1String("/proc/self/maps"));

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "controllerstate.h"
+
+namespace simulation {
+
+/// A catalogue of output types for the simulated Controller.
+struct CatalogueSet
+{
+    const char *title; ///< shown to the user; to be translated
+    QList<OutputType> types;
+};
+
+/// Returns the sets in the order in which they are offered, the default one first.
+const QList<CatalogueSet> &catalogueSets();
+
+} // namespace simulation

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "controllerstate.h"
+
+namespace simulation {
+
+/// The initial settings of one channel.
+struct ChannelPreset
+{
+    const char *group = nullptr; ///< multicast group, null for this computer
+    int divisor = 1;
+    QSet<QByteArray> types;
+};
+
+/// Returns the preset of channel \a index. All presets differ.
+ChannelPreset channelPreset(int index);
+
+} // namespace simulation

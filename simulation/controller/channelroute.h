@@ -1,0 +1,44 @@
+#pragma once
+
+#include "controllerstate.h"
+#include "framechecker.h"
+#include "udpsocket.h"
+
+#include <QHash>
+
+#include <array>
+
+namespace simulation {
+
+/// The destination of one channel's frames and their content.
+struct ChannelRoute
+{
+    quint32 address = 0; ///< in host byte order; 0: not on this computer
+    quint16 port = 0;    ///< 0: no destination
+    Expectation content;
+
+    bool isReachable() const { return address != 0 && port != 0; }
+};
+
+using ChannelRoutes = std::array<ChannelRoute, outputChannelCount>;
+
+/// Determines the routes of the channels. Resolves each host name once, which may block.
+class RouteFinder
+{
+public:
+    /// With Reach::ThisComputer, destinations elsewhere get the address 0.
+    explicit RouteFinder(UdpSocket::Reach reach = UdpSocket::Reach::ThisComputer)
+        : m_reach(reach)
+    {
+    }
+
+    ChannelRoutes routes(const ControllerState &state);
+
+private:
+    quint32 addressOf(const QByteArray &host);
+
+    const UdpSocket::Reach m_reach;
+    QHash<QByteArray, quint32> m_addresses;
+};
+
+} // namespace simulation

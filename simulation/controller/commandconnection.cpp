@@ -1,0 +1,78 @@
+#include "commandconnection.h"
+
+#include "controllerlanguage.h"
+#include "networkprotocol.h"
+
+#include <QTcpSocket>
+
+namespace simulation {
+
+namespace {
+
+/// A client that has left so many bytes of answers unread is disconnected.
+constexpr int unreadLimit = 64 * 1024;
+
+constexpr int closingTimeoutMs = 2000;
+
+} // namespace
+
+CommandConnection::CommandConnection(QTcpSocket *socket, Handler handler, int answerDelayMs, QObject *parent)
+    : QObject(parent)
+    , m_socket(socket)
+    , m_handler(std::move(handler))
+{
+    m_socket->setParent(this);
+    m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    // Bounds the memory of a client that sends without waiting; TCP then holds the client back.
+    m_socket->setReadBufferSize(protocol::maximumLine);
+    // A fixed size: the system would otherwise buffer megabytes of unread answers.
+    m_socket->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, unreadLimit);
+    m_delay.setSingleShot(true);
+    m_delay.setTimerType(Qt::PreciseTimer);
+    m_delay.setInterval(answerDelayMs);
+    connect(m_socket, &QTcpSocket::readyRead, this, &CommandConnection::readRequest);
+    connect(m_socket, &QTcpSocket::disconnected, this, &QObject::deleteLater);
+    connect(&m_delay, &QTimer::timeout, this, &CommandConnection::answer);
+    readRequest();
+}
+
+/// Reads one request and starts the delay of its answer. One request per turn of the event loop keeps a
+/// client that sends many at once from holding up the others.
+void CommandConnection::readRequest()
+{
+    if (m_closing || m_delay.isActive())
+        return;
+    if (m_socket->canReadLine()) {
+        m_request = m_socket->readLine();
+        m_delay.start();
+    } else if (m_socket->bytesAvailable() >= protocol::maximumLine) {
+        refuseAndClose("line too long");
+    }
+}
+
+void CommandConnection::answer()
+{
+    while (m_request.endsWith('\n') || m_request.endsWith('\r'))
+        m_request.chop(1);
+    write(m_handler(m_request));
+    if (m_socket->bytesToWrite() > unreadLimit)
+        m_socket->abort();
+    else
+        readRequest();
+}
+
+void CommandConnection::write(const QByteArray &text)
+{
+    m_socket->write(text + '\n');
+}
+
+void CommandConnection::refuseAndClose(const QByteArray &text)
+{
+    m_closing = true;
+    write(protocol::refused + QByteArray::number(NotUnderstood) + ' ' + text);
+    m_socket->disconnectFromHost();
+    // A client that does not read would keep the connection open.
+    QTimer::singleShot(closingTimeoutMs, m_socket, &QTcpSocket::abort);
+}
+
+} // namespace simulation

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "backendversions.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace simulation {
+
+/// The highest rate, in frames per second.
+constexpr int maximumRate = 2000;
+
+/// The longest answer delay. A frontend waits longer for an answer.
+constexpr int maximumAnswerDelayMs = 2000;
+
+/// The port of the commands if the command line names none; the data port is the next one.
+constexpr int defaultControllerPort = 5600;
+
+/// The settings of the command line of the program `controller`.
+struct ControllerOptions
+{
+    bool help = false;
+    bool version = false;
+    QString address = QLatin1String("127.0.0.1");
+    int port = defaultControllerPort;
+    int dataPort = -1; ///< -1: the port after port; 0: any free one
+    int channels = 3;
+    int rate = 60; ///< frames per second
+    BackendVersions controllerVersion = {{0, 0, 0}, 1, 9, 0};
+    bool locked = false;
+    bool router = false;
+    QString replay; ///< file of recorded lines, "-" for standard input; empty: synthetic frames
+    int answerDelayMs = 0;
+    double refusalProbability = 0.0;
+    int seconds = 0; ///< 0: until interrupted
+};
+
+/// As parseOptions() of the frontend.
+bool parseControllerOptions(const QStringList &arguments, ControllerOptions *options, QString *problem);
+
+/// Returns the text for "--help".
+QString controllerHelpText();
+
+} // namespace simulation

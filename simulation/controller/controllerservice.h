@@ -1,0 +1,59 @@
+#pragma once
+
+#include "channelroute.h"
+#include "commandserver.h"
+#include "controlleroptions.h"
+#include "dataserver.h"
+#include "directoutput.h"
+#include "framesink.h"
+#include "simulatedcontroller.h"
+
+#include <memory>
+
+namespace simulation {
+
+class DataThread;
+class FrameSource;
+
+/// The simulated Controller on a network: its command server, data server and UDP output. Belongs to the
+/// thread of its event loop.
+class ControllerService : public QObject, public FrameSink
+{
+    Q_OBJECT
+
+public:
+    explicit ControllerService(const ControllerOptions &options, QObject *parent = nullptr);
+    ~ControllerService() override;
+
+    /// Reads the recording if the options name one. Returns false and sets \a problem to a message of one
+    /// line on failure.
+    bool openSource(QString *problem);
+
+    /// Listens and starts the data. Returns false and sets \a problem on failure.
+    bool start(QString *problem);
+
+    SimulatedController &controller() { return m_controller; }
+    quint16 commandPort() const { return m_commandServer.port(); }
+    quint16 dataPort() const { return m_dataServer.port(); }
+
+    // FrameSink; called on the data thread.
+    void takeFrame(const Frame &frame) override;
+    void takeReset() override;
+    void takeIdle() override;
+
+private:
+    void setUpChannels();
+    void followState();
+    void followClient(const QHostAddress &address);
+
+    const ControllerOptions m_options;
+    SimulatedController m_controller;
+    CommandServer m_commandServer;
+    DataServer m_dataServer;
+    DirectOutput m_output{UdpSocket::Reach::Network};
+    RouteFinder m_routeFinder{UdpSocket::Reach::Network};
+    std::unique_ptr<FrameSource> m_source;
+    std::unique_ptr<DataThread> m_dataThread;
+};
+
+} // namespace simulation

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "backendversions.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QSet>
+
+#include <array>
+
+namespace simulation {
+
+/// Number of output channels. The command language counts them from 1, this code from 0.
+constexpr int outputChannelCount = 10;
+
+/// One entry of the Controller's catalogue of ASCII output types.
+struct OutputType
+{
+    QByteArray name;
+    QByteArray description;
+    bool available = true;
+};
+
+/// The destination of a channel. With kind None, host and port are unused.
+struct Destination
+{
+    enum class Kind
+    {
+        None,
+        Udp,
+        Multicast
+    };
+
+    Kind kind = Kind::None;
+    QByteArray host; ///< name or dotted address
+    int port = 0;    ///< 0 to 65535
+
+    bool operator==(const Destination &other) const
+    {
+        return kind == other.kind && host == other.host && port == other.port;
+    }
+};
+
+struct OutputChannel
+{
+    Destination destination;
+    bool active = false;
+    int divisor = 1;        ///< at least 1; only every n-th frame is sent
+    QSet<QByteArray> types; ///< the ticked output types
+};
+
+/// The complete state of the simulated Controller.
+struct ControllerState
+{
+    BackendVersions version{};
+    bool locked = false;    ///< configuration changes are refused
+    bool viaRouter = false; ///< router mode: the frontend sends instead of the Controller
+    int systemModel = 0;
+    QByteArray monitorAddress; ///< the frontend's address as seen by the Controller
+    QList<OutputType> catalogue;
+    std::array<OutputChannel, outputChannelCount> channels;
+};
+
+/// Returns the state of a Controller of version 1.9 with the default catalogue and no channel destinations.
+/// Its model is 100, which may send to the computer that it runs on.
+ControllerState defaultControllerState();
+
+/// Returns the entry of \a catalogue for \a type, or null. Valid until the catalogue changes.
+const OutputType *findOutputType(const QList<OutputType> &catalogue, const QByteArray &type);
+
+} // namespace simulation

@@ -1,0 +1,122 @@
+#include "dataserver.h"
+
+#include "networkprotocol.h"
+
+#include <QTcpSocket>
+
+namespace simulation {
+
+namespace {
+
+/// A client that has left so many bytes unread is disconnected.
+constexpr qint64 unreadLimit = qint64{4} * 1024 * 1024;
+
+/// If the event loop is blocked, frames beyond this many bytes are dropped.
+constexpr int pendingLimit = 16 * 1024 * 1024;
+
+} // namespace
+
+DataServer::DataServer(QObject *parent)
+    : QObject(parent)
+{
+    connect(&m_server, &QTcpServer::newConnection, this, &DataServer::acceptConnection);
+    connect(&m_aliveTimer, &QTimer::timeout, this,
+            [this] { writeToAll(QByteArray(protocol::alive) + '\n'); });
+    m_aliveTimer.start(protocol::aliveIntervalMs);
+}
+
+DataServer::~DataServer()
+{
+    // m_server deletes the sockets, which then report that they are disconnected.
+    for (QTcpSocket *client : qAsConst(m_clients))
+        client->disconnect(this);
+}
+
+bool DataServer::listen(const QHostAddress &address, quint16 port, QString *problem)
+{
+    if (m_server.listen(address, port))
+        return true;
+    *problem = tr("cannot listen on %1:%2: %3").arg(address.toString()).arg(port).arg(m_server.errorString());
+    return false;
+}
+
+void DataServer::sendFrame(const Frame &frame)
+{
+    if (m_clientCount == 0)
+        return;
+    QByteArray text;
+    for (const DataLine &line : frame)
+        text += line.text;
+    enqueue(text + "\r\n");
+}
+
+void DataServer::sendEvent(const QByteArray &line)
+{
+    enqueue(line + '\n');
+}
+
+void DataServer::setState(const QByteArray &line)
+{
+    m_state = line;
+    sendEvent(line);
+}
+
+void DataServer::acceptConnection()
+{
+    while (QTcpSocket *socket = m_server.nextPendingConnection()) {
+        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+        if (m_clients.size() >= ConnectionLimit) {
+            socket->abort();
+            socket->deleteLater();
+            continue;
+        }
+        connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
+            m_clients.removeAll(socket);
+            m_clientCount = m_clients.size();
+        });
+        // Whatever a client sends here is ignored.
+        connect(socket, &QTcpSocket::readyRead, socket, [socket] { socket->readAll(); });
+        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        socket->write(QByteArray(protocol::reset) + '\n' + m_state + '\n');
+        m_clients.append(socket);
+        m_clientCount = m_clients.size();
+    }
+}
+
+/// Appends whole frames or lines only, so that a client that connects between two flushes starts at a
+/// boundary.
+void DataServer::enqueue(const QByteArray &text)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_pending.size() + text.size() > pendingLimit)
+        return;
+    m_pending += text;
+    if (!m_flushPosted)
+        QMetaObject::invokeMethod(this, &DataServer::flush, Qt::QueuedConnection);
+    m_flushPosted = true;
+}
+
+void DataServer::flush()
+{
+    QByteArray text;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_pending.swap(text);
+        m_flushPosted = false;
+    }
+    writeToAll(text);
+}
+
+void DataServer::writeToAll(const QByteArray &text)
+{
+    // abort() removes the client from m_clients.
+    const QList<QTcpSocket *> clients = m_clients;
+    for (QTcpSocket *client : clients) {
+        if (client->bytesToWrite() > unreadLimit)
+            client->abort();
+        else
+            client->write(text);
+    }
+}
+
+} // namespace simulation

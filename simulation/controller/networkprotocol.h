@@ -1,0 +1,49 @@
+#pragma once
+
+#include "controllerstate.h"
+
+namespace simulation {
+
+/// The texts of the TCP connections between a Controller and its frontends; docs/protocol.md describes them.
+namespace protocol {
+
+inline constexpr char hello[] = "hello";
+inline constexpr char query[] = "get ";
+inline constexpr char command[] = "set ";
+inline constexpr char accepted[] = "ok";
+inline constexpr char refused[] = "error ";
+
+inline constexpr char reset[] = "#reset";
+inline constexpr char idle[] = "#idle";
+inline constexpr char alive[] = "#alive";
+inline constexpr char state[] = "#state ";
+
+/// The longest line of a request or an answer, including its end.
+constexpr int maximumLine = 4096;
+
+/// The longest line on the data connection, including its end.
+constexpr int maximumDataLine = 1024 * 1024;
+
+/// Interval of "#alive".
+constexpr int aliveIntervalMs = 1000;
+
+} // namespace protocol
+
+/// What a Controller tells a frontend that connects.
+struct Greeting
+{
+    BackendVersions version{};
+    quint16 dataPort = 0;
+};
+
+QByteArray greetingText(const Greeting &greeting);
+bool parseGreeting(const QByteArray &text, Greeting *greeting);
+
+/// Returns the parts of \a state that a frontend shows, as JSON without line ends.
+QByteArray stateText(const ControllerState &state);
+
+/// Sets these parts of \a state. Returns false and leaves \a state unchanged if \a text is not such a JSON
+/// object.
+bool parseState(const QByteArray &text, ControllerState *state);
+
+} // namespace simulation

@@ -1,0 +1,118 @@
+#pragma once
+
+#include "commandkinds.h"
+#include "commandservice.h"
+#include "controllerlanguage.h"
+#include "exchange.h"
+
+#include <QHash>
+#include <QObject>
+
+#include <array>
+#include <functional>
+#include <mutex>
+
+namespace simulation {
+
+/// A fault of the Controller for all texts of one kind. The last two apply to queries only.
+enum class Fault
+{
+    None,
+    FailNext,  ///< the next text fails, later ones do not
+    FailEvery, ///< every text fails, without an answer and without effect
+    AnswerEmpty,
+    AnswerGarbage
+};
+
+using Faults = std::array<Fault, commandKindCount>;
+
+/// A Controller that answers queries and executes commands in memory. Thread-safe; the signals are emitted on
+/// the thread of the call that caused them, with no lock held.
+class SimulatedController : public QObject, public CommandService
+{
+    Q_OBJECT
+
+public:
+    enum class Match
+    {
+        Exact,
+        Prefix
+    };
+    enum class Times
+    {
+        Once,
+        Always
+    };
+
+    explicit SimulatedController(QObject *parent = nullptr);
+
+    int query(const QByteArray &text, QByteArray *answer) override;
+    int command(const QByteArray &text) override;
+
+    ControllerState state() const;
+    QList<OutputType> catalogue() const;
+
+    /// The names of the available types, in the order of the catalogue.
+    QList<QByteArray> availableTypes() const;
+
+    /// Changes the state directly, even if the configuration is locked.
+    void change(const std::function<void(ControllerState &)> &edit);
+
+    /// Makes \a text (or, with Prefix, any text that starts with it) fail with \a result. A failing query
+    /// still returns an overridden answer.
+    void fail(const QByteArray &text, Match match = Match::Exact, Times times = Times::Always,
+              int result = -1);
+
+    /// Makes the query \a text, known or not, return \a answer.
+    void overrideAnswer(const QByteArray &text, const QByteArray &answer);
+
+    /// Sets the fault of \a kind, a position in commandKinds(). fail() and overrideAnswer() take precedence.
+    void setFault(int kind, Fault fault);
+
+    /// Makes commands fail at random with \a probability, 0 to 1.
+    void setRefusalProbability(double probability);
+
+    /// Returns the faults by position in commandKinds().
+    Faults faults() const;
+
+    /// Undoes every fail(), overrideAnswer() and setFault().
+    void clearFaults();
+
+    /// Returns the latest exchanges in order, at most RecordLimit.
+    QList<Exchange> record() const;
+
+    /// Returns the texts of the recorded commands in order, including refused ones.
+    QList<QByteArray> commands() const;
+
+    void clearRecord();
+
+    static constexpr int RecordLimit = 20000;
+
+signals:
+    void exchanged(const simulation::Exchange &exchange);
+    /// A command was executed, or change() was called.
+    void stateChanged();
+
+private:
+    struct TextFault
+    {
+        QByteArray text;
+        Match match;
+        Times times;
+        int result;
+    };
+
+    int consumeFault(bool isCommand, const QByteArray &text);
+    bool findAnswerFault(const QByteArray &text, QByteArray *answer) const;
+    void keep(const Exchange &exchange);
+
+    mutable std::mutex m_mutex;
+    ControllerState m_state;
+    QList<TextFault> m_textFaults;
+    QHash<QByteArray, QByteArray> m_overrides;
+    Faults m_faults{};
+    double m_refusalProbability = 0.0;
+    QList<Exchange> m_record;
+};
+
+} // namespace simulation

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "frame.h"
+
+#include <QObject>
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace simulation {
+
+class FrameSink;
+class FrameSource;
+
+/// Passes the frames of a source to a sink at a constant rate, on its own thread. Thread-safe, but its
+/// functions must not be called on that thread.
+class DataThread : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// \a rate is in frames per second, at least 1.
+    DataThread(std::unique_ptr<FrameSource> source, int rate, FrameSink &sink);
+    ~DataThread() override;
+
+    /// Starts the thread, which begins with a reset. Call it once.
+    void start();
+
+    /// Stops the thread between two frames. When it returns, no frame is being sent and none will follow.
+    void stop();
+
+    /// As in the constructor.
+    void setRate(int rate);
+
+    /// Suspends or resumes the frames. They continue with the next number.
+    void setPaused(bool paused);
+
+    /// Resets the data before the next frame; wasReset() follows.
+    void reset();
+
+signals:
+    /// The source has ended, or stop() was called. Emitted on the data thread.
+    void finished();
+    /// The sink has handled a reset requested by reset(). Emitted on the data thread.
+    void wasReset();
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void run();
+    bool waitForTurn();
+    bool takeReset();
+
+    const std::unique_ptr<FrameSource> m_source;
+    FrameSink &m_sink;
+    std::thread m_thread;
+
+    std::mutex m_mutex; ///< guards all members below
+    std::condition_variable m_changed;
+    std::chrono::nanoseconds m_period;
+    Clock::time_point m_last; ///< when the previous frame was due
+    bool m_stopping = false;
+    bool m_paused = false;
+    bool m_resetting = false;
+};
+
+} // namespace simulation

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "framesource.h"
+
+#include <QSet>
+#include <QString>
+
+namespace simulation {
+
+/// Frames from a recording: text lines that begin with their output type. The type of the first line starts
+/// each frame.
+class ReplayedFrames : public FrameSource
+{
+public:
+    /// Reads the file \a name, or standard input for "-", to its end. Skips lines whose type is not in
+    /// \a types. Returns false and sets \a problem to a message of one line if the file cannot be read, is
+    /// not a text or has no line of a known type.
+    bool open(const QString &name, const QSet<QByteArray> &types, QString *problem);
+
+    bool next(Frame *frame) override;
+
+    /// Returns the number of skipped lines, including blank ones.
+    int skippedLines() const { return m_skipped; }
+
+private:
+    bool accept(const QByteArray &content, const QSet<QByteArray> &types, QString *problem);
+
+    QVector<DataLine> m_lines;
+    int m_position = 0;
+    int m_skipped = 0;
+};
+
+} // namespace simulation

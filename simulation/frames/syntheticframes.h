@@ -1,0 +1,29 @@
+#pragma once
+
+#include "framesource.h"
+
+#include <QList>
+
+#include <functional>
+
+namespace simulation {
+
+/// Synthetic frames of bodies and markers that move on circles: one line for each available type, numbered
+/// from 1.
+class SyntheticFrames : public FrameSource
+{
+public:
+    /// Returns the types that the Controller has available, in the order of its catalogue.
+    using TypeQuery = std::function<QList<QByteArray>()>;
+
+    /// Calls \a availableTypes for each frame, on the thread that calls next().
+    explicit SyntheticFrames(TypeQuery availableTypes);
+
+    bool next(Frame *frame) override;
+
+private:
+    const TypeQuery m_availableTypes;
+    qint32 m_number = 0;
+};
+
+} // namespace simulation

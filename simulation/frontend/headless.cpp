@@ -1,0 +1,127 @@
+#include "headless.h"
+
+#include "session.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTextStream>
+#include <QTimer>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace simulation {
+
+namespace {
+
+/// Returns the resident memory of this process in KiB, or 0 if it is unknown.
+qint64 residentKiB()
+{
+    QFile file(QLatin1String("/proc/self/statm"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    // The fields are total pages, then resident pages.
+    return file.readLine().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE) / 1024;
+}
+
+bool isGood(const ReceiverReport &report)
+{
+    const ReceiverStatistics &statistics = report.statistics;
+    return report.problem.isEmpty() && statistics.frames > 0 && statistics.lost == 0 &&
+           statistics.outOfOrder == 0 && statistics.malformed == 0;
+}
+
+QString nameOf(const ReceiverReport &report)
+{
+    return Headless::tr("channel %1 at %2").arg(report.channel).arg(report.destination);
+}
+
+} // namespace
+
+Headless::Headless(Session &session, QObject *parent)
+    : QObject(parent)
+    , m_session(session)
+{
+}
+
+void Headless::run()
+{
+    QTimer progress;
+    connect(&progress, &QTimer::timeout, this, &Headless::writeProgress);
+    connect(&m_session, &Session::sourceEnded, qApp, &QCoreApplication::quit);
+    connect(&m_session, &Session::connectionChanged, this, [](const QString &problem) {
+        const QString text =
+            problem.isEmpty() ? tr("connected to the Controller") : tr("no connection: %1").arg(problem);
+        std::fprintf(stderr, "frontend: %s\n", qPrintable(text));
+    });
+    m_session.start();
+    m_sinceProgress.start();
+    progress.setTimerType(Qt::PreciseTimer);
+    progress.start(1000);
+    if (m_session.options().seconds > 0)
+        QTimer::singleShot(m_session.options().seconds * 1000, Qt::PreciseTimer, qApp,
+                           &QCoreApplication::quit);
+    QCoreApplication::exec();
+    progress.stop();
+    m_session.stop();
+}
+
+void Headless::writeProgress()
+{
+    if (m_residentAtStart == 0)
+        m_residentAtStart = residentKiB();
+    QTextStream out(stdout);
+    const double seconds = double(m_sinceProgress.restart()) / 1000.0;
+    const QList<ReceiverReport> reports = m_session.receivers().reports();
+    for (const ReceiverReport &report : reports) {
+        const ReceiverStatistics &statistics = report.statistics;
+        qint64 &before = m_framesBefore[report.channel];
+        const double rate = double(statistics.frames - before) / seconds;
+        before = statistics.frames;
+        out << tr("%1: %2 frames, %3 per second, %4 bytes, %5 lost, last number %6")
+                   .arg(nameOf(report))
+                   .arg(statistics.frames)
+                   .arg(rate, 0, 'f', 1)
+                   .arg(statistics.bytes)
+                   .arg(statistics.lost)
+                   .arg(statistics.lastNumber)
+            << '\n';
+    }
+}
+
+bool Headless::judge() const
+{
+    QTextStream out(stdout);
+    const QList<ReceiverReport> reports = m_session.receivers().finalReports();
+    out << tr("summary: %1 frames sent at %2 per second, %3 channels")
+               .arg(m_session.frames())
+               .arg(m_session.options().rate)
+               .arg(reports.size());
+    if (!m_session.options().replay.isEmpty())
+        out << tr(", %1 recorded lines skipped").arg(m_session.skippedLines());
+    out << '\n';
+    if (m_residentAtStart > 0)
+        out << tr("resident memory: %1 KiB after the first second, %2 KiB at the end")
+                   .arg(m_residentAtStart)
+                   .arg(residentKiB())
+            << '\n';
+    const bool isComplete = m_session.isRemote() || reports.size() == m_session.options().channels;
+    bool good = isComplete && m_session.frames() > 0;
+    for (const ReceiverReport &report : reports) {
+        const ReceiverStatistics &statistics = report.statistics;
+        good = good && isGood(report);
+        out << tr("%1: %2 frames, %3 bytes, %4 lost, %5 out of order, %6 malformed, last number %7: %8")
+                   .arg(nameOf(report))
+                   .arg(statistics.frames)
+                   .arg(statistics.bytes)
+                   .arg(statistics.lost)
+                   .arg(statistics.outOfOrder)
+                   .arg(statistics.malformed)
+                   .arg(statistics.lastNumber)
+                   .arg(isGood(report) ? tr("good") : tr("BAD"))
+            << '\n';
+    }
+    return good;
+}
+
+} // namespace simulation

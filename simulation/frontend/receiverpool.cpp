@@ -1,0 +1,103 @@
+#include "receiverpool.h"
+
+#include "datagramreceiver.h"
+#include "udpsocket.h"
+
+#include <QCoreApplication>
+
+namespace simulation {
+
+ReceiverPool::ReceiverPool(const FrameLedger &ledger)
+    : m_ledger(ledger)
+{
+}
+
+ReceiverPool::~ReceiverPool() = default;
+
+quint16 ReceiverPool::listen(int index, quint32 address)
+{
+    std::unique_ptr<DatagramReceiver> &receiver = m_receivers[size_t(index)];
+    receiver = std::make_unique<DatagramReceiver>(m_ledger);
+    return receiver->listen(address, 0) ? receiver->port() : quint16(0);
+}
+
+void ReceiverPool::follow(const ChannelRoutes &routes)
+{
+    m_routes = routes;
+    // Close all that move before opening any: two channels may have swapped destinations.
+    for (size_t i = 0; i < routes.size(); ++i) {
+        const DatagramReceiver *receiver = m_receivers[i].get();
+        if (receiver && (!receiver->isListening() || receiver->address() != routes[i].address ||
+                         receiver->port() != routes[i].port))
+            m_receivers[i].reset();
+    }
+    for (size_t i = 0; i < routes.size(); ++i) {
+        if (!routes[i].isReachable())
+            continue;
+        if (!m_receivers[i]) {
+            m_receivers[i] = std::make_unique<DatagramReceiver>(m_ledger);
+            m_receivers[i]->listen(routes[i].address, routes[i].port);
+        }
+        m_receivers[i]->expect(routes[i].content);
+    }
+}
+
+void ReceiverPool::begin()
+{
+    for (const auto &receiver : m_receivers) {
+        if (receiver)
+            receiver->begin();
+    }
+}
+
+void ReceiverPool::join()
+{
+    for (const auto &receiver : m_receivers) {
+        if (receiver)
+            receiver->join();
+    }
+}
+
+bool ReceiverPool::isComplete() const
+{
+    for (const auto &receiver : m_receivers) {
+        if (receiver && receiver->isListening() && !receiver->isComplete())
+            return false;
+    }
+    return true;
+}
+
+QList<ReceiverReport> ReceiverPool::reports() const
+{
+    return collect([](const DatagramReceiver &receiver) { return receiver.statistics(); });
+}
+
+QList<ReceiverReport> ReceiverPool::finalReports() const
+{
+    return collect([](const DatagramReceiver &receiver) { return receiver.finalStatistics(); });
+}
+
+template <typename Statistics>
+QList<ReceiverReport> ReceiverPool::collect(Statistics statisticsOf) const
+{
+    QList<ReceiverReport> reports;
+    for (size_t i = 0; i < m_receivers.size(); ++i) {
+        const DatagramReceiver *receiver = m_receivers[i].get();
+        if (!receiver)
+            continue;
+        ReceiverReport report;
+        report.channel = int(i) + 1;
+        report.destination =
+            QString::fromLatin1(dottedAddress(receiver->address())) + ':' + QString::number(receiver->port());
+        report.active = m_routes[i].content.active;
+        if (!receiver->isListening()) {
+            report.problem = QCoreApplication::translate("ReceiverPool", "cannot listen: %1")
+                                 .arg(QString::fromLocal8Bit(receiver->error()));
+        }
+        report.statistics = statisticsOf(*receiver);
+        reports.append(report);
+    }
+    return reports;
+}
+
+} // namespace simulation

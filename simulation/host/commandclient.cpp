@@ -1,0 +1,181 @@
+#include "commandclient.h"
+
+#include <chrono>
+
+namespace simulation {
+
+namespace {
+
+/// A text with a control character cannot be sent as one line.
+bool isOneLine(const QByteArray &text)
+{
+    for (const char letter : text) {
+        if (static_cast<unsigned char>(letter) < ' ')
+            return false;
+    }
+    return text.size() < protocol::maximumLine - 8;
+}
+
+/// Splits an answer line. Returns the result and sets \a answer if it is 0.
+int parseAnswer(const QByteArray &line, QByteArray *answer)
+{
+    constexpr int refused = -1;
+    if (line == protocol::accepted || line.startsWith(protocol::accepted + QByteArray(" "))) {
+        *answer = line.mid(int(sizeof protocol::accepted));
+        return 0;
+    }
+    const int result = line.mid(int(sizeof protocol::refused) - 1).split(' ').constFirst().toInt();
+    return line.startsWith(protocol::refused) && result != 0 ? result : refused;
+}
+
+} // namespace
+
+CommandClient::CommandClient(const QString &host, quint16 port, QObject *parent)
+    : QObject(parent)
+    , m_socket(new RetryingSocket)
+    , m_greetingTimer(new QTimer(m_socket))
+{
+    m_greetingTimer->setSingleShot(true);
+    m_greetingTimer->setInterval(AnswerTimeoutMs);
+    connect(m_greetingTimer, &QTimer::timeout, m_socket,
+            [this] { m_socket->drop(tr("the Controller does not answer")); });
+    qRegisterMetaType<Greeting>();
+    qRegisterMetaType<Exchange>();
+    m_socket->moveToThread(&m_thread);
+    connect(&m_thread, &QThread::finished, m_socket, &QObject::deleteLater);
+    connect(m_socket, &RetryingSocket::connected, m_socket, [this] { onConnected(); });
+    connect(m_socket, &RetryingSocket::failed, m_socket, [this](const QString &reason) { onFailed(reason); });
+    connect(m_socket, &RetryingSocket::readyRead, m_socket, [this] { onReadyRead(); });
+    m_thread.start();
+    QMetaObject::invokeMethod(m_socket, [this, host, port] { m_socket->connectTo(host, port); });
+}
+
+CommandClient::~CommandClient()
+{
+    m_thread.quit();
+    m_thread.wait();
+}
+
+bool CommandClient::waitForConnected(int milliseconds)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_changed.wait_for(lock, std::chrono::milliseconds(milliseconds),
+                              [this] { return m_isConnected; });
+}
+
+bool CommandClient::isConnected() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_isConnected;
+}
+
+Greeting CommandClient::greeting() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_greeting;
+}
+
+QString CommandClient::problem() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_problem;
+}
+
+int CommandClient::query(const QByteArray &text, QByteArray *answer)
+{
+    Exchange exchange{Exchange::Kind::Query, text, "", 0};
+    exchange.result = request(protocol::query + text, &exchange.answer);
+    if (exchange.result == 0)
+        *answer = exchange.answer;
+    emit exchanged(exchange);
+    return exchange.result;
+}
+
+int CommandClient::command(const QByteArray &text)
+{
+    Exchange exchange{Exchange::Kind::Command, text, {}, 0};
+    QByteArray answer;
+    exchange.result = request(protocol::command + text, &answer);
+    emit exchanged(exchange);
+    return exchange.result;
+}
+
+int CommandClient::request(const QByteArray &line, QByteArray *answer)
+{
+    constexpr int refused = -1;
+    if (!isOneLine(line))
+        return refused;
+    const std::lock_guard<std::mutex> requestLock(m_requestMutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (!m_isConnected)
+        return NotConnected;
+    m_isAnswered = false;
+    QMetaObject::invokeMethod(m_socket, [this, line] { m_socket->socket().write(line + '\n'); });
+    m_changed.wait_for(lock, std::chrono::milliseconds(AnswerTimeoutMs),
+                       [this] { return m_isAnswered || !m_isConnected; });
+    if (m_isAnswered)
+        return parseAnswer(m_answer, answer);
+    if (!m_isConnected)
+        return NotConnected;
+    m_isConnected = false;
+    QMetaObject::invokeMethod(m_socket, [this] { m_socket->drop(tr("the Controller does not answer")); });
+    return TimedOut;
+}
+
+void CommandClient::onConnected()
+{
+    m_socket->socket().write(QByteArray(protocol::hello) + '\n');
+    m_greetingTimer->start();
+}
+
+void CommandClient::onFailed(const QString &reason)
+{
+    m_greetingTimer->stop();
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_isConnected = false;
+        m_problem = reason;
+    }
+    m_changed.notify_all();
+    emit disconnected(reason);
+}
+
+void CommandClient::onReadyRead()
+{
+    QTcpSocket &socket = m_socket->socket();
+    while (socket.canReadLine()) {
+        const QByteArray line = socket.readLine().trimmed();
+        if (!isConnected()) {
+            takeGreeting(line);
+            continue;
+        }
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_answer = line;
+            m_isAnswered = true;
+        }
+        m_changed.notify_all();
+    }
+    if (socket.bytesAvailable() >= protocol::maximumLine)
+        m_socket->drop(tr("the Controller sent an answer that is too long"));
+}
+
+void CommandClient::takeGreeting(const QByteArray &line)
+{
+    Greeting greeting;
+    QByteArray text;
+    if (parseAnswer(line, &text) != 0 || !parseGreeting(text, &greeting)) {
+        m_socket->drop(tr("this is not a Controller"));
+        return;
+    }
+    m_greetingTimer->stop();
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_greeting = greeting;
+        m_isConnected = true;
+    }
+    m_changed.notify_all();
+    emit connected(greeting);
+}
+
+} // namespace simulation

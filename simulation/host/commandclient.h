@@ -1,0 +1,76 @@
+#pragma once
+
+#include "commandservice.h"
+#include "exchange.h"
+#include "networkprotocol.h"
+#include "retryingsocket.h"
+
+#include <QThread>
+
+#include <condition_variable>
+#include <mutex>
+
+namespace simulation {
+
+/// Queries and commands to a Controller over TCP. It connects in the background and again after each loss.
+///
+/// Thread safety: any thread may call query() and command(); calls are answered one after another. The
+/// connection lives on a thread of its own, so that it works while the GUI thread waits for an answer.
+///
+/// Invariants:
+/// 1. At most one request is unanswered (m_requestMutex).
+/// 2. Without a connection, requests fail at once. A request that times out drops the connection: a late
+/// answer can
+///    never be taken for the answer to the next request, and the requests that follow do not wait.
+class CommandClient : public QObject, public CommandService
+{
+    Q_OBJECT
+
+public:
+    /// Longer than the longest delay of a simulated Controller.
+    static constexpr int AnswerTimeoutMs = 3000;
+
+    CommandClient(const QString &host, quint16 port, QObject *parent = nullptr);
+    ~CommandClient() override;
+
+    /// Waits until the Controller has greeted. Returns false after \a milliseconds; problem() then gives the
+    /// reason.
+    bool waitForConnected(int milliseconds);
+
+    bool isConnected() const;
+    Greeting greeting() const;
+    QString problem() const;
+
+    int query(const QByteArray &text, QByteArray *answer) override;
+    int command(const QByteArray &text) override;
+
+signals:
+    void connected(const simulation::Greeting &greeting);
+    void disconnected(const QString &reason);
+    /// Emitted on the thread of the request.
+    void exchanged(const simulation::Exchange &exchange);
+
+private:
+    int request(const QByteArray &line, QByteArray *answer);
+    void onConnected();
+    void onFailed(const QString &reason);
+    void onReadyRead();
+    void takeGreeting(const QByteArray &line);
+
+    QThread m_thread;
+    RetryingSocket *m_socket; ///< lives on m_thread, on which the slots on...() run
+    QTimer *m_greetingTimer;  ///< lives on m_thread; runs until the Controller greets
+    std::mutex m_requestMutex;
+
+    mutable std::mutex m_mutex; ///< guards all members below
+    mutable std::condition_variable m_changed;
+    bool m_isConnected = false;
+    bool m_isAnswered = false;
+    QByteArray m_answer;
+    Greeting m_greeting;
+    QString m_problem;
+};
+
+} // namespace simulation
+
+Q_DECLARE_METATYPE(simulation::Greeting)

@@ -1,0 +1,94 @@
+#include "dataclient.h"
+
+#include "networkprotocol.h"
+
+namespace simulation {
+
+namespace {
+
+/// A Controller sends something every second.
+constexpr int silenceLimitMs = 3 * protocol::aliveIntervalMs;
+
+constexpr int maximumLinesPerFrame = 10000;
+
+} // namespace
+
+DataClient::DataClient(FrameSink &sink, QObject *parent)
+    : QObject(parent)
+    , m_sink(sink)
+    , m_socket(new RetryingSocket)
+    , m_silenceTimer(new QTimer(m_socket))
+{
+    qRegisterMetaType<ControllerState>();
+    m_silenceTimer->setSingleShot(true);
+    m_silenceTimer->setInterval(silenceLimitMs);
+    m_socket->moveToThread(&m_thread);
+    connect(&m_thread, &QThread::finished, m_socket, &QObject::deleteLater);
+    connect(m_socket, &RetryingSocket::connected, m_silenceTimer, QOverload<>::of(&QTimer::start));
+    connect(m_socket, &RetryingSocket::failed, m_silenceTimer, &QTimer::stop);
+    connect(m_socket, &RetryingSocket::failed, m_socket, [this] { m_frame.clear(); });
+    connect(m_socket, &RetryingSocket::readyRead, m_socket, [this] { onReadyRead(); });
+    connect(m_silenceTimer, &QTimer::timeout, m_socket,
+            [this] { m_socket->drop(tr("no data for too long")); });
+    m_thread.start();
+}
+
+DataClient::~DataClient()
+{
+    stop();
+}
+
+void DataClient::connectTo(const QString &host, quint16 port)
+{
+    QMetaObject::invokeMethod(m_socket, [this, host, port] {
+        m_frame.clear();
+        m_socket->connectTo(host, port);
+    });
+}
+
+void DataClient::stop()
+{
+    m_thread.quit();
+    m_thread.wait();
+}
+
+void DataClient::onReadyRead()
+{
+    QTcpSocket &socket = m_socket->socket();
+    m_silenceTimer->start();
+    while (socket.canReadLine())
+        takeLine(socket.readLine());
+    if (socket.bytesAvailable() >= protocol::maximumDataLine || m_frame.size() > maximumLinesPerFrame)
+        m_socket->drop(tr("the Controller sent a line or a frame that is too long"));
+}
+
+void DataClient::takeLine(const QByteArray &line)
+{
+    const QByteArray text = withoutLineEnd(line);
+    if (text.startsWith('#')) {
+        takeEvent(text);
+    } else if (!text.isEmpty()) {
+        m_frame.append({lineType(text), text + "\r\n"});
+    } else {
+        m_sink.takeFrame(m_frame);
+        m_frame.clear();
+    }
+}
+
+void DataClient::takeEvent(const QByteArray &line)
+{
+    ControllerState state;
+    if (line == protocol::reset) {
+        m_frame.clear();
+        m_sink.takeReset();
+        emit wasReset();
+    } else if (line == protocol::idle) {
+        m_sink.takeIdle();
+        emit finished();
+    } else if (line.startsWith(protocol::state) &&
+               parseState(line.mid(int(sizeof protocol::state) - 1), &state)) {
+        emit stateReceived(state);
+    }
+}
+
+} // namespace simulation

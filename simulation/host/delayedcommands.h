@@ -1,0 +1,31 @@
+#pragma once
+
+#include "commandservice.h"
+
+#include <atomic>
+
+namespace simulation {
+
+/// Delays each answer of another service, as a slow Controller does. Thread-safe.
+class DelayedCommands : public CommandService
+{
+public:
+    explicit DelayedCommands(CommandService &service)
+        : m_service(service)
+    {
+    }
+
+    void setDelay(int milliseconds) { m_delayMs = milliseconds; }
+    int delay() const { return m_delayMs; }
+
+    int query(const QByteArray &text, QByteArray *answer) override;
+    int command(const QByteArray &text) override;
+
+private:
+    void wait() const;
+
+    CommandService &m_service;
+    std::atomic<int> m_delayMs{0};
+};
+
+} // namespace simulation

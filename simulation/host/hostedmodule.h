@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QList>
+#include <QPluginLoader>
+#include <QString>
+
+class IOManager;
+class ModuleInterface;
+class QWidget;
+struct BackendVersions;
+struct ModuleAction;
+
+namespace simulation {
+
+/// Loads the plug-in file, runs the module and unloads it. GUI thread only.
+class HostedModule
+{
+public:
+    HostedModule() = default;
+    HostedModule(const HostedModule &) = delete;
+    HostedModule &operator=(const HostedModule &) = delete;
+
+    /// Loads \a file. Returns false and sets \a problem to a message of one line if it is missing or not a
+    /// module of this host.
+    bool load(const QString &file, QString *problem);
+
+    /// Returns the file that was loaded last.
+    QString file() const { return m_loader.fileName(); }
+
+    /// Returns the name and the version of the module.
+    QString title() const;
+
+    /// Passes the host's services to the module and returns its actions, which are valid until end().
+    QList<ModuleAction *> begin(IOManager *manager, QWidget *parent, BackendVersions *versions);
+
+    /// Shuts the module down and unloads the library. Returns false and sets \a problem to a message of one
+    /// line if the library stays in memory.
+    bool end(QString *problem);
+
+private:
+    QPluginLoader m_loader;
+    ModuleInterface *m_module = nullptr;
+};
+
+} // namespace simulation

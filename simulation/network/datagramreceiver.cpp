@@ -1,0 +1,112 @@
+#include "datagramreceiver.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace simulation {
+
+namespace {
+
+/// Returns \a statistics with its own copy of the frame text, so that two threads do not share its reference
+/// count.
+ReceiverStatistics unshared(ReceiverStatistics statistics)
+{
+    statistics.lastFrame.detach();
+    return statistics;
+}
+
+} // namespace
+
+DatagramReceiver::DatagramReceiver(const FrameLedger &ledger)
+    : m_checker(ledger)
+{
+}
+
+DatagramReceiver::~DatagramReceiver()
+{
+    if (!isListening())
+        return;
+    // Closing the write end keeps poll() from blocking again.
+    ::close(m_wake[1]);
+    m_thread.join();
+    ::close(m_wake[0]);
+}
+
+bool DatagramReceiver::listen(quint32 address, quint16 port)
+{
+    m_address = address;
+    m_port = port;
+    if (!m_socket.listen(address, port) || ::pipe2(m_wake, O_CLOEXEC) != 0)
+        return false;
+    m_port = m_socket.port();
+    m_thread = std::thread([this] { run(); });
+    return true;
+}
+
+void DatagramReceiver::expect(const Expectation &expectation)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (expectation == m_expectation)
+        return;
+    takeWaiting();
+    m_expectation = expectation;
+    m_checker.expect(expectation);
+}
+
+void DatagramReceiver::begin()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    takeWaiting();
+    m_checker.begin();
+}
+
+void DatagramReceiver::join()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    takeWaiting();
+    m_checker.join();
+}
+
+bool DatagramReceiver::isComplete() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_checker.isComplete();
+}
+
+ReceiverStatistics DatagramReceiver::statistics() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return unshared(m_checker.statistics());
+}
+
+ReceiverStatistics DatagramReceiver::finalStatistics() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return unshared(m_checker.finalStatistics());
+}
+
+void DatagramReceiver::run()
+{
+    pollfd waits[2] = {{m_socket.descriptor(), POLLIN, 0}, {m_wake[0], POLLIN, 0}};
+    while (waits[1].revents == 0) {
+        if (::poll(waits, 2, -1) <= 0) {
+            waits[1].revents = 0;
+            continue;
+        }
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        takeWaiting();
+    }
+}
+
+/// The caller holds m_mutex.
+void DatagramReceiver::takeWaiting()
+{
+    // Bounded, so that a flooding sender cannot monopolise the lock.
+    constexpr int atOnce = 256;
+    QByteArray datagram;
+    for (int i = 0; i < atOnce && m_socket.receive(&datagram); ++i)
+        m_checker.take(datagram);
+}
+
+} // namespace simulation

@@ -1,0 +1,159 @@
+#include "udpsocket.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace simulation {
+
+namespace {
+
+constexpr quint32 loopbackAddress = 0x7f000001;
+constexpr int maximumDatagram = 65535;
+/// Large enough for some hundred frames, so that a receiver that is delayed for a moment loses nothing.
+constexpr int receiveBuffer = 4 * 1024 * 1024;
+
+sockaddr_in socketAddress(quint32 address, quint16 port)
+{
+    sockaddr_in result{};
+    result.sin_family = AF_INET;
+    result.sin_addr.s_addr = htonl(address);
+    result.sin_port = htons(port);
+    return result;
+}
+
+const sockaddr *generic(const sockaddr_in &address)
+{
+    return reinterpret_cast<const sockaddr *>(&address);
+}
+
+bool readLocalAddress(int descriptor, sockaddr_in *address)
+{
+    socklen_t length = sizeof *address;
+    return getsockname(descriptor, reinterpret_cast<sockaddr *>(address), &length) == 0;
+}
+
+bool isLoopback(quint32 address)
+{
+    return address >> 24 == 127;
+}
+
+} // namespace
+
+UdpSocket::UdpSocket(Reach reach)
+    : m_descriptor(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+{
+    if (m_descriptor < 0) {
+        m_error = errno;
+        return;
+    }
+    if (reach == Reach::Network)
+        return;
+    in_addr loopback{};
+    loopback.s_addr = htonl(loopbackAddress);
+    if (setsockopt(m_descriptor, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback) != 0)
+        m_error = errno;
+}
+
+UdpSocket::~UdpSocket()
+{
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
+}
+
+bool UdpSocket::listen(quint32 address, quint16 port)
+{
+    setsockopt(m_descriptor, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
+    const sockaddr_in local = socketAddress(address, port);
+    if (::bind(m_descriptor, generic(local), sizeof local) != 0) {
+        m_error = errno;
+        return false;
+    }
+    if (!isMulticastGroup(address))
+        return true;
+    ip_mreq membership{};
+    membership.imr_multiaddr.s_addr = htonl(address);
+    membership.imr_interface.s_addr = htonl(loopbackAddress);
+    if (setsockopt(m_descriptor, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) == 0)
+        return true;
+    m_error = errno;
+    return false;
+}
+
+quint16 UdpSocket::port() const
+{
+    sockaddr_in local{};
+    return readLocalAddress(m_descriptor, &local) ? ntohs(local.sin_port) : quint16(0);
+}
+
+bool UdpSocket::send(const QByteArray &datagram, quint32 address, quint16 port)
+{
+    const sockaddr_in remote = socketAddress(address, port);
+    ssize_t sent = -1;
+    do {
+        sent = ::sendto(m_descriptor, datagram.constData(), size_t(datagram.size()), 0, generic(remote),
+                        sizeof remote);
+    } while (sent < 0 && errno == EINTR);
+    return sent == datagram.size();
+}
+
+bool UdpSocket::receive(QByteArray *datagram)
+{
+    datagram->resize(maximumDatagram);
+    const ssize_t length = ::recv(m_descriptor, datagram->data(), maximumDatagram, MSG_DONTWAIT);
+    datagram->resize(length < 0 ? 0 : int(length));
+    return length >= 0;
+}
+
+QByteArray UdpSocket::error() const
+{
+    return std::strerror(m_error);
+}
+
+quint32 resolveAddress(const QByteArray &host)
+{
+    addrinfo hints{};
+    hints.ai_family = AF_INET;
+    hints.ai_socktype = SOCK_DGRAM;
+    addrinfo *found = nullptr;
+    if (host.isEmpty() || getaddrinfo(host.constData(), nullptr, &hints, &found) != 0)
+        return 0;
+    sockaddr_in address{};
+    std::memcpy(&address, found->ai_addr, sizeof address);
+    freeaddrinfo(found);
+    return ntohl(address.sin_addr.s_addr);
+}
+
+QByteArray dottedAddress(quint32 address)
+{
+    return QByteArray::number(address >> 24) + '.' + QByteArray::number(address >> 16 & 255) + '.' +
+           QByteArray::number(address >> 8 & 255) + '.' + QByteArray::number(address & 255);
+}
+
+bool isMulticastGroup(quint32 address)
+{
+    return address >> 28 == 14;
+}
+
+bool staysOnThisComputer(quint32 address)
+{
+    if (isLoopback(address))
+        return true;
+    const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (descriptor < 0)
+        return false;
+    // Connecting a UDP socket sends nothing; it makes the system choose the local address for that route.
+    const sockaddr_in remote = socketAddress(address, 9);
+    sockaddr_in local{};
+    const bool known = address != 0 && ::connect(descriptor, generic(remote), sizeof remote) == 0 &&
+                       readLocalAddress(descriptor, &local);
+    ::close(descriptor);
+    const quint32 source = ntohl(local.sin_addr.s_addr);
+    return known && (isLoopback(source) || source == address);
+}
+
+} // namespace simulation

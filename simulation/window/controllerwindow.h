@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QWidget>
+
+struct BackendVersions;
+
+namespace simulation {
+
+class Session;
+class StatePanel;
+
+/// The window of the simulated Controller with all its switches. It is separate from the host's window, so
+/// that it can be used while a dialog blocks the host's window. Closing it hides it.
+class ControllerWindow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ControllerWindow(Session &session, QWidget *parent = nullptr);
+
+    /// As in StatePanel.
+    void setVersionChangeable(bool changeable);
+
+signals:
+    void versionWanted(const BackendVersions &version);
+    /// It was shown (\a visible true) or hidden.
+    void visibilityChanged(bool visible);
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void keepWheelFromBoxes();
+
+    StatePanel *m_state;
+};
+
+} // namespace simulation

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QSortFilterProxyModel>
+
+namespace simulation {
+
+/// Filters the conversation by kind and words.
+class ConversationFilter : public QSortFilterProxyModel
+{
+    Q_OBJECT
+
+public:
+    enum class Kind
+    {
+        All,
+        Queries,
+        Commands,
+        Failures,
+        Log
+    };
+
+    explicit ConversationFilter(QObject *parent = nullptr);
+
+    /// Accepts only entries of \a kind.
+    void setKind(Kind kind);
+
+    /// Accepts only entries whose text or answer contains every word of \a words, ignoring case.
+    void setWords(const QString &words);
+
+    /// Returns \a rows as lines of tab-separated columns in the order of the conversation.
+    QString textOf(QModelIndexList rows) const;
+
+    /// Returns all accepted rows in the same format.
+    QString allText() const;
+
+protected:
+    bool filterAcceptsRow(int row, const QModelIndex &parent) const override;
+
+private:
+    QString lineOf(int row) const;
+
+    Kind m_kind = Kind::All;
+    QStringList m_words;
+};
+
+} // namespace simulation

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QAbstractTableModel>
+#include <QVector>
+
+#include <array>
+
+namespace simulation {
+
+struct Exchange;
+struct LogLine;
+
+/// The latest queries, commands and log lines of the module.
+class ConversationModel : public QAbstractTableModel
+{
+    Q_OBJECT
+
+public:
+    enum Column
+    {
+        TimeColumn,
+        KindColumn,
+        TextColumn,
+        AnswerColumn,
+        ColumnCount
+    };
+
+    enum class Speaker
+    {
+        Query,
+        Command,
+        Log
+    };
+    Q_ENUM(Speaker)
+
+    enum Role
+    {
+        SpeakerRole = Qt::UserRole,
+        FailureRole ///< whether it was refused or reports a failure
+    };
+
+    /// The number of entries kept; the oldest are removed.
+    static constexpr int Limit = 5000;
+
+    explicit ConversationModel(QObject *parent = nullptr);
+
+    void addExchange(const Exchange &exchange);
+    void addLogLine(const LogLine &line);
+    void clear();
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    int columnCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+private:
+    struct Entry
+    {
+        std::array<QString, ColumnCount> texts;
+        Speaker speaker = Speaker::Log;
+        bool isFailure = false;
+    };
+
+    void append(Entry entry);
+
+    QVector<Entry> m_entries;
+};
+
+} // namespace simulation

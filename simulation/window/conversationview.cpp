@@ -1,0 +1,149 @@
+#include "conversationview.h"
+
+#include "conversationfilter.h"
+#include "conversationmodel.h"
+#include "emptyhint.h"
+
+#include <QAction>
+#include <QClipboard>
+#include <QComboBox>
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+namespace simulation {
+
+namespace {
+
+void copy(const QString &text)
+{
+    QGuiApplication::clipboard()->setText(text);
+}
+
+} // namespace
+
+ConversationView::ConversationView(QWidget *parent)
+    : QWidget(parent)
+    , m_model(new ConversationModel(this))
+    , m_filter(new ConversationFilter(this))
+    , m_kind(new QComboBox)
+    , m_words(new QLineEdit)
+    , m_count(new QLabel)
+    , m_view(new QTreeView)
+{
+    m_filter->setSourceModel(m_model);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addLayout(createHeader());
+    layout->addWidget(m_view);
+    makeTable();
+    makeCopyActions();
+    followEnd();
+    connect(m_model, &QAbstractItemModel::rowsInserted, this, &ConversationView::showCount);
+    connect(m_model, &QAbstractItemModel::rowsRemoved, this, &ConversationView::showCount);
+    connect(m_filter, &QAbstractItemModel::rowsInserted, this, &ConversationView::showCount);
+    connect(m_filter, &QAbstractItemModel::rowsRemoved, this, &ConversationView::showCount);
+    connect(m_model, &QAbstractItemModel::modelReset, this, &ConversationView::showCount);
+    showCount();
+}
+
+QLayout *ConversationView::createHeader()
+{
+    using Kind = ConversationFilter::Kind;
+    const std::pair<QString, Kind> kinds[] = {{tr("Everything"), Kind::All},
+                                              {tr("Queries"), Kind::Queries},
+                                              {tr("Commands"), Kind::Commands},
+                                              {tr("Failures"), Kind::Failures},
+                                              {tr("Log"), Kind::Log}};
+    for (const auto &[title, kind] : kinds)
+        m_kind->addItem(title, int(kind));
+    m_kind->setToolTip(tr("Which messages to show"));
+    connect(m_kind, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+            [this] { m_filter->setKind(Kind(m_kind->currentData().toInt())); });
+
+    m_words->setPlaceholderText(tr("Filter by words"));
+    m_words->setClearButtonEnabled(true);
+    m_words->setMinimumWidth(9 * fontMetrics().averageCharWidth() + 60);
+    m_words->setToolTip(tr("Shows only lines that contain all of these words (Ctrl+F)"));
+    connect(m_words, &QLineEdit::textChanged, m_filter, &ConversationFilter::setWords);
+
+    auto *copyAll = new QPushButton(tr("Copy &all"));
+    copyAll->setToolTip(tr("Copies all visible lines"));
+    connect(copyAll, &QPushButton::clicked, this, [this] { copy(m_filter->allText()); });
+    auto *clear = new QPushButton(tr("&Clear"));
+    connect(clear, &QPushButton::clicked, m_model, &ConversationModel::clear);
+
+    auto *head = new QHBoxLayout;
+    head->addWidget(new QLabel(tr("<b>Conversation</b>")));
+    head->addWidget(m_count);
+    head->addStretch();
+    head->addWidget(m_kind);
+    head->addWidget(m_words);
+    head->addWidget(copyAll);
+    head->addWidget(clear);
+    return head;
+}
+
+void ConversationView::makeTable()
+{
+    const QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    m_view->setFont(font);
+    m_view->setModel(m_filter);
+    m_view->setRootIsDecorated(false);
+    m_view->setUniformRowHeights(true);
+    m_view->setAlternatingRowColors(true);
+    m_view->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_view->setMinimumHeight(80);
+    new EmptyHint(tr("Nothing to show."), m_view);
+    const QFontMetrics metrics(font);
+    const auto widthOf = [&metrics](int characters) {
+        return metrics.horizontalAdvance(QString(characters, QLatin1Char('0')));
+    };
+    m_view->setColumnWidth(ConversationModel::TimeColumn, widthOf(14));
+    m_view->setColumnWidth(ConversationModel::KindColumn, widthOf(6));
+    m_view->setColumnWidth(ConversationModel::TextColumn, widthOf(46));
+}
+
+void ConversationView::makeCopyActions()
+{
+    auto *copySelected = new QAction(tr("Copy"), m_view);
+    copySelected->setShortcut(QKeySequence::Copy);
+    copySelected->setShortcutContext(Qt::WidgetShortcut);
+    connect(copySelected, &QAction::triggered, this,
+            [this] { copy(m_filter->textOf(m_view->selectionModel()->selectedRows())); });
+    m_view->addAction(copySelected);
+    m_view->setContextMenuPolicy(Qt::ActionsContextMenu);
+}
+
+void ConversationView::focusFilter()
+{
+    m_words->setFocus(Qt::ShortcutFocusReason);
+    m_words->selectAll();
+}
+
+void ConversationView::showCount()
+{
+    const int shown = m_filter->rowCount();
+    const int all = m_model->rowCount();
+    m_count->setText(shown == all ? tr("%1 lines").arg(all) : tr("%1 of %2 lines").arg(shown).arg(all));
+}
+
+/// Scrolls to the latest line unless the user has scrolled back.
+void ConversationView::followEnd()
+{
+    QScrollBar *bar = m_view->verticalScrollBar();
+    connect(bar, &QScrollBar::valueChanged, this, [this, bar] { m_atEnd = bar->value() == bar->maximum(); });
+    connect(bar, &QScrollBar::rangeChanged, this, [this, bar] {
+        if (m_atEnd)
+            bar->setValue(bar->maximum());
+    });
+}
+
+} // namespace simulation

@@ -1,0 +1,29 @@
+#include "emptyhint.h"
+
+#include <QAbstractItemView>
+#include <QVBoxLayout>
+
+namespace simulation {
+
+EmptyHint::EmptyHint(const QString &text, QAbstractItemView *view)
+    : QLabel(text, view->viewport())
+    , m_view(view)
+{
+    auto *layout = new QVBoxLayout(view->viewport());
+    layout->addWidget(this, 0, Qt::AlignCenter);
+    setWordWrap(true);
+    setEnabled(false);
+    setAlignment(Qt::AlignCenter);
+    const QAbstractItemModel *model = view->model();
+    connect(model, &QAbstractItemModel::rowsInserted, this, &EmptyHint::follow);
+    connect(model, &QAbstractItemModel::rowsRemoved, this, &EmptyHint::follow);
+    connect(model, &QAbstractItemModel::modelReset, this, &EmptyHint::follow);
+    follow();
+}
+
+void EmptyHint::follow()
+{
+    setVisible(m_view->model()->rowCount() == 0);
+}
+
+} // namespace simulation

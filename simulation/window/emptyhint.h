@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QLabel>
+
+class QAbstractItemView;
+
+namespace simulation {
+
+/// A text in the middle of a view that is visible while the view has no rows. The view must have its model.
+class EmptyHint : public QLabel
+{
+    Q_OBJECT
+
+public:
+    EmptyHint(const QString &text, QAbstractItemView *view);
+
+private:
+    void follow();
+
+    QAbstractItemView *m_view;
+};
+
+} // namespace simulation

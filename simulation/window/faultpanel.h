@@ -1,0 +1,32 @@
+#pragma once
+
+#include "commandkinds.h"
+
+#include <QGroupBox>
+
+#include <array>
+
+class QComboBox;
+
+namespace simulation {
+
+class SimulatedController;
+
+/// Sets the fault of each kind of query and command.
+class FaultPanel : public QGroupBox
+{
+    Q_OBJECT
+
+public:
+    explicit FaultPanel(SimulatedController &controller, QWidget *parent = nullptr);
+
+private:
+    QComboBox *makeBox(int kind);
+    void clearFaults();
+    void showFaults();
+
+    SimulatedController &m_controller;
+    std::array<QComboBox *, commandKindCount> m_boxes{};
+};
+
+} // namespace simulation

@@ -1,0 +1,50 @@
+#include "lastframeview.h"
+
+#include "receiverpool.h"
+
+#include <QFontDatabase>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+namespace simulation {
+
+LastFrameView::LastFrameView(QWidget *parent)
+    : QWidget(parent)
+    , m_title(new QLabel)
+    , m_text(new QPlainTextEdit)
+{
+    m_text->setReadOnly(true);
+    m_text->setLineWrapMode(QPlainTextEdit::NoWrap);
+    m_text->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    m_text->setPlaceholderText(tr("No data received yet."));
+    m_text->setTabChangesFocus(true);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_title);
+    layout->addWidget(m_text);
+    showNone();
+}
+
+void LastFrameView::show(const ReceiverReport &report)
+{
+    m_title->setText(tr("<b>Last frame of channel %1</b>").arg(report.channel));
+    const QString text = QString::fromLatin1(report.statistics.lastFrame).remove(QLatin1Char('\r'));
+    // Setting the text would clear the user's selection.
+    if (m_text->textCursor().hasSelection() || text == m_text->toPlainText())
+        return;
+    // Setting the text scrolls to the first column.
+    QScrollBar *bar = m_text->horizontalScrollBar();
+    const int position = bar->value();
+    m_text->setPlainText(text);
+    bar->setValue(position);
+}
+
+void LastFrameView::showNone()
+{
+    m_title->setText(tr("<b>Last frame</b>"));
+    m_text->clear();
+}
+
+} // namespace simulation

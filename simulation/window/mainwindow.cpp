@@ -1,0 +1,192 @@
+#include "mainwindow.h"
+
+#include "appearance.h"
+#include "conversationmodel.h"
+#include "conversationview.h"
+#include "moduleaction.h"
+#include "receiverspanel.h"
+#include "session.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QLabel>
+#include <QMenuBar>
+#include <QScreen>
+#include <QScrollArea>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace simulation {
+
+MainWindow::MainWindow(Session &session, bool dark, QWidget *parent)
+    : QMainWindow(parent)
+    , m_session(session)
+    , m_controller(session)
+{
+    // A modal dialog of the module blocks this window, but not the Controller's window.
+    setAttribute(Qt::WA_GroupLeader);
+    makeMenus(dark);
+    makeViews();
+    makeStatusBar();
+    followConversation();
+    if (m_session.isRemote())
+        followConnection();
+    connect(&m_session.controller(), &SimulatedController::stateChanged, this, &MainWindow::showState);
+    connect(&m_session, &Session::sourceEnded, this, [this] { m_sourceEnded = true; });
+    showState();
+
+    constexpr int refreshMs = 200;
+    auto *timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, &MainWindow::refresh);
+    timer->start(refreshMs);
+    refresh();
+}
+
+void MainWindow::placeActions(const QList<ModuleAction *> &actions)
+{
+    QList<ModuleAction *> ordered = actions;
+    std::stable_sort(ordered.begin(), ordered.end(), [](const ModuleAction *one, const ModuleAction *other) {
+        return std::make_pair(one->menuNumber, one->actionNumber) <
+               std::make_pair(other->menuNumber, other->actionNumber);
+    });
+    for (const ModuleAction *entry : qAsConst(ordered))
+        menu(entry->menuTitle)->addAction(entry->action);
+}
+
+void MainWindow::showOnScreen()
+{
+    constexpr QSize wanted(1010, 860);
+    constexpr QSize frame(4, 26);
+    const QRect screen = QApplication::primaryScreen()->availableGeometry();
+    const int controllerWidth = m_controller.sizeHint().width();
+    const int height = std::min(wanted.height(), screen.height() - frame.height());
+    const int beside = screen.width() - controllerWidth - 2 * frame.width();
+    const bool bothFit = beside >= minimumSizeHint().width() && beside >= 2 * controllerWidth;
+    const int width = std::min(wanted.width(), bothFit ? beside : screen.width() - frame.width());
+    const int left = screen.left() + (bothFit ? (beside - width) / 2 : 0);
+    resize(width, height);
+    move(left, screen.top());
+    m_controller.resize(controllerWidth, height);
+    m_controller.move(bothFit ? left + width + frame.width()
+                              : screen.right() + 1 - controllerWidth - frame.width(),
+                      screen.top());
+    // Show the host's window last, so that it is active.
+    m_controller.setVisible(bothFit && !m_session.isRemote());
+    show();
+    activateWindow();
+}
+
+QMenu *MainWindow::menu(const QString &title)
+{
+    const QList<QAction *> entries = menuBar()->actions();
+    for (const QAction *entry : entries) {
+        if (entry->menu() && entry->text() == title)
+            return entry->menu();
+    }
+    return menuBar()->addMenu(title);
+}
+
+void MainWindow::makeMenus(bool dark)
+{
+    QAction *quit = menu(tr("&File"))->addAction(tr("&Quit"), qApp, &QCoreApplication::quit);
+    quit->setShortcut(QKeySequence::Quit);
+
+    QMenu *view = menu(tr("&View"));
+    QAction *filter = view->addAction(tr("&Filter the conversation"));
+    connect(filter, &QAction::triggered, this, [this] { m_conversation->focusFilter(); });
+    filter->setShortcut(QKeySequence::Find);
+    QAction *controller = view->addAction(tr("Simulated &Controller"));
+    controller->setShortcut(Qt::Key_F8);
+    controller->setCheckable(true);
+    controller->setEnabled(!m_session.isRemote());
+    connect(controller, &QAction::toggled, &m_controller, &QWidget::setVisible);
+    connect(&m_controller, &ControllerWindow::visibilityChanged, controller, &QAction::setChecked);
+    QAction *darkPalette = view->addAction(tr("&Dark palette"));
+    darkPalette->setCheckable(true);
+    connect(darkPalette, &QAction::toggled, this, &setDarkPalette);
+    darkPalette->setChecked(dark);
+}
+
+void MainWindow::makeViews()
+{
+    m_receivers = new ReceiversPanel;
+    m_conversation = new ConversationView;
+    auto *splitter = new QSplitter(Qt::Vertical);
+    splitter->addWidget(m_receivers);
+    splitter->addWidget(m_conversation);
+    splitter->setStretchFactor(1, 1);
+    splitter->setChildrenCollapsible(false);
+    auto *content = new QWidget;
+    auto *layout = new QVBoxLayout(content);
+    layout->setContentsMargins(9, 9, 9, 0);
+    layout->addWidget(splitter);
+    // On a small screen, show scroll bars instead of clipping.
+    auto *area = new QScrollArea;
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidgetResizable(true);
+    area->setWidget(content);
+    setCentralWidget(area);
+}
+
+void MainWindow::makeStatusBar()
+{
+    for (QLabel **label : {&m_version, &m_router, &m_lock, &m_frames}) {
+        *label = new QLabel;
+        statusBar()->addPermanentWidget(*label);
+    }
+}
+
+void MainWindow::followConversation()
+{
+    ConversationModel *model = &m_conversation->model();
+    connect(&m_session, &Session::exchanged, model, &ConversationModel::addExchange);
+    connect(&m_session.link(), &ControllerLink::logged, model, &ConversationModel::addLogLine);
+}
+
+/// Shows the state of the connection with a remote Controller.
+void MainWindow::followConnection()
+{
+    const Endpoint &endpoint = m_session.options().controller;
+    const QString address = endpoint.host + ':' + QString::number(endpoint.port);
+    m_connection = new QLabel(tr("Connected to %1").arg(address));
+    statusBar()->insertWidget(0, m_connection);
+    connect(&m_session, &Session::connectionChanged, this, [this, address](const QString &problem) {
+        const bool isConnected = problem.isEmpty();
+        m_connection->setText(isConnected
+                                  ? tr("Connected to %1").arg(address)
+                                  : tr("No connection to %1: %2. Connecting again...").arg(address, problem));
+        QPalette colors = palette();
+        if (!isConnected)
+            colors.setColor(QPalette::WindowText, failureColor(colors));
+        m_connection->setPalette(colors);
+        if (isConnected)
+            m_sourceEnded = false;
+    });
+}
+
+void MainWindow::refresh()
+{
+    m_receivers->update(m_session.receivers().reports());
+    const auto flowText = [this] {
+        return m_session.isRemote() ? tr("from the Controller") : tr("%1 per second").arg(m_session.rate());
+    };
+    const QString flow = m_sourceEnded          ? tr("the recording has ended")
+                         : m_session.isPaused() ? tr("paused")
+                                                : flowText();
+    m_frames->setText(tr("Frame %1, %2").arg(m_session.frames()).arg(flow));
+}
+
+void MainWindow::showState()
+{
+    const ControllerState state = m_session.controller().state();
+    m_version->setText(
+        tr("Controller %1.%2.%3").arg(state.version.major).arg(state.version.minor).arg(state.version.third));
+    m_router->setText(state.viaRouter ? tr("Router mode on") : tr("Router mode off"));
+    m_lock->setText(state.locked ? tr("Configuration locked") : tr("Configuration unlocked"));
+}
+
+} // namespace simulation

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "controllerwindow.h"
+
+#include <QMainWindow>
+
+class QLabel;
+class QMenu;
+struct ModuleAction;
+
+namespace simulation {
+
+class ConversationView;
+class ReceiversPanel;
+class Session;
+
+/// The host's window: menus with the module's actions, the receivers, and the conversation with the
+/// Controller. It owns the Controller's window.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    MainWindow(Session &session, bool dark, QWidget *parent = nullptr);
+
+    ControllerWindow &controllerWindow() { return m_controller; }
+
+    /// Adds \a actions to the menus that they name; creates missing menus.
+    void placeActions(const QList<ModuleAction *> &actions);
+
+    /// Shows this window and, if both fit on the screen, the Controller's window beside it.
+    void showOnScreen();
+
+private:
+    void makeMenus(bool dark);
+    void makeViews();
+    void makeStatusBar();
+    void followConversation();
+    void followConnection();
+    void refresh();
+    void showState();
+    QMenu *menu(const QString &title);
+
+    Session &m_session;
+    ControllerWindow m_controller;
+    ReceiversPanel *m_receivers = nullptr;
+    ConversationView *m_conversation = nullptr;
+    QLabel *m_connection = nullptr; ///< null with an embedded Controller
+    QLabel *m_version = nullptr;
+    QLabel *m_router = nullptr;
+    QLabel *m_lock = nullptr;
+    QLabel *m_frames = nullptr;
+    bool m_sourceEnded = false;
+};
+
+} // namespace simulation

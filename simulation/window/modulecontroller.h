@@ -1,0 +1,45 @@
+#pragma once
+
+#include "backendversions.h"
+
+#include <QObject>
+#include <QPointer>
+
+#include <optional>
+
+class QDialog;
+
+namespace simulation {
+
+class HostedModule;
+class MainWindow;
+class Session;
+
+/// Connects the module with the host's window: adds its actions, watches its dialog, and reloads it when the
+/// Controller's version changes. GUI thread only.
+class ModuleController : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// \a module must be loaded.
+    ModuleController(Session &session, HostedModule &module, MainWindow &window);
+
+    /// Passes the host's services to the module and adds its actions to the menus.
+    void begin();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void requestVersion(const BackendVersions &version);
+    void changeVersion(const BackendVersions &version);
+
+    Session &m_session;
+    HostedModule &m_module;
+    MainWindow &m_window;
+    QPointer<QDialog> m_dialog;
+    std::optional<BackendVersions> m_pendingVersion; ///< applied when the dialog closes
+};
+
+} // namespace simulation

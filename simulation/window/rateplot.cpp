@@ -1,0 +1,129 @@
+#include "rateplot.h"
+
+#include "appearance.h"
+
+#include <QEvent>
+#include <QGraphicsLayout>
+#include <QtCharts/QLineSeries>
+#include <QtCharts/QValueAxis>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace QtCharts;
+
+namespace simulation {
+
+namespace {
+
+constexpr double spanSeconds = 60.0;
+
+/// Returns the end of an axis with four equal integer steps that contains \a value.
+double axisEnd(double value)
+{
+    const double least = std::max(value * 1.05, 4.0);
+    double unit = 1.0;
+    while (unit * 40.0 < least)
+        unit *= 10.0;
+    return std::ceil(least / (4.0 * unit)) * 4.0 * unit;
+}
+
+} // namespace
+
+RatePlot::RatePlot(QWidget *parent)
+    : QChartView(parent)
+    , m_time(new QValueAxis(this))
+    , m_rate(new QValueAxis(this))
+{
+    setRenderHint(QPainter::Antialiasing);
+    setFrameShape(QFrame::StyledPanel);
+    setFocusPolicy(Qt::NoFocus);
+    setMinimumHeight(13 * fontMetrics().height());
+    chart()->legend()->hide();
+    chart()->setMargins({4, 4, 8, 2});
+    chart()->setBackgroundRoundness(0.0);
+    chart()->layout()->setContentsMargins(0.0, 0.0, 0.0, 0.0);
+    m_time->setRange(-spanSeconds, 0.0);
+    m_time->setTickCount(7);
+    m_time->setLabelFormat(QLatin1String("%d s"));
+    m_rate->setLabelFormat(QLatin1String("%d"));
+    chart()->addAxis(m_time, Qt::AlignBottom);
+    chart()->addAxis(m_rate, Qt::AlignLeft);
+    showUpTo(0.0);
+    takePalette();
+    m_clock.start();
+}
+
+void RatePlot::addRates(const QHash<int, double> &rates)
+{
+    const double now = double(m_clock.restart()) / 1000.0;
+    dropOthers(rates);
+    double highest = 0.0;
+    for (auto rate = rates.cbegin(); rate != rates.cend(); ++rate) {
+        QLineSeries *series = line(rate.key());
+        QVector<QPointF> points;
+        const QVector<QPointF> before = series->pointsVector();
+        for (const QPointF &point : before) {
+            if (point.x() - now >= -spanSeconds)
+                points.append({point.x() - now, point.y()});
+        }
+        points.append({0.0, rate.value()});
+        for (const QPointF &point : qAsConst(points))
+            highest = std::max(highest, point.y());
+        series->replace(points);
+    }
+    showUpTo(highest);
+}
+
+QLineSeries *RatePlot::line(int channel)
+{
+    QLineSeries *&series = m_lines[channel];
+    if (!series) {
+        series = new QLineSeries;
+        series->setPen(QPen(channelColor(channel), 2.0));
+        chart()->addSeries(series);
+        series->attachAxis(m_time);
+        series->attachAxis(m_rate);
+    }
+    return series;
+}
+
+void RatePlot::dropOthers(const QHash<int, double> &rates)
+{
+    const QList<int> channels = m_lines.keys();
+    for (const int channel : channels) {
+        if (rates.contains(channel))
+            continue;
+        QLineSeries *series = m_lines.take(channel);
+        chart()->removeSeries(series);
+        delete series;
+    }
+}
+
+void RatePlot::showUpTo(double highest)
+{
+    m_rate->setRange(0.0, axisEnd(highest));
+}
+
+void RatePlot::changeEvent(QEvent *event)
+{
+    QChartView::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange)
+        takePalette();
+}
+
+void RatePlot::takePalette()
+{
+    chart()->setBackgroundBrush(palette().brush(QPalette::Base));
+    setBackgroundBrush(palette().brush(QPalette::Base));
+    QColor grid = palette().color(QPalette::Text);
+    grid.setAlphaF(0.2);
+    for (QValueAxis *axis : {m_time, m_rate}) {
+        axis->setLabelsBrush(palette().brush(QPalette::Text));
+        axis->setLabelsFont(font());
+        axis->setGridLinePen(QPen(grid, 1.0));
+        axis->setLinePen(QPen(grid, 1.0));
+    }
+}
+
+} // namespace simulation

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QtCharts/QChartView>
+
+#include <QElapsedTimer>
+#include <QHash>
+
+QT_CHARTS_BEGIN_NAMESPACE
+class QLineSeries;
+class QValueAxis;
+QT_CHARTS_END_NAMESPACE
+
+namespace simulation {
+
+/// Plots the frames per second of each receiver over the last minute in the channel's colour.
+class RatePlot : public QtCharts::QChartView
+{
+    Q_OBJECT
+
+public:
+    explicit RatePlot(QWidget *parent = nullptr);
+
+    /// Appends a point for each channel of \a rates and removes the lines of all other channels.
+    void addRates(const QHash<int, double> &rates);
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    void takePalette();
+    QtCharts::QLineSeries *line(int channel);
+    void dropOthers(const QHash<int, double> &rates);
+    void showUpTo(double highest);
+
+    QElapsedTimer m_clock;
+    QtCharts::QValueAxis *m_time;
+    QtCharts::QValueAxis *m_rate;
+    QHash<int, QtCharts::QLineSeries *> m_lines;
+};
+
+} // namespace simulation

@@ -1,0 +1,96 @@
+#include "receiverspanel.h"
+
+#include "emptyhint.h"
+#include "lastframeview.h"
+#include "rateplot.h"
+#include "receiversmodel.h"
+
+#include <QHeaderView>
+#include <QLabel>
+#include <QSplitter>
+#include <QTableView>
+#include <QVBoxLayout>
+
+namespace simulation {
+
+namespace {
+
+QWidget *titled(const QString &title, QWidget *content)
+{
+    auto *box = new QWidget;
+    auto *layout = new QVBoxLayout(box);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(new QLabel(title));
+    layout->addWidget(content);
+    return box;
+}
+
+} // namespace
+
+ReceiversPanel::ReceiversPanel(QWidget *parent)
+    : QWidget(parent)
+    , m_model(new ReceiversModel(this))
+    , m_table(new QTableView)
+    , m_plot(new RatePlot)
+    , m_frame(new LastFrameView)
+{
+    makeTable();
+    auto *splitter = new QSplitter(Qt::Vertical);
+    splitter->addWidget(titled(tr("<b>Receivers on this computer</b>"), m_table));
+    splitter->addWidget(makeDetails());
+    splitter->setStretchFactor(1, 1);
+    splitter->setChildrenCollapsible(false);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(splitter);
+}
+
+void ReceiversPanel::makeTable()
+{
+    m_table->setModel(m_model);
+    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_table->setAlternatingRowColors(true);
+    m_table->setShowGrid(false);
+    m_table->setTabKeyNavigation(false);
+    m_table->setMinimumHeight(3 * m_table->verticalHeader()->defaultSectionSize());
+    m_table->verticalHeader()->hide();
+    m_table->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
+    QHeaderView *header = m_table->horizontalHeader();
+    header->setSectionResizeMode(QHeaderView::ResizeToContents);
+    header->setSectionResizeMode(ReceiversModel::DestinationColumn, QHeaderView::Stretch);
+    header->setHighlightSections(false);
+    new EmptyHint(tr("No channel has a destination on this computer. Press F9 to give it one."), m_table);
+    connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &ReceiversPanel::showFrame);
+}
+
+QWidget *ReceiversPanel::makeDetails()
+{
+    auto *splitter = new QSplitter(Qt::Horizontal);
+    splitter->addWidget(titled(tr("<b>Frames per second</b>"), m_plot));
+    splitter->addWidget(m_frame);
+    splitter->setSizes({480, 360});
+    splitter->setChildrenCollapsible(false);
+    return splitter;
+}
+
+void ReceiversPanel::update(const QList<ReceiverReport> &reports)
+{
+    m_model->update(reports);
+    m_plot->addRates(m_model->rates());
+    if (!m_table->currentIndex().isValid() && m_model->rowCount() > 0)
+        m_table->selectRow(0);
+    showFrame();
+}
+
+void ReceiversPanel::showFrame()
+{
+    const QModelIndex current = m_table->currentIndex();
+    if (current.isValid())
+        m_frame->show(m_model->report(current.row()));
+    else
+        m_frame->showNone();
+}
+
+} // namespace simulation

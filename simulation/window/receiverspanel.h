@@ -1,0 +1,37 @@
+#pragma once
+
+#include "receiverpool.h"
+
+#include <QWidget>
+
+class QTableView;
+
+namespace simulation {
+
+class LastFrameView;
+class RatePlot;
+class ReceiversModel;
+
+/// Shows the receivers: a table, a plot of the rates, and the last frame of the selected receiver.
+class ReceiversPanel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ReceiversPanel(QWidget *parent = nullptr);
+
+    /// As in ReceiversModel.
+    void update(const QList<ReceiverReport> &reports);
+
+private:
+    void makeTable();
+    QWidget *makeDetails();
+    void showFrame();
+
+    ReceiversModel *m_model;
+    QTableView *m_table;
+    RatePlot *m_plot;
+    LastFrameView *m_frame;
+};
+
+} // namespace simulation

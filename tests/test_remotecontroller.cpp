@@ -1,0 +1,509 @@
+#include "commandclient.h"
+#include "controllerservice.h"
+#include "dataclient.h"
+#include "delayedcommands.h"
+
+#include <QElapsedTimer>
+#include <QNetworkDatagram>
+#include <QProcess>
+#include <QTcpServer>
+#include <QTest>
+#include <QUdpSocket>
+
+#include <csignal>
+#include <memory>
+
+using namespace simulation;
+
+namespace {
+
+constexpr int waitMs = 20000;
+const QString localHost = QLatin1String("127.0.0.1");
+
+/// Options of a Controller on free ports without channels.
+ControllerOptions freePorts()
+{
+    ControllerOptions options;
+    options.port = 0;
+    options.channels = 0;
+    options.rate = 200;
+    return options;
+}
+
+/// A Controller on a thread of its own, as if it were another program.
+class RunningController
+{
+public:
+    explicit RunningController(const ControllerOptions &options = freePorts())
+    {
+        m_context.moveToThread(&m_thread);
+        m_thread.start();
+        QMetaObject::invokeMethod(
+            &m_context, [&] { start(options); }, Qt::BlockingQueuedConnection);
+    }
+    ~RunningController()
+    {
+        QMetaObject::invokeMethod(
+            &m_context, [this] { m_service.reset(); }, Qt::BlockingQueuedConnection);
+        m_thread.quit();
+        m_thread.wait();
+    }
+
+    SimulatedController &controller() { return m_service->controller(); }
+
+    quint16 commandPort = 0;
+    quint16 dataPort = 0;
+
+private:
+    void start(const ControllerOptions &options)
+    {
+        m_service = std::make_unique<ControllerService>(options);
+        QString problem;
+        if (!m_service->openSource(&problem) || !m_service->start(&problem))
+            qFatal("%s", qPrintable(problem));
+        commandPort = m_service->commandPort();
+        dataPort = m_service->dataPort();
+    }
+
+    QThread m_thread;
+    QObject m_context; ///< lives on m_thread
+    std::unique_ptr<ControllerService> m_service;
+};
+
+/// Records the data of a DataClient.
+class RecordingSink : public FrameSink
+{
+public:
+    void takeFrame(const Frame &frame) override
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        QByteArray text;
+        for (const DataLine &line : frame)
+            text += line.text;
+        m_events.append(text);
+    }
+    void takeReset() override
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_events.append("reset");
+    }
+    void takeIdle() override
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_events.append("idle");
+    }
+
+    /// The frames as texts, "reset" and "idle".
+    QList<QByteArray> events() const
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_events;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    QList<QByteArray> m_events;
+};
+
+/// A plain client of the line protocol.
+class LineClient
+{
+public:
+    explicit LineClient(quint16 port)
+    {
+        m_socket.connectToHost(localHost, port);
+        isConnected = QTest::qWaitFor([&] { return m_socket.state() == QTcpSocket::ConnectedState; }, waitMs);
+    }
+
+    /// Returns whether the connection takes the text.
+    bool write(const QByteArray &text) { return m_socket.isOpen() && m_socket.write(text) == text.size(); }
+
+    /// Waits for a line. Returns it without its end, or "closed" if the connection has ended.
+    QByteArray readLine()
+    {
+        const bool isDone = QTest::qWaitFor(
+            [&] { return m_socket.canReadLine() || m_socket.state() == QTcpSocket::UnconnectedState; },
+            waitMs);
+        if (!isDone)
+            return "timeout";
+        return m_socket.canReadLine() ? m_socket.readLine().trimmed() : QByteArray("closed");
+    }
+
+    QByteArray ask(const QByteArray &line)
+    {
+        write(line + '\n');
+        return readLine();
+    }
+
+    /// From now on only a failing write() finds that the connection is closed.
+    void stopReading()
+    {
+        m_socket.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 4096);
+        m_socket.setReadBufferSize(1);
+    }
+
+    bool isClosed() const { return m_socket.state() == QTcpSocket::UnconnectedState; }
+
+    bool isConnected = false;
+
+private:
+    QTcpSocket m_socket;
+};
+
+/// One of the programs as a process. "MODULE" in the arguments stands for the plug-in file.
+class Program : public QProcess
+{
+public:
+    Program(const char *path, QString arguments)
+    {
+        arguments.replace(QLatin1String("MODULE"), QLatin1String(PLUGIN_PATH));
+        start(QLatin1String(path), arguments.split(' ', Qt::SkipEmptyParts));
+    }
+
+    /// Waits for the first line of standard output.
+    QByteArray firstLine()
+    {
+        while (!canReadLine() && waitForReadyRead(waitMs)) {
+        }
+        return readLine().trimmed();
+    }
+
+    /// Waits for the end. Returns the exit status, or -1 if the process crashed or did not end.
+    int status()
+    {
+        const bool hasEnded = waitForFinished(waitMs) && exitStatus() == QProcess::NormalExit;
+        return hasEnded ? exitCode() : -1;
+    }
+};
+
+/// Takes the port from "controller: listening on ADDRESS:PORT, data on ADDRESS:PORT".
+quint16 commandPortOf(const QByteArray &line)
+{
+    const int start = line.indexOf(':', line.indexOf("listening on ")) + 1;
+    return line.mid(start, line.indexOf(',') - start).toUShort();
+}
+
+} // namespace
+
+class TestRemoteController : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void requestsGetTheResultOfTheController();
+    void pipelinedRequestsAreAnsweredInOrder();
+    void badClientHarmsNobodyElse_data();
+    void badClientHarmsNobodyElse();
+    void excessConnectionsAreRefused();
+    void refusalProbabilityConcernsCommandsOnly();
+    void answersAreDelayed();
+    void silentControllerTimesOutOnce();
+    void connectionIsRestoredAfterARestart();
+    void cutFrameIsNotDelivered();
+    void stateReachesTheFrontend();
+    void directOutputEndsWithRouterMode();
+    void programEndsCleanlyOnASignal();
+    void invalidArgumentsAreRefused_data();
+    void invalidArgumentsAreRefused();
+    void frontendForwardsDataOfARemoteController();
+    void unreachableControllerEndsTheFrontend();
+};
+
+void TestRemoteController::requestsGetTheResultOfTheController()
+{
+    RunningController service;
+    CommandClient client(localHost, service.commandPort);
+    QTRY_VERIFY_WITH_TIMEOUT(client.isConnected(), waitMs);
+    QVERIFY(client.greeting().version.minor == 9 && client.greeting().dataPort == service.dataPort);
+
+    QByteArray answer = "unchanged";
+    QList<int> results;
+    results.append(client.query("output net ch11", &answer));
+    results.append(client.command("output net ch02 udp 'somehost' 6000"));
+    results.append(client.command("output net ch02\nudp my_ip 1"));
+    results.append(client.command("output nonsense"));
+    QCOMPARE(answer, QByteArray("unchanged"));
+    results.append(client.query("output net ch02", &answer));
+    QCOMPARE(results, (QList<int>{OutOfRange, 0, -1, NotUnderstood, 0}));
+    QCOMPARE(answer, QByteArray("udp somehost 6000"));
+    QCOMPARE(service.controller().commands().size(), 2);
+}
+
+void TestRemoteController::pipelinedRequestsAreAnsweredInOrder()
+{
+    ControllerOptions options = freePorts();
+    options.answerDelayMs = 5;
+    RunningController service(options);
+    LineClient client(service.commandPort);
+    client.write("get system model\r\nget output number_of_types\nset output net ch01 none\nget");
+    QCOMPARE(client.readLine(), QByteArray("ok 100"));
+    QCOMPARE(client.readLine(), QByteArray("ok 15"));
+    QCOMPARE(client.readLine(), QByteArray("ok"));
+    QCOMPARE(client.ask(" output type t01"), QByteArray("ok fr"));
+}
+
+void TestRemoteController::badClientHarmsNobodyElse_data()
+{
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::newRow("unknown request") << QByteArray("put x\n") << QByteArray("error 1");
+    QTest::newRow("empty line") << QByteArray("\n") << QByteArray("error 1");
+    QTest::newRow("binary data") << QByteArray("get \0\xff\x01 x\n", 10) << QByteArray("error 1");
+    QTest::newRow("endless line") << QByteArray(100000, 'x') << QByteArray("error 1 line too long");
+    QTest::newRow("endless zeros") << QByteArray(100000, '\0') << QByteArray("error 1 line too long");
+    QTest::newRow("answers are never read")
+        << QByteArray("get output type_desc 6d\n").repeated(20000) << QByteArray();
+}
+
+void TestRemoteController::badClientHarmsNobodyElse()
+{
+    QFETCH(const QByteArray, input);
+    QFETCH(const QByteArray, answer);
+    RunningController service;
+    LineClient other(service.commandPort);
+    LineClient bad(service.commandPort);
+    if (answer.isEmpty())
+        bad.stopReading();
+    bad.write(input);
+    if (!answer.isEmpty())
+        QCOMPARE(bad.readLine(), answer);
+    for (int i = 0; i < 20; ++i)
+        QCOMPARE(other.ask("get system model"), QByteArray("ok 100"));
+    if (answer.isEmpty())
+        QTRY_VERIFY_WITH_TIMEOUT(bad.isClosed() || !bad.write("\n"), waitMs);
+    QCOMPARE(other.ask("get system model"), QByteArray("ok 100"));
+}
+
+void TestRemoteController::excessConnectionsAreRefused()
+{
+    RunningController service;
+    LineClient first(service.commandPort);
+    QCOMPARE(first.ask("get system model"), QByteArray("ok 100"));
+    {
+        std::vector<std::unique_ptr<LineClient>> others;
+        for (int i = 0; i < 100; ++i)
+            others.push_back(std::make_unique<LineClient>(service.commandPort));
+        int refused = 0;
+        for (const auto &client : others)
+            refused += client->ask("get system model") == "closed" ? 1 : 0;
+        QCOMPARE(refused, 101 - CommandServer::ConnectionLimit);
+        QCOMPARE(first.ask("get system model"), QByteArray("ok 100"));
+    }
+    // The Controller notices the closed connections asynchronously.
+    QTRY_COMPARE_WITH_TIMEOUT(LineClient(service.commandPort).ask("get system model"), QByteArray("ok 100"),
+                              waitMs);
+}
+
+void TestRemoteController::refusalProbabilityConcernsCommandsOnly()
+{
+    ControllerOptions options = freePorts();
+    options.refusalProbability = 1.0;
+    RunningController service(options);
+    LineClient client(service.commandPort);
+    QCOMPARE(client.ask("set output net_active ch01 yes"), QByteArray("error -1"));
+    QCOMPARE(client.ask("get output net_active ch01"), QByteArray("ok no"));
+}
+
+void TestRemoteController::answersAreDelayed()
+{
+    constexpr int delayMs = 100;
+    ControllerOptions options = freePorts();
+    options.answerDelayMs = delayMs;
+    RunningController service(options);
+    LineClient client(service.commandPort);
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(client.ask("get system model"), QByteArray("ok 100"));
+    QVERIFY(timer.elapsed() >= delayMs);
+
+    SimulatedController embedded;
+    DelayedCommands delayed(embedded);
+    delayed.setDelay(delayMs);
+    QByteArray answer;
+    timer.start();
+    QVERIFY(delayed.query("system model", &answer) == 0 && delayed.command("output net ch01 none") == 0);
+    QVERIFY(timer.elapsed() >= 2 * delayMs && answer == "100");
+}
+
+void TestRemoteController::silentControllerTimesOutOnce()
+{
+    // Greets, and then never answers.
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    connect(&server, &QTcpServer::newConnection, &server, [&server] {
+        static bool hasGreeted = false;
+        QTcpSocket *socket = server.nextPendingConnection();
+        if (!std::exchange(hasGreeted, true))
+            socket->write("ok version 1.9.0 data 9\n");
+    });
+    CommandClient client(localHost, server.serverPort());
+    QTRY_VERIFY_WITH_TIMEOUT(client.isConnected(), waitMs);
+    QByteArray answer;
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(client.query("system model", &answer), int(CommandService::TimedOut));
+    QVERIFY(timer.elapsed() >= CommandClient::AnswerTimeoutMs);
+    timer.start();
+    for (int i = 0; i < 200; ++i)
+        QCOMPARE(client.query("system model", &answer), int(CommandService::NotConnected));
+    QVERIFY(timer.elapsed() < CommandClient::AnswerTimeoutMs);
+}
+
+void TestRemoteController::connectionIsRestoredAfterARestart()
+{
+    ControllerOptions options = freePorts();
+    auto service = std::make_unique<RunningController>(options);
+    options.port = service->commandPort;
+    options.dataPort = service->dataPort;
+    RecordingSink sink;
+    DataClient data(sink);
+    CommandClient client(localHost, service->commandPort);
+    connect(&client, &CommandClient::connected, &data,
+            [&](const Greeting &greeting) { data.connectTo(localHost, greeting.dataPort); });
+    QTRY_VERIFY_WITH_TIMEOUT(client.isConnected() && sink.events().size() > 10, waitMs);
+
+    service.reset();
+    QTRY_VERIFY_WITH_TIMEOUT(!client.isConnected(), waitMs);
+    QByteArray answer;
+    QVERIFY(client.query("system model", &answer) != 0 && client.command("output net ch01 none") != 0);
+    const int before = sink.events().size();
+
+    options.controllerVersion.minor = 8;
+    service = std::make_unique<RunningController>(options);
+    QTRY_VERIFY_WITH_TIMEOUT(client.isConnected() && sink.events().size() > before + 10, waitMs);
+    QCOMPARE(client.greeting().version.minor, 8);
+    QCOMPARE(sink.events().at(before), QByteArray("reset"));
+    QVERIFY(client.query("system model", &answer) == 0 && answer == "100");
+}
+
+void TestRemoteController::cutFrameIsNotDelivered()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    RecordingSink sink;
+    DataClient data(sink);
+    data.connectTo(localHost, server.serverPort());
+    for (const QByteArray &text : {QByteArray("#reset\nfr 1\r\n6d 0\r\n\r\nfr 2\r\n6"),
+                                   QByteArray("6d 0\r\n#reset\nfr 4\r\n\r\n#unknown\n#idle\n")}) {
+        QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), waitMs);
+        std::unique_ptr<QTcpSocket> socket(server.nextPendingConnection());
+        socket->write(text);
+        QTRY_COMPARE_WITH_TIMEOUT(socket->bytesToWrite(), 0, waitMs);
+        socket->disconnectFromHost();
+    }
+    const QList<QByteArray> expected{"reset", "fr 1\r\n6d 0\r\n", "reset", "fr 4\r\n", "idle"};
+    QTRY_COMPARE_WITH_TIMEOUT(sink.events(), expected, waitMs);
+}
+
+void TestRemoteController::stateReachesTheFrontend()
+{
+    RunningController service;
+    RecordingSink sink;
+    DataClient data(sink);
+    ControllerState seen;
+    connect(&data, &DataClient::stateReceived, this, [&seen](const ControllerState &state) { seen = state; });
+    data.connectTo(localHost, service.dataPort);
+    const Destination destination{Destination::Kind::Multicast, "239.1.2.3", 6000};
+    QTRY_COMPARE_WITH_TIMEOUT(seen.version.minor, 9, waitMs);
+    service.controller().change([&](ControllerState &state) {
+        state.locked = state.viaRouter = true;
+        state.channels[9] = {destination, true, 7, {"fr", "6d"}};
+    });
+    QTRY_VERIFY_WITH_TIMEOUT(seen.locked && seen.viaRouter, waitMs);
+    const OutputChannel &channel = seen.channels[9];
+    QVERIFY(channel.destination == destination && channel.active && channel.divisor == 7);
+    QCOMPARE(channel.types, (QSet<QByteArray>{"fr", "6d"}));
+}
+
+void TestRemoteController::directOutputEndsWithRouterMode()
+{
+    QUdpSocket receiver;
+    QVERIFY(receiver.bind(QHostAddress::LocalHost));
+    RunningController service;
+    RecordingSink sink;
+    DataClient data(sink);
+    data.connectTo(localHost, service.dataPort);
+    LineClient client(service.commandPort);
+    for (const QByteArray &text :
+         {"set output net ch01 udp '127.0.0.1' " + QByteArray::number(receiver.localPort()),
+          QByteArray("set output active ch01 6d yes"), QByteArray("set output net_active ch01 yes")})
+        QCOMPARE(client.ask(text), QByteArray("ok"));
+    QTRY_VERIFY_WITH_TIMEOUT(receiver.hasPendingDatagrams() && sink.events().size() > 5, waitMs);
+    QByteArray datagram(int(receiver.pendingDatagramSize()), '\0');
+    receiver.readDatagram(datagram.data(), datagram.size());
+    QVERIFY2(datagram.startsWith("fr ") && datagram.count("\r\n") == 2 && datagram.contains("\r\n6d 3 "),
+             datagram.constData());
+
+    QCOMPARE(client.ask("set output net_via_router yes"), QByteArray("ok"));
+    while (receiver.hasPendingDatagrams())
+        receiver.receiveDatagram();
+    const int before = sink.events().size();
+    QTRY_VERIFY_WITH_TIMEOUT(sink.events().size() > before + 20, waitMs);
+    QVERIFY(!receiver.hasPendingDatagrams());
+}
+
+void TestRemoteController::programEndsCleanlyOnASignal()
+{
+    Program program(CONTROLLER_PATH, QLatin1String("--port 0 --channels 10"));
+    const QByteArray line = program.firstLine();
+    QVERIFY2(line.startsWith("controller: listening on 127.0.0.1:"), line.constData());
+    Program second(CONTROLLER_PATH, QLatin1String("--port ") + QString::number(commandPortOf(line)));
+    QCOMPARE(second.status(), 1);
+    QCOMPARE(::kill(pid_t(program.processId()), SIGINT), 0);
+    QCOMPARE(program.status(), 0);
+    QCOMPARE(program.readAllStandardError(), QByteArray());
+}
+
+void TestRemoteController::invalidArgumentsAreRefused_data()
+{
+    QTest::addColumn<QString>("arguments");
+    for (const char *arguments :
+         {"--nonsense", "stray", "--port 65536", "--rate 0", "--channels 11", "--refuse 1.5", "--refuse nan",
+          "--answer-delay -1", "--controller-version 1", "--replay /nonexistent/file", "--seconds many"})
+        QTest::newRow(arguments) << QString::fromLatin1(arguments);
+}
+
+void TestRemoteController::invalidArgumentsAreRefused()
+{
+    QFETCH(const QString, arguments);
+    Program program(CONTROLLER_PATH, arguments);
+    QCOMPARE(program.status(), 2);
+    QCOMPARE(program.readAllStandardError().count("controller: "), 1);
+    QCOMPARE(program.readAllStandardOutput(), QByteArray());
+}
+
+void TestRemoteController::frontendForwardsDataOfARemoteController()
+{
+    for (const char *mode : {"", " --router"}) {
+        Program controller(CONTROLLER_PATH,
+                           QLatin1String("--port 0 --rate 200 --channels 2") + QLatin1String(mode));
+        const quint16 port = commandPortOf(controller.firstLine());
+        Program frontend(FRONTEND_PATH,
+                         QLatin1String("--headless --seconds 2 --plugin MODULE --controller 127.0.0.1:") +
+                             QString::number(port));
+        const int status = frontend.status();
+        const QByteArray out = frontend.readAllStandardOutput();
+        QVERIFY2(status == 0 && out.count(": good\n") == 2, out + frontend.readAllStandardError());
+        ::kill(pid_t(controller.processId()), SIGTERM);
+        QCOMPARE(controller.status(), 0);
+    }
+}
+
+void TestRemoteController::unreachableControllerEndsTheFrontend()
+{
+    // A port that was free a moment ago.
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    const QString port = QString::number(server.serverPort());
+    server.close();
+    for (const QString &arguments :
+         {QLatin1String("--controller 127.0.0.1:") + port, QString::fromLatin1("--controller 127.0.0.1"),
+          QString::fromLatin1("--controller 127.0.0.1:1 --rate 100")}) {
+        Program frontend(FRONTEND_PATH, QLatin1String("--headless --plugin MODULE ") + arguments);
+        QCOMPARE(frontend.status(), 2);
+        QCOMPARE(frontend.readAllStandardError().count("frontend: "), 1);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestRemoteController)
+#include "test_remotecontroller.moc"
