@@ -2,10 +2,10 @@
 
 namespace {
 
-std::array<FrameLine, linesPerFrame> frameLines()
+std::array<FrameLine, linesPerFrame> frameLines(int padding = 0)
 {
     return {{
-        {"fr", "fr 100000000\r\n"},
+        {"fr", "fr 100000000" + std::string(size_t(padding), ' ') + "\r\n"},
         {"ts", "ts 44325.218407\r\n"},
         {"ts2", "ts2 44325 218407 16783\r\n"},
         {"st", "st 2 0 1 4 0 1 1 37 0 1 2 4 0 1 3 41 0\r\n"},
@@ -51,8 +51,8 @@ uint32_t readNumber(const char *digits)
     return number;
 }
 
-Frame::Frame()
-    : m_lines(frameLines())
+Frame::Frame(int padding)
+    : m_lines(frameLines(padding))
 {
 }
 
@@ -72,9 +72,9 @@ std::vector<std::string> tickedTypes(int channel)
     return types;
 }
 
-std::string datagramOf(int channel)
+std::string datagramOf(int channel, int padding)
 {
-    const auto lines = frameLines();
+    const auto lines = frameLines(padding);
     std::string datagram;
     for (int line = 0; line < linesPerFrame; ++line) {
         if (!isSkipped(channel, line))

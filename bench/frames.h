@@ -20,7 +20,8 @@ struct FrameLine
 class Frame
 {
 public:
-    Frame();
+    /// \a padding more bytes in the first line.
+    explicit Frame(int padding = 0);
 
     /// Writes \a number, of nine digits, into the first line.
     void setNumber(uint32_t number);
@@ -45,5 +46,5 @@ uint32_t readNumber(const char *digits);
 /// each channel others.
 std::vector<std::string> tickedTypes(int channel);
 
-/// The bytes of a datagram of channel \a channel: its lines of the frame.
-std::string datagramOf(int channel);
+/// The bytes of a datagram of channel \a channel: its lines of the frame with \a padding.
+std::string datagramOf(int channel, int padding = 0);

@@ -4,12 +4,12 @@
 #include "receivers.h"
 #include "sender.h"
 
-HandOff::HandOff(const Receivers &receivers, int channels)
+HandOff::HandOff(const Receivers &receivers, int channels, int padding)
 {
     for (int channel = 0; channel < channels; ++channel) {
         m_lanes.push_back(std::make_unique<Lane>());
         m_lanes.back()->thread =
-            std::thread(run, std::ref(*m_lanes.back()), channel, receivers.port(channel));
+            std::thread(run, std::ref(*m_lanes.back()), channel, receivers.port(channel), padding);
     }
 }
 
@@ -39,10 +39,10 @@ int64_t HandOff::carry(uint32_t number)
     return start;
 }
 
-void HandOff::run(Lane &lane, int channel, uint16_t port)
+void HandOff::run(Lane &lane, int channel, uint16_t port, int padding)
 {
     const SendSocket socket;
-    Sender sender(channel, port, socket.descriptor());
+    Sender sender(channel, port, socket.descriptor(), padding);
     uint32_t sent = 0;
     std::unique_lock<std::mutex> lock(lane.mutex);
     for (;;) {

@@ -16,7 +16,7 @@ class Receivers;
 class HandOff : public Road
 {
 public:
-    HandOff(const Receivers &receivers, int channels);
+    HandOff(const Receivers &receivers, int channels, int padding = 0);
     ~HandOff() override;
     HandOff(const HandOff &) = delete;
     HandOff &operator=(const HandOff &) = delete;
@@ -34,7 +34,7 @@ private:
         std::thread thread;
     };
 
-    static void run(Lane &lane, int channel, uint16_t port);
+    static void run(Lane &lane, int channel, uint16_t port, int padding);
 
     std::vector<std::unique_ptr<Lane>> m_lanes;
 };

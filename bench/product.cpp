@@ -4,6 +4,7 @@
 #include "moduleaction.h"
 #include "receivers.h"
 #include "requester.h"
+#include "stall.h"
 
 #include <QDialog>
 #include <QTimer>
@@ -61,6 +62,7 @@ void endIf(bool failed, const QString &problem)
 
 Product::Product(const Receivers &receivers, const Setup &setup)
     : m_setup(setup)
+    , m_frame(setup.padding)
 {
     prepareController(receivers);
     QString problem;
@@ -83,7 +85,9 @@ void Product::prepareController(const Receivers &receivers)
         state.viaRouter = m_setup.routing;
         state.catalogue = catalogue(m_setup.types);
         for (int i = 0; i < m_setup.channels; ++i) {
-            const Destination destination{Destination::Kind::Udp, "127.0.0.1", receivers.port(i)};
+            const bool isStalled = m_setup.stalled && i == m_setup.channels - 1;
+            const Destination destination{Destination::Kind::Udp, "127.0.0.1",
+                                          isStalled ? stalledPort : receivers.port(i)};
             state.channels[size_t(i)] = {destination, true, 1, ticksOf(i, m_setup)};
         }
         m_versions = state.version;

@@ -19,6 +19,8 @@ struct Setup
     bool allLines = false;       ///< who wants, wants all twelve lines, instead of ten
     int types = 15;              ///< in the catalogue, at least 13
     bool routing = true;         ///< the Controller is in router mode
+    int padding = 0;             ///< bytes by which the frame is larger
+    bool stalled = false;        ///< the last channel's socket is never ready; it is not counted
 };
 
 /// The plug-in in a host, from loading to unloading, as one way for frames to the receivers. GUI thread, but
@@ -32,7 +34,7 @@ public:
     Product &operator=(const Product &) = delete;
 
     int64_t carry(uint32_t number) override;
-    int channels() const override { return m_setup.wanting; }
+    int channels() const override { return m_setup.wanting - (m_setup.stalled ? 1 : 0); }
 
     /// The lines that deliver() hands over are those of frame \a number from now on.
     void setNumber(uint32_t number) { m_frame.setNumber(number); }

@@ -5,6 +5,7 @@
 #include "handoff.h"
 #include "measurement.h"
 #include "product.h"
+#include "relay.h"
 #include "report.h"
 #include "statistics.h"
 
@@ -16,30 +17,55 @@ struct Pace
     int rate;
     double seconds;
     int repetitions;
+    int padding;
 };
 
+constexpr int paddingTo60Kb = 59000;
+
 // The slow pace needs its time for enough frames; the quick one gives better numbers by more repetitions.
-const Pace paces[] = {{10, 1000, 1, 9}, {10, 60, 2, 7}, {1, 1000, 1, 9}, {1, 60, 3, 5}};
+const Pace paces[] = {{10, 1000, 1, 9, 0},
+                      {10, 60, 2, 7, 0},
+                      {1, 1000, 1, 9, 0},
+                      {1, 60, 3, 5, 0},
+                      {10, 60, 2, 7, paddingTo60Kb}};
 
 /// The rows of one pace.
 struct Measured
 {
     Pairs cpu;
     Pairs cpuDirect;
+    Pairs cpuRelay;
     Pairs median;
     Pairs late;
+    Pairs medianRelay;
+    Pairs lateRelay;
 };
 
-void addRepetition(const QString &name, const Run &ours, const Run &handOff, Measured *measured,
-                   Report &report)
+void addCpu(const Run &ours, const Run &limit, Pairs *pairs)
 {
-    compareBytes(name, ours, handOff, report);
-    measured->cpu.add(ours.cpuPerDatagramNs() / 1000, handOff.cpuPerDatagramNs() / 1000);
-    const auto addQuantile = [&](Pairs &pairs, double share) {
-        pairs.add(quantile(ours.latenciesNs, share) / 1000, quantile(handOff.latenciesNs, share) / 1000);
-    };
-    addQuantile(measured->median, 0.5);
-    addQuantile(measured->late, 0.99);
+    pairs->add(ours.cpuPerDatagramNs() / 1000, limit.cpuPerDatagramNs() / 1000);
+}
+
+void addLatency(const Run &ours, const Run &limit, double share, Pairs *pairs)
+{
+    pairs->add(quantile(ours.latenciesNs, share) / 1000, quantile(limit.latenciesNs, share) / 1000);
+}
+
+/// One sender and a relay stand for the absence of a hand-off to ten threads, so they are for ten channels.
+template <typename MeasureOne>
+void addLimitsForTen(const Receivers &receivers, const Run &ours, const MeasureOne &measureOne,
+                     Measured *measured)
+{
+    Run direct;
+    Run relay;
+    if (measureOne([&] { return std::make_unique<DirectSender>(receivers, channelCount); }, ", one sender",
+                   &direct))
+        addCpu(ours, direct, &measured->cpuDirect);
+    if (!measureOne([&] { return std::make_unique<Relay>(receivers, channelCount); }, ", relay", &relay))
+        return;
+    addCpu(ours, relay, &measured->cpuRelay);
+    addLatency(ours, relay, 0.5, &measured->medianRelay);
+    addLatency(ours, relay, 0.99, &measured->lateRelay);
 }
 
 Measured measurePace(const Pace &pace, const QString &name, const BenchOptions &options,
@@ -54,21 +80,78 @@ Measured measurePace(const Pace &pace, const QString &name, const BenchOptions &
     for (int i = 0; i < options.repetitions(pace.repetitions); ++i) {
         Setup setup;
         setup.channels = setup.wanting = pace.channels;
+        setup.padding = pace.padding;
         Run ours;
         Run handOff;
-        Run direct;
         if (!measureOne([&] { return std::make_unique<Product>(receivers, setup); }, ", ours", &ours) ||
-            !measureOne([&] { return std::make_unique<HandOff>(receivers, pace.channels); }, ", hand-off",
-                        &handOff))
+            !measureOne([&] { return std::make_unique<HandOff>(receivers, pace.channels, pace.padding); },
+                        ", hand-off", &handOff))
             continue;
-        addRepetition(name, ours, handOff, &measured, report);
-        // One channel is handed on in any case: the sender without a hand-off is for ten.
-        if (pace.channels > 1 &&
-            measureOne([&] { return std::make_unique<DirectSender>(receivers, pace.channels); },
-                       ", one sender", &direct))
-            measured.cpuDirect.add(ours.cpuPerDatagramNs() / 1000, direct.cpuPerDatagramNs() / 1000);
+        compareBytes(name, ours, handOff, report);
+        addCpu(ours, handOff, &measured.cpu);
+        addLatency(ours, handOff, 0.5, &measured.median);
+        addLatency(ours, handOff, 0.99, &measured.late);
+        if (pace.channels > 1 && pace.padding == 0)
+            addLimitsForTen(receivers, ours, measureOne, &measured);
     }
     return measured;
+}
+
+void addRow(const char *what, const QString &pace, const char *limit, const Pairs &pairs, const Goal &goal,
+            Report &report)
+{
+    if (!pairs.isEmpty())
+        report.add(
+            QString::fromLatin1("%1, %2 / %3 [us]").arg(QLatin1String(what), pace, QLatin1String(limit)),
+            pairs, goal);
+}
+
+/// Nine channels beside one whose socket is never ready, against nine of ten that all send.
+void addStallRows(const BenchOptions &options, const Receivers &receivers, Report &report)
+{
+    constexpr int rate = 60, frames = 120;
+    const Feed feed = [&](Road &road) { return runPaced(road, receivers, rate, frames); };
+    const QString name = QLatin1String("9 channels beside a stalled one, 60 frames/s");
+    Measured measured;
+    for (int i = 0; i < options.repetitions(7); ++i) {
+        Setup setup;
+        Run free;
+        Run stalled;
+        const auto make = [&] { return std::make_unique<Product>(receivers, setup); };
+        if (!measureRoad(name + QLatin1String(", none stalled"), make, feed, receivers, report, &free))
+            continue;
+        setup.stalled = true;
+        if (!measureRoad(name + QLatin1String(", one stalled"), make, feed, receivers, report, &stalled))
+            continue;
+        addLatency(stalled, free, 0.5, &measured.median);
+        addLatency(stalled, free, 0.99, &measured.late);
+    }
+    addRow("latency median", name, "none stalled", measured.median, Goal::atMost(1.1), report);
+    addRow("latency 99%", name, "none stalled", measured.late, Goal::atMost(1.2), report);
+}
+
+/// The goals of ten channels; one channel has nothing to share.
+Goal goalForTen(const Pace &pace, double goal, double goalForOne)
+{
+    return Goal::atMost(pace.channels > 1 ? goal : goalForOne);
+}
+
+void addRowsOf(const Pace &pace, const QString &name, const Measured &measured, Report &report)
+{
+    if (measured.cpu.isEmpty())
+        return;
+    const bool isLarge = pace.padding > 0;
+    const bool isFast = pace.rate == 1000;
+    addRow("cpu per datagram", name, "hand-off", measured.cpu, Goal::shown(), report);
+    addRow("cpu per datagram", name, "one sender", measured.cpuDirect, Goal::atMost(isFast ? 1.4 : 1.7),
+           report);
+    addRow("cpu per datagram", name, "relay", measured.cpuRelay, Goal::shown(), report);
+    addRow("latency median", name, "hand-off", measured.median,
+           isLarge ? Goal::atMost(0.85) : goalForTen(pace, isFast ? 0.65 : 0.8, 1.3), report);
+    addRow("latency 99%", name, "hand-off", measured.late,
+           isLarge ? Goal::atMost(1.0) : goalForTen(pace, 0.8, 1.5), report);
+    addRow("latency median", name, "relay", measured.medianRelay, Goal::shown(), report);
+    addRow("latency 99%", name, "relay", measured.lateRelay, Goal::shown(), report);
 }
 
 } // namespace
@@ -76,22 +159,12 @@ Measured measurePace(const Pace &pace, const QString &name, const BenchOptions &
 void addPacedRows(const BenchOptions &options, const Receivers &receivers, Report &report)
 {
     for (const Pace &pace : paces) {
-        const QString name = QString::fromLatin1("%1 channel%2, %3 frames/s")
+        const QString name = QString::fromLatin1("%1 channel%2, %3 frames/s%4")
                                  .arg(pace.channels)
                                  .arg(QLatin1String(pace.channels > 1 ? "s" : ""))
-                                 .arg(pace.rate);
-        const Measured measured = measurePace(pace, name, options, receivers, report);
-        if (measured.cpu.isEmpty())
-            continue;
-        const bool many = pace.channels > 1;
-        report.add(QLatin1String("cpu a datagram, ") + name + QLatin1String(" / hand-off [us]"), measured.cpu,
-                   many ? Goal::atMost(1.2) : Goal::shown());
-        if (!measured.cpuDirect.isEmpty())
-            report.add(QLatin1String("cpu a datagram, ") + name + QLatin1String(" / one sender [us]"),
-                       measured.cpuDirect, Goal::shown());
-        report.add(QLatin1String("latency median, ") + name + QLatin1String(" / hand-off [us]"),
-                   measured.median, Goal::atMost(1.3));
-        report.add(QLatin1String("latency 99%, ") + name + QLatin1String(" / hand-off [us]"), measured.late,
-                   Goal::atMost(1.5));
+                                 .arg(pace.rate)
+                                 .arg(QLatin1String(pace.padding > 0 ? " of 60 KB" : ""));
+        addRowsOf(pace, name, measurePace(pace, name, options, receivers, report), report);
     }
+    addStallRows(options, receivers, report);
 }

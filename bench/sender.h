@@ -13,8 +13,8 @@
 class Sender
 {
 public:
-    Sender(int channel, uint16_t port, int socket)
-        : m_datagram(datagramOf(channel))
+    Sender(int channel, uint16_t port, int socket, int padding = 0)
+        : m_datagram(datagramOf(channel, padding))
         , m_socket(socket)
     {
         m_to.sin_family = AF_INET;

@@ -20,7 +20,7 @@ class LineBlock
 public:
     /// A block takes no more lines than these; only a single longer line may have a block of its own.
     static constexpr std::size_t MaximumLines = 1024;
-    static constexpr std::size_t MaximumBytes = std::size_t{64} * 1024;
+    static constexpr std::size_t MaximumBytes = std::size_t{128} * 1024; // a frame of any length fits
 
     /// Whether \a line may be appended.
     bool hasRoomFor(const RouterLine &line) const;

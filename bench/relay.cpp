@@ -1,0 +1,62 @@
+#include "relay.h"
+
+#include "clocks.h"
+#include "receivers.h"
+
+namespace {
+
+/// A socket on a free port of this computer.
+int listeningSocket(uint16_t *port)
+{
+    const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    bind(descriptor, reinterpret_cast<sockaddr *>(&address), size);
+    getsockname(descriptor, reinterpret_cast<sockaddr *>(&address), &size);
+    *port = ntohs(address.sin_port);
+    return descriptor;
+}
+
+constexpr uint32_t lastNumber = 0; // ends the relay; no frame has it
+
+} // namespace
+
+Relay::Relay(const Receivers &receivers, int channels)
+{
+    uint16_t port = 0;
+    m_socket = listeningSocket(&port);
+    for (int channel = 0; channel < channels; ++channel)
+        m_senders.emplace_back(channel, receivers.port(channel), m_sendSocket.descriptor());
+    m_feeder.emplace_back(0, port, m_sendSocket.descriptor());
+    m_thread = std::thread([this] { run(); });
+}
+
+Relay::~Relay()
+{
+    m_feeder.front().send(lastNumber);
+    m_thread.join();
+    close(m_socket);
+}
+
+int64_t Relay::carry(uint32_t number)
+{
+    const int64_t start = nowNs();
+    m_feeder.front().send(number);
+    return start;
+}
+
+void Relay::run()
+{
+    char datagram[65536];
+    for (;;) {
+        if (recv(m_socket, datagram, sizeof datagram, 0) < numberPosition + numberDigits)
+            continue;
+        const uint32_t number = readNumber(datagram + numberPosition);
+        if (number == lastNumber)
+            return;
+        for (Sender &sender : m_senders)
+            sender.send(number);
+    }
+}

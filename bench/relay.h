@@ -1,0 +1,33 @@
+#pragma once
+
+#include "road.h"
+#include "sender.h"
+
+#include <cstdint>
+#include <thread>
+#include <vector>
+
+class Receivers;
+
+/// A plain UDP relay, which users would run instead of the module: a thread receives each frame as one
+/// datagram and sends one datagram to each receiver. The feeding thread sends that one datagram.
+class Relay : public Road
+{
+public:
+    Relay(const Receivers &receivers, int channels);
+    ~Relay() override;
+    Relay(const Relay &) = delete;
+    Relay &operator=(const Relay &) = delete;
+
+    int64_t carry(uint32_t number) override;
+    int channels() const override { return int(m_senders.size()); }
+
+private:
+    void run();
+
+    int m_socket;
+    SendSocket m_sendSocket;
+    std::vector<Sender> m_senders;
+    std::vector<Sender> m_feeder; // one
+    std::thread m_thread;
+};
