@@ -11,7 +11,7 @@
 #include <QtTest>
 
 #include <memory>
-#include <unistd.h>
+#include <thread>
 
 namespace {
 
@@ -19,6 +19,7 @@ constexpr int fullCrossings = 10000;
 constexpr int patienceMilliseconds = 40000;
 constexpr int limitMilliseconds = 30000;
 
+const std::thread::id mainThread = std::this_thread::get_id();
 std::atomic<int> claims{0};        // workers that have taken the run of a channel
 std::atomic<int> refusedClaims{0}; // threads that found another worker
 std::atomic<int> workerYields{0};  // before a worker takes a lock
@@ -70,7 +71,7 @@ void __wrap_nativeSleep(uint32_t milliseconds)
 int __real_nativeMutexLock(NativeMutex *);
 int __wrap_nativeMutexLock(NativeMutex *mutex)
 {
-    const bool isWorker = gettid() != getpid();
+    const bool isWorker = std::this_thread::get_id() != mainThread;
     for (int turn = 0; isWorker && turn < workerYields; ++turn)
         std::this_thread::yield();
     return __real_nativeMutexLock(mutex);

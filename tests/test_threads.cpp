@@ -4,12 +4,13 @@
 #include "waiting.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QtTest>
 
 #include <csignal>
 #include <future>
+#ifdef Q_OS_UNIX
 #include <pthread.h>
+#endif
 
 #ifdef __SANITIZE_THREAD__
 // One test gives back a mutex that it does not hold, and expects the refusal.
@@ -39,12 +40,6 @@ int countOf(NativeSemaphore *semaphore)
     return count == 0 || nativeSemaphorePost(semaphore, count) == 0 ? count : -1;
 }
 
-int mappingCount()
-{
-    QFile maps(QStringLiteral("/proc/self/maps"));
-    return maps.open(QIODevice::ReadOnly) ? maps.readAll().count('\n') : 0;
-}
-
 uint32_t countUp(void *counter)
 {
     threadSleep(2);
@@ -64,7 +59,9 @@ private slots:
     void timeOutsAreTakenOff();
     void wakeUpsReachOneOrAll();
     void endedThreadsLeaveNothing();
+#ifdef Q_OS_UNIX
     void signalsAreForTheHost();
+#endif
 
 private:
     std::future<int> wait(uint32_t milliseconds);
@@ -180,15 +177,14 @@ void TestThreads::endedThreadsLeaveNothing()
         }
         return missed;
     };
-    const int mappings = mappingCount();
+    const int remains = threadRemainsCount();
     std::vector<std::future<int>> workers;
     workers.reserve(4);
     for (int worker = 0; worker < 4; ++worker)
         workers.push_back(std::async(std::launch::async, work));
     for (std::future<int> &missed : workers)
         QCOMPARE(missed.get(), 0);
-    // Each stack that is still there would be one more at least.
-    QVERIFY(mappingCount() - mappings < rounds);
+    QVERIFY(threadRemainsCount() - remains < rounds);
 
     // Awaited from two sides.
     threadStart(countUp, &unawaited);
@@ -201,6 +197,7 @@ void TestThreads::endedThreadsLeaveNothing()
     QCOMPARE(seenElsewhere.get(), 4 * rounds + 1);
 }
 
+#ifdef Q_OS_UNIX
 void TestThreads::signalsAreForTheHost()
 {
     sigset_t mask = {};
@@ -214,6 +211,7 @@ void TestThreads::signalsAreForTheHost()
     pthread_sigmask(SIG_BLOCK, nullptr, &mask);
     QVERIFY(!sigismember(&mask, SIGTERM));
 }
+#endif
 
 QTEST_GUILESS_MAIN(TestThreads)
 #include "test_threads.moc"

@@ -57,8 +57,8 @@ void nativeNetworkStop()
 
 NativeSocket nativeSocketCreate()
 {
-    const SOCKET made = WSASocketW(AF_INET, SOCK_DGRAM, 0, nullptr, 0,
-                                   WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
+    const SOCKET made =
+        WSASocketW(AF_INET, SOCK_DGRAM, 0, nullptr, 0, WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
     if (made == INVALID_SOCKET)
         return nativeNoSocket;
     if (!makeNonBlocking(made)) {
@@ -88,7 +88,7 @@ int nativeSocketWaitWritable(NativeSocket socket, uint32_t timeoutMicroseconds)
     constexpr uint32_t microsecondsInSecond = 1000000;
     fd_set waited = {1, {descriptor(socket)}};
     timeval limit = {static_cast<long>(timeoutMicroseconds / microsecondsInSecond),
-                           static_cast<long>(timeoutMicroseconds % microsecondsInSecond)};
+                     static_cast<long>(timeoutMicroseconds % microsecondsInSecond)};
     const int ready = select(0, nullptr, &waited, nullptr, &limit);
     if (ready == 0)
         return NativeTimedOut;
