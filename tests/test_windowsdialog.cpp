@@ -72,7 +72,7 @@ void whenShown(QObject *context, Visit visit)
 
 } // namespace
 
-class TestNativeDialog : public QObject
+class TestWindowsDialog : public QObject
 {
     Q_OBJECT
 
@@ -85,7 +85,7 @@ private:
 
 /// Types a group's address as that of one computer and accepts, which brings the message up, then another
 /// address.
-void TestNativeDialog::enterMulticastHost(QDialog *dialog)
+void TestWindowsDialog::enterMulticastHost(QDialog *dialog)
 {
     keepPicture(dialog, "dialog.png");
     auto *host = dialog->findChild<QLineEdit *>(QStringLiteral("lineEdit_host"));
@@ -109,7 +109,7 @@ void TestNativeDialog::enterMulticastHost(QDialog *dialog)
     QVERIFY(!dialog->isVisible());
 }
 
-void TestNativeDialog::wrongHostIsRefusedInAMessageBox()
+void TestWindowsDialog::wrongHostIsRefusedInAMessageBox()
 {
     QCOMPARE(QGuiApplication::platformName(), QStringLiteral("windows"));
     QCOMPARE(QApplication::style()->objectName(), QStringLiteral("windowsvista"));
@@ -138,5 +138,5 @@ void TestNativeDialog::wrongHostIsRefusedInAMessageBox()
     QVERIFY(!isInMemory(loader.fileName()));
 }
 
-QTEST_MAIN(TestNativeDialog)
-#include "test_nativedialog.moc"
+QTEST_MAIN(TestWindowsDialog)
+#include "test_windowsdialog.moc"
