@@ -54,5 +54,5 @@ inline QByteArray receivedAt(NativeSocket socket)
     char data[70000];
     if (select(static_cast<int>(handle) + 1, &waited, nullptr, nullptr, &limit) != 1)
         return "none";
-    return QByteArray(data, static_cast<int>(recv(handle, data, sizeof data, 0)));
+    return {data, static_cast<int>(recv(handle, data, sizeof data, 0))};
 }
