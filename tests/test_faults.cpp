@@ -8,9 +8,12 @@
 
 #include <future>
 #include <memory>
+#include <vector>
+
+#ifdef Q_OS_UNIX
 #include <sys/resource.h>
 #include <unistd.h>
-#include <vector>
+#endif
 
 #ifdef __SANITIZE_THREAD__
 // A worker whose wait has failed gives its mutex back until it is refused, to learn whether it holds it.
@@ -56,7 +59,9 @@ private slots:
     void channelWithoutLocks();
     void forwarding_data();
     void forwarding();
+#ifdef Q_OS_UNIX
     void descriptors();
+#endif
     void unknownHost();
     void heldLookUp_data();
     void heldLookUp();
@@ -210,6 +215,7 @@ void TestFaults::forwarding()
     QCOMPARE(textUpTo(&receiver, frames(8, 8)), bytesOf(frames(5, 8)));
 }
 
+#ifdef Q_OS_UNIX
 // A socket beyond what an fd_set takes is waited for all the same.
 void TestFaults::descriptors()
 {
@@ -232,6 +238,7 @@ void TestFaults::descriptors()
     for (const int descriptor : taken)
         close(descriptor);
 }
+#endif
 
 void TestFaults::unknownHost()
 {

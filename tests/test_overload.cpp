@@ -8,9 +8,6 @@
 #include <QtTest>
 
 #include <chrono>
-#include <fstream>
-
-#include <unistd.h>
 
 namespace {
 
@@ -24,13 +21,6 @@ QByteArray frameText(int number)
 {
     const QByteArray word = QByteArray::number(number) + QByteArray(80, 'x');
     return bytesOf("fr" + word + " 6d" + word + " 6d" + word + " 3d" + word);
-}
-
-qint64 residentBytes()
-{
-    qint64 size = 0, resident = 0;
-    std::ifstream("/proc/self/statm") >> size >> resident;
-    return resident * sysconf(_SC_PAGESIZE);
 }
 
 /// The frames of one datagram: one, or two in a row.

@@ -15,7 +15,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <unistd.h>
+#include <thread>
 #include <utility>
 
 using namespace networksettings2g;
@@ -28,6 +28,7 @@ constexpr int limitMilliseconds = 30000;
 constexpr int servedChannels = 10;
 constexpr quint16 firstPort = 9000;
 
+const std::thread::id mainThread = std::this_thread::get_id();
 std::atomic<int> claims{0};        // workers that have taken the run of a channel
 std::atomic<int> refusedClaims{0}; // threads that found another worker
 std::atomic<int> workerYields{0};  // before a worker takes a lock
@@ -95,7 +96,7 @@ void __wrap_nativeSleep(uint32_t milliseconds)
 int __real_nativeMutexLock(NativeMutex *);
 int __wrap_nativeMutexLock(NativeMutex *mutex)
 {
-    const bool isWorker = gettid() != getpid();
+    const bool isWorker = std::this_thread::get_id() != mainThread;
     for (int turn = 0; isWorker && turn < workerYields; ++turn)
         std::this_thread::yield();
     return __real_nativeMutexLock(mutex);

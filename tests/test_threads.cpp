@@ -4,12 +4,13 @@
 #include "waiting.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QtTest>
 
 #include <csignal>
 #include <future>
+#ifdef Q_OS_UNIX
 #include <pthread.h>
+#endif
 
 #ifdef __SANITIZE_THREAD__
 // One test gives back a mutex that it does not hold, and expects the refusal.
@@ -37,12 +38,6 @@ int countOf(NativeSemaphore *semaphore)
     while (nativeSemaphoreWait(semaphore, 0) == NativeTaken)
         ++count;
     return count == 0 || nativeSemaphorePost(semaphore, count) == 0 ? count : -1;
-}
-
-int mappingCount()
-{
-    QFile maps(QStringLiteral("/proc/self/maps"));
-    return maps.open(QIODevice::ReadOnly) ? maps.readAll().count('\n') : 0;
 }
 
 /// As a host's own thread-local data, which the C library keeps on each thread's stack.
@@ -82,7 +77,9 @@ private slots:
     void timeOutsAreTakenOff();
     void wakeUpsReachOneOrAll();
     void endedThreadsLeaveNothing();
+#ifdef Q_OS_UNIX
     void signalsAreForTheHost();
+#endif
     void threadHasItsWholeStackBesideThreadLocalData();
 
 private:
@@ -199,15 +196,14 @@ void TestThreads::endedThreadsLeaveNothing()
         }
         return missed;
     };
-    const int mappings = mappingCount();
+    const int remains = threadRemainsCount();
     std::vector<std::future<int>> workers;
     workers.reserve(4);
     for (int worker = 0; worker < 4; ++worker)
         workers.push_back(std::async(std::launch::async, work));
     for (std::future<int> &missed : workers)
         QCOMPARE(missed.get(), 0);
-    // Each stack that is still there would be one more at least.
-    QVERIFY(mappingCount() - mappings < rounds);
+    QVERIFY(threadRemainsCount() - remains < rounds);
 
     // Awaited from two sides.
     threadStart(countUp, &unawaited);
@@ -220,6 +216,7 @@ void TestThreads::endedThreadsLeaveNothing()
     QCOMPARE(seenElsewhere.get(), 4 * rounds + 1);
 }
 
+#ifdef Q_OS_UNIX
 void TestThreads::signalsAreForTheHost()
 {
     sigset_t mask = {};
@@ -233,6 +230,7 @@ void TestThreads::signalsAreForTheHost()
     pthread_sigmask(SIG_BLOCK, nullptr, &mask);
     QVERIFY(!sigismember(&mask, SIGTERM));
 }
+#endif
 
 void TestThreads::threadHasItsWholeStackBesideThreadLocalData()
 {

@@ -10,6 +10,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QMainWindow>
@@ -18,7 +19,12 @@
 #include <QUdpSocket>
 
 #include <cstdio>
+
+#ifdef Q_OS_WIN
+#include <qt_windows.h>
+#else
 #include <dlfcn.h>
+#endif
 
 namespace {
 
@@ -104,10 +110,15 @@ bool takeActions(ModuleInterface *module, QMainWindow &window)
 
 bool isInMemory(const QString &file)
 {
+#ifdef Q_OS_WIN
+    const QString path = QDir::toNativeSeparators(file);
+    return GetModuleHandleW(reinterpret_cast<const wchar_t *>(path.utf16())) != nullptr;
+#else
     void *handle = dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD);
     if (handle)
         dlclose(handle);
     return handle != nullptr;
+#endif
 }
 
 } // namespace

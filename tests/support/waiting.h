@@ -1,11 +1,10 @@
 #pragma once
 
+#include "process.h"
+
 #include <QDeadlineTimer>
 
-#include <filesystem>
 #include <thread>
-
-// What a test waits for and counts in its own process.
 
 /// Whether \a wanted comes to hold. It is looked at without events being handled.
 template <typename Predicate>
@@ -18,20 +17,4 @@ bool comesTrue(Predicate wanted)
         std::this_thread::yield();
     }
     return true;
-}
-
-inline int entryCount(const char *folder)
-{
-    const std::filesystem::directory_iterator entries(folder);
-    return static_cast<int>(std::distance(begin(entries), end(entries)));
-}
-
-inline int threadCount()
-{
-    return entryCount("/proc/self/task");
-}
-
-inline int descriptorCount()
-{
-    return entryCount("/proc/self/fd");
 }

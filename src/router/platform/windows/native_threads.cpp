@@ -1,0 +1,194 @@
+#include "native.h"
+
+#include <atomic>
+#include <new>
+#include <windows.h>
+
+/// A slim lock, which stays in user space until it is contended, made recursive by an owner and a depth.
+struct NativeMutex
+{
+    SRWLOCK lock = SRWLOCK_INIT;
+    /// 0 while nobody holds the lock. Atomic because other threads compare it with their own identifier; it
+    /// equals that identifier only if the thread itself has stored it, so relaxed access is enough.
+    std::atomic<DWORD> owner{0};
+    uint32_t depth = 0; // accessed by the owner only
+};
+
+struct NativeSemaphore
+{
+    HANDLE handle;
+};
+
+struct NativeLock
+{
+    SRWLOCK lock = SRWLOCK_INIT;
+};
+
+struct NativeThread
+{
+    uint32_t (*entry)(void *);
+    void *argument;
+    HANDLE handle;
+};
+
+namespace {
+
+// A constant initializer: the plug-in needs no code under the loader lock for it.
+NativeLock sharedLock;
+
+int outcome(BOOL result)
+{
+    return result ? NativeTaken : NativeFailed;
+}
+
+bool isOwner(const NativeMutex *mutex)
+{
+    return mutex->owner.load(std::memory_order_relaxed) == GetCurrentThreadId();
+}
+
+void becomeOwner(NativeMutex *mutex)
+{
+    mutex->owner.store(GetCurrentThreadId(), std::memory_order_relaxed);
+    mutex->depth = 1;
+}
+
+/// Adapts the calling convention, which differs from that of \a entry on 32-bit systems.
+DWORD WINAPI runNativeThread(void *data)
+{
+    const auto *thread = static_cast<NativeThread *>(data);
+    return thread->entry(thread->argument);
+}
+
+} // namespace
+
+NativeMutex *nativeMutexCreate()
+{
+    return new (std::nothrow) NativeMutex;
+}
+
+int nativeMutexLock(NativeMutex *mutex)
+{
+    if (isOwner(mutex)) {
+        ++mutex->depth;
+        return NativeTaken;
+    }
+    AcquireSRWLockExclusive(&mutex->lock);
+    becomeOwner(mutex);
+    return NativeTaken;
+}
+
+int nativeMutexTryLock(NativeMutex *mutex)
+{
+    if (isOwner(mutex)) {
+        ++mutex->depth;
+        return NativeTaken;
+    }
+    if (!TryAcquireSRWLockExclusive(&mutex->lock))
+        return NativeTimedOut;
+    becomeOwner(mutex);
+    return NativeTaken;
+}
+
+int nativeMutexUnlock(NativeMutex *mutex)
+{
+    if (!isOwner(mutex))
+        return NativeFailed;
+    if (--mutex->depth > 0)
+        return NativeTaken;
+    mutex->owner.store(0, std::memory_order_relaxed);
+    ReleaseSRWLockExclusive(&mutex->lock);
+    return NativeTaken;
+}
+
+int nativeMutexClose(NativeMutex *mutex)
+{
+    delete mutex;
+    return NativeTaken;
+}
+
+NativeSemaphore *nativeSemaphoreCreate(int32_t initial, int32_t maximum)
+{
+    auto *semaphore = new (std::nothrow) NativeSemaphore;
+    if (!semaphore)
+        return nullptr;
+    semaphore->handle = CreateSemaphoreW(nullptr, initial, maximum, nullptr);
+    if (semaphore->handle)
+        return semaphore;
+    delete semaphore;
+    return nullptr;
+}
+
+// nativeForever is INFINITE. The wait is relative, so setting the wall clock does not change its length.
+int nativeSemaphoreWait(NativeSemaphore *semaphore, uint32_t milliseconds)
+{
+    static_assert(nativeForever == INFINITE);
+    const DWORD result = WaitForSingleObject(semaphore->handle, milliseconds);
+    if (result == WAIT_TIMEOUT)
+        return NativeTimedOut;
+    return result == WAIT_OBJECT_0 ? NativeTaken : NativeFailed;
+}
+
+int nativeSemaphorePost(NativeSemaphore *semaphore, int32_t count)
+{
+    return outcome(ReleaseSemaphore(semaphore->handle, count, nullptr));
+}
+
+int nativeSemaphoreClose(NativeSemaphore *semaphore)
+{
+    const BOOL closed = CloseHandle(semaphore->handle);
+    delete semaphore;
+    return outcome(closed);
+}
+
+NativeLock *nativeLockCreate()
+{
+    return new (std::nothrow) NativeLock;
+}
+
+void nativeLockEnter(NativeLock *lock)
+{
+    AcquireSRWLockExclusive(&lock->lock);
+}
+
+void nativeLockLeave(NativeLock *lock)
+{
+    ReleaseSRWLockExclusive(&lock->lock);
+}
+
+void nativeLockDelete(NativeLock *lock)
+{
+    delete lock;
+}
+
+NativeLock *nativeSharedLock()
+{
+    return &sharedLock;
+}
+
+// Without the flag the size is what is committed at once, and the program's default is reserved. There are no
+// asynchronous signals to mask.
+NativeThread *nativeThreadCreate(uint32_t (*entry)(void *), void *argument, uint32_t stackBytes)
+{
+    auto *thread = new (std::nothrow) NativeThread{entry, argument, nullptr};
+    if (!thread)
+        return nullptr;
+    thread->handle = CreateThread(nullptr, stackBytes, runNativeThread, thread,
+                                  STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+    if (thread->handle)
+        return thread;
+    delete thread;
+    return nullptr;
+}
+
+// The handle is signalled after the thread has left all libraries, so unloading this one is safe then.
+void nativeThreadJoin(NativeThread *thread)
+{
+    WaitForSingleObject(thread->handle, INFINITE);
+    CloseHandle(thread->handle);
+    delete thread;
+}
+
+void nativeSleep(uint32_t milliseconds)
+{
+    Sleep(milliseconds);
+}

@@ -1,0 +1,42 @@
+#include "process.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <unistd.h>
+
+namespace {
+
+int entryCount(const char *folder)
+{
+    const std::filesystem::directory_iterator entries(folder);
+    return static_cast<int>(std::distance(begin(entries), end(entries)));
+}
+
+} // namespace
+
+int threadCount()
+{
+    return entryCount("/proc/self/task");
+}
+
+int descriptorCount()
+{
+    return entryCount("/proc/self/fd");
+}
+
+// The stack of such a thread stays mapped.
+int threadRemainsCount()
+{
+    std::ifstream maps("/proc/self/maps");
+    const std::istreambuf_iterator<char> begin(maps), end;
+    return static_cast<int>(std::count(begin, end, '\n'));
+}
+
+long long residentBytes()
+{
+    long long size = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> size >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
+}
