@@ -42,7 +42,7 @@ QByteArray say(SimulatedController &controller, bool isCommand, const QByteArray
 
 } // namespace
 
-/// What a command that is taken changes is seen in TestAccept and TestInterruptions; fail() and
+/// What a command that is taken changes is seen in TestAccept and TestReentrancy; fail() and
 /// overrideAnswer() are used, and so tested, in TestDialog and TestAccept.
 class TestSimulatedController : public QObject
 {

@@ -15,7 +15,7 @@ namespace {
 
 const char receiverName[] = "NetworkDialog";
 
-/// From this many channels on the tabs need more room than the form gives.
+/// With this many channels or more, the tabs need more width than the form has.
 constexpr int manyChannels = 6;
 constexpr int tabWidth = 60;
 
@@ -67,7 +67,7 @@ void NetworkDialog::start()
 
 NetworkDialog::~NetworkDialog()
 {
-    // Each box lives on the stack of a function that has not returned, so it must not be deleted as a child.
+    // Each box is a local variable of a function that has not returned, so it must not be deleted as a child.
     const QList<QMessageBox *> boxes = closeMessageBoxes();
     for (QMessageBox *box : boxes)
         box->setParent(nullptr);
@@ -98,16 +98,16 @@ void NetworkDialog::release()
         delete this;
         return;
     }
-    // Functions of the dialog that have sent a command have not returned yet.
+    // The function that sent the command has not returned yet and will use the dialog again.
     m_gate.close();
     m_host.close();
     m_releaseDue = true;
-    setParent(nullptr); // the host may destroy the parent meanwhile
+    setParent(nullptr); // because the host may destroy the parent before
 }
 
 QList<QMessageBox *> NetworkDialog::closeMessageBoxes()
 {
-    // close() makes the box return the button that ends the function that shows it.
+    // close() makes the box return the button that ends that function.
     const QList<QMessageBox *> boxes = findChildren<QMessageBox *>();
     for (QMessageBox *box : boxes)
         box->close();
@@ -149,7 +149,7 @@ void NetworkDialog::bringUpToDate()
     if (channelsInUse() != m_pages.size())
         rebuildChannels();
     refreshAllChannels();
-    // A page whose active box has changed in the refresh has enabled the box, whatever the version.
+    // The refresh may have changed the active box of a page, whose slot enables the box in any version.
     if (!commands::knowsRouterMode(*m_versions))
         checkBox_actAsRouter->setEnabled(false);
     const QList<ChannelWidget *> pages = m_pages;
@@ -163,7 +163,7 @@ void NetworkDialog::bringUpToDate()
 void NetworkDialog::doPostponed()
 {
     if (m_releaseDue) {
-        deleteLater(); // unless the end of a call from the host does it before
+        deleteLater(); // the end of a call from the host may delete it earlier
         return;
     }
     if (std::exchange(m_openingDue, false))

@@ -60,7 +60,7 @@ void NetworkDialog::closeTab(int index)
     m_channels.removeAt(index);
     m_pages.removeAt(index);
     --m_channelCount;
-    m_fanOut.publish(m_channels); // a host may deliver data from within the command below
+    m_fanOut.publish(m_channels); // before the command below, within which the host may deliver data
     if (m_tabWidget->count() > 1)
         m_tabWidget->removeTab(index);
     resetOnController(index + 1);
@@ -78,8 +78,8 @@ void NetworkDialog::discard(ChannelAsRouter *channel, ChannelWidget *page)
     disconnect(this, nullptr, channel, nullptr);
     channel->setTickedTypesCallback([] {});
     channel->updateRouterActiveState(false);
-    // The page may be the sender of the click that led here. It takes its channel along, and both go with the
-    // dialog if the event loop does not come by before.
+    // The page may be the sender of this click, so it is deleted later, together with its channel; if the
+    // event loop does not run again, the dialog deletes both.
     channel->setParent(page);
     page->deleteLater();
 }
@@ -93,7 +93,7 @@ void NetworkDialog::rebuildChannels()
 
 void NetworkDialog::destroyChannels()
 {
-    // First out of the data threads' sight, then the pages, which refer to the channels, then the channels.
+    // Order matters: the data threads must have left the channels, and the pages refer to them.
     m_fanOut.publish({});
     while (!m_pages.isEmpty())
         delete m_pages.takeFirst();
@@ -121,7 +121,8 @@ void NetworkDialog::refreshChannel(int index)
 
 void NetworkDialog::refreshChannels(const QList<ChannelAsRouter *> &channels)
 {
-    // Into a list of its own: teardownRequests() from within a query releases the types known until then.
+    // Use a separate list: if the host shuts the module down from within a query, teardownRequests() must
+    // find the previous catalogue complete, to release its types.
     QList<OutputTypeInfo> types;
     queryOutputTypes(&m_host, &types);
     m_outputTypes = types;

@@ -135,7 +135,7 @@ Q_DECLARE_METATYPE(Gesture)
 
 /// What comes at a bad moment: shut-down with a message box open, a host that comes back to the module from
 /// within a command, calls that are late.
-class TestInterruptions : public QObject
+class TestReentrancy : public QObject
 {
     Q_OBJECT
 
@@ -155,7 +155,7 @@ private slots:
     void closedAndInactiveChannelsHaveNoWorker();
 };
 
-void TestInterruptions::shutdownWithinDialog_data()
+void TestReentrancy::shutdownWithinDialog_data()
 {
     QTest::addColumn<Qt::Key>("key");
     QTest::addColumn<QString>("host"); // of the first channel
@@ -171,7 +171,7 @@ void TestInterruptions::shutdownWithinDialog_data()
     row("no box", Qt::Key_7, "127.0.0.1", "");
 }
 
-void TestInterruptions::shutdownWithinDialog()
+void TestReentrancy::shutdownWithinDialog()
 {
     QFETCH(Qt::Key, key);
     QFETCH(QString, host);
@@ -200,7 +200,7 @@ void TestInterruptions::shutdownWithinDialog()
     QVERIFY(fixture.controller.commands().isEmpty());
 }
 
-void TestInterruptions::nothingIsSentAfterTeardown()
+void TestReentrancy::nothingIsSentAfterTeardown()
 {
     DialogFixture fixture(routing);
     fixture.create();
@@ -221,7 +221,7 @@ void TestInterruptions::nothingIsSentAfterTeardown()
     QVERIFY(fixture.sent().isEmpty());
 }
 
-void TestInterruptions::shutdownDismissesOpenBox_data()
+void TestReentrancy::shutdownDismissesOpenBox_data()
 {
     QTest::addColumn<Qt::Key>("key");
     QTest::addColumn<QString>("host"); // of the first channel
@@ -241,7 +241,7 @@ void TestInterruptions::shutdownDismissesOpenBox_data()
          {QMessageBox::Ignore, QMessageBox::Cancel});
 }
 
-void TestInterruptions::shutdownDismissesOpenBox()
+void TestReentrancy::shutdownDismissesOpenBox()
 {
     QFETCH(Qt::Key, key);
     QFETCH(QString, host);
@@ -282,14 +282,14 @@ void TestInterruptions::shutdownDismissesOpenBox()
     QTRY_COMPARE(threadCount(), threads);
 }
 
-void TestInterruptions::noCallFollowsShutdownWithinCall_data()
+void TestReentrancy::noCallFollowsShutdownWithinCall_data()
 {
     QTest::addColumn<bool>("release");
     QTest::newRow("shut down, released later") << false;
     QTest::newRow("shut down and released") << true;
 }
 
-void TestInterruptions::noCallFollowsShutdownWithinCall()
+void TestReentrancy::noCallFollowsShutdownWithinCall()
 {
     QFETCH(bool, release);
     const int threads = threadCount();
@@ -310,7 +310,7 @@ void TestInterruptions::noCallFollowsShutdownWithinCall()
     }
 }
 
-void TestInterruptions::inputIsRefusedWhileChangesAreWritten_data()
+void TestReentrancy::inputIsRefusedWhileChangesAreWritten_data()
 {
     QTest::addColumn<Gesture>("gesture");
     const auto row = [](const char *name, const Gesture &gesture) { QTest::newRow(name) << gesture; };
@@ -335,7 +335,7 @@ void TestInterruptions::inputIsRefusedWhileChangesAreWritten_data()
 }
 
 /// An edit made while the host runs its event loop inside a command could be shown and yet not be written.
-void TestInterruptions::inputIsRefusedWhileChangesAreWritten()
+void TestReentrancy::inputIsRefusedWhileChangesAreWritten()
 {
     QFETCH(Gesture, gesture);
     for (const QByteArray trigger : {"system model", "output net_active ch01 yes"}) {
@@ -366,7 +366,7 @@ void TestInterruptions::inputIsRefusedWhileChangesAreWritten()
     }
 }
 
-void TestInterruptions::actionPressedDuringCatalogueChangeOpensDialog()
+void TestReentrancy::actionPressedDuringCatalogueChangeOpensDialog()
 {
     DialogFixture fixture(routing);
     fixture.create();
@@ -394,7 +394,7 @@ void TestInterruptions::actionPressedDuringCatalogueChangeOpensDialog()
     QVERIFY(!fixture.dialog->isVisible());
 }
 
-void TestInterruptions::hostComesBackWithinCommand_data()
+void TestReentrancy::hostComesBackWithinCommand_data()
 {
     QTest::addColumn<QByteArray>("trigger");
     for (const char *trigger :
@@ -404,7 +404,7 @@ void TestInterruptions::hostComesBackWithinCommand_data()
 }
 
 /// A changed catalogue is followed, but later; what the user starts is refused.
-void TestInterruptions::hostComesBackWithinCommand()
+void TestReentrancy::hostComesBackWithinCommand()
 {
     QFETCH(QByteArray, trigger);
     DialogFixture fixture(routing);
@@ -440,7 +440,7 @@ void TestInterruptions::hostComesBackWithinCommand()
     QCOMPARE(switches.size(), 3);
 }
 
-void TestInterruptions::closedAndInactiveChannelsHaveNoWorker()
+void TestReentrancy::closedAndInactiveChannelsHaveNoWorker()
 {
     DialogFixture fixture(routing);
     const int before = threadCount();
@@ -459,5 +459,5 @@ void TestInterruptions::closedAndInactiveChannelsHaveNoWorker()
     });
 }
 
-QTEST_MAIN(TestInterruptions)
-#include "test_interruptions.moc"
+QTEST_MAIN(TestReentrancy)
+#include "test_reentrancy.moc"
