@@ -6,6 +6,28 @@
 
 #include <QtTest>
 
+#include <dlfcn.h>
+#include <netdb.h>
+
+namespace {
+
+int lookUps = 0;
+int lookUpsWithBusyCursor = 0;
+
+} // namespace
+
+// Watches the look-ups.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the declaration's names are reserved
+extern "C" int getaddrinfo(const char *name, const char *service, const addrinfo *hints, addrinfo **found)
+{
+    static const auto real = reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"));
+    ++lookUps;
+    const QCursor *cursor = QGuiApplication::overrideCursor();
+    if (cursor && cursor->shape() == Qt::WaitCursor)
+        ++lookUpsWithBusyCursor;
+    return real(name, service, hints, found);
+}
+
 namespace {
 
 // The identities of this computer.
@@ -69,6 +91,7 @@ private slots:
     void boxesChangeTheHostField_data();
     void boxesChangeTheHostField();
     void hostFieldTakesOnlyAllowedCharacters();
+    void cursorIsBusyDuringLookUps();
     void validateWarnsOfBadDestinations_data();
     void validateWarnsOfBadDestinations();
 };
@@ -177,6 +200,28 @@ void TestChannelWidget::hostFieldTakesOnlyAllowedCharacters()
     QCOMPARE(field->text(), "Mytracker-1.lab4" + QString(84, 'a'));
     QTest::keyClick(page.widget.lineEdit_host, Qt::Key_Return);
     QCOMPARE(page.channel.host(), field->text());
+}
+
+void TestChannelWidget::cursorIsBusyDuringLookUps()
+{
+    Page page;
+    page.showActive(otherIp);
+    lookUps = lookUpsWithBusyCursor = 0;
+    page.type("first-name.invalid");
+    QTest::keyClick(page.widget.lineEdit_host, Qt::Key_Return);
+    QCOMPARE(lookUps, 1);
+    page.widget.lineEdit_host->setText("second-name.invalid");
+    bool busyInBox = true;
+    MessageBoxes boxes;
+    boxes.decide = [&](const QMessageBox *) {
+        busyInBox = QGuiApplication::overrideCursor();
+        return QMessageBox::Cancel;
+    };
+    QVERIFY(!page.widget.validate());
+    QVERIFY(lookUps > 1);
+    QCOMPARE(lookUpsWithBusyCursor, lookUps);
+    QVERIFY(!busyInBox);
+    QVERIFY(!QGuiApplication::overrideCursor());
 }
 
 void TestChannelWidget::validateWarnsOfBadDestinations_data()

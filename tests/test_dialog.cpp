@@ -52,6 +52,8 @@ private slots:
     void metaObjectHasExactlyTheseMethods();
     void tabsFollowHighestChannelInUse();
     void openingBringsEverythingUpToDate();
+    void cursorIsBusyOnlyWhileTheControllerWorks();
+    void actionPressedDuringOpeningDoesNothing();
     void changedChannelCountRebuildsTheTabs();
     void openingFollowsTheLock_data();
     void openingFollowsTheLock();
@@ -126,6 +128,59 @@ void TestDialog::openingBringsEverythingUpToDate()
         QCOMPARE(fixture.titles(), tabTitles(2));
         QCOMPARE(page->spinBox_port->value(), 6000);
     });
+}
+
+void TestDialog::cursorIsBusyOnlyWhileTheControllerWorks()
+{
+    DialogFixture fixture(withChannels(2));
+    fixture.create();
+    QStringList idle; // exchanges without the busy cursor
+    QObject scope;
+    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
+        const QCursor *cursor = QGuiApplication::overrideCursor();
+        if (!cursor || cursor->shape() != Qt::WaitCursor)
+            idle << exchange.text;
+    });
+    fixture.controller.clearRecord();
+    QVERIFY(fixture.open([&] {
+        QVERIFY(!QGuiApplication::overrideCursor());
+        QVERIFY(fixture.sent().size() > 30);
+        fixture.page(0)->lineEdit_host->clear();
+        bool busyInBox = true;
+        MessageBoxes boxes;
+        boxes.decide = [&](const QMessageBox *) {
+            busyInBox = QGuiApplication::overrideCursor();
+            return QMessageBox::Cancel;
+        };
+        QTest::keyClick(fixture.dialog.get(), Qt::Key_Escape); // the check fails
+        QVERIFY(!busyInBox);
+        fixture.page(0)->lineEdit_host->setText("127.0.0.1");
+        fixture.page(0)->spinBox_port->setValue(6001);
+    }));
+    QVERIFY(!QGuiApplication::overrideCursor());
+    QVERIFY(fixture.controller.commands().contains("output net ch01 udp '127.0.0.1' 6001"));
+    idle.removeAll("system model"); // validation
+    QCOMPARE(idle, QStringList());
+}
+
+void TestDialog::actionPressedDuringOpeningDoesNothing()
+{
+    DialogFixture fixture(withChannels(2));
+    fixture.create();
+    int presses = 0;
+    QObject scope;
+    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&] {
+        if (fixture.dialog->isVisible())
+            return;
+        ++presses;
+        QCOMPARE(fixture.dialog->update_and_exec(), int(QDialog::Rejected));
+    });
+    int openings = 0;
+    fixture.open([&] { ++openings; });
+    QVERIFY(presses > 30);
+    QCoreApplication::processEvents();
+    QVERIFY(!fixture.dialog->isVisible());
+    QCOMPARE(openings, 1);
 }
 
 void TestDialog::changedChannelCountRebuildsTheTabs()

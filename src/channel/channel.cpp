@@ -1,5 +1,6 @@
 #include "channel.h"
 
+#include "busycursor.h"
 #include "udp.h"
 
 #include <QScopedValueRollback>
@@ -249,6 +250,7 @@ void Channel::setHostAndPort(const QString &host, int port)
 
 quint32 Channel::lookUp(const QString &host)
 {
+    const BusyCursor busy;
     return resolveHost(host.toLatin1().constData());
 }
 

@@ -1,6 +1,7 @@
 #include "networkdialog.h"
 
 #include "answer.h"
+#include "busycursor.h"
 #include "channel.h"
 #include "channelwidget.h"
 #include "commands.h"
@@ -135,10 +136,16 @@ int NetworkDialog::update_and_exec()
         activateWindow();
         return Rejected;
     }
+    readState();
+    return isTornDown() ? int(Rejected) : exec();
+}
+
+void NetworkDialog::readState()
+{
+    const BusyCursor busy;
     m_opening = true;
     bringUpToDate();
     m_opening = false;
-    return isTornDown() ? int(Rejected) : exec();
 }
 
 void NetworkDialog::bringUpToDate()

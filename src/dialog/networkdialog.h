@@ -133,6 +133,7 @@ private:
     void setupTabs();
     void describeForScreenReaders();
     QList<QMessageBox *> closeMessageBoxes();
+    void readState();
     void bringUpToDate();
     void doPostponed();
     void applyLock();
@@ -164,6 +165,7 @@ private:
 
     // networkdialog_accept.cpp: checking and writing the changes
     void finish();
+    void writeChanges();
     bool resolveConflicts();
     bool askToDeactivate(ChannelAsRouter *other, const ChannelAsRouter *conflictsWith);
     bool validatePages();

@@ -1,5 +1,6 @@
 #include "networkdialog.h"
 
+#include "busycursor.h"
 #include "channelasrouter.h"
 #include "channelwidget.h"
 #include "inputblocker.h"
@@ -26,10 +27,7 @@ void NetworkDialog::accept()
     setCursor(Qt::WaitCursor);
     if (!validatePages())
         return;
-    deactivateBeforeCommit();
-    commitChannels();
-    if (m_routerChanged || m_tabsChanged)
-        commitRouterMode();
+    writeChanges();
     finish();
 }
 
@@ -42,6 +40,15 @@ void NetworkDialog::finish()
 {
     setCursor(Qt::ArrowCursor);
     done(Accepted);
+}
+
+void NetworkDialog::writeChanges()
+{
+    const BusyCursor busy;
+    deactivateBeforeCommit();
+    commitChannels();
+    if (m_routerChanged || m_tabsChanged)
+        commitRouterMode();
 }
 
 bool NetworkDialog::resolveConflicts()

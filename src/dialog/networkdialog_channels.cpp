@@ -1,6 +1,7 @@
 #include "networkdialog.h"
 
 #include "answer.h"
+#include "busycursor.h"
 #include "channelasrouter.h"
 #include "channelwidget.h"
 #include "commands.h"
@@ -69,6 +70,7 @@ void NetworkDialog::closeTab(int index)
 
 void NetworkDialog::resetOnController(int number)
 {
+    const BusyCursor busy;
     if (m_host.setValue(commands::clearDestination, number) != 0)
         logFailure(&m_host, QLatin1String("Error: Unable to reset channel X"));
 }
