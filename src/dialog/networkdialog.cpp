@@ -131,25 +131,19 @@ int NetworkDialog::update_and_exec()
 {
     const CallFromHost call(this);
     if (isVisible() || !m_gate.mayBegin()) {
-        m_openingDue = !isVisible() && !m_opening && !isTornDown();
+        // During an opening this has no effect: the dialog is visible when the postponed call comes.
+        m_openingDue = !isVisible() && !isTornDown();
         raise();
         activateWindow();
         return Rejected;
     }
-    readState();
-    return isTornDown() ? int(Rejected) : exec();
-}
-
-void NetworkDialog::readState()
-{
-    const BusyCursor busy;
-    m_opening = true;
     bringUpToDate();
-    m_opening = false;
+    return isTornDown() ? int(Rejected) : exec();
 }
 
 void NetworkDialog::bringUpToDate()
 {
+    const BusyCursor busy;
     const Operation operation(&m_gate);
     applyLock();
     updateRouterState();

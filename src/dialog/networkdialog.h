@@ -133,7 +133,6 @@ private:
     void setupTabs();
     void describeForScreenReaders();
     QList<QMessageBox *> closeMessageBoxes();
-    void readState();
     void bringUpToDate();
     void doPostponed();
     void applyLock();
@@ -202,7 +201,6 @@ private:
     int m_baseWidth = 0;
     bool m_tabsChanged = false;      // a channel was created since the router mode was last committed
     int m_callsFromHost = 0;         // CallFromHost objects alive
-    bool m_opening = false;          // update_and_exec() is reading the Controller's state
     bool m_openingDue = false;       // the action was pressed during an operation of the hidden dialog
     bool m_catalogueChanged = false; // a catalogue change arrived during an operation
     bool m_releaseDue = false;       // release() came from within a command
