@@ -57,7 +57,7 @@ public:
         fill(format, arguments);
         va_end(arguments);
         require(std::all_of(answer, answer + answerBytes, [](char byte) { return byte == '\0'; }),
-                "the room for an answer is zeroed");
+                "the buffer for an answer is zeroed");
         return answerText(answer);
     }
 
@@ -209,7 +209,7 @@ public:
         if (!m_dialog || m_reentries >= mostReentries)
             return;
         ++m_reentries;
-        switch (m_input.ConsumeIntegralInRange(0, 5)) {
+        switch (m_input.ConsumeIntegralInRange(0, 6)) {
         case 0:
             m_dialog->onMessage(0, 0, "OutputTypesChanged");
             break;
@@ -224,6 +224,9 @@ public:
             break;
         case 4:
             press(Qt::Key_W, Qt::ControlModifier);
+            break;
+        case 5:
+            end();
             break;
         default:
             deliver();
@@ -251,7 +254,7 @@ private:
         });
         user.start(0);
         m_dialog->update_and_exec();
-        require(acted, "the dialog has run");
+        require(acted || m_ended, "the dialog has run");
     }
 
     void use()
@@ -276,7 +279,7 @@ private:
     {
         const auto choice = m_input.ConsumeIntegral<quint8>();
         if (choice == 77)
-            end(); // the host shuts the module down behind an open box
+            end(); // the host shuts the module down while a box is open
         else if (choice == 78 && m_dialog)
             m_dialog->onMessage(0, 0, "OutputTypesChanged");
         const QMessageBox::StandardButtons buttons = box->standardButtons();
@@ -300,11 +303,12 @@ private:
 
     void end()
     {
-        if (!m_dialog)
+        if (!m_dialog || m_ended)
             return;
+        m_ended = true;
         m_dialog->teardownRequests();
         m_host.shut();
-        delete m_dialog;
+        m_dialog->release();
     }
 
     NetworkDialogTabWidget *tabs() const { return m_dialog->findChild<NetworkDialogTabWidget *>(); }
@@ -440,6 +444,7 @@ private:
     MessageBoxes m_boxes;
     QPointer<NetworkDialog> m_dialog;
     int m_reentries = 0;
+    bool m_ended = false;
 };
 
 int FuzzedHost::answerText(char *answer)
@@ -459,7 +464,7 @@ int FuzzedHost::answerText(char *answer)
                              : kind == Fitting ? fittingText()
                              : kind == Chosen  ? chosenText()
                                                : m_input.ConsumeRandomLengthString(answerBytes - 1);
-    std::memcpy(answer, text.c_str(), text.size() + 1); // as a host does that is told no length
+    std::memcpy(answer, text.c_str(), text.size() + 1); // as a host does, which gets no length
     return kind == FailingWithText ? 1 : 0;
 }
 
@@ -545,7 +550,7 @@ int FuzzedHost::answerNumber(int *answer)
     int number = kind == Steady ? 6 : m_input.ConsumeIntegralInRange(0, 12);
     if (kind != Steady && kind != Fitting)
         number = m_input.PickValueInArray({-1, 100, 10001, 65536, INT_MIN, INT_MAX});
-    if (types) // the run is to end
+    if (types) // limits the length of a run
         number = qMin(number, qMin(mostTypes, 6 + static_cast<int>(m_input.remaining_bytes())));
     *answer = number;
     return kind == FailingWithText ? 1 : 0;

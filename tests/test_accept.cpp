@@ -23,33 +23,33 @@ void clickExit(NetworkDialog *dialog)
 
 } // namespace
 
-/// The tab row and the way out of the dialog: what a person does with mouse and keyboard, and what the
-/// Controller gets of it.
+/// The tab row and leaving the dialog: what a user does with mouse and keyboard, and which commands the
+/// Controller gets.
 class TestAccept : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void addTabs();
-    void closeTab_data();
-    void closeTab();
-    void edits_data();
-    void edits();
+    void plusTabAndCtrlTAddChannels();
+    void closingAsksAndResetsTheChannel_data();
+    void closingAsksAndResetsTheChannel();
+    void editsAreWrittenInOrder_data();
+    void editsAreWrittenInOrder();
     void twoChangedChannelsAreSwitchedOffFirst();
-    void conflicts();
-    void checksStopOnTheirTab();
+    void conflictsAreAskedOnEveryWayOut();
+    void failedCheckShowsItsTab();
     void refusedCommandsAreLogged();
-    void routerStep();
+    void routerStepRunsOnlyAfterAChange();
 
 private:
     void answerConflicts(const WayOut &leave, int yeses);
 };
 
-void TestAccept::addTabs()
+void TestAccept::plusTabAndCtrlTAddChannels()
 {
     DialogFixture fixture(withChannels(8));
     fixture.open([&] {
-        // F9 passes the "+" tab over, and T without Ctrl adds nothing.
+        // F9 skips the "+" tab, and T without Ctrl adds nothing.
         fixture.tabs()->setCurrentIndex(7);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_F9);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_F9);
@@ -58,7 +58,7 @@ void TestAccept::addTabs()
         clickTab(fixture, 8);
         QCOMPARE(fixture.tabs()->currentIndex(), 8);
         QCOMPARE(fixture.titles().mid(7), QStringList({"Channel 8", "Channel 9", "+"}));
-        // A new channel is the dialog's alone until it is accepted.
+        // A new channel is not sent before accept().
         QVERIFY(fixture.controller.commands().isEmpty());
         QVERIFY(!fixture.page(7)->pushButton_closeTab->isVisibleTo(fixture.page(7)));
         QVERIFY(fixture.page(8)->pushButton_closeTab->isVisible());
@@ -71,7 +71,7 @@ void TestAccept::addTabs()
     });
 }
 
-void TestAccept::closeTab_data()
+void TestAccept::closingAsksAndResetsTheChannel_data()
 {
     QTest::addColumn<int>("channels");
     QTest::addColumn<bool>("locked");
@@ -81,7 +81,7 @@ void TestAccept::closeTab_data()
     QTest::newRow("locked") << 2 << true << QByteArray("output net ch02 none");
 }
 
-void TestAccept::closeTab()
+void TestAccept::closingAsksAndResetsTheChannel()
 {
     QFETCH(int, channels);
     QFETCH(bool, locked);
@@ -115,11 +115,11 @@ void TestAccept::closeTab()
     });
 }
 
-void TestAccept::edits_data()
+void TestAccept::editsAreWrittenInOrder_data()
 {
     QTest::addColumn<int>("minor"); // of the Controller's version
     QTest::addColumn<Edit>("edit");
-    QTest::addColumn<Commands>("commands"); // behind the active state of the second channel of three
+    QTest::addColumn<Commands>("commands"); // after the active state of the second of three channels
     const auto row = [](const char *name, const Edit &edit, const Commands &commands, int minor = 9) {
         QTest::newRow(name) << minor << edit << commands;
     };
@@ -130,7 +130,7 @@ void TestAccept::edits_data()
 
     row("untick by double click",
         [](ChannelWidget *page) {
-            // Beside the box, which takes single clicks. A double click is the second of two clicks.
+            // Next to the box, which reacts to single clicks. A double click is the second of two clicks.
             const QModelIndex index = page->channel()->typeModel()->findItems("6d").first()->index();
             const QPoint text = page->tableView->visualRect(index).center();
             QTest::mouseClick(page->tableView->viewport(), Qt::LeftButton, {}, text);
@@ -157,7 +157,7 @@ void TestAccept::edits_data()
     row("port, Controller with divisor", typePort, {otherPort, divisor}, 6);
 }
 
-void TestAccept::edits()
+void TestAccept::editsAreWrittenInOrder()
 {
     QFETCH(int, minor);
     QFETCH(Edit, edit);
@@ -171,7 +171,7 @@ void TestAccept::edits()
         edit(fixture.page(1));
     }));
     commands = activeCommands(2, "yes") + commands + activeCommands(3, "yes").mid(2);
-    // The first way out after a start has a router step, whatever the user did.
+    // The first accept() after a start always has a router step.
     if (minor >= 4)
         commands << "output net_via_router no";
     QCOMPARE(fixture.controller.commands(), commands);
@@ -192,7 +192,7 @@ void TestAccept::twoChangedChannelsAreSwitchedOffFirst()
                            "output net_divisor ch03 1", "output net_via_router no"}));
 }
 
-void TestAccept::conflicts()
+void TestAccept::conflictsAreAskedOnEveryWayOut()
 {
     const QList<WayOut> ways{[](NetworkDialog *dialog) { dialog->close(); },
                              [](NetworkDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); },
@@ -201,7 +201,7 @@ void TestAccept::conflicts()
         answerConflicts(ways.at(yeses), yeses);
 }
 
-/// Leaves by \a leave and says Yes \a yeses times before the first No.
+/// Leaves by \a leave and answers Yes \a yeses times before the first No.
 void TestAccept::answerConflicts(const WayOut &leave, int yeses)
 {
     // Three ways to write one destination, and a fourth channel that does not send.
@@ -213,7 +213,7 @@ void TestAccept::answerConflicts(const WayOut &leave, int yeses)
         state.channels[3].active = false;
     });
     fixture.open([&] {
-        fixture.page(2)->lineEdit_host->clear(); // is checked after all conflicts
+        fixture.page(2)->lineEdit_host->clear(); // invalid, but checked after all conflicts
         MessageBoxes boxes;
         boxes.decide = [&](const QMessageBox *) {
             return boxes.texts.size() <= yeses ? QMessageBox::Yes : QMessageBox::No;
@@ -238,7 +238,7 @@ void TestAccept::answerConflicts(const WayOut &leave, int yeses)
     });
 }
 
-void TestAccept::checksStopOnTheirTab()
+void TestAccept::failedCheckShowsItsTab()
 {
     DialogFixture fixture(withChannels(4));
     QVERIFY(fixture.open([&] {
@@ -278,7 +278,7 @@ void TestAccept::refusedCommandsAreLogged()
                        "Error: Unable to set value act as router"}));
 }
 
-void TestAccept::routerStep()
+void TestAccept::routerStepRunsOnlyAfterAChange()
 {
     DialogFixture fixture(withChannels(2));
     fixture.create();
@@ -290,13 +290,13 @@ void TestAccept::routerStep()
     fixture.open(toggle);
     QCOMPARE(switches, QList<bool>({true}));
     QCOMPARE(fixture.link.requestedTypes(fixture.dialog.get()), QSet<QByteArray>({"fr", "6d"}));
-    // Toggled twice is toggled: the step runs, and sends the same again. Untouched it does not run.
+    // The step also runs after the box was toggled twice, but not if it was not touched.
     fixture.open([&] {
         toggle();
         toggle();
     });
     fixture.open([] {});
-    // Nor does it when somebody else has changed the Controller.
+    // Nor does it run after somebody else has changed the Controller's mode.
     fixture.change([](ControllerState &state) { state.viaRouter = false; });
     fixture.open([] {});
     QCOMPARE(switches, QList<bool>({true, true}));

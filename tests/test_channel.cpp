@@ -2,9 +2,11 @@
 #include "channel.h"
 #include "fakeiomanager.h"
 
+#include <QHostAddress>
 #include <QtTest>
 
 #include <dlfcn.h>
+#include <functional>
 #include <netdb.h>
 
 namespace {
@@ -14,7 +16,7 @@ int lookUps = 0;
 
 } // namespace
 
-// Look-ups end here: the tests depend on no name service, and they count.
+// Replaces the look-up, so that the tests depend on no name service and can count look-ups.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the declaration's names are reserved
 extern "C" int getaddrinfo(const char *name, const char *service, const addrinfo *hints, addrinfo **found)
 {
@@ -28,243 +30,489 @@ using namespace networksettings2g;
 
 namespace {
 
-QString latin(const QByteArray &text)
+using Answers = QHash<QByteArray, QByteArray>;
+using Edit = std::function<void(Channel &)>;
+
+QString latin(const char *text)
 {
     return QString::fromLatin1(text);
 }
 
-/// The types \a names, described by their position; a name with "-" behind it is not available.
-QList<OutputTypeInfo> catalogue(const QString &names)
+/// Types with the names \a names, described by their position. A "-" after a name means not available.
+QList<OutputTypeInfo> catalogue(const char *names)
 {
     QList<OutputTypeInfo> types;
-    const QStringList parts = names.split(' ', Qt::SkipEmptyParts);
+    const QStringList parts = latin(names).split(' ', Qt::SkipEmptyParts);
     for (const QString &name : parts)
         types << OutputTypeInfo{name.section('-', 0, 0), QString::number(types.size()), !name.contains('-')};
     return types;
 }
 
-/// A channel between its host and a Controller of version 1.6. It is active, sends every fourth frame to
-/// "tracker", port 5100, and has the rows fr, 6d (ticked), 3d (not available) and 2dmon.
-struct Bench
+/// A host with a Controller of version 1.6, and its first channel, as loaded: active, divisor 4, destination
+/// "tracker" port 5100, with the rows fr, 6d (ticked), 3d (not available) and 2dmon (hidden).
+struct Setup
 {
-    Bench()
+    Setup()
     {
         hostNames = {{"tracker", "10.0.0.7"}, {"alias", "10.0.0.7"}, {"tr\xe4ger", "10.0.0.8"}};
-        run("net ch01=udp tracker 5100|net_active ch01=yes|net_divisor ch01=4|active ch01 fr=no|"
-            "active ch01 6d=yes|active ch01 2dmon=no|number_of_types=1|type t01=6d|type_desc 6d=body|"
-            "available 6d=yes|new=0|address=10.1.2.3|name=pc|domain=lab.org|types=2dmon 3d- 6d fr|load");
-        manager.journal.clear();
+        manager.answers = {{"output net ch01", "udp tracker 5100"}, {"output net_active ch01", "yes"},
+                           {"output net_divisor ch01", "4"},        {"output active ch01 fr", "no"},
+                           {"output active ch01 6d", "yes"},        {"output active ch01 2dmon", "no"}};
+        channel.setMonitorIp("10.1.2.3");
+        channel.setHostName("pc");
+        channel.setDomainName("lab.org");
+        channel.setOutputTypes(catalogue("2dmon 3d- 6d fr"));
+        channel.load();
+        manager.takeJournal();
         lookUps = 0;
     }
 
-    /// Does the steps of \a script, which a stroke parts: a verb with its value, or else an answer of the
-    /// Controller as "query=answer"; with "!" before it: answered, yet failed; without "=": not answered.
-    void run(const QString &script)
+    void tick(int row, bool on = true)
     {
-        const QStringList steps = script.split('|');
-        for (const QString &step : steps) {
-            const QString name = step.section('=', 0, 0), value = step.section('=', 1);
-            if (verbs.contains(name)) {
-                verbs[name](value);
-                continue;
-            }
-            const QByteArray query = "output " + QString(name).remove('!').toLatin1();
-            manager.answers.remove(query);
-            if (step.contains('='))
-                manager.answers.insert(query, value.toLatin1());
-            if (name.startsWith('!'))
-                manager.failing << query;
-        }
-    }
-
-    /// What the host was asked and what the script shows, with "! " for a line in the log that begins as all
-    /// do.
-    QString transcript()
-    {
-        return QString(';' + manager.takeJournal().join(';'))
-            .replace(";log standard ORVANE3 1 Error: Unable to ", ";! ")
-            .replace(";output ", ";")
-            .mid(1);
-    }
-
-    /// Which types the data threads want.
-    QString wanted() const
-    {
-        QStringList wanted;
-        for (const char *name : {"fr", "6d", "6di"}) {
-            if (channel->tickedTypes().contains(name))
-                wanted << name;
-        }
-        return wanted.join(' ');
-    }
-
-    void show(const QString &text) { manager.journal << text; }
-    void tick(int row, Qt::CheckState state) { channel->typeModel()->item(row)->setCheckState(state); }
-
-    void showState()
-    {
-        show(latin("'%1' %2:%3 /%4 %5 %6 %7")
-                 .arg(channel->host(), QString::number(channel->ip(), 16))
-                 .arg(channel->port())
-                 .arg(channel->dataDivisor())
-                 .arg(channel->isActive() ? "on" : "off", channel->isMulticast() ? "group" : "plain",
-                      channel->hasChanges() ? "changed" : "clean"));
-    }
-
-    /// Rows as "name#description", with "!" for a tick out of reach and "-" for not available; behind the
-    /// stroke the hidden ones.
-    void showRows()
-    {
-        const QStandardItemModel &model = *channel->typeModel();
-        QStringList rows, hidden;
-        for (int row = 0; row < model.rowCount(); ++row) {
-            const QStandardItem *name = model.item(row, Channel::IdentifierColumn);
-            const QStandardItem *description = model.item(row, Channel::DescriptionColumn);
-            rows << name->text() + '#' + description->text() + (name->isEnabled() ? "" : "!") +
-                        (description->data(Qt::UserRole).toBool() ? "" : "-");
-        }
-        for (const int row : channel->hiddenRows())
-            hidden << QString::number(row);
-        show(rows.join(' ') + '|' + hidden.join(' '));
-    }
-
-    void showCatalogue()
-    {
-        QList<OutputTypeInfo> types = catalogue("of the catalogue before");
-        queryOutputTypes(&manager, &types);
-        for (const OutputTypeInfo &type : qAsConst(types))
-            show(type.name + ',' + type.description + (type.available ? ",yes" : ",no"));
+        channel.typeModel()->item(row)->setCheckState(on ? Qt::Checked : Qt::Unchecked);
     }
 
     FakeIOManager manager;
     BackendVersions versions{{9, 9, 9}, 1, 6, 0};
-    std::unique_ptr<Channel> channel;
-
-    using Value = const QString &;
-    const QHash<QString, std::function<void(Value)>> verbs{
-        {"new", [this](Value v) { channel = std::make_unique<Channel>(&manager, v.toInt(), &versions); }},
-        {"major", [this](Value v) { versions.major = v.toInt(); }},
-        {"minor", [this](Value v) { versions.minor = v.toInt(); }},
-        {"address", [this](Value v) { channel->setMonitorIp(v); }},
-        {"name", [this](Value v) { channel->setHostName(v); }},
-        {"domain", [this](Value v) { channel->setDomainName(v); }},
-        {"types", [this](Value v) { channel->setOutputTypes(catalogue(v)); }},
-        {"port", [this](Value v) { channel->setPort(v.toInt()); }},
-        {"divisor", [this](Value v) { channel->setDataDivisor(v.toInt()); }},
-        {"active", [this](Value v) { channel->setActive(v.toInt()); }},
-        {"multicast", [this](Value v) { channel->setMulticast(v.toInt()); }},
-        {"host", [this](Value v) { channel->setHost(v); }},
-        {"tick", [this](Value v) { tick(v.toInt(), Qt::Checked); }},
-        {"untick", [this](Value v) { tick(v.toInt(), Qt::Unchecked); }},
-        {"load",
-         [this](Value) {
-             channel->load();
-             manager.journal = manager.journal.filter("log ");
-             showState();
-         }},
-        {"ask", [this](Value) { channel->load(); }},
-        {"commit", [this](Value) { channel->commit(); }},
-        {"updated", [this](Value v) { QObject::connect(channel.get(), &Channel::updated, [=] { run(v); }); }},
-        {"committing",
-         [this](Value v) { QObject::connect(channel.get(), &Channel::committingChanges, [=] { run(v); }); }},
-        {"watch", [this](Value v) { manager.onCall = [=](const QByteArray &) { run(v); }; }},
-        {"state", [this](Value) { showState(); }},
-        {"wanted", [this](Value) { show(wanted()); }},
-        {"rows", [this](Value) { showRows(); }},
-        {"look-ups", [this](Value) { show(QString::number(lookUps)); }},
-        {"mine", [this](Value v) { show(channel->isMyIp(v) ? "yes" : "no"); }},
-        {"catalogue", [this](Value) { showCatalogue(); }},
-        {"monitor", [this](Value) { show(queryMonitorIp(&manager)); }}};
+    Channel channel{&manager, 0, &versions};
 };
+
+QString describe(const Channel &channel)
+{
+    return latin("'%1' %2:%3 divisor %4 %5 %6 %7")
+        .arg(channel.host(), QHostAddress(channel.ip()).toString())
+        .arg(channel.port())
+        .arg(channel.dataDivisor())
+        .arg(channel.isActive() ? "on" : "off", channel.isMulticast() ? "multicast" : "unicast",
+             channel.hasChanges() ? "changed" : "unchanged");
+}
+
+/// The rows as "name", with "(fixed)" if the user cannot change the tick, "(unavailable)" and "(hidden)".
+QStringList describeRows(Channel &channel)
+{
+    QStringList rows;
+    for (int row = 0; row < channel.typeModel()->rowCount(); ++row) {
+        const QStandardItem *name = channel.typeModel()->item(row, Channel::IdentifierColumn);
+        const QStandardItem *description = channel.typeModel()->item(row, Channel::DescriptionColumn);
+        rows << name->text() + (name->isEnabled() ? "" : "(fixed)") +
+                    (description->data(Qt::UserRole).toBool() ? "" : "(unavailable)") +
+                    (channel.hiddenRows().contains(row) ? "(hidden)" : "");
+    }
+    return rows;
+}
 
 } // namespace
 
+Q_DECLARE_METATYPE(Answers)
+Q_DECLARE_METATYPE(Edit)
+
+/// The catalogue, the model of one channel, and what it reads from and writes to the Controller.
 class TestChannel : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void behaves_data();
-    void behaves();
+    void catalogueLosesQuotesOfDescriptions();
+    void catalogueContinuesAfterFailures();
+    void monitorIpIsTheSecondFieldOfTheAnswer();
+    void rowsFollowTheFixedOrder_data();
+    void rowsFollowTheFixedOrder();
+    void thisComputerHasThreeNames_data();
+    void thisComputerHasThreeNames();
+    void loadReadsTheState_data();
+    void loadReadsTheState();
+    void failedQueriesAreLogged();
+    void numbersAndNamesAreSentUnchanged();
+    void loadPublishesTicksOnceAtItsEnd();
+    void valuesClampedByThePageAreEdits();
+    void editsAreStored_data();
+    void editsAreStored();
+    void failedLookUpIsRepeated();
+    void commitSendsPendingEdits_data();
+    void commitSendsPendingEdits();
+    void commitSendsEachEditOnce();
+    void commitWritesWhatThePageFlushes();
+    void refusedCommandsCountAsCommitted();
 };
 
-void TestChannel::behaves_data()
+void TestChannel::catalogueLosesQuotesOfDescriptions()
 {
-    QTest::addColumn<QString>("expected");
-    const auto row = [](const QByteArray &script, const QByteArray &expected) {
-        QTest::newRow(script.constData()) << latin(expected);
-    };
-
-    // The catalogue: quotes go, and no failure ends it.
-    row(R"(type_desc 6d="6d "body" 'data'"|catalogue)",
-        "number_of_types;type t01;type_desc 6d;available 6d;6d,6d body 'data',yes");
-    row("number_of_types=3|!type t02=6d|type t03=6d|!type_desc 6d=lost|!available 6d=yes|catalogue",
-        "number_of_types;type t01;type_desc 6d;! get type description;available 6d;"
-        "! get output availability of 6d;type t02;! get output type t02;type t03;type_desc 6d;"
-        "! get type description;available 6d;! get output availability of 6d;6d,,no;6d,,no");
-    // The rows: their order, what is out of reach, what is hidden.
-    row("types=new gl glcal 6dmtr 6dmt2 6df2 3d 6di 6d 6dcal st ts ts2 fr 2dmon 6D|rows",
-        "fr#13! ts2#12 ts#11 st#10 6dcal#9 6d#8 6di#7 3d#6 6df2#5 6dmt2#4 6dmtr#3 glcal#2 gl#1 new#0 "
-        "2dmon#14 6D#15|14");
-    row("types=2dmon z - 2dmon fr- 6d-|rows", "fr#4!- 6d#5!- 2dmon#0 z#1 2dmon#3|2 4");
-
-    // This computer.
-    row("net chmon=udp 10.1.2.3 5000|monitor|net chmon|monitor", "net chmon;10.1.2.3;net chmon;");
-    row("mine=10.1.2.3|mine=pc|mine=pc.lab.org|mine=PC|mine=", "yes;yes;yes;no;no");
-    row("name=|mine=|mine=.lab.org|name=pc|domain=|mine=pc|mine=pc.", "no;no;yes;no");
-
-    // Reading a channel.
-    row("multicast=1|net ch01=none|load", "'' 0:5000 /4 on plain clean");
-    row("!net ch01=multicast alias 6000|load", "'alias' a000007:6000 /4 on group clean");
-    row("multicast=1|net ch01=Multicast tr\xe4ger 6000 7000|load",
-        "'tr\xe4ger' a000008:6000 /4 on plain clean");
-    row("net ch01=udp  65536|load", "'' 0:5100 /4 on plain clean");
-    row("net_active ch01=yes |load", "'tracker' a000007:5100 /4 off plain clean");
-    row("net_divisor ch01=0|load", "'tracker' a000007:5100 /1 on plain clean");
-    row("!net_divisor ch01=7|load", "! get value send data divisor;'tracker' a000007:5100 /1 on plain clean");
-    // A refresh tears no frame: the data threads see the ticks of before until all are read.
-    row("types=6d 6di|active ch01 6d=no|active ch01 6di=yes|wanted|watch=wanted|updated=wanted|ask",
-        "6d;net ch01;6d;net_active ch01;6d;net_divisor ch01;6d;active ch01 6d;6d;active ch01 6di;6d;6di");
-    // What a page hands back is an edit, and a tick that was read counts as held by the Controller.
-    row("new=9|types=\xe4%1%s 3d- 6d|net ch10=udp tracker 80|net_active ch10=yes|net_divisor ch10=4|"
-        "!active ch10 6d=yes|active ch10 3d=yes|active ch10 \xe4%1%s=yes|updated=state|updated=port=1024|"
-        "ask|commit",
-        "net ch10;net_active ch10;net_divisor ch10;active ch10 6d;! get output active of channel 10 and 6d;"
-        "active ch10 \xe4%1%s;'tracker' a000007:80 /4 on plain clean;net_active ch10 yes;"
-        "net ch10 udp 'tracker' 1024;net_divisor ch10 4");
-
-    // Edits.
-    row("port=-1|port=65536|port=5100|divisor=0|divisor=4|active=1|multicast=0|host=tracker|state|look-ups",
-        "'tracker' a000007:5100 /4 on plain clean;0");
-    row("port=0|state|port=65535|divisor=1|active=0|multicast=1|state",
-        "'tracker' a000007:0 /4 on plain changed;'tracker' a000007:65535 /1 off group changed");
-    row("host=nowhere|host=nowhere|state|look-ups", "'nowhere' 0:5100 /4 on plain changed;2");
-    row("major=2|minor=0|divisor=7|commit",
-        "net_active ch01 yes;net ch01 udp 'tracker' 5100;net_divisor ch01 7");
-
-    // Committing: all that is pending, once; an inactive channel keeps it.
-    row("tick=3|untick=3|commit", "net_active ch01 yes");
-    row("tick=3|tick=2|tick=0|untick=1|commit|commit",
-        "net_active ch01 yes;active ch01 fr yes;active ch01 6d no;active ch01 3d yes;"
-        "active ch01 2dmon yes;net ch01 udp 'tracker' 5100;net_divisor ch01 4;net_active ch01 yes");
-    row("multicast=1|host=pc|commit", "net_active ch01 yes;net ch01 multicast 'pc' 5100;net_divisor ch01 4");
-    row("committing=host=pc.lab.org|commit",
-        "net_active ch01 yes;net ch01 udp my_ip 5100;net_divisor ch01 4");
-    row("port=80|committing=active=0|commit", "net_active ch01 no");
-    row("active=0|untick=1|commit|active=1|commit", "net_active ch01 no;net_active ch01 yes;active ch01 6d "
-                                                    "no;net ch01 udp 'tracker' 5100;net_divisor ch01 4");
-    // Refused counts as committed.
-    row("!net_active ch01 yes|!active ch01 6d no|!net ch01 udp 'tracker' 80|"
-        "!net_divisor ch01 4|port=80|untick=1|commit|state",
-        "net_active ch01 yes;! activate channel;active ch01 6d no;net ch01 udp 'tracker' 80;"
-        "net_divisor ch01 4;! set value send data divisor;'tracker' a000007:80 /4 on plain clean");
+    FakeIOManager manager;
+    manager.answers = {{"output number_of_types", "1"},
+                       {"output type t01", "6d"},
+                       {"output type_desc 6d", R"("6d "body" 'data'")"},
+                       {"output available 6d", "yes"}};
+    QList<OutputTypeInfo> types = catalogue("of the previous catalogue");
+    QCOMPARE(queryOutputTypes(&manager, &types), 0);
+    QCOMPARE(types.size(), 1);
+    QCOMPARE(types.first().name, latin("6d"));
+    QCOMPARE(types.first().description, latin("6d body 'data'"));
+    QVERIFY(types.first().available);
 }
 
-void TestChannel::behaves()
+void TestChannel::catalogueContinuesAfterFailures()
 {
-    Bench bench;
-    bench.run(latin(QTest::currentDataTag()));
-    QTEST(bench.transcript(), "expected");
+    FakeIOManager manager;
+    manager.answers = {{"output number_of_types", "3"},   {"output type t01", "6d"},
+                       {"output type t02", "3d"},         {"output type t03", "gl"},
+                       {"output type_desc 6d", "unused"}, {"output available 6d", "yes"}};
+    manager.failing = {"output type t02", "output type_desc 6d", "output available 6d"};
+    QList<OutputTypeInfo> types;
+    queryOutputTypes(&manager, &types);
+    QCOMPARE(types.size(), 2);
+    QCOMPARE(types.first().name + types.first().description, latin("6d"));
+    QVERIFY(!types.first().available);
+    QCOMPARE(types.last().name, latin("gl"));
+    QCOMPARE(manager.journal.filter("log "),
+             QStringList({"log standard ORVANE3 1 Error: Unable to get type description",
+                          "log standard ORVANE3 1 Error: Unable to get output availability of 6d",
+                          "log standard ORVANE3 1 Error: Unable to get output type t02",
+                          "log standard ORVANE3 1 Error: Unable to get type description",
+                          "log standard ORVANE3 1 Error: Unable to get output availability of gl"}));
+    manager.answers.clear();
+    QCOMPARE(queryOutputTypes(&manager, &types), 0);
+    QVERIFY(types.isEmpty());
+    QCOMPARE(manager.journal.last(),
+             latin("log standard ORVANE3 1 Error: Unable to get number of output types"));
+}
+
+void TestChannel::monitorIpIsTheSecondFieldOfTheAnswer()
+{
+    FakeIOManager manager;
+    QCOMPARE(queryMonitorIp(&manager), QString()); // the query fails and writes nothing
+    manager.answers["output net chmon"] = "udp 10.1.2.3 5000";
+    QCOMPARE(queryMonitorIp(&manager), latin("10.1.2.3"));
+}
+
+void TestChannel::rowsFollowTheFixedOrder_data()
+{
+    QTest::addColumn<QByteArray>("types");
+    QTest::addColumn<QString>("rows");
+    QTest::newRow("known types first, others in the order of the catalogue")
+        << QByteArray("new gl glcal 6dmtr 6dmt2 6df2 3d 6di 6d 6dcal st ts ts2 fr 2dmon 6D")
+        << "fr(fixed) ts2 ts st 6dcal 6d 6di 3d 6df2 6dmt2 6dmtr glcal gl new 2dmon(hidden) 6D";
+    QTest::newRow("unavailable types, one without a name, one listed twice")
+        << QByteArray("2dmon z - 2dmon fr- 6d-")
+        << "fr(fixed)(unavailable) 6d(fixed)(unavailable) 2dmon(hidden) z 2dmon(hidden)";
+    QTest::newRow("empty catalogue") << QByteArray() << "";
+}
+
+void TestChannel::rowsFollowTheFixedOrder()
+{
+    QFETCH(QByteArray, types);
+    Setup setup;
+    setup.channel.setOutputTypes(catalogue(types));
+    QTEST(describeRows(setup.channel).join(' '), "rows");
+}
+
+void TestChannel::thisComputerHasThreeNames_data()
+{
+    QTest::addColumn<QString>("hostName");
+    QTest::addColumn<QString>("domain");
+    QTest::addColumn<QString>("candidate");
+    QTest::addColumn<bool>("mine");
+    QTest::newRow("address") << "pc"
+                             << "lab.org"
+                             << "10.1.2.3" << true;
+    QTest::newRow("name") << "pc"
+                          << "lab.org"
+                          << "pc" << true;
+    QTest::newRow("name with domain") << "pc"
+                                      << "lab.org"
+                                      << "pc.lab.org" << true;
+    QTest::newRow("name in upper case") << "pc"
+                                        << "lab.org"
+                                        << "PC" << false;
+    QTest::newRow("empty, name unknown") << ""
+                                         << "lab.org"
+                                         << "" << false;
+    QTest::newRow("domain only, name unknown") << ""
+                                               << "lab.org"
+                                               << ".lab.org" << false;
+    QTest::newRow("name, domain unknown") << "pc"
+                                          << ""
+                                          << "pc" << true;
+    QTest::newRow("name with a dot, domain unknown") << "pc"
+                                                     << ""
+                                                     << "pc." << false;
+}
+
+void TestChannel::thisComputerHasThreeNames()
+{
+    QFETCH(QString, hostName);
+    QFETCH(QString, domain);
+    QFETCH(QString, candidate);
+    Setup setup;
+    setup.channel.setHostName(hostName);
+    setup.channel.setDomainName(domain);
+    QTEST(setup.channel.isMyIp(candidate), "mine");
+}
+
+void TestChannel::loadReadsTheState_data()
+{
+    QTest::addColumn<QByteArray>("query");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<bool>("fails"); // although it is answered
+    QTest::addColumn<QString>("state");
+    const auto row = [](const char *name, const char *query, const char *answer, bool fails,
+                        const char *state) {
+        QTest::newRow(name) << QByteArray(query) << QByteArray(answer) << fails << latin(state);
+    };
+    const char *destination = "output net ch01";
+    row("no destination", destination, "none", false, "'' 0.0.0.0:5000 divisor 4 on unicast unchanged");
+    row("multicast, query fails", destination, "multicast alias 6000", true,
+        "'alias' 10.0.0.7:6000 divisor 4 on multicast unchanged");
+    row("kind in another case, Latin-1, fourth field", destination, "Multicast tr\xe4ger 6000 7000", false,
+        "'tr\xe4ger' 10.0.0.8:6000 divisor 4 on unicast unchanged");
+    row("empty host, port too large", destination, "udp  65536", false,
+        "'' 0.0.0.0:5100 divisor 4 on unicast unchanged");
+    row("port is no number", destination, "udp alias x", false,
+        "'alias' 10.0.0.7:0 divisor 4 on unicast unchanged");
+    row("yes and a blank", "output net_active ch01", "yes ", false,
+        "'tracker' 10.0.0.7:5100 divisor 4 off multicast unchanged");
+    row("divisor 0", "output net_divisor ch01", "0", false,
+        "'tracker' 10.0.0.7:5100 divisor 1 on multicast unchanged");
+    row("divisor, query fails", "output net_divisor ch01", "7", true,
+        "'tracker' 10.0.0.7:5100 divisor 1 on multicast unchanged");
+}
+
+void TestChannel::loadReadsTheState()
+{
+    QFETCH(QByteArray, query);
+    QFETCH(QByteArray, answer);
+    QFETCH(bool, fails);
+    Setup setup;
+    setup.manager.answers["output net ch01"] = "multicast tracker 5100";
+    setup.manager.answers[query] = answer;
+    if (fails)
+        setup.manager.failing << query;
+    setup.channel.load();
+    QTEST(describe(setup.channel), "state");
+}
+
+void TestChannel::failedQueriesAreLogged()
+{
+    Setup setup;
+    setup.manager.failing = {"output net_divisor ch01", "output active ch01 6d"};
+    setup.channel.setOutputTypes(catalogue("6d"));
+    setup.channel.load();
+    QCOMPARE(setup.manager.journal.filter("log "),
+             QStringList({"log standard ORVANE3 1 Error: Unable to get value send data divisor",
+                          "log standard ORVANE3 1 Error: Unable to get output active of channel 1 and 6d"}));
+    QVERIFY(!setup.channel.isTypeActive("6d"));
+}
+
+void TestChannel::numbersAndNamesAreSentUnchanged()
+{
+    Setup setup;
+    Channel tenth(&setup.manager, 9, &setup.versions);
+    setup.manager.answers["output net_active ch10"] = "yes";
+    setup.manager.answers["output active ch10 \xe4%1%s"] = "yes";
+    tenth.setOutputTypes(catalogue("\xe4%1%s"));
+    tenth.load();
+    QVERIFY(!tenth.hasChanges());
+    tenth.typeModel()->item(0)->setCheckState(Qt::Unchecked);
+    setup.manager.journal.clear();
+    tenth.commit();
+    QCOMPARE(setup.manager.takeJournal().mid(0, 2),
+             QStringList({"output net_active ch10 yes", latin("output active ch10 \xe4%1%s no")}));
+}
+
+/// Otherwise the data threads would break up a frame at each refresh.
+void TestChannel::loadPublishesTicksOnceAtItsEnd()
+{
+    Setup setup;
+    setup.manager.answers["output active ch01 6d"] = "no";
+    setup.manager.answers["output active ch01 6di"] = "yes";
+    QList<QVector<QByteArray>> published;
+    setup.channel.setTickedTypesCallback([&] { published << setup.channel.tickedTypes(); });
+    setup.manager.onCall = [&](const QByteArray &) {
+        QCOMPARE(setup.channel.tickedTypes(), QVector<QByteArray>({"6d"}));
+    };
+    setup.channel.setOutputTypes(catalogue("6d 6di fr-"));
+    setup.channel.load();
+    QCOMPARE(published, QList<QVector<QByteArray>>({{"6di"}}));
+}
+
+void TestChannel::valuesClampedByThePageAreEdits()
+{
+    Setup setup;
+    setup.manager.answers["output net ch01"] = "udp tracker 80";
+    QString loaded;
+    connect(&setup.channel, &Channel::updated, this, [&] {
+        loaded = describe(setup.channel);
+        setup.channel.setPort(1024);
+    });
+    setup.channel.load();
+    QCOMPARE(loaded, latin("'tracker' 10.0.0.7:80 divisor 4 on unicast unchanged"));
+    QCOMPARE(describe(setup.channel), latin("'tracker' 10.0.0.7:1024 divisor 4 on unicast changed"));
+}
+
+void TestChannel::editsAreStored_data()
+{
+    QTest::addColumn<Edit>("edit");
+    QTest::addColumn<QString>("state");
+    const auto row = [](const char *name, const Edit &edit, const char *state) {
+        QTest::newRow(name) << edit << latin(state);
+    };
+    const char *unchanged = "'tracker' 10.0.0.7:5100 divisor 4 on unicast unchanged";
+    row(
+        "port below the range", [](Channel &channel) { channel.setPort(-1); }, unchanged);
+    row(
+        "port above the range", [](Channel &channel) { channel.setPort(65536); }, unchanged);
+    row(
+        "divisor below 1", [](Channel &channel) { channel.setDataDivisor(0); }, unchanged);
+    row(
+        "everything as it was",
+        [](Channel &channel) {
+            channel.setPort(5100);
+            channel.setDataDivisor(4);
+            channel.setActive(true);
+            channel.setMulticast(false);
+            channel.setHost("tracker");
+        },
+        unchanged);
+    row(
+        "lowest port", [](Channel &channel) { channel.setPort(0); },
+        "'tracker' 10.0.0.7:0 divisor 4 on unicast changed");
+    row(
+        "highest port", [](Channel &channel) { channel.setPort(65535); },
+        "'tracker' 10.0.0.7:65535 divisor 4 on unicast changed");
+    row(
+        "divisor", [](Channel &channel) { channel.setDataDivisor(1); },
+        "'tracker' 10.0.0.7:5100 divisor 1 on unicast changed");
+    row(
+        "off", [](Channel &channel) { channel.setActive(false); },
+        "'tracker' 10.0.0.7:5100 divisor 4 off unicast changed");
+    row(
+        "multicast", [](Channel &channel) { channel.setMulticast(true); },
+        "'tracker' 10.0.0.7:5100 divisor 4 on multicast changed");
+    row(
+        "address", [](Channel &channel) { channel.setIp(0x0a000007); },
+        "'10.0.0.7' 10.0.0.7:5100 divisor 4 on unicast changed");
+    row(
+        "tick", [](Channel &channel) { channel.typeModel()->item(3)->setCheckState(Qt::Checked); },
+        "'tracker' 10.0.0.7:5100 divisor 4 on unicast changed");
+}
+
+void TestChannel::editsAreStored()
+{
+    QFETCH(Edit, edit);
+    Setup setup;
+    edit(setup.channel);
+    QTEST(describe(setup.channel), "state");
+    QCOMPARE(lookUps, 0);
+}
+
+void TestChannel::failedLookUpIsRepeated()
+{
+    Setup setup;
+    for (const int expected : {1, 2}) {
+        setup.channel.setHost("nowhere");
+        QCOMPARE(lookUps, expected);
+        QCOMPARE(describe(setup.channel), latin("'nowhere' 0.0.0.0:5100 divisor 4 on unicast changed"));
+    }
+}
+
+void TestChannel::commitSendsPendingEdits_data()
+{
+    QTest::addColumn<Edit>("edit");
+    QTest::addColumn<QStringList>("commands");
+    const auto row = [](const char *name, const Edit &edit, const QStringList &commands) {
+        QTest::newRow(name) << edit << commands;
+    };
+    const auto tick = [](Channel &channel, int number, bool on) {
+        channel.typeModel()->item(number)->setCheckState(on ? Qt::Checked : Qt::Unchecked);
+    };
+    const QString on = "output net_active ch01 yes";
+    const QString off = "output net_active ch01 no";
+    const QString destination = "output net ch01 udp 'tracker' 5100";
+    const QString divisor = "output net_divisor ch01 4";
+    row("nothing", [](Channel &) {}, {on});
+    row("tick set and taken back",
+        [=](Channel &channel) {
+            tick(channel, 3, true);
+            tick(channel, 3, false);
+        },
+        {on});
+    row("ticks, also of fixed, unavailable and hidden rows",
+        [=](Channel &channel) {
+            tick(channel, 3, true);
+            tick(channel, 2, true);
+            tick(channel, 0, true);
+            tick(channel, 1, false);
+        },
+        {on, "output active ch01 fr yes", "output active ch01 6d no", "output active ch01 3d yes",
+         "output active ch01 2dmon yes", destination, divisor});
+    row("multicast with the name of this computer",
+        [](Channel &channel) {
+            channel.setMulticast(true);
+            channel.setHost("pc");
+        },
+        {on, "output net ch01 multicast 'pc' 5100", divisor});
+    row("host is this computer", [](Channel &channel) { channel.setHost("pc.lab.org"); },
+        {on, "output net ch01 udp my_ip 5100", divisor});
+    row("off with a pending port",
+        [](Channel &channel) {
+            channel.setPort(80);
+            channel.setActive(false);
+        },
+        {off});
+    row("switched off, committed, switched on again",
+        [=](Channel &channel) {
+            channel.setActive(false);
+            tick(channel, 1, false);
+            channel.commit();
+            channel.setActive(true);
+        },
+        {off, on, "output active ch01 6d no", destination, divisor});
+}
+
+void TestChannel::commitSendsPendingEdits()
+{
+    QFETCH(Edit, edit);
+    Setup setup;
+    edit(setup.channel);
+    setup.channel.commit();
+    QTEST(setup.manager.takeJournal(), "commands");
+}
+
+void TestChannel::commitSendsEachEditOnce()
+{
+    Setup setup;
+    setup.versions.major = 2; // later than 1.6 although its minor number is smaller
+    setup.versions.minor = 0;
+    setup.channel.setDataDivisor(7);
+    setup.channel.commit();
+    QCOMPARE(setup.manager.takeJournal(),
+             QStringList({"output net_active ch01 yes", "output net ch01 udp 'tracker' 5100",
+                          "output net_divisor ch01 7"}));
+    setup.channel.commit();
+    QCOMPARE(setup.manager.takeJournal(), QStringList({"output net_active ch01 yes"}));
+}
+
+void TestChannel::commitWritesWhatThePageFlushes()
+{
+    Setup setup;
+    connect(&setup.channel, &Channel::committingChanges, this, [&] { setup.channel.setActive(false); });
+    setup.channel.commit();
+    QCOMPARE(setup.manager.takeJournal(), QStringList({"output net_active ch01 no"}));
+}
+
+void TestChannel::refusedCommandsCountAsCommitted()
+{
+    Setup setup;
+    setup.manager.failing = {"output net_active ch01 yes", "output active ch01 6d no",
+                             "output net ch01 udp 'tracker' 80", "output net_divisor ch01 4"};
+    setup.channel.setPort(80);
+    setup.tick(1, false);
+    setup.channel.commit();
+    QCOMPARE(setup.manager.takeJournal(),
+             QStringList(
+                 {"output net_active ch01 yes", "log standard ORVANE3 1 Error: Unable to activate channel",
+                  "output active ch01 6d no", "output net ch01 udp 'tracker' 80", "output net_divisor ch01 4",
+                  "log standard ORVANE3 1 Error: Unable to set value send data divisor"}));
+    QVERIFY(!setup.channel.hasChanges());
 }
 
 QTEST_GUILESS_MAIN(TestChannel)

@@ -6,20 +6,41 @@
 
 #include <QtTest>
 
+#include <dlfcn.h>
+#include <netdb.h>
+
 namespace {
 
-// This computer as a channel knows it.
+int lookUps = 0;
+int lookUpsWithBusyCursor = 0;
+
+} // namespace
+
+// Watches the look-ups.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the declaration's names are reserved
+extern "C" int getaddrinfo(const char *name, const char *service, const addrinfo *hints, addrinfo **found)
+{
+    static const auto real = reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"));
+    ++lookUps;
+    const QCursor *cursor = QGuiApplication::overrideCursor();
+    if (cursor && cursor->shape() == Qt::WaitCursor)
+        ++lookUpsWithBusyCursor;
+    return real(name, service, hints, found);
+}
+
+namespace {
+
+// The identities of this computer.
 const QString monitorIp("0x0a000005");
 const QString hostName("localhost");
 
-// Hosts with letters that need no name server: a hexadecimal address, and a name that no name server is asked
-// for.
+// Host texts with letters that need no name server: a hexadecimal address, and a name with invalid syntax.
 const QString otherName("0x0a000007");
 const QString badName("bad..name");
 
 const QString otherIp("10.1.2.3");
 
-/// One shown page with its channel, the third, against a Controller of the newest version.
+/// A visible page with its channel, the third one, and a Controller of the newest version.
 struct Page
 {
     Page()
@@ -52,7 +73,7 @@ struct Page
     ChannelWidget widget{&manager, &channel, &versions};
 };
 
-/// A check box takes a click on its square and its text alone, and it may be wider than these.
+/// A check box reacts only to clicks on its square and its text, and it may be wider than these.
 void click(QAbstractButton *button)
 {
     QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(6, button->height() / 2));
@@ -65,17 +86,18 @@ class TestChannelWidget : public QObject
     Q_OBJECT
 
 private slots:
-    void metaObjectsAreTheDescribedOnes();
-    void enableRule();
-    void boxes_data();
-    void boxes();
-    void typedHost();
-    void validate_data();
-    void validate();
+    void metaObjectsHaveExactlyTheseMethods();
+    void controlsFollowChannelAndVersion();
+    void boxesChangeTheHostField_data();
+    void boxesChangeTheHostField();
+    void hostFieldTakesOnlyAllowedCharacters();
+    void cursorIsBusyDuringLookUps();
+    void validateWarnsOfBadDestinations_data();
+    void validateWarnsOfBadDestinations();
 };
 
-/// Hosts reach signals and slots by name: none is missing, and none is there that nobody knows of.
-void TestChannelWidget::metaObjectsAreTheDescribedOnes()
+/// Hosts can reach signals and slots by name, so none may be missing or be added.
+void TestChannelWidget::metaObjectsHaveExactlyTheseMethods()
 {
     const auto methods = [](const QMetaObject &type) {
         QByteArrayList signatures;
@@ -95,7 +117,7 @@ void TestChannelWidget::metaObjectsAreTheDescribedOnes()
                         "on_lineEdit_host_editingFinished() on_pushButton_closeTab_clicked()"));
 }
 
-void TestChannelWidget::enableRule()
+void TestChannelWidget::controlsFollowChannelAndVersion()
 {
     Page page;
     for (const int minor : {5, 6}) {
@@ -116,13 +138,13 @@ void TestChannelWidget::enableRule()
     }
 }
 
-void TestChannelWidget::boxes_data()
+void TestChannelWidget::boxesChangeTheHostField_data()
 {
-    // "m" clicks multicast, "t" clicks this computer, any other step is typed.
+    // Steps: "m" clicks multicast, "t" clicks this computer, any other text is typed.
     QTest::addColumn<QString>("host"); // at first
     QTest::addColumn<QStringList>("steps");
     QTest::addColumn<QString>("field");
-    QTest::addColumn<QString>("expected"); // of boxes and field
+    QTest::addColumn<QString>("expected"); // state of the boxes and the field
     QTest::addColumn<QString>("channelHost");
     const auto row = [](const char *name, const QString &host, const QStringList &steps, const QString &field,
                         const QString &expected, const QString &channelHost) {
@@ -141,7 +163,7 @@ void TestChannelWidget::boxes_data()
     row("multicast, then this computer", otherIp, {"m", group, "t"}, monitorIp, "closed", group);
 }
 
-void TestChannelWidget::boxes()
+void TestChannelWidget::boxesChangeTheHostField()
 {
     QFETCH(QString, host);
     QFETCH(QStringList, steps);
@@ -160,16 +182,16 @@ void TestChannelWidget::boxes()
     QTEST(multicast + mine + (page.widget.lineEdit_host->isEnabled() ? "open" : "closed"), "expected");
     QTEST(page.widget.lineEdit_host->text(), "field");
     QTEST(page.channel.host(), "channelHost");
-    // Whatever the boxes say, what the field shows is what is committed.
+    // In any state of the boxes, the text in the field is what commit() writes.
     page.widget.flushChangesToChannel();
     QTEST(page.channel.host(), "field");
 }
 
-void TestChannelWidget::typedHost()
+void TestChannelWidget::hostFieldTakesOnlyAllowedCharacters()
 {
     Page page;
     const QLineEdit *field = page.widget.lineEdit_host;
-    page.showActive(otherName, true); // a name that multicast does not take
+    page.showActive(otherName, true); // multicast does not accept a name
     QCOMPARE(field->text(), QString());
     page.type("x224-.0 .1.0y");
     QCOMPARE(field->text(), QString("224.0.1.0"));
@@ -180,11 +202,33 @@ void TestChannelWidget::typedHost()
     QCOMPARE(page.channel.host(), field->text());
 }
 
-void TestChannelWidget::validate_data()
+void TestChannelWidget::cursorIsBusyDuringLookUps()
+{
+    Page page;
+    page.showActive(otherIp);
+    lookUps = lookUpsWithBusyCursor = 0;
+    page.type("first-name.invalid");
+    QTest::keyClick(page.widget.lineEdit_host, Qt::Key_Return);
+    QCOMPARE(lookUps, 1);
+    page.widget.lineEdit_host->setText("second-name.invalid");
+    bool busyInBox = true;
+    MessageBoxes boxes;
+    boxes.decide = [&](const QMessageBox *) {
+        busyInBox = QGuiApplication::overrideCursor();
+        return QMessageBox::Cancel;
+    };
+    QVERIFY(!page.widget.validate());
+    QVERIFY(lookUps > 1);
+    QCOMPARE(lookUpsWithBusyCursor, lookUps);
+    QVERIFY(!busyInBox);
+    QVERIFY(!QGuiApplication::overrideCursor());
+}
+
+void TestChannelWidget::validateWarnsOfBadDestinations_data()
 {
     QTest::addColumn<QString>("field");
     QTest::addColumn<bool>("multicast");
-    QTest::addColumn<int>("model");       // 0: the query answers 100, yet fails
+    QTest::addColumn<int>("model");       // 0: the query answers 100, but fails
     QTest::addColumn<QString>("message"); // its beginning; empty: no box
     QTest::addColumn<int>("answer");
     const auto row = [](const QString &field, bool multicast, int model, const QString &message = "",
@@ -217,14 +261,14 @@ void TestChannelWidget::validate_data()
     row("240.0.0.0", false, 1);
 }
 
-void TestChannelWidget::validate()
+void TestChannelWidget::validateWarnsOfBadDestinations()
 {
     QFETCH(QString, field);
     QFETCH(bool, multicast);
     QFETCH(int, model);
     QFETCH(QString, message);
     QFETCH(int, answer);
-    // The text counts the same whether the channel has it already, with its address, or not.
+    // The result must not depend on whether the channel already has the text and its address.
     for (const bool flushed : {false, true}) {
         Page page;
         page.showActive(otherIp, multicast);
@@ -242,7 +286,7 @@ void TestChannelWidget::validate()
         const QString text = boxes.texts.value(0, "");
         QVERIFY2(text.startsWith(message), qPrintable(text));
         QVERIFY(!boxes.anyRichText);
-        // An inactive channel passes with whatever stands there, and the Controller is not asked.
+        // An inactive channel is valid with any text, and the Controller is not queried.
         page.channel.setActive(false);
         page.manager.takeJournal();
         QVERIFY(page.widget.validate());

@@ -28,7 +28,7 @@ QStringList tabTitles(int channels)
     return titles;
 }
 
-/// The size of the help window that is open, which is closed; empty without one.
+/// Closes the open help window and returns its size; empty if none is open.
 QSize takeHelp()
 {
     const QWidgetList windows = QApplication::topLevelWidgets();
@@ -43,30 +43,31 @@ QSize takeHelp()
 
 } // namespace
 
-/// Start, opening, read-only state, routing and end of the dialog. What the way out sends is told in
-/// TestAccept.
+/// Start, opening, read-only state, routing and end of the dialog. TestAccept tests what leaving it sends.
 class TestDialog : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void metaObjectIsTheDescribedOne();
+    void metaObjectHasExactlyTheseMethods();
     void tabsFollowHighestChannelInUse();
     void openingBringsEverythingUpToDate();
-    void channelCountChangedWhileClosed();
-    void lock_data();
-    void lock();
-    void routerMode_data();
-    void routerMode();
-    void keyboardReachesAll();
+    void cursorIsBusyOnlyWhileTheControllerWorks();
+    void actionPressedDuringOpeningDoesNothing();
+    void changedChannelCountRebuildsTheTabs();
+    void openingFollowsTheLock_data();
+    void openingFollowsTheLock();
+    void openingShowsTheRouterMode_data();
+    void openingShowsTheRouterMode();
+    void keyboardReachesEveryControl();
     void routerModeAtStartForwards();
     void closedChannelGetsNoDataWhileControllerIsTold();
-    void catalogueMessage_data();
-    void catalogueMessage();
+    void catalogueChangeIsFollowedWhenRouting_data();
+    void catalogueChangeIsFollowedWhenRouting();
 };
 
-/// Hosts reach signals and slots by name: none is missing, and none is there that nobody knows of.
-void TestDialog::metaObjectIsTheDescribedOne()
+/// Hosts can reach signals and slots by name, so none may be missing or be added.
+void TestDialog::metaObjectHasExactlyTheseMethods()
 {
     const QMetaObject &type = NetworkDialog::staticMetaObject;
     QByteArrayList signatures;
@@ -110,7 +111,7 @@ void TestDialog::openingBringsEverythingUpToDate()
         QCOMPARE(sent.mid(0, 13), QList<QByteArray>() << "config is_changeable"
                                                       << "output net_via_router" << destinationQueries()
                                                       << "output number_of_types");
-        // The identities come before the channels, whose pages ask for them.
+        // The identities are queried before the channels, because their pages use them.
         QVERIFY(sent.indexOf("output net ch01", 13) > sent.indexOf("output net chmon"));
         QCOMPARE(sent.last(), QByteArray("config is_changeable"));
 
@@ -121,7 +122,7 @@ void TestDialog::openingBringsEverythingUpToDate()
         QVERIFY(page->tableView->isRowHidden(types->findItems("2dmon").first()->row()));
         QVERIFY(!page->channel()->isTypeActive("6d"));
 
-        // Pressed again, the action only shows what is there.
+        // While the dialog is open, the action queries nothing.
         fixture.change(withChannels(4));
         fixture.dialog->update_and_exec();
         QCOMPARE(fixture.titles(), tabTitles(2));
@@ -129,13 +130,73 @@ void TestDialog::openingBringsEverythingUpToDate()
     });
 }
 
-void TestDialog::channelCountChangedWhileClosed()
+void TestDialog::cursorIsBusyOnlyWhileTheControllerWorks()
+{
+    DialogFixture fixture(withChannels(2));
+    fixture.create();
+    QStringList idle; // exchanges without the busy cursor
+    QObject scope;
+    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
+        const QCursor *cursor = QGuiApplication::overrideCursor();
+        if (!cursor || cursor->shape() != Qt::WaitCursor)
+            idle << exchange.text;
+    });
+    fixture.controller.clearRecord();
+    QVERIFY(fixture.open([&] {
+        QVERIFY(!QGuiApplication::overrideCursor());
+        QVERIFY(fixture.sent().size() > 30);
+        fixture.page(0)->lineEdit_host->clear();
+        bool busyInBox = true;
+        MessageBoxes boxes;
+        boxes.decide = [&](const QMessageBox *) {
+            busyInBox = QGuiApplication::overrideCursor();
+            return QMessageBox::Cancel;
+        };
+        QTest::keyClick(fixture.dialog.get(), Qt::Key_Escape); // the check fails
+        QVERIFY(!busyInBox);
+        fixture.page(0)->lineEdit_host->setText("127.0.0.1");
+        fixture.page(0)->spinBox_port->setValue(6001);
+    }));
+    QVERIFY(!QGuiApplication::overrideCursor());
+    QVERIFY(fixture.controller.commands().contains("output net ch01 udp '127.0.0.1' 6001"));
+    idle.removeAll("system model"); // validation
+    QCOMPARE(idle, QStringList());
+}
+
+void TestDialog::actionPressedDuringOpeningDoesNothing()
+{
+    DialogFixture fixture(withChannels(2));
+    fixture.create();
+    int presses = 0;
+    QObject scope;
+    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&] {
+        if (fixture.dialog->isVisible())
+            return;
+        ++presses;
+        QCOMPARE(fixture.dialog->update_and_exec(), int(QDialog::Rejected));
+    });
+    int openings = 0;
+    QTimer opened;
+    connect(&opened, &QTimer::timeout, [&] {
+        if (!fixture.dialog->isVisible())
+            return;
+        ++openings;
+        fixture.dialog->done(QDialog::Rejected);
+    });
+    opened.start(0);
+    fixture.dialog->update_and_exec();
+    QVERIFY(presses > 30);
+    QCoreApplication::processEvents();
+    QCOMPARE(openings, 1);
+}
+
+void TestDialog::changedChannelCountRebuildsTheTabs()
 {
     DialogFixture fixture(withChannels(5));
     fixture.create();
     const int width = fixture.dialog->width();
     const QPointer<ChannelWidget> first = fixture.page(0);
-    // Higher than the screen, to which the dialog is not fitted.
+    // Higher than the screen: the height must stay.
     const int height = QGuiApplication::primaryScreen()->size().height() + 100;
     fixture.dialog->resize(width, height);
     fixture.open([&] {
@@ -150,7 +211,7 @@ void TestDialog::channelCountChangedWhileClosed()
     QVERIFY(!first);
 }
 
-void TestDialog::lock_data()
+void TestDialog::openingFollowsTheLock_data()
 {
     QTest::addColumn<int>("minor");
     QTest::addColumn<int>("third");
@@ -164,7 +225,7 @@ void TestDialog::lock_data()
     QTest::newRow("old") << 8 << 9 << QByteArray("no") << false;
 }
 
-void TestDialog::lock()
+void TestDialog::openingFollowsTheLock()
 {
     QFETCH(int, minor);
     QFETCH(int, third);
@@ -190,7 +251,7 @@ void TestDialog::lock()
     }));
     QCOMPARE(fixture.controller.commands().isEmpty(), locked);
 
-    // The lock goes.
+    // The Controller is unlocked again.
     fixture.controller.clearFaults();
     fixture.open([&] {
         QCOMPARE(fixture.titles(), tabTitles(2));
@@ -198,7 +259,7 @@ void TestDialog::lock()
     });
 }
 
-void TestDialog::routerMode_data()
+void TestDialog::openingShowsTheRouterMode_data()
 {
     QTest::addColumn<int>("minor");
     QTest::addColumn<QByteArray>("answer");
@@ -213,7 +274,7 @@ void TestDialog::routerMode_data()
     QTest::newRow("too old, no channel active") << 3 << QByteArray("yes") << false << false << false;
 }
 
-void TestDialog::routerMode()
+void TestDialog::openingShowsTheRouterMode()
 {
     QFETCH(int, minor);
     QFETCH(QByteArray, answer);
@@ -237,7 +298,7 @@ void TestDialog::routerMode()
     });
 }
 
-void TestDialog::keyboardReachesAll()
+void TestDialog::keyboardReachesEveryControl()
 {
     DialogFixture fixture(withChannels(2));
     fixture.open([&] {
@@ -261,7 +322,7 @@ void TestDialog::keyboardReachesAll()
         QCOMPARE(visited.join(' '), QLatin1String("tabwidget_tabbar active_channel host multicast  my_ip "
                                                   "closeTab port sendDataDivisor actAsRouter ok"));
 
-        // The first row is the frame counter's, which cannot be ticked.
+        // The first row, the frame counter's, cannot be ticked.
         QTableView *types = fixture.page(1)->tableView;
         QTest::keyClick(types, Qt::Key_Down);
         QTest::keyClick(types, Qt::Key_Space);
@@ -294,10 +355,10 @@ void TestDialog::routerModeAtStartForwards()
         return receiver.waitForReadyRead(20);
     };
     fixture.create();
-    // The tick alone counts: whether a channel is on shows when the line arrives.
+    // Only the tick counts: a type is requested also for a channel that is off.
     QCOMPARE(fixture.link.requestedTypes(fixture.dialog.get()), QSet<QByteArray>({"fr", "6d", "3d"}));
     QTRY_VERIFY(deliverFrame());
-    // The box closes the gate at once, before anything is accepted.
+    // Unticking the box stops forwarding at once, before accept().
     fixture.open([&] {
         clickBox(fixture.dialog->checkBox_actAsRouter);
         frame = 1000;
@@ -340,14 +401,14 @@ void TestDialog::closedChannelGetsNoDataWhileControllerIsTold()
     QVERIFY(!closed.hasPendingDatagrams());
 }
 
-void TestDialog::catalogueMessage_data()
+void TestDialog::catalogueChangeIsFollowedWhenRouting_data()
 {
     QTest::addColumn<bool>("routing");
     QTest::newRow("routing") << true;
     QTest::newRow("not routing") << false;
 }
 
-void TestDialog::catalogueMessage()
+void TestDialog::catalogueChangeIsFollowedWhenRouting()
 {
     QFETCH(bool, routing);
     DialogFixture fixture([&](ControllerState &state) {
@@ -366,7 +427,7 @@ void TestDialog::catalogueMessage()
         steps << QString(enable ? "on" : "off") + (known ? ", new type requested" : "");
     });
     fixture.controller.clearRecord();
-    // On whatever thread it comes, it is followed on that of the dialog.
+    // From another thread it is queued to the GUI thread.
     std::thread host([&] { fixture.link.sendMessage("OutputTypesChanged"); });
     host.join();
     QVERIFY(fixture.sent().isEmpty());

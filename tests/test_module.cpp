@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Three channels that the module forwards to.
+/// A host with three channels in router mode.
 struct Host : PluginHost
 {
     Host()
@@ -36,15 +36,15 @@ class TestModule : public QObject
     Q_OBJECT
 
 private slots:
-    void identity();
-    void lifeOfAction();
+    void pluginIdentityIsFixed();
+    void actionIsCreatedOnceAndOutlivesTheDialog();
     void moduleActionsWithinConstructionMakesNoSecondDialog();
     void shutdownWithinConstruction_data();
     void shutdownWithinConstruction();
-    void unloadRightAfterRelease();
+    void libraryUnloadsRightAfterRelease();
 };
 
-void TestModule::identity()
+void TestModule::pluginIdentityIsFixed()
 {
     Host host;
     QVERIFY2(host.module, qPrintable(host.loader.errorString()));
@@ -58,7 +58,7 @@ void TestModule::identity()
     QVERIFY(host.loader.unload());
 }
 
-void TestModule::lifeOfAction()
+void TestModule::actionIsCreatedOnceAndOutlivesTheDialog()
 {
     Host host;
     host.module->setParameter("ObserverMode", true);
@@ -68,7 +68,7 @@ void TestModule::lifeOfAction()
     QVERIFY(host.controller.record().isEmpty());
 
     host.module->setParameter("ObserverMode", false);
-    // Any object that is a widget is taken for the parent, whatever pointer type it comes as.
+    // A widget is accepted as the parent also if it comes as a QObject pointer.
     host.module->setParameter("ModuleParent", QVariant::fromValue<QObject *>(&host.window));
     const QList<ModuleAction *> actions = host.module->moduleActions();
     QCOMPARE(actions.size(), 1);
@@ -87,7 +87,7 @@ void TestModule::lifeOfAction()
     QVERIFY(host.window.findChildren<QDialog *>().isEmpty());
     QVERIFY(first);
 
-    // A dialog that has died with its parent is not deleted again.
+    // A dialog that its parent has destroyed is not deleted again.
     auto *parent = new QWidget;
     host.module->setParameter("ModuleParent", QVariant::fromValue(parent));
     QCOMPARE(host.module->moduleActions().size(), 1);
@@ -153,7 +153,7 @@ void TestModule::shutdownWithinConstruction()
     QTRY_COMPARE(QDir("/proc/self/task").count(), threads);
 }
 
-void TestModule::unloadRightAfterRelease()
+void TestModule::libraryUnloadsRightAfterRelease()
 {
     for (int round = 0; round < 20; ++round) {
         const uint threads = QDir("/proc/self/task").count();

@@ -1,5 +1,6 @@
 #include "channel.h"
 
+#include "busycursor.h"
 #include "udp.h"
 
 #include <QScopedValueRollback>
@@ -13,7 +14,7 @@ using namespace networksettings2g;
 
 namespace {
 
-/// All of it is set before the item enters the model, which tells the page of every later change.
+/// Sets everything before the item is added; later changes emit itemChanged().
 QStandardItem *makeIdentifier(const OutputTypeInfo &type)
 {
     auto *item = new QStandardItem(type.name);
@@ -21,7 +22,7 @@ QStandardItem *makeIdentifier(const OutputTypeInfo &type)
     item->setCheckState(Qt::Unchecked);
     item->setData(false, Qt::UserRole);
     item->setEditable(false);
-    // The frame counter is no choice of the user's: the Controller decides whether it is sent.
+    // The user cannot choose the frame counter: the Controller decides whether it is sent.
     item->setEnabled(type.available && type.name != QLatin1String("fr"));
     return item;
 }
@@ -66,8 +67,8 @@ void Channel::setOutputTypes(const QList<OutputTypeInfo> &types)
 
 QVector<OutputTypeInfo> Channel::inDisplayOrder(const QList<OutputTypeInfo> &types) const
 {
-    QVector<OutputTypeInfo> ordered(
-        m_typeOrder.size()); // a nameless one for what the catalogue does not have
+    // One slot for each well-known type; it stays nameless if the catalogue lacks it.
+    QVector<OutputTypeInfo> ordered(m_typeOrder.size());
     for (const OutputTypeInfo &type : types) {
         const int position = m_typeOrder.indexOf(type.name);
         if (position >= 0)
@@ -108,7 +109,7 @@ void Channel::updateTickedTypes()
 {
     if (m_holdTicks)
         return;
-    QSet<QByteArray> seen; // of two rows with one name the first counts
+    QSet<QByteArray> seen; // if two rows have the same name, the first counts
     QVector<QByteArray> ticked;
     for (int row = 0; row < m_typeModel.rowCount(); ++row) {
         const QByteArray name = m_typeModel.item(row, IdentifierColumn)->text().toLatin1();
@@ -238,7 +239,7 @@ void Channel::setHost(const QString &h)
 void Channel::setHostAndPort(const QString &host, int port)
 {
     const bool known = host == m_host && ip() != 0;
-    // The address of before stays in force for the length of the look-up.
+    // The look-up may block; until it ends the worker sends to the previous address and port.
     const quint32 address = known ? ip() : lookUp(host);
     setDestination(address, port);
     if (known)
@@ -249,6 +250,7 @@ void Channel::setHostAndPort(const QString &host, int port)
 
 quint32 Channel::lookUp(const QString &host)
 {
+    const BusyCursor busy;
     return resolveHost(host.toLatin1().constData());
 }
 

@@ -28,39 +28,41 @@ struct UdpDestination
 /// The model of one output channel of the Controller: whether it is on, where its data goes, how often it
 /// sends and which output types it sends. load() reads it from the Controller, commit() writes it back.
 ///
-/// It lives on the GUI thread, where everything happens that is not marked otherwise. Pending edits are known
-/// in two ways: a slot that stores something new raises a flag, and a type row remembers beside its tick what
-/// the Controller holds. hasChanges() joins both.
+/// Thread safety: functions marked "any thread" may be called on any thread, all others on the GUI thread
+/// only.
+///
+/// Pending edits are tracked in two ways: a slot that stores a new value sets m_changed, and each type row
+/// stores the last committed state beside its tick. hasChanges() combines both.
 class Channel : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The columns of typeModel(). Under Qt::UserRole the first holds the state of the tick that the
-    /// Controller is known to have, the second whether the Controller offers the type; both are bool.
+    /// The columns of typeModel(). The bool under Qt::UserRole is, in the first, the last committed state of
+    /// the tick, and in the second, whether the Controller reports the type as available.
     enum Column
     {
         IdentifierColumn,
         DescriptionColumn
     };
 
-    /// The most channels that a Controller has.
+    /// The largest number of channels that a Controller has.
     static constexpr int MaximumCount = 10;
 
-    /// \a ioManager and \a versions stay the host's. \a channelIndex counts from 0; the user and the
-    /// Controller see it one higher.
+    /// The caller keeps ownership of \a ioManager and \a versions. \a channelIndex counts from 0.
     Channel(IOManager *ioManager, int channelIndex, BackendVersions *versions);
     ~Channel() override;
 
-    /// Takes on the Controller's state, one command after the other. Afterwards there are no pending edits.
-    /// setOutputTypes() and the identities come first. Failures go to the host's log. Ends with updated().
+    /// Reads the channel's state from the Controller, query by query, and emits updated(). Afterwards there
+    /// are no pending edits. setOutputTypes() and the setters of the identities must be called before.
+    /// Failures are logged.
     void load();
 
-    /// Writes the active state and, on an active channel with pending edits, those and the destination and
-    /// the divisor to the Controller. Failures go to the host's log and end nothing.
+    /// Writes the active state to the Controller and, if the channel is active and has pending edits, the
+    /// changed ticks, the destination and the divisor. Failures are logged, and the writing continues.
     void commit();
 
-    /// Tells the Controller \a on or off and changes nothing here.
+    /// Switches the channel \a on or off on the Controller only.
     void setActiveOnController(bool on);
 
     /// Rebuilds the rows from \a types: well-known identifiers first, in their fixed order, then the others
@@ -68,7 +70,7 @@ public:
     /// it was until then, so that a refresh does not break up a frame.
     void setOutputTypes(const QList<networksettings2g::OutputTypeInfo> &types);
 
-    /// The three identities of this computer, by which isMyIp() knows it: its address as the Controller sees
+    /// Set the identities of this computer that isMyIp() compares with: its address as the Controller sees
     /// it, its name, and its domain. Empty if unknown.
     void setMonitorIp(QString monitorIp);
     void setHostName(QString hostName);
@@ -86,19 +88,19 @@ public:
     QString monitorIp() const { return m_monitorIp; }
     bool isMulticast() const { return m_multicast; }
 
-    /// The output types, a row each, with the columns of Column. The user's ticks are its check states.
+    /// The output types, one per row, with the columns of Column. The ticks are its check states.
     QStandardItemModel *typeModel() { return &m_typeModel; }
 
     /// The rows of typeModel() that the page does not show.
     const QList<int> &hiddenRows() const { return m_hiddenRows; }
 
-    /// Whether the channel is switched on here; the Controller may not know of it yet. Any thread.
+    /// Whether the channel is on; the Controller may not have been told yet. Any thread.
     bool isActive() const { return m_active; }
 
     /// Only every n-th frame is sent; at least 1. Any thread.
     int dataDivisor() const { return m_dataDivisor; }
 
-    /// Address and port as they stood together at one moment. Any thread.
+    /// Address and port, read in one atomic step. Any thread.
     networksettings2g::UdpDestination destination() const
     {
         const quint64 both = m_destination;
@@ -108,7 +110,7 @@ public:
     quint32 ip() const { return destination().address; }
     int port() const { return destination().port; }
 
-    /// Whether anything waits for commit().
+    /// Whether there are pending edits.
     bool hasChanges() const;
 
     /// Whether both channels are active and send to one address and port. Names are not compared.
@@ -125,7 +127,8 @@ public:
     /// a callback because the signals of this class are fixed.
     void setTickedTypesCallback(std::function<void()> callback);
 
-    /// The address of \a host, a dotted address or a name; 0 if there is none. A name is looked up: blocks.
+    /// Returns the address of \a host, a dotted address or a name, or 0 if it has none. Looks a name up,
+    /// which blocks.
     static quint32 lookUp(const QString &host);
 
     /// Whether \a candidate names this computer. Exact and case-sensitive.
@@ -133,32 +136,32 @@ public:
     bool isMyIp() const { return isMyIp(m_host); }
 
 signals:
-    /// load() has ended.
+    /// Emitted at the end of load().
     void updated();
 
-    /// commit() begins: whoever holds an edit back hands it over before this returns.
+    /// commit() is about to write: connected slots must store any pending edit before they return.
     void committingChanges();
 
 public slots:
-    // Each is an edit that waits for commit(), unless it changes nothing.
+    // Each slot makes a pending edit, unless it changes nothing.
 
-    /// \a p is 0 to 65535; anything else is ignored.
+    /// Ignores \a p outside 0 to 65535.
     void setPort(int p);
 
-    /// Switches the channel on or off, which every thread sees at once.
+    /// Switches the channel on or off; all threads see it at once.
     void setActive(bool b);
 
-    /// Whether the destination is a multicast group.
+    /// Sets whether the destination is a multicast group.
     void setMulticast(bool b);
 
-    /// \a dataDiv is at least 1; anything less is ignored.
+    /// Ignores \a dataDiv below 1.
     void setDataDivisor(int dataDiv);
 
-    /// Takes \a ip and, as the host, its dotted form. Reachable through the meta-object alone.
+    /// Stores \a ip, and its dotted form as the host. Nothing in the module calls it.
     void setIp(uint ip);
 
-    /// Takes \a h and looks it up, unless it is the host already and its address is known. Blocks for the
-    /// length of the look-up; one that fails leaves the address 0.
+    /// Stores \a h and looks it up, unless it is already the host and its address is known. Blocks during the
+    /// look-up; if that fails, the address is 0.
     void setHost(const QString &h);
 
 private:

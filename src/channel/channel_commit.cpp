@@ -12,7 +12,7 @@ void Channel::commit()
         return;
     emit committingChanges();
     setActiveOnController(m_active);
-    // An inactive channel keeps its other edits until it is switched on.
+    // The edits of an inactive channel stay pending until it is switched on.
     if (!hasChanges() || !m_active)
         return;
     commitTicks();
@@ -40,7 +40,7 @@ void Channel::commitTicks()
             continue;
         const bool ticked = identifier->checkState() == Qt::Checked;
         const QByteArray name = identifier->text().toLatin1();
-        // A refused command counts as committed until the next load() reads what the Controller holds.
+        // A refused command counts as committed; the next load() reads the Controller's state.
         identifier->setData(ticked, Qt::UserRole);
         m_ioManager->setValue(commands::setTypeActive, number(), name.constData(), ticked ? "yes" : "no");
     }

@@ -27,7 +27,8 @@ void Channel::load()
     loadActive();
     loadDataDivisor();
     loadTicks();
-    // Cleared before the page refreshes itself: what its narrower ranges alter and hand back is an edit.
+    // Clear the flag before updated(): the page's spin boxes have narrower ranges, and a value that they
+    // clamp and write back is an edit.
     m_changed = false;
     emit updated();
 }
@@ -62,7 +63,7 @@ void Channel::loadDataDivisor()
         logFailure(m_ioManager, QLatin1String("Error: Unable to get value send data divisor"));
         divisor = 1;
     }
-    // The router divides by it.
+    // The router divides by it, so it must not be 0.
     m_dataDivisor = qMax(divisor, 1);
 }
 
@@ -80,7 +81,7 @@ void Channel::loadTicks()
 
 void Channel::loadTick(int row)
 {
-    // Persistent: a host may come back to the module from within a query.
+    // Persistent, because a host may call the module from within a query and change the rows.
     const QPersistentModelIndex index = m_typeModel.index(row, IdentifierColumn);
     const QString name = index.data().toString();
     Answer answer;

@@ -19,6 +19,7 @@ class HostConnection final : public IOManager
 public:
     /// \a ioManager stays the host's and is not called after close().
     explicit HostConnection(IOManager *ioManager);
+    virtual ~HostConnection() = default;
 
     void close() { m_ioManager = nullptr; }
 

@@ -1,6 +1,7 @@
 #include "networkdialog.h"
 
 #include "answer.h"
+#include "busycursor.h"
 #include "channel.h"
 #include "channelwidget.h"
 #include "commands.h"
@@ -15,7 +16,7 @@ namespace {
 
 const char receiverName[] = "NetworkDialog";
 
-/// From this many channels on the tabs need more room than the form gives.
+/// With this many channels or more, the tabs need more width than the form has.
 constexpr int manyChannels = 6;
 constexpr int tabWidth = 60;
 
@@ -67,7 +68,7 @@ void NetworkDialog::start()
 
 NetworkDialog::~NetworkDialog()
 {
-    // Each box lives on the stack of a function that has not returned, so it must not be deleted as a child.
+    // Each box is a local variable of a function that has not returned, so it must not be deleted as a child.
     const QList<QMessageBox *> boxes = closeMessageBoxes();
     for (QMessageBox *box : boxes)
         box->setParent(nullptr);
@@ -98,16 +99,16 @@ void NetworkDialog::release()
         delete this;
         return;
     }
-    // Functions of the dialog that have sent a command have not returned yet.
+    // The function that sent the command has not returned yet and will use the dialog again.
     m_gate.close();
     m_host.close();
     m_releaseDue = true;
-    setParent(nullptr); // the host may destroy the parent meanwhile
+    setParent(nullptr); // because the host may destroy the parent before
 }
 
 QList<QMessageBox *> NetworkDialog::closeMessageBoxes()
 {
-    // close() makes the box return the button that ends the function that shows it.
+    // close() makes the box return the button that ends that function.
     const QList<QMessageBox *> boxes = findChildren<QMessageBox *>();
     for (QMessageBox *box : boxes)
         box->close();
@@ -130,26 +131,26 @@ int NetworkDialog::update_and_exec()
 {
     const CallFromHost call(this);
     if (isVisible() || !m_gate.mayBegin()) {
-        m_openingDue = !isVisible() && !m_opening && !isTornDown();
+        // During an opening this has no effect: the dialog is visible when the postponed call comes.
+        m_openingDue = !isVisible() && !isTornDown();
         raise();
         activateWindow();
         return Rejected;
     }
-    m_opening = true;
     bringUpToDate();
-    m_opening = false;
     return isTornDown() ? int(Rejected) : exec();
 }
 
 void NetworkDialog::bringUpToDate()
 {
+    const BusyCursor busy;
     const Operation operation(&m_gate);
     applyLock();
     updateRouterState();
     if (channelsInUse() != m_pages.size())
         rebuildChannels();
     refreshAllChannels();
-    // A page whose active box has changed in the refresh has enabled the box, whatever the version.
+    // The refresh may have changed the active box of a page, whose slot enables the box in any version.
     if (!commands::knowsRouterMode(*m_versions))
         checkBox_actAsRouter->setEnabled(false);
     const QList<ChannelWidget *> pages = m_pages;
@@ -163,7 +164,7 @@ void NetworkDialog::bringUpToDate()
 void NetworkDialog::doPostponed()
 {
     if (m_releaseDue) {
-        deleteLater(); // unless the end of a call from the host does it before
+        deleteLater(); // the end of a call from the host may delete it earlier
         return;
     }
     if (std::exchange(m_openingDue, false))

@@ -22,27 +22,32 @@ class ChannelWidget;
 class IOManager;
 class NetworkDialogTabWidget;
 
-/// The module's one window: a tab for each output channel of the Controller. It is made hidden when the
-/// module starts, shown modally at each press of the menu action, and lives until shut-down, because its
-/// channels go on forwarding tracking data between two showings.
+/// The module's one window, with one tab per output channel of the Controller. It is created hidden when the
+/// module starts, shown modally each time the menu action is triggered, and lives until shut-down, because
+/// its channels forward tracking data also while it is hidden.
 ///
-/// Everything runs on the GUI thread except the functions of Requester and MessageReceiver, which the host
-/// may call on any thread. A command that fails is logged at the host or passed over, and the operation goes
-/// on.
+/// Thread safety: the functions of Requester and MessageReceiver may be called on any thread, everything else
+/// on the GUI thread only.
 ///
-/// m_channels and m_pages have one length and order: entry i is tab i, and channel index i unless
-/// closeCurrentTab() has closed a tab before it.
+/// Errors: a failed command is logged or ignored, and the operation continues.
+///
+/// Invariants:
+/// 1. m_channels and m_pages have the same length and order. Entry i is tab i, and channel index i unless
+///    closeCurrentTab() has closed a tab before it.
+/// 2. m_fanOut lists exactly the channels in m_channels, except within a function that changes both.
+/// 3. After teardownRequests() no router runs and the host is not called.
 ///
 /// A host may run its event loop, or call the module, from within a command, and a message box runs an event
 /// loop of its own. What would start a second operation on the channels then is refused, or, for a changed
-/// catalogue, waits for the end of the first. Shut-down is never refused: teardownRequests() and release()
-/// may come at any of these moments.
+/// catalogue, waits for the end of the first. Shut-down is never refused: the host may call
+/// teardownRequests() and release() at any time.
 class NetworkDialog : public QDialog, public Ui::NetworkDialog, public Requester, public MessageReceiver
 {
     Q_OBJECT
 
 public:
-    /// Builds the window. All three arguments stay the host's and must outlive the dialog; none may be null.
+    /// Builds the window. The host keeps ownership of all three arguments; they must outlive the dialog, and
+    /// none may be null.
     NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersions *versions);
 
     /// Waits until no data thread holds a channel and every worker has ended. teardownRequests() comes first.
@@ -67,19 +72,22 @@ public:
     int onMessage(int a, int b, const char *text) override;
 
 signals:
-    /// Every channel starts (\a enable true) or stops its router; when this returns, all have.
+    /// Starts (\a enable true) or stops the router of every channel. Emitted on the GUI thread, it returns
+    /// when all have done so.
     void deferedRouterActiveToggled(bool enable);
 
 public slots:
     /// Reads the Controller's state and shows the dialog modally. Returns the result of exec(). While the
     /// dialog is visible or an operation is under way, and after teardownRequests(), it only raises the
-    /// dialog and returns Rejected.
+    /// dialog and returns Rejected. If the hidden dialog is following a catalogue change, it opens when that
+    /// has ended.
     int update_and_exec();
 
-    /// The router check box can be used while a channel is active and the configuration is not locked.
+    /// Enables the router check box if the active box of any page is ticked and the configuration is not
+    /// locked.
     void onCheckBox_active_channel_toggled();
 
-    /// Ctrl + T adds a channel, Ctrl + W closes the last one, F9 goes to the next tab.
+    /// Ctrl + T adds a channel, Ctrl + W closes the last one, F9 selects the next tab.
     void keyPressEvent(QKeyEvent *event) override;
 
 private slots:
@@ -90,23 +98,24 @@ private slots:
     /// Closes the last tab after a question, unless it is the only one.
     void closeLastTab();
 
-    /// A click on "+" adds a channel.
+    /// Adds a channel if tab \a index is the "+" tab.
     void onTabBarClicked(int index);
 
-    /// Data pass from now on, or no longer; the Controller learns of it in accept().
+    /// Turns forwarding on or off at once; the Controller is told in accept().
     void on_checkBox_actAsRouter_toggled(bool checked);
 
-    /// The one way out: checks all pages, writes all changes to the Controller and closes the dialog.
+    /// Checks all pages, writes all changes to the Controller and closes the dialog. Every way out of the
+    /// dialog calls it.
     void accept() override;
 
-    /// accept(): the dialog cannot be left without applying the changes.
+    /// Calls accept(), because the dialog cannot be left without applying the changes.
     void reject() override;
 
 private:
     using Operation = networksettings2g::OperationGate::Operation;
 
-    /// A call from the host, for as long as the object lives. The end of the outermost one deletes the dialog
-    /// if it has been released meanwhile.
+    /// Marks a call from the host as under way for as long as the object lives. The end of the outermost call
+    /// deletes the dialog if release() has postponed that.
     class CallFromHost
     {
     public:
@@ -116,71 +125,71 @@ private:
         CallFromHost &operator=(const CallFromHost &) = delete;
 
     private:
-        QPointer<NetworkDialog> m_dialog; // may be destroyed first, while it waits for the user
+        QPointer<NetworkDialog> m_dialog; // the host may delete the dialog while it is open
     };
 
     bool isTornDown() const { return m_gate.isClosed(); }
 
-    // networkdialog.cpp: start, opening, read-only state, end
+    // networkdialog.cpp: construction, opening, read-only state, end
     void setupTabs();
     void describeForScreenReaders();
+    QList<QMessageBox *> closeMessageBoxes();
     void bringUpToDate();
     void doPostponed();
-    QList<QMessageBox *> closeMessageBoxes();
-
-    /// Asks the user a question to be answered with Yes or No. Returns whether the answer is Yes; false also
-    /// if the module was shut down while the box was open, and then the dialog may be gone.
-    bool ask(QMessageBox::Icon icon, const QString &title, const QString &question,
-             QMessageBox::StandardButton defaultButton);
     void applyLock();
     void enablePages(bool enable);
     bool isConfigLocked();
-    void updateRouterState();
-    void applyRouterMode();
-    void rebuildChannels();
-    void destroyChannels();
-    void refreshChannel(int index);
-    void refreshAllChannels();
-    void refreshChannels(const QList<ChannelAsRouter *> &channels);
 
-    // networkdialog_tabs.cpp: the tab row
+    /// Asks the user \a question and returns whether the answer is Yes. Returns false also if the module was
+    /// shut down while the box was open; the dialog may then have been deleted.
+    bool ask(QMessageBox::Icon icon, const QString &title, const QString &question,
+             QMessageBox::StandardButton defaultButton);
+
+    // networkdialog_channels.cpp: creating, destroying and refreshing channels
     int channelsInUse();
     void rebuildTabs();
     void createChannel(int index);
-    void addPlusTab();
-    void removePlusTab();
-    int plusTab() const;
-    void updateCloseButtons();
-    bool confirmClosing(int number);
     void closeTab(int index);
-    void discard(ChannelAsRouter *channel, ChannelWidget *page);
     void resetOnController(int number);
-    void selectNextTab();
+    void discard(ChannelAsRouter *channel, ChannelWidget *page);
+    void rebuildChannels();
+    void destroyChannels();
+    void refreshAllChannels();
+    void refreshChannel(int index);
+    void refreshChannels(const QList<ChannelAsRouter *> &channels);
 
-    // networkdialog_accept.cpp: the way out
+    // networkdialog_tabs.cpp: the tab row
+    void selectNextTab();
+    bool confirmClosing(int number);
+    void updateCloseButtons();
+
+    // networkdialog_accept.cpp: checking and writing the changes
+    void finish();
+    void writeChanges();
     bool resolveConflicts();
     bool askToDeactivate(ChannelAsRouter *other, const ChannelAsRouter *conflictsWith);
     bool validatePages();
     void deactivateBeforeCommit();
     void commitChannels();
+
+    // networkdialog_routing.cpp: router mode, and the host's data and messages
+    void updateRouterState();
     void commitRouterMode();
     void writeRouterMode();
-    void finish();
-
-    // networkdialog_routing.cpp: the host's data and messages
+    void setRouterActive(bool on);
+    void applyRouterMode();
+    void switchRouters(bool on);
     void updateOutputRequests();
     bool isTypeNeeded(const QString &name) const;
     void followCatalogueChange();
     void refreshAndRoute();
-    void setRouterActive(bool on);
-    void switchRouters(bool on);
 
     networksettings2g::HostConnection m_host;
     networksettings2g::OperationGate m_gate;
     BackendVersions *m_versions;
-    QWidget *m_parentWidget; // gives the window icon
+    QWidget *m_parentWidget; // source of the window icon
     NetworkDialogTabWidget *m_tabWidget = nullptr;
-    QList<ChannelAsRouter *> m_channels; // owned; m_fanOut is told of every change
+    QList<ChannelAsRouter *> m_channels; // owned
     QList<ChannelWidget *> m_pages;
     bool m_locked = false; // the Controller refused changes when the dialog was last opened
     QIcon m_lockIcon;
@@ -195,7 +204,6 @@ private:
     int m_baseWidth = 0;
     bool m_tabsChanged = false;      // a channel was created since the router mode was last committed
     int m_callsFromHost = 0;         // CallFromHost objects alive
-    bool m_opening = false;          // update_and_exec() is about to show the dialog
     bool m_openingDue = false;       // the action was pressed during an operation of the hidden dialog
     bool m_catalogueChanged = false; // a catalogue change arrived during an operation
     bool m_releaseDue = false;       // release() came from within a command

@@ -1,5 +1,6 @@
 #include "networkdialog.h"
 
+#include "busycursor.h"
 #include "channelasrouter.h"
 #include "channelwidget.h"
 #include "inputblocker.h"
@@ -18,7 +19,7 @@ void NetworkDialog::accept()
     if (!m_gate.mayBegin())
         return;
     const Operation operation(&m_gate);
-    const InputBlocker blocker(this); // an edit made from now on would be lost
+    const InputBlocker blocker(this); // an edit made during a command would not be written
     // If a message box ends the operation, the host may have destroyed the dialog while it was open: touch no
     // member after that.
     if (!resolveConflicts())
@@ -26,10 +27,7 @@ void NetworkDialog::accept()
     setCursor(Qt::WaitCursor);
     if (!validatePages())
         return;
-    deactivateBeforeCommit();
-    commitChannels();
-    if (m_routerChanged || m_tabsChanged)
-        commitRouterMode();
+    writeChanges();
     finish();
 }
 
@@ -42,6 +40,15 @@ void NetworkDialog::finish()
 {
     setCursor(Qt::ArrowCursor);
     done(Accepted);
+}
+
+void NetworkDialog::writeChanges()
+{
+    const BusyCursor busy;
+    deactivateBeforeCommit();
+    commitChannels();
+    if (m_routerChanged || m_tabsChanged)
+        commitRouterMode();
 }
 
 bool NetworkDialog::resolveConflicts()
@@ -99,7 +106,8 @@ void NetworkDialog::deactivateBeforeCommit()
                       [](const ChannelAsRouter *channel) { return channel->hasChanges(); });
     if (changedChannels < 2)
         return;
-    // Two channels may trade destinations: none is to send while the Controller holds half of the change.
+    // Two channels may swap destinations: none should send while the Controller knows only half of the
+    // change.
     for (ChannelAsRouter *channel : channels)
         channel->setActiveOnController(false);
 }

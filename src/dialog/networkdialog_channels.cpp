@@ -1,6 +1,7 @@
 #include "networkdialog.h"
 
 #include "answer.h"
+#include "busycursor.h"
 #include "channelasrouter.h"
 #include "channelwidget.h"
 #include "commands.h"
@@ -61,7 +62,7 @@ void NetworkDialog::closeTab(int index)
     m_channels.removeAt(index);
     m_pages.removeAt(index);
     --m_channelCount;
-    m_fanOut->publish(m_channels); // a host may deliver data from within the command below
+    m_fanOut->publish(m_channels); // before the command below, within which the host may deliver data
     if (m_tabWidget->count() > 1)
         m_tabWidget->removeTab(index);
     resetOnController(index + 1);
@@ -70,6 +71,7 @@ void NetworkDialog::closeTab(int index)
 
 void NetworkDialog::resetOnController(int number)
 {
+    const BusyCursor busy;
     if (m_host.setValue(commands::clearDestination, number) != 0)
         logFailure(&m_host, QLatin1String("Error: Unable to reset channel X"));
 }
@@ -79,8 +81,8 @@ void NetworkDialog::discard(ChannelAsRouter *channel, ChannelWidget *page)
     disconnect(this, nullptr, channel, nullptr);
     channel->setTickedTypesCallback([] {});
     channel->updateRouterActiveState(false);
-    // The page may be the sender of the click that led here. It takes its channel along, and both go with the
-    // dialog if the event loop does not come by before.
+    // The page may be the sender of this click, so it is deleted later, together with its channel; if the
+    // event loop does not run again, the dialog deletes both.
     channel->setParent(page);
     page->deleteLater();
 }
@@ -94,7 +96,7 @@ void NetworkDialog::rebuildChannels()
 
 void NetworkDialog::destroyChannels()
 {
-    // First out of the data threads' sight, then the pages, which refer to the channels, then the channels.
+    // Order matters: the data threads must have left the channels, and the pages refer to them.
     m_fanOut->publish({});
     while (!m_pages.isEmpty())
         delete m_pages.takeFirst();
@@ -122,7 +124,8 @@ void NetworkDialog::refreshChannel(int index)
 
 void NetworkDialog::refreshChannels(const QList<ChannelAsRouter *> &channels)
 {
-    // Into a list of its own: teardownRequests() from within a query releases the types known until then.
+    // Use a separate list: if the host shuts the module down from within a query, teardownRequests() must
+    // find the previous catalogue complete, to release its types.
     QList<OutputTypeInfo> types;
     queryOutputTypes(&m_host, &types);
     m_outputTypes = types;

@@ -63,7 +63,7 @@ void NetworkDialog::writeRouterMode()
         on ? m_host.setValue(commands::setRouterModeYes) : m_host.setValue(commands::setRouterModeNo);
     if (result != 0)
         logFailure(&m_host, QLatin1String("Error: Unable to set value act as router"));
-    // A refusal changes nothing here: the next opening reads what the Controller holds.
+    // Follow the check box even if the command failed; the next opening reads the Controller's state.
     setRouterActive(on);
 }
 
@@ -81,7 +81,7 @@ void NetworkDialog::applyRouterMode()
 
 void NetworkDialog::switchRouters(bool on)
 {
-    // Shut-down has stopped the routers.
+    // Shut-down has stopped the routers; they must not be started again.
     if (!isTornDown())
         emit deferedRouterActiveToggled(on);
 }

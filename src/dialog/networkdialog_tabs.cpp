@@ -88,7 +88,7 @@ void NetworkDialog::updateCloseButtons()
     const QList<ChannelWidget *> pages = m_pages;
     for (ChannelWidget *page : pages)
         page->setCloseButtonVisible(false);
-    // Asked anew: the lock may have come or gone since the dialog was opened.
+    // Query again: the lock may have changed since the dialog was opened.
     if (isConfigLocked())
         return;
     if (m_pages.size() >= 2)

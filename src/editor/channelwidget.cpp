@@ -10,8 +10,7 @@ using namespace networksettings2g;
 
 namespace {
 
-// Validators get patterns whose text lies on the heap: Qt keeps compiled patterns beyond the life of this
-// library.
+// The pattern's text must be on the heap: Qt caches compiled patterns longer than this library is loaded.
 QRegExpValidator *createValidator(const char *pattern, QObject *parent)
 {
     const QRegExp expression(QString::fromLatin1(pattern), Qt::CaseSensitive, QRegExp::RegExp);
@@ -42,12 +41,12 @@ ChannelWidget::~ChannelWidget()
 
 void ChannelWidget::showTypesOfChannel()
 {
-    // A view does not delete the selection model that it leaves.
+    // setModel() does not delete the previous selection model.
     QItemSelectionModel *previous = tableView->selectionModel();
     tableView->setModel(m_channel->typeModel());
     delete previous;
     tableView->horizontalHeader()->setSectionsClickable(false);
-    // Arrow keys walk its cells: Tab must lead out of it again.
+    // The arrow keys move between cells, so Tab can leave the table.
     tableView->setTabKeyNavigation(false);
 }
 
@@ -106,8 +105,8 @@ void ChannelWidget::updateTabColor()
 
 void ChannelWidget::updateFromChannel()
 {
-    // The text comes before the multicast box, whose slot judges the text; both boxes come before the enabled
-    // state, which depends on them.
+    // Order matters: the multicast box's slot reads the host text, and setControlsEnabled() reads
+    // checkBox_my_ip.
     lineEdit_host->setText(m_channel->host());
     spinBox_port->setValue(m_channel->port());
     checkBox_multicast->setChecked(m_channel->isMulticast());
@@ -134,8 +133,8 @@ void ChannelWidget::showRows()
     placeCursor();
 }
 
-// Without a current cell the arrow keys go to the first cell only. That is the frame counter's, which is
-// disabled, so they would never get into the table.
+// Without a current cell the arrow keys try only the first cell, which is disabled because it is the frame
+// counter's. They would then never reach the table.
 void ChannelWidget::placeCursor()
 {
     for (int row = 0; row < tableView->model()->rowCount() && !tableView->currentIndex().isValid(); ++row) {

@@ -9,58 +9,59 @@ class ChannelAsRouter;
 class IOManager;
 class QRegExpValidator;
 
-/// The editor page of one output channel. Every edit goes straight into the channel; nothing goes to the
-/// Controller from here. The table shows the channel's own type model, so that a tick needs no code of the
-/// page.
+/// The editor page of one output channel. It stores every edit in the channel at once and sends nothing to
+/// the Controller. The table shows the channel's own type model, so a tick needs no code in the page.
 ///
 /// The host field has two input modes: names and addresses, or digits and dots while multicast is ticked.
-/// Everything happens on the GUI thread.
+/// GUI thread only.
 class ChannelWidget : public QWidget, public Ui::ChannelWidget
 {
     Q_OBJECT
 
 public:
-    /// A page without parent that shows the form's defaults until its channel emits Channel::updated(). The
-    /// three stay the caller's and outlive the page.
+    /// Creates a page without a parent. It shows the form's defaults until the channel emits
+    /// Channel::updated(). The caller keeps ownership of all three arguments, which must outlive the page.
     ChannelWidget(IOManager *ioManager, ChannelAsRouter *channel, BackendVersions *versions);
     ~ChannelWidget() override;
 
     ChannelAsRouter *channel() const { return m_channel; }
 
-    /// Whether a channel that is made active forwards the data itself. Takes effect at the next toggle.
+    /// Sets whether the channel, when its active box is ticked, forwards data itself. Takes effect at the
+    /// next toggle of that box.
     void setRouterMode(bool on) { m_routerMode = on; }
 
     void setCloseButtonVisible(bool visible);
 
-    /// Enables what may be edited on a channel that is \a active or not: the host field unless the
-    /// destination is this computer, the divisor if the Controller knows it.
+    /// Enables the controls if the channel is \a active: the host field only if the destination is not this
+    /// computer, the divisor only if the Controller's version has one.
     void setControlsEnabled(bool active);
 
-    /// Colours the tab's title by whether the channel is on and the page is enabled.
+    /// Sets the colour of the tab's title: normal if the channel is on and the page is enabled, else
+    /// disabled.
     void updateTabColor();
 
-    /// Whether the destination may go to the Controller; false after the user has been told what is wrong.
-    /// Changes nothing in the channel. Blocks for a command, a name look-up and a message box.
+    /// Returns whether the destination is valid; if not, a message box has told the user why. Does not change
+    /// the channel. Blocks for a query, a name look-up and a message box.
     bool validate();
 
 signals:
     /// The user wants the tab of channel index \a id closed.
     void closeTab(int id);
 
-    /// The title of tab \a tabIndex is to be written in \a color.
+    /// The title of tab \a tabIndex should have the colour \a color.
     void changeChannelTabTitleFontColor(int tabIndex, const QColor &color);
 
-    /// The channel has been switched on or off; it already knows.
+    /// The active box has been toggled, and the channel has been switched on or off.
     void checkBox_active_channel_toggled();
 
 public slots:
     /// Shows the channel's state.
     void updateFromChannel();
 
-    /// Hands the text of the host field to the channel, which looks it up: may block.
+    /// Stores the text of the host field in the channel, which looks it up. May block.
     void flushChangesToChannel();
 
-    /// Toggles the tick, so that the whole cell of an identifier can be hit.
+    /// Toggles the tick, so that a double click anywhere in an identifier's cell works.
     void tableViewItemDoubleClicked(const QModelIndex &index);
 
 protected slots:

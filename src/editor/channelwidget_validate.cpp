@@ -9,7 +9,7 @@ using namespace networksettings2g;
 
 namespace {
 
-// The one system model on which a loopback destination is accepted as typed.
+// The only system model on which a typed loopback destination is accepted.
 constexpr int loopbackModel = 100;
 
 struct AddressRange
@@ -20,7 +20,7 @@ struct AddressRange
     bool contains(quint32 address) const { return address >= first && address <= last; }
 };
 
-// The lowest 256 addresses of the block belong to the routers' own protocols, so they are no valid groups.
+// The lowest 256 addresses are reserved for routing protocols.
 constexpr AddressRange multicastBlock = {0xE0000000, 0xEFFFFFFF};
 constexpr AddressRange validMulticast = {0xE0000100, 0xEFFFFFFF};
 
@@ -57,8 +57,8 @@ bool ChannelWidget::validate()
     return checkBox_multicast->isChecked() ? judgeMulticast(host, address) : judgeUnicast(host, address);
 }
 
-// A name without an address may get one later, so the user may keep it. A group needs its address now. Here
-// and below both arguments of a text are filled in at once, since a host may contain "%1" or "%2" itself.
+// A name without an address may get one later, so the user may keep it, but a group needs its address now.
+// Here and below arg() fills in both arguments in one call, because a host may itself contain "%1" or "%2".
 bool ChannelWidget::judgeUnresolved(const QString &host)
 {
     if (checkBox_multicast->isChecked()) {
@@ -94,7 +94,7 @@ bool ChannelWidget::judgeUnicast(const QString &host, quint32 address)
     return false;
 }
 
-// The channel has looked up its own host already, even if in vain: asking again would only block again.
+// The channel has already looked up its own host, even if that failed; a second look-up would block again.
 quint32 ChannelWidget::addressOf(const QString &host) const
 {
     return host == m_channel->host() ? m_channel->ip() : Channel::lookUp(host);

@@ -10,8 +10,9 @@
 
 namespace {
 
-/// The network library hooks itself to the application object for good. In a host that does not use it itself
-/// it would be unloaded together with this plug-in, and the host would crash when it ends: keep it.
+/// Keeps the network library loaded. It registers itself with the application object indefinitely. In a host
+/// that does not use it, it would be unloaded together with this plug-in, and the host would crash at its
+/// end.
 void keepNetworkLibrary()
 {
 #ifdef Q_OS_WIN

@@ -36,7 +36,7 @@ QString NetworkSettings2GModule::moduleVersion()
 
 QList<ModuleAction *> NetworkSettings2GModule::moduleActions()
 {
-    // With a dialog and no action, this call comes from within a command of NetworkDialog::start().
+    // A dialog without an action: this call comes from within a command of NetworkDialog::start().
     if (m_actions.isEmpty() && !m_record.dialog && !m_observerMode)
         makeAction();
     return m_actions;
@@ -50,7 +50,7 @@ void NetworkSettings2GModule::makeAction()
     connect(dialog, &QObject::destroyed, this, [this] { m_record.dialog = nullptr; });
     dialog->start();
     if (!dialog || m_record.dialog != dialog)
-        return; // released from within a command
+        return; // releaseResources() came from within a command
     m_record.menuTitle = tr("&Tracking");
     m_record.menuNumber = 300;
     m_record.actionNumber = 170;

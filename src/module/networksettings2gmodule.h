@@ -9,8 +9,8 @@ struct BackendVersions;
 class IOManager;
 class QWidget;
 
-/// The plug-in object: takes the host's services and makes the one dialog and the one menu action. GUI
-/// thread.
+/// The plug-in object: takes the host's services and creates the one dialog and the one menu action. GUI
+/// thread only.
 class NetworkSettings2GModule : public QObject, public ModuleInterface
 {
     Q_OBJECT
@@ -23,7 +23,7 @@ public:
     QString moduleName() override;
     QString moduleVersion() override;
 
-    /// Makes dialog and action if there are none, unless the host is an observer.
+    /// Creates dialog and action if there are none, unless "ObserverMode" is set.
     QList<ModuleAction *> moduleActions() override;
 
     void setParameter(QString key, QVariant value) override;

@@ -15,13 +15,13 @@
 
 using namespace simulation;
 
-/// The real dialog against a simulated Controller.
+/// The real dialog with a simulated Controller.
 class DialogFixture
 {
 public:
     explicit DialogFixture(const std::function<void(ControllerState &)> &edit = {})
     {
-        // Not the address that channels send to, so that this computer is told apart from other destinations.
+        // Differs from the address that channels send to, so that those do not count as this computer.
         change([](ControllerState &state) { state.monitorAddress = "127.0.0.9"; });
         if (edit)
             change(edit);
@@ -40,15 +40,15 @@ public:
         versions = controller.state().version;
     }
 
-    /// Makes the dialog, as the module does at its start.
+    /// Creates and starts the dialog, as the module does.
     void create()
     {
         dialog = std::make_unique<NetworkDialog>(&link, &window, &versions);
         dialog->start();
     }
 
-    /// Opens the dialog, runs \a action in it and leaves it by E&xit if \a action has not left it already.
-    /// False if the dialog was still open after that; it is then taken down.
+    /// Opens the dialog, runs \a action in it and presses E&xit if the dialog is still open. Returns false if
+    /// E&xit did not close it; it is then closed without changes.
     bool open(const std::function<void()> &action)
     {
         if (!dialog)
@@ -56,7 +56,7 @@ public:
         bool left = true;
         QTimer::singleShot(0, dialog.get(), [&] {
             action();
-            const MessageBoxes refused; // a box that comes up now ends the way out instead of the test
+            const MessageBoxes refused; // refuses unexpected boxes, which would block the test
             if (dialog->isVisible())
                 QTest::mouseClick(dialog->pushButton_ok, Qt::LeftButton);
             left = !dialog->isVisible();
@@ -80,7 +80,7 @@ public:
         return titles;
     }
 
-    /// All texts sent since the record was last cleared, queries and commands alike.
+    /// The texts of all queries and commands since the record was last cleared.
     QList<QByteArray> sent() const
     {
         QList<QByteArray> texts;

@@ -12,25 +12,24 @@
 #include <cstring>
 #include <functional>
 
-/// A host for the tests of one class: it answers from a table, fails where it is told to, and keeps all it is
-/// asked to do in order. One thread.
+/// A host for tests of single classes: answers from a table, fails on demand, and records all calls in order.
+/// One thread.
 class FakeIOManager : public IOManager
 {
 public:
     virtual ~FakeIOManager() = default;
 
-    /// From the formatted query to its answer. A query that is not here fails and leaves the buffer for its
-    /// answer as it was.
+    /// Maps a query to its answer. Any other query fails and does not write to its answer.
     QHash<QByteArray, QByteArray> answers;
 
-    /// What fails although it is carried out: a query here writes its answer and fails all the same.
+    /// Queries and commands that fail; a query still writes its answer.
     QSet<QByteArray> failing;
 
-    /// All calls in order: commands as they were sent, the others after the word "log", "request", "release",
-    /// "add" or "remove".
+    /// All calls in order: queries and commands as they were sent, other calls after one of the words "log",
+    /// "request", "release", "add" and "remove".
     QStringList journal;
 
-    /// Called from within each call, before it is answered, with its line of the journal.
+    /// Called within each call, before it returns, with its line of the journal.
     std::function<void(const QByteArray &)> onCall;
 
     int getValue(char *answer, const char *format, ...) override
@@ -80,7 +79,7 @@ public:
                     QByteArray(level) + ' ' + component + ' ' + QByteArray::number(number) + ' ' + message);
     }
 
-    /// The journal since the last call.
+    /// Returns and clears the journal.
     QStringList takeJournal()
     {
         QStringList taken;

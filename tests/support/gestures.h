@@ -6,9 +6,9 @@
 #include <QTabBar>
 #include <QToolButton>
 
-// What a person does with mouse and keyboard.
+// What a user does with mouse and keyboard.
 
-/// Scrolls the row of tabs with its arrows until all of tab \a tab is in sight.
+/// Scrolls the tab row with its arrows until tab \a tab is fully visible.
 inline void scrollToTab(QTabBar *bar, int tab)
 {
     const QList<QToolButton *> arrows = bar->findChildren<QToolButton *>();
@@ -38,7 +38,7 @@ inline void typeInto(QWidget *field, const char *text)
     QTest::keyClicks(field, QLatin1String(text));
 }
 
-/// Clicks into the box of the row of \a type, as the user ticks it.
+/// Clicks the check box of the row of \a type.
 inline void clickTick(const ChannelWidget *page, const char *type)
 {
     QTableView *view = page->tableView;
@@ -49,7 +49,7 @@ inline void clickTick(const ChannelWidget *page, const char *type)
                       view->visualRect(rows.value(0)->index()).topLeft() + QPoint(10, cell.height() / 2));
 }
 
-/// Clicks into the box of \a button, beside its text.
+/// Clicks the square of the check box \a button.
 inline void clickBox(QAbstractButton *button)
 {
     QTest::mouseClick(button, Qt::LeftButton, Qt::NoModifier, QPoint(8, button->height() / 2));

@@ -11,8 +11,8 @@
 
 #include <functional>
 
-/// Answers the message boxes that come up while it lives, one scripted button after the other, and keeps what
-/// they said. A box beyond the script is closed with Escape, so that a test fails instead of standing still.
+/// Answers the message boxes that open during its life with the given buttons in order, and records them. Any
+/// further box is rejected, so that a test fails instead of blocking.
 class MessageBoxes : public QObject
 {
 public:
@@ -27,10 +27,10 @@ public:
     QStringList texts;
     QList<QMessageBox::StandardButton> defaults;
 
-    /// Whether a box would show the text that it was given as markup.
+    /// Whether a box would interpret its text as markup.
     bool anyRichText = false;
 
-    /// Answers what the script does not.
+    /// Chooses the button when the given ones are used up.
     std::function<QMessageBox::StandardButton(const QMessageBox *)> decide;
 
 private:

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-/// The version record of the Controller's backend, owned by the host and valid as long as the module lives.
+/// The version of the Controller. The host owns it and keeps it valid as long as the module lives.
 struct BackendVersions
 {
     int32_t reserved[3];

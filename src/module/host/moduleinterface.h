@@ -7,20 +7,22 @@
 
 struct ModuleAction;
 
-/// What a module of the frontend is to its host. All calls come on the GUI thread, in this order:
-/// setParameter() for every parameter, moduleActions(), then at the end prepareShutdown() and
+/// A module of the frontend, as its host uses it. The host calls all functions on the GUI thread, in this
+/// order: setParameter() for every parameter, moduleActions(), then at the end prepareShutdown() and
 /// releaseResources(). The order of the functions is the binary boundary with the host.
 class ModuleInterface
 {
 public:
     virtual ~ModuleInterface() = default;
 
-    /// Ends all dealings of the module with the host: routing stops, requests are released, receivers
-    /// removed.
+    /// Stops routing, releases the requested output types and removes the receivers. Afterwards the module
+    /// does not call the host any more. May be called at any time, also from within a command of the module.
     virtual void prepareShutdown() = 0;
 
-    /// Destroys what the module has made. When it returns, no thread of the module runs and nothing of it
-    /// waits for the event loop: the host may unload the library in the next statement.
+    /// Destroys everything that the module has created. When it returns, no thread of the module runs and no
+    /// object of it waits for the event loop: the host may unload the library in the next statement. If the
+    /// host calls it from within a command of the module, this holds when the function of the module that
+    /// sent the command has returned to the host.
     virtual void releaseResources() = 0;
 
     /// The module's name for the user.
@@ -29,10 +31,10 @@ public:
     /// The module's version for the user, such as "v1.0.0".
     virtual QString moduleVersion() = 0;
 
-    /// The actions for the host's menus, made at the first call. The entries belong to the module.
+    /// The actions for the host's menus, created by the first call. The module owns the entries.
     virtual QList<ModuleAction *> moduleActions() = 0;
 
-    /// Hands a service of the host to the module. Keys: "CommandManager" (IOManager *), "ModuleParent"
+    /// Passes a service of the host to the module. Keys: "CommandManager" (IOManager *), "ModuleParent"
     /// (QWidget *), "BackendVersions" (BackendVersions *), "ObserverMode" (bool). Any other key is ignored.
     virtual void setParameter(QString key, QVariant value) = 0;
 };

@@ -12,12 +12,12 @@ void routing(ControllerState &state)
     state.viaRouter = true;
 }
 
-/// One life of the dialog against a host that shuts the module down from within one of its calls.
+/// Runs a dialog from start to end with a host that shuts the module down from within one of its calls.
 class ShutdownWithinCall
 {
 public:
-    /// Shuts down in call number \a call, counted from 1; never with 0. With \a release the host also lets go
-    /// of the dialog there.
+    /// The host shuts the module down within call number \a call, counted from 1; with 0 not within a call.
+    /// With \a release it also releases the dialog there.
     ShutdownWithinCall(int call, bool release)
         : m_call(call)
         , m_release(release)
@@ -46,7 +46,7 @@ public:
         delete m_dialog;
     }
 
-    /// Starts, opens, edits, adds and closes a tab, accepts, follows a catalogue change.
+    /// Starts the dialog, opens it, edits, adds and closes a tab, accepts, and reports a catalogue change.
     void run()
     {
         m_dialog = new NetworkDialog(&m_host, &m_window, &m_versions);
@@ -133,15 +133,15 @@ QString shownState(const DialogFixture &fixture)
 
 Q_DECLARE_METATYPE(Gesture)
 
-/// What comes at a bad moment: shut-down with a message box open, a host that comes back to the module from
-/// within a command, calls that are late.
-class TestInterruptions : public QObject
+/// Calls at unexpected moments: shut-down while a message box is open, and a host that calls the module from
+/// within a command.
+class TestReentrancy : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void shutdownWithinDialog_data();
-    void shutdownWithinDialog();
+    void shutdownEndsTheOpenDialog_data();
+    void shutdownEndsTheOpenDialog();
     void nothingIsSentAfterTeardown();
     void shutdownDismissesOpenBox_data();
     void shutdownDismissesOpenBox();
@@ -150,12 +150,12 @@ private slots:
     void inputIsRefusedWhileChangesAreWritten_data();
     void inputIsRefusedWhileChangesAreWritten();
     void actionPressedDuringCatalogueChangeOpensDialog();
-    void hostComesBackWithinCommand_data();
-    void hostComesBackWithinCommand();
+    void nestedCallsStartNoSecondOperation_data();
+    void nestedCallsStartNoSecondOperation();
     void closedAndInactiveChannelsHaveNoWorker();
 };
 
-void TestInterruptions::shutdownWithinDialog_data()
+void TestReentrancy::shutdownEndsTheOpenDialog_data()
 {
     QTest::addColumn<Qt::Key>("key");
     QTest::addColumn<QString>("host"); // of the first channel
@@ -171,7 +171,7 @@ void TestInterruptions::shutdownWithinDialog_data()
     row("no box", Qt::Key_7, "127.0.0.1", "");
 }
 
-void TestInterruptions::shutdownWithinDialog()
+void TestReentrancy::shutdownEndsTheOpenDialog()
 {
     QFETCH(Qt::Key, key);
     QFETCH(QString, host);
@@ -200,7 +200,7 @@ void TestInterruptions::shutdownWithinDialog()
     QVERIFY(fixture.controller.commands().isEmpty());
 }
 
-void TestInterruptions::nothingIsSentAfterTeardown()
+void TestReentrancy::nothingIsSentAfterTeardown()
 {
     DialogFixture fixture(routing);
     fixture.create();
@@ -221,7 +221,7 @@ void TestInterruptions::nothingIsSentAfterTeardown()
     QVERIFY(fixture.sent().isEmpty());
 }
 
-void TestInterruptions::shutdownDismissesOpenBox_data()
+void TestReentrancy::shutdownDismissesOpenBox_data()
 {
     QTest::addColumn<Qt::Key>("key");
     QTest::addColumn<QString>("host"); // of the first channel
@@ -241,7 +241,7 @@ void TestInterruptions::shutdownDismissesOpenBox_data()
          {QMessageBox::Ignore, QMessageBox::Cancel});
 }
 
-void TestInterruptions::shutdownDismissesOpenBox()
+void TestReentrancy::shutdownDismissesOpenBox()
 {
     QFETCH(Qt::Key, key);
     QFETCH(QString, host);
@@ -267,7 +267,7 @@ void TestInterruptions::shutdownDismissesOpenBox()
         QTest::keyClick(fixture.page(0)->lineEdit_host, key,
                         key == Qt::Key_W ? Qt::ControlModifier : Qt::NoModifier);
         QVERIFY(fixture.dialog->isVisible());
-        // Neither is forwarding started again by what the user does in the dialog.
+        // What the user does in the open dialog must not start the routers again.
         clickBox(fixture.page(1)->checkBox_active_channel);
         clickBox(fixture.page(1)->checkBox_active_channel);
         clickBox(fixture.dialog->checkBox_actAsRouter);
@@ -282,14 +282,14 @@ void TestInterruptions::shutdownDismissesOpenBox()
     QTRY_COMPARE(threadCount(), threads);
 }
 
-void TestInterruptions::noCallFollowsShutdownWithinCall_data()
+void TestReentrancy::noCallFollowsShutdownWithinCall_data()
 {
     QTest::addColumn<bool>("release");
     QTest::newRow("shut down, released later") << false;
     QTest::newRow("shut down and released") << true;
 }
 
-void TestInterruptions::noCallFollowsShutdownWithinCall()
+void TestReentrancy::noCallFollowsShutdownWithinCall()
 {
     QFETCH(bool, release);
     const int threads = threadCount();
@@ -310,7 +310,7 @@ void TestInterruptions::noCallFollowsShutdownWithinCall()
     }
 }
 
-void TestInterruptions::inputIsRefusedWhileChangesAreWritten_data()
+void TestReentrancy::inputIsRefusedWhileChangesAreWritten_data()
 {
     QTest::addColumn<Gesture>("gesture");
     const auto row = [](const char *name, const Gesture &gesture) { QTest::newRow(name) << gesture; };
@@ -335,7 +335,7 @@ void TestInterruptions::inputIsRefusedWhileChangesAreWritten_data()
 }
 
 /// An edit made while the host runs its event loop inside a command could be shown and yet not be written.
-void TestInterruptions::inputIsRefusedWhileChangesAreWritten()
+void TestReentrancy::inputIsRefusedWhileChangesAreWritten()
 {
     QFETCH(Gesture, gesture);
     for (const QByteArray trigger : {"system model", "output net_active ch01 yes"}) {
@@ -352,7 +352,7 @@ void TestInterruptions::inputIsRefusedWhileChangesAreWritten()
             after = shownState(fixture);
         });
         QVERIFY(fixture.open([&] {
-            // The gesture is one that does something.
+            // Outside accept() the gesture has an effect.
             QVERIFY(QTest::qWaitForWindowActive(fixture.dialog.get()));
             const QString first = shownState(fixture);
             gesture(fixture);
@@ -366,7 +366,7 @@ void TestInterruptions::inputIsRefusedWhileChangesAreWritten()
     }
 }
 
-void TestInterruptions::actionPressedDuringCatalogueChangeOpensDialog()
+void TestReentrancy::actionPressedDuringCatalogueChangeOpensDialog()
 {
     DialogFixture fixture(routing);
     fixture.create();
@@ -394,7 +394,7 @@ void TestInterruptions::actionPressedDuringCatalogueChangeOpensDialog()
     QVERIFY(!fixture.dialog->isVisible());
 }
 
-void TestInterruptions::hostComesBackWithinCommand_data()
+void TestReentrancy::nestedCallsStartNoSecondOperation_data()
 {
     QTest::addColumn<QByteArray>("trigger");
     for (const char *trigger :
@@ -403,8 +403,8 @@ void TestInterruptions::hostComesBackWithinCommand_data()
         QTest::newRow(trigger) << QByteArray(trigger);
 }
 
-/// A changed catalogue is followed, but later; what the user starts is refused.
-void TestInterruptions::hostComesBackWithinCommand()
+/// A changed catalogue is followed later; what the user starts is refused.
+void TestReentrancy::nestedCallsStartNoSecondOperation()
 {
     QFETCH(QByteArray, trigger);
     DialogFixture fixture(routing);
@@ -436,11 +436,11 @@ void TestInterruptions::hostComesBackWithinCommand()
     QVERIFY(fixture.controller.state().channels[0].types.contains("3d"));
     QCOMPARE(fixture.controller.state().channels[1].destination.port, 7777);
     QVERIFY(sent);
-    // Off and on for the message, beside the first accept's own switch.
+    // Off and on for the message, and once for the first accept().
     QCOMPARE(switches.size(), 3);
 }
 
-void TestInterruptions::closedAndInactiveChannelsHaveNoWorker()
+void TestReentrancy::closedAndInactiveChannelsHaveNoWorker()
 {
     DialogFixture fixture(routing);
     const int before = threadCount();
@@ -449,7 +449,7 @@ void TestInterruptions::closedAndInactiveChannelsHaveNoWorker()
         MessageBoxes boxes({QMessageBox::Yes});
         QTRY_COMPARE(threadCount(), before + 3);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::ControlModifier);
-        // Before the event loop has taken the closed channel away.
+        // Before the event loop has deleted the closed channel.
         fixture.link.sendMessage("OutputTypesChanged");
         QTRY_COMPARE(threadCount(), before + 2);
         clickBox(fixture.page(0)->checkBox_active_channel);
@@ -459,5 +459,5 @@ void TestInterruptions::closedAndInactiveChannelsHaveNoWorker()
     });
 }
 
-QTEST_MAIN(TestInterruptions)
-#include "test_interruptions.moc"
+QTEST_MAIN(TestReentrancy)
+#include "test_reentrancy.moc"

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QCursor>
+#include <QGuiApplication>
+
+namespace networksettings2g {
+
+/// Shows the busy cursor in all windows of the application for as long as it lives: while the GUI thread waits
+/// for the Controller or a name server, not while it waits for the user. May be nested. GUI thread only; without
+/// a GUI application it does nothing.
+class BusyCursor
+{
+public:
+    BusyCursor()
+        : m_shown(qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+    {
+        if (m_shown)
+            QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    }
+
+    ~BusyCursor()
+    {
+        if (m_shown)
+            QGuiApplication::restoreOverrideCursor();
+    }
+
+    BusyCursor(const BusyCursor &) = delete;
+    BusyCursor &operator=(const BusyCursor &) = delete;
+
+private:
+    const bool m_shown;
+};
+
+} // namespace networksettings2g
