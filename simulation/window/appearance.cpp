@@ -1,6 +1,7 @@
 #include "appearance.h"
 
 #include <QApplication>
+#include <QPainter>
 #include <QPalette>
 #include <QStyle>
 #include <QStyleFactory>
@@ -55,11 +56,31 @@ QColor failureColor(const QPalette &palette)
     return isDark(palette) ? QColor(0xff, 0x7b, 0x72) : QColor(0xb3, 0x1d, 0x1d);
 }
 
-QColor channelColor(int number)
+QPen channelPen(int number)
 {
-    static constexpr std::array<QRgb, 10> colors{0xffd97706, 0xff2e9e5b, 0xff9467bd, 0xffd0453e, 0xff1ba3b5,
-                                                 0xff9c6b4f, 0xffd264b0, 0xff7f858c, 0xffa8a01e, 0xff3584c4};
-    return {colors[size_t(number - 1) % colors.size()]};
+    // From the palette of Okabe and Ito, "Color Universal Design" (2008).
+    static constexpr std::array<QRgb, 5> colors{0xff0072b2, 0xffd55e00, 0xff009e73, 0xffcc79a7, 0xffe69f00};
+    const auto index = size_t(number - 1);
+    QPen pen(QColor(colors[index % colors.size()]), 2.0);
+    // Short dashes, of which the small samples of the legend show two.
+    if (index / colors.size() % 2 == 1)
+        pen.setDashPattern({2.0, 1.5});
+    return pen;
+}
+
+QIcon channelIcon(int number, const QPalette &palette)
+{
+    QPixmap pixmap(32, 16);
+    pixmap.fill(palette.color(QPalette::Base));
+    QPainter painter(&pixmap);
+    QPen pen = channelPen(number);
+    pen.setWidth(4);
+    painter.setPen(pen);
+    painter.drawLine(2, 8, 29, 8);
+    QIcon icon(pixmap);
+    // Without a pixmap of its own, the style tints that of a selected item.
+    icon.addPixmap(pixmap, QIcon::Selected);
+    return icon;
 }
 
 void setDarkPalette(bool dark)

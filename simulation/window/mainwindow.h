@@ -25,6 +25,9 @@ public:
 
     ControllerWindow &controllerWindow() { return m_controller; }
 
+    /// Shows the name and the version of the module in the title and in the version box.
+    void setModuleTitle(const QString &title);
+
     /// Adds \a actions to the menus that they name; creates missing menus.
     void placeActions(const QList<ModuleAction *> &actions);
 
@@ -33,6 +36,10 @@ public:
 
 private:
     void makeMenus(bool dark);
+    void useEverywhere(QAction *action);
+    void makeHelpMenu();
+    void showGuide();
+    void showVersions();
     void makeViews();
     void makeStatusBar();
     void followConversation();
@@ -50,6 +57,7 @@ private:
     QLabel *m_router = nullptr;
     QLabel *m_lock = nullptr;
     QLabel *m_frames = nullptr;
+    QString m_moduleTitle;
     bool m_sourceEnded = false;
 };
 
