@@ -3,8 +3,10 @@
 #include <QApplication>
 #include <QPainter>
 #include <QPalette>
+#include <QProxyStyle>
 #include <QStyle>
 #include <QStyleFactory>
+#include <QStyleOption>
 #include <QToolTip>
 
 #include <array>
@@ -15,8 +17,6 @@ namespace {
 
 QPalette darkPalette()
 {
-    // The style draws the frames of check boxes a shade below the window's colour, which has to stand out
-    // from the base.
     const QColor window(0x4a, 0x4e, 0x54);
     const QColor base(0x17, 0x18, 0x1a);
     const QColor text(0xe6, 0xe8, 0xea);
@@ -37,7 +37,33 @@ QPalette darkPalette()
     return palette;
 }
 
-void apply(const QString &style, const QPalette &palette)
+/// Outlines check boxes in the text's colour. The style's own outline is darker than the window and
+/// disappears on a dark base.
+class DarkStyle : public QProxyStyle
+{
+public:
+    DarkStyle()
+        : QProxyStyle(QLatin1String("Fusion"))
+    {
+    }
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
+                       const QWidget *widget) const override
+    {
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
+        if (element != PE_IndicatorCheckBox && element != PE_IndicatorItemViewItemCheck)
+            return;
+        QColor outline = option->palette.color(QPalette::Text);
+        outline.setAlphaF(option->state & State_Enabled ? 0.7 : 0.4);
+        painter->save();
+        painter->setPen(outline);
+        painter->setBrush(Qt::NoBrush);
+        painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+        painter->restore();
+    }
+};
+
+void apply(QStyle *style, const QPalette &palette)
 {
     QApplication::setStyle(style);
     QApplication::setPalette(palette);
@@ -88,9 +114,9 @@ void setDarkPalette(bool dark)
     static const QString desktopStyle = QApplication::style()->objectName();
     static const QPalette desktopPalette = QApplication::palette();
     if (dark)
-        apply(QLatin1String("Fusion"), darkPalette());
+        apply(new DarkStyle, darkPalette());
     else
-        apply(desktopStyle, desktopPalette);
+        apply(QStyleFactory::create(desktopStyle), desktopPalette);
 }
 
 } // namespace simulation

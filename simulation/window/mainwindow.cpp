@@ -142,12 +142,13 @@ void MainWindow::makeMenus(bool dark)
     makeHelpMenu();
 }
 
-/// Makes the shortcut of \a action work in every window. The Controller's window must own it, too, because a
-/// modal dialog blocks the shortcuts of this one.
+/// Makes the shortcut of \a action work in every window. A modal dialog blocks the shortcuts of this window,
+/// so the other windows must own the action, too.
 void MainWindow::useEverywhere(QAction *action)
 {
     action->setShortcutContext(Qt::ApplicationShortcut);
     m_controller.addAction(action);
+    m_globalActions.append(action);
 }
 
 void MainWindow::makeHelpMenu()

@@ -25,6 +25,9 @@ public:
 
     ControllerWindow &controllerWindow() { return m_controller; }
 
+    /// The actions whose shortcuts work in every window.
+    QList<QAction *> globalActions() const { return m_globalActions; }
+
     /// Shows the name and the version of the module in the title and in the version box.
     void setModuleTitle(const QString &title);
 
@@ -57,6 +60,7 @@ private:
     QLabel *m_router = nullptr;
     QLabel *m_lock = nullptr;
     QLabel *m_frames = nullptr;
+    QList<QAction *> m_globalActions;
     QString m_moduleTitle;
     bool m_sourceEnded = false;
 };

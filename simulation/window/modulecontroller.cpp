@@ -30,6 +30,7 @@ void ModuleController::begin()
     for (const ModuleAction *action : actions) {
         m_dialog = action->dialog;
         m_dialog->installEventFilter(this);
+        m_dialog->addActions(m_window.globalActions());
     }
 }
 
