@@ -227,12 +227,12 @@ void MainWindow::followConnection()
     const Endpoint &endpoint = m_session.options().controller;
     const QString address = endpoint.host + ':' + QString::number(endpoint.port);
     m_connection = new QLabel(tr("Connected to %1").arg(address));
+    m_connection->setToolTip(tr("After a loss, the frontend connects again every half second"));
     statusBar()->insertWidget(0, m_connection);
     connect(&m_session, &Session::connectionChanged, this, [this, address](const QString &problem) {
         const bool isConnected = problem.isEmpty();
-        m_connection->setText(isConnected
-                                  ? tr("Connected to %1").arg(address)
-                                  : tr("No connection to %1: %2. Connecting again...").arg(address, problem));
+        m_connection->setText(isConnected ? tr("Connected to %1").arg(address)
+                                          : tr("No connection to %1: %2").arg(address, problem));
         QPalette colors = palette();
         if (!isConnected)
             colors.setColor(QPalette::WindowText, failureColor(colors));
