@@ -2,6 +2,7 @@
 #include "controllerservice.h"
 #include "dataclient.h"
 #include "delayedcommands.h"
+#include "eventthread.h"
 
 #include <QElapsedTimer>
 #include <QNetworkDatagram>
@@ -36,17 +37,11 @@ class RunningController
 public:
     explicit RunningController(const ControllerOptions &options = freePorts())
     {
-        m_context.moveToThread(&m_thread);
-        m_thread.start();
-        QMetaObject::invokeMethod(
-            &m_context, [&] { start(options); }, Qt::BlockingQueuedConnection);
+        m_thread.run([&] { start(options); });
     }
     ~RunningController()
     {
-        QMetaObject::invokeMethod(
-            &m_context, [this] { m_service.reset(); }, Qt::BlockingQueuedConnection);
-        m_thread.quit();
-        m_thread.wait();
+        m_thread.run([this] { m_service.reset(); });
     }
 
     SimulatedController &controller() { return m_service->controller(); }
@@ -65,9 +60,8 @@ private:
         dataPort = m_service->dataPort();
     }
 
-    QThread m_thread;
-    QObject m_context; ///< lives on m_thread
-    std::unique_ptr<ControllerService> m_service;
+    std::unique_ptr<ControllerService> m_service; ///< lives on m_thread
+    EventThread m_thread;
 };
 
 /// Records the data of a DataClient.

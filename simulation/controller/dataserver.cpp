@@ -92,7 +92,7 @@ void DataServer::enqueue(const QByteArray &text)
         return;
     m_pending += text;
     if (!m_flushPosted)
-        QMetaObject::invokeMethod(this, &DataServer::flush, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, "flush", Qt::QueuedConnection);
     m_flushPosted = true;
 }
 

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "commandservice.h"
+#include "eventthread.h"
 #include "exchange.h"
 #include "networkprotocol.h"
 #include "retryingsocket.h"
-
-#include <QThread>
 
 #include <condition_variable>
 #include <mutex>
@@ -55,6 +54,7 @@ signals:
 
 private:
     int request(const QByteArray &line, QByteArray *answer);
+    void createSocket();
     void onConnected();
     void onFailed(const QString &reason);
     void onReadyRead();
@@ -62,9 +62,9 @@ private:
 
     const QString m_host;
     const quint16 m_port;
-    QThread m_thread;
-    RetryingSocket *m_socket; ///< lives on m_thread, on which the slots on...() run
-    QTimer *m_greetingTimer;  ///< lives on m_thread; runs until the Controller greets
+    RetryingSocket *m_socket = nullptr; ///< lives on m_thread, on which the functions on...() run
+    QTimer *m_greetingTimer = nullptr;  ///< lives on m_thread; runs until the Controller greets
+    TaskQueue m_owner;                  ///< emits the signals on the thread of this object
     std::mutex m_requestMutex;
 
     mutable std::mutex m_mutex; ///< guards all members below
@@ -74,6 +74,8 @@ private:
     QByteArray m_answer;
     Greeting m_greeting;
     QString m_problem;
+
+    EventThread m_thread; ///< the last member: it ends before the others are destroyed
 };
 
 } // namespace simulation
