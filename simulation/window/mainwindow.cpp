@@ -93,7 +93,7 @@ void MainWindow::showOnScreen()
     const int controllerWidth = m_controller.sizeHint().width();
     const int height = std::min(wanted.height(), screen.height() - frame.height());
     const int beside = screen.width() - controllerWidth - 2 * frame.width();
-    const bool bothFit = beside >= minimumSizeHint().width() && beside >= 2 * controllerWidth;
+    const bool bothFit = beside >= minimumSizeHint().width() && 2 * beside >= 3 * controllerWidth;
     const int width = std::min(wanted.width(), bothFit ? beside : screen.width() - frame.width());
     const int left = screen.left() + (bothFit ? (beside - width) / 2 : 0);
     resize(width, height);
