@@ -11,7 +11,13 @@ void TaskQueue::post(Task task)
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_tasks.push_back(std::move(task));
     if (m_tasks.size() == 1)
-        QMetaObject::invokeMethod(this, "runTasks", Qt::QueuedConnection);
+        wake();
+}
+
+/// Not inlined, so that post() is on the stacks of thread sanitizers, which lack the frames next to Qt's.
+Q_NEVER_INLINE void TaskQueue::wake()
+{
+    QMetaObject::invokeMethod(this, "runTasks", Qt::QueuedConnection);
 }
 
 void TaskQueue::runTasks()

@@ -25,6 +25,7 @@ public:
 
 private:
     Q_INVOKABLE void runTasks();
+    void wake();
 
     std::mutex m_mutex;
     std::vector<Task> m_tasks; ///< guarded by m_mutex
