@@ -59,6 +59,8 @@ private slots:
     void frameAboveTheDatagramLimitIsNotSent();
     void invalidArgumentsEndWithStatus2();
     void headlessRunReportsWhetherAllFramesArrived();
+    void windowWithoutADisplayIsRefused();
+    void versionIsPrinted();
     void signalEndsTheRunWithItsSummary();
     void sessionAppliesRatePauseResetAndTypes();
 };
@@ -207,6 +209,26 @@ void TestFrontend::sessionAppliesRatePauseResetAndTypes()
     QCOMPARE(session.receivers().reports().size(), 1);
     session.stop();
     QCOMPARE(session.receivers().finalReports().value(0).statistics.lost, qint64(0));
+}
+
+void TestFrontend::windowWithoutADisplayIsRefused()
+{
+    QProcess frontend;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        environment.remove(QLatin1String(name));
+    frontend.setProcessEnvironment(environment);
+    frontend.start(QLatin1String(FRONTEND_PATH), {QLatin1String("--plugin"), QLatin1String(PLUGIN_PATH)});
+    QVERIFY(frontend.waitForFinished(waitMs));
+    QCOMPARE(frontend.exitCode(), 2);
+    QVERIFY(frontend.readAllStandardError().contains("there is no display"));
+}
+
+void TestFrontend::versionIsPrinted()
+{
+    Frontend frontend(QLatin1String("--version"));
+    QCOMPARE(frontend.status(), 0);
+    QCOMPARE(frontend.out, QByteArray("frontend " PROJECT_VERSION "\n"));
 }
 
 QTEST_GUILESS_MAIN(TestFrontend)

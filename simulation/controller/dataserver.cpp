@@ -90,9 +90,10 @@ void DataServer::enqueue(const QByteArray &text)
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_pending.size() + text.size() > pendingLimit)
         return;
-    m_pending += text;
+    // Copied: a shared QByteArray would tie the two threads together by its reference count.
+    m_pending.append(text.constData(), text.size());
     if (!m_flushPosted)
-        QMetaObject::invokeMethod(this, &DataServer::flush, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, "flush", Qt::QueuedConnection);
     m_flushPosted = true;
 }
 

@@ -42,7 +42,7 @@ public:
 private:
     void acceptConnection();
     void enqueue(const QByteArray &text);
-    void flush();
+    Q_INVOKABLE void flush();
     void writeToAll(const QByteArray &text);
 
     QTcpServer m_server;

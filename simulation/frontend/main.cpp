@@ -39,14 +39,14 @@ void reportProblem(const QString &line)
     std::fprintf(stderr, "frontend: %s\n", qPrintable(line));
 }
 
-/// Selects the offscreen platform if there is no display. Call it before creating the application object.
-void choosePlatform(const Options &options)
+/// Selects the offscreen platform for a headless run. Returns false if a window is wanted and there is no
+/// display. Call it before creating the application object.
+bool choosePlatform(const Options &options)
 {
-    const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY") ||
-                            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
-                            !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
-    if (options.headless || !hasDisplay)
+    if (options.headless)
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
 }
 
 QString pluginFile(const Options &options)
@@ -132,7 +132,10 @@ int main(int argc, char **argv)
         std::fputs(qPrintable(text), stdout);
         return Success;
     }
-    choosePlatform(options);
+    if (!choosePlatform(options)) {
+        reportProblem(QLatin1String("there is no display; --headless runs without a window"));
+        return WrongUsage;
+    }
     // Qt has options with the same names: it gets only the program's name.
     int nameAlone = 1;
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);

@@ -50,6 +50,14 @@ void ReceiverPool::begin()
     }
 }
 
+void ReceiverPool::restart()
+{
+    for (const auto &receiver : m_receivers) {
+        if (receiver)
+            receiver->restart();
+    }
+}
+
 void ReceiverPool::join()
 {
     for (const auto &receiver : m_receivers) {

@@ -39,6 +39,7 @@ public:
 
     /// As in FrameChecker, for all receivers.
     void begin();
+    void restart();
     void join();
 
     /// Returns whether all receivers have received what was sent to them.

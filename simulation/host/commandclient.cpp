@@ -32,28 +32,34 @@ int parseAnswer(const QByteArray &line, QByteArray *answer)
 
 CommandClient::CommandClient(const QString &host, quint16 port, QObject *parent)
     : QObject(parent)
-    , m_socket(new RetryingSocket)
-    , m_greetingTimer(new QTimer(m_socket))
+    , m_host(host)
+    , m_port(port)
 {
-    m_greetingTimer->setSingleShot(true);
-    m_greetingTimer->setInterval(AnswerTimeoutMs);
-    connect(m_greetingTimer, &QTimer::timeout, m_socket,
-            [this] { m_socket->drop(tr("the Controller does not answer")); });
-    qRegisterMetaType<Greeting>();
-    qRegisterMetaType<Exchange>();
-    m_socket->moveToThread(&m_thread);
-    connect(&m_thread, &QThread::finished, m_socket, &QObject::deleteLater);
-    connect(m_socket, &RetryingSocket::connected, m_socket, [this] { onConnected(); });
-    connect(m_socket, &RetryingSocket::failed, m_socket, [this](const QString &reason) { onFailed(reason); });
-    connect(m_socket, &RetryingSocket::readyRead, m_socket, [this] { onReadyRead(); });
-    m_thread.start();
-    QMetaObject::invokeMethod(m_socket, [this, host, port] { m_socket->connectTo(host, port); });
+    m_thread.post([this] { createSocket(); });
 }
 
 CommandClient::~CommandClient()
 {
-    m_thread.quit();
-    m_thread.wait();
+    m_thread.post([this] { delete m_socket; });
+    m_thread.stop();
+}
+
+void CommandClient::start()
+{
+    m_thread.post([this] { m_socket->connectTo(m_host, m_port); });
+}
+
+void CommandClient::createSocket()
+{
+    m_socket = new RetryingSocket;
+    m_greetingTimer = new QTimer(m_socket);
+    m_greetingTimer->setSingleShot(true);
+    m_greetingTimer->setInterval(AnswerTimeoutMs);
+    connect(m_greetingTimer, &QTimer::timeout, m_socket,
+            [this] { m_socket->drop(tr("the Controller does not answer")); });
+    connect(m_socket, &RetryingSocket::connected, m_socket, [this] { onConnected(); });
+    connect(m_socket, &RetryingSocket::failed, m_socket, [this](const QString &reason) { onFailed(reason); });
+    connect(m_socket, &RetryingSocket::readyRead, m_socket, [this] { onReadyRead(); });
 }
 
 bool CommandClient::waitForConnected(int milliseconds)
@@ -110,7 +116,7 @@ int CommandClient::request(const QByteArray &line, QByteArray *answer)
     if (!m_isConnected)
         return NotConnected;
     m_isAnswered = false;
-    QMetaObject::invokeMethod(m_socket, [this, line] { m_socket->socket().write(line + '\n'); });
+    m_thread.post([this, line] { m_socket->socket().write(line + '\n'); });
     m_changed.wait_for(lock, std::chrono::milliseconds(AnswerTimeoutMs),
                        [this] { return m_isAnswered || !m_isConnected; });
     if (m_isAnswered)
@@ -118,7 +124,7 @@ int CommandClient::request(const QByteArray &line, QByteArray *answer)
     if (!m_isConnected)
         return NotConnected;
     m_isConnected = false;
-    QMetaObject::invokeMethod(m_socket, [this] { m_socket->drop(tr("the Controller does not answer")); });
+    m_thread.post([this] { m_socket->drop(tr("the Controller does not answer")); });
     return TimedOut;
 }
 
@@ -137,7 +143,7 @@ void CommandClient::onFailed(const QString &reason)
         m_problem = reason;
     }
     m_changed.notify_all();
-    emit disconnected(reason);
+    m_owner.post([this, reason] { emit disconnected(reason); });
 }
 
 void CommandClient::onReadyRead()
@@ -175,7 +181,7 @@ void CommandClient::takeGreeting(const QByteArray &line)
         m_isConnected = true;
     }
     m_changed.notify_all();
-    emit connected(greeting);
+    m_owner.post([this, greeting] { emit connected(greeting); });
 }
 
 } // namespace simulation

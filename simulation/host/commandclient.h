@@ -1,18 +1,17 @@
 #pragma once
 
 #include "commandservice.h"
+#include "eventthread.h"
 #include "exchange.h"
 #include "networkprotocol.h"
 #include "retryingsocket.h"
-
-#include <QThread>
 
 #include <condition_variable>
 #include <mutex>
 
 namespace simulation {
 
-/// Queries and commands to a Controller over TCP. It connects in the background and again after each loss.
+/// Queries and commands to a Controller over TCP. It connects again after each loss.
 ///
 /// Thread safety: any thread may call query() and command(); calls are answered one after another. The
 /// connection lives on a thread of its own, so that it works while the GUI thread waits for an answer.
@@ -33,6 +32,9 @@ public:
     CommandClient(const QString &host, quint16 port, QObject *parent = nullptr);
     ~CommandClient() override;
 
+    /// Connects in the background. Call it once, after connecting the signals.
+    void start();
+
     /// Waits until the Controller has greeted. Returns false after \a milliseconds; problem() then gives the
     /// reason.
     bool waitForConnected(int milliseconds);
@@ -52,14 +54,17 @@ signals:
 
 private:
     int request(const QByteArray &line, QByteArray *answer);
+    void createSocket();
     void onConnected();
     void onFailed(const QString &reason);
     void onReadyRead();
     void takeGreeting(const QByteArray &line);
 
-    QThread m_thread;
-    RetryingSocket *m_socket; ///< lives on m_thread, on which the slots on...() run
-    QTimer *m_greetingTimer;  ///< lives on m_thread; runs until the Controller greets
+    const QString m_host;
+    const quint16 m_port;
+    RetryingSocket *m_socket = nullptr; ///< lives on m_thread, on which the functions on...() run
+    QTimer *m_greetingTimer = nullptr;  ///< lives on m_thread; runs until the Controller greets
+    TaskQueue m_owner;                  ///< emits the signals on the thread of this object
     std::mutex m_requestMutex;
 
     mutable std::mutex m_mutex; ///< guards all members below
@@ -69,6 +74,8 @@ private:
     QByteArray m_answer;
     Greeting m_greeting;
     QString m_problem;
+
+    EventThread m_thread; ///< the last member: it ends before the others are destroyed
 };
 
 } // namespace simulation

@@ -16,21 +16,8 @@ constexpr int maximumLinesPerFrame = 10000;
 DataClient::DataClient(FrameSink &sink, QObject *parent)
     : QObject(parent)
     , m_sink(sink)
-    , m_socket(new RetryingSocket)
-    , m_silenceTimer(new QTimer(m_socket))
 {
-    qRegisterMetaType<ControllerState>();
-    m_silenceTimer->setSingleShot(true);
-    m_silenceTimer->setInterval(silenceLimitMs);
-    m_socket->moveToThread(&m_thread);
-    connect(&m_thread, &QThread::finished, m_socket, &QObject::deleteLater);
-    connect(m_socket, &RetryingSocket::connected, m_silenceTimer, QOverload<>::of(&QTimer::start));
-    connect(m_socket, &RetryingSocket::failed, m_silenceTimer, &QTimer::stop);
-    connect(m_socket, &RetryingSocket::failed, m_socket, [this] { m_frame.clear(); });
-    connect(m_socket, &RetryingSocket::readyRead, m_socket, [this] { onReadyRead(); });
-    connect(m_silenceTimer, &QTimer::timeout, m_socket,
-            [this] { m_socket->drop(tr("no data for too long")); });
-    m_thread.start();
+    m_thread.post([this] { createSocket(); });
 }
 
 DataClient::~DataClient()
@@ -40,7 +27,9 @@ DataClient::~DataClient()
 
 void DataClient::connectTo(const QString &host, quint16 port)
 {
-    QMetaObject::invokeMethod(m_socket, [this, host, port] {
+    if (m_isStopped)
+        return;
+    m_thread.post([this, host, port] {
         m_frame.clear();
         m_socket->connectTo(host, port);
     });
@@ -48,8 +37,25 @@ void DataClient::connectTo(const QString &host, quint16 port)
 
 void DataClient::stop()
 {
-    m_thread.quit();
-    m_thread.wait();
+    if (m_isStopped)
+        return;
+    m_isStopped = true;
+    m_thread.post([this] { delete m_socket; });
+    m_thread.stop();
+}
+
+void DataClient::createSocket()
+{
+    m_socket = new RetryingSocket;
+    m_silenceTimer = new QTimer(m_socket);
+    m_silenceTimer->setSingleShot(true);
+    m_silenceTimer->setInterval(silenceLimitMs);
+    connect(m_socket, &RetryingSocket::connected, m_silenceTimer, QOverload<>::of(&QTimer::start));
+    connect(m_socket, &RetryingSocket::failed, m_silenceTimer, &QTimer::stop);
+    connect(m_socket, &RetryingSocket::failed, m_socket, [this] { m_frame.clear(); });
+    connect(m_socket, &RetryingSocket::readyRead, m_socket, [this] { onReadyRead(); });
+    connect(m_silenceTimer, &QTimer::timeout, m_socket,
+            [this] { m_socket->drop(tr("no data for too long")); });
 }
 
 void DataClient::onReadyRead()
@@ -81,13 +87,13 @@ void DataClient::takeEvent(const QByteArray &line)
     if (line == protocol::reset) {
         m_frame.clear();
         m_sink.takeReset();
-        emit wasReset();
+        m_owner.post([this] { emit wasReset(); });
     } else if (line == protocol::idle) {
         m_sink.takeIdle();
-        emit finished();
+        m_owner.post([this] { emit finished(); });
     } else if (line.startsWith(protocol::state) &&
                parseState(line.mid(int(sizeof protocol::state) - 1), &state)) {
-        emit stateReceived(state);
+        m_owner.post([this, state] { emit stateReceived(state); });
     }
 }
 

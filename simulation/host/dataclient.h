@@ -1,10 +1,9 @@
 #pragma once
 
 #include "controllerstate.h"
+#include "eventthread.h"
 #include "framesink.h"
 #include "retryingsocket.h"
-
-#include <QThread>
 
 namespace simulation {
 
@@ -22,7 +21,7 @@ public:
     /// Connects to \a host now. An existing connection is dropped.
     void connectTo(const QString &host, quint16 port);
 
-    /// Stops the thread. When it returns, the sink is not called any more.
+    /// Ends the connection. When it returns, the sink is not called any more, and connectTo() has no effect.
     void stop();
 
 signals:
@@ -34,15 +33,19 @@ signals:
     void finished();
 
 private:
+    void createSocket();
     void onReadyRead();
     void takeLine(const QByteArray &line);
     void takeEvent(const QByteArray &line);
 
-    QThread m_thread;
     FrameSink &m_sink;
-    RetryingSocket *m_socket;         ///< lives on m_thread, as do the next two
-    QTimer *m_silenceTimer = nullptr; ///< runs while connected
-    Frame m_frame;                    ///< the lines of the frame that is being received
+    bool m_isStopped = false;
+    TaskQueue m_owner;                  ///< emits the signals on the thread of this object
+    RetryingSocket *m_socket = nullptr; ///< lives on m_thread, as do the next two
+    QTimer *m_silenceTimer = nullptr;   ///< runs while connected
+    Frame m_frame;                      ///< the lines of the frame that is being received
+
+    EventThread m_thread; ///< the last member: it ends before the others are destroyed
 };
 
 } // namespace simulation

@@ -61,6 +61,13 @@ void DatagramReceiver::begin()
     m_checker.begin();
 }
 
+void DatagramReceiver::restart()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    takeWaiting();
+    m_checker.restart();
+}
+
 void DatagramReceiver::join()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

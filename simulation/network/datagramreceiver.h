@@ -32,6 +32,7 @@ public:
     /// expectation.
     void expect(const Expectation &expectation);
     void begin();
+    void restart();
     void join();
 
     bool isComplete() const;

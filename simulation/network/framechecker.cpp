@@ -25,6 +25,12 @@ void FrameChecker::begin()
     m_sequence = Sequence::FromStart;
 }
 
+void FrameChecker::restart()
+{
+    m_statistics = ReceiverStatistics();
+    join();
+}
+
 void FrameChecker::join()
 {
     m_sequence = Sequence::Joining;

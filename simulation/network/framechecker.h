@@ -49,6 +49,9 @@ public:
     /// routed channel, which is sent together with the second or not at all.
     void begin();
 
+    /// Resets the counts and starts a new sequence with the next datagram.
+    void restart();
+
     /// Starts a new sequence with the next datagram: frames before it do not count as lost.
     void join();
 

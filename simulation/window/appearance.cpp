@@ -1,9 +1,12 @@
 #include "appearance.h"
 
 #include <QApplication>
+#include <QPainter>
 #include <QPalette>
+#include <QProxyStyle>
 #include <QStyle>
 #include <QStyleFactory>
+#include <QStyleOption>
 #include <QToolTip>
 
 #include <array>
@@ -14,8 +17,6 @@ namespace {
 
 QPalette darkPalette()
 {
-    // The style draws the frames of check boxes a shade below the window's colour, which has to stand out
-    // from the base.
     const QColor window(0x4a, 0x4e, 0x54);
     const QColor base(0x17, 0x18, 0x1a);
     const QColor text(0xe6, 0xe8, 0xea);
@@ -36,7 +37,33 @@ QPalette darkPalette()
     return palette;
 }
 
-void apply(const QString &style, const QPalette &palette)
+/// Outlines check boxes in the text's colour. The style's own outline is darker than the window and
+/// disappears on a dark base.
+class DarkStyle : public QProxyStyle
+{
+public:
+    DarkStyle()
+        : QProxyStyle(QLatin1String("Fusion"))
+    {
+    }
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
+                       const QWidget *widget) const override
+    {
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
+        if (element != PE_IndicatorCheckBox && element != PE_IndicatorItemViewItemCheck)
+            return;
+        QColor outline = option->palette.color(QPalette::Text);
+        outline.setAlphaF(option->state & State_Enabled ? 0.7 : 0.4);
+        painter->save();
+        painter->setPen(outline);
+        painter->setBrush(Qt::NoBrush);
+        painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+        painter->restore();
+    }
+};
+
+void apply(QStyle *style, const QPalette &palette)
 {
     QApplication::setStyle(style);
     QApplication::setPalette(palette);
@@ -55,11 +82,31 @@ QColor failureColor(const QPalette &palette)
     return isDark(palette) ? QColor(0xff, 0x7b, 0x72) : QColor(0xb3, 0x1d, 0x1d);
 }
 
-QColor channelColor(int number)
+QPen channelPen(int number)
 {
-    static constexpr std::array<QRgb, 10> colors{0xffd97706, 0xff2e9e5b, 0xff9467bd, 0xffd0453e, 0xff1ba3b5,
-                                                 0xff9c6b4f, 0xffd264b0, 0xff7f858c, 0xffa8a01e, 0xff3584c4};
-    return {colors[size_t(number - 1) % colors.size()]};
+    // From the palette of Okabe and Ito, "Color Universal Design" (2008).
+    static constexpr std::array<QRgb, 5> colors{0xff0072b2, 0xffd55e00, 0xff009e73, 0xffcc79a7, 0xffe69f00};
+    const auto index = size_t(number - 1);
+    QPen pen(QColor(colors[index % colors.size()]), 2.0);
+    // Short dashes, of which the small samples of the legend show two.
+    if (index / colors.size() % 2 == 1)
+        pen.setDashPattern({2.0, 1.5});
+    return pen;
+}
+
+QIcon channelIcon(int number, const QPalette &palette)
+{
+    QPixmap pixmap(32, 16);
+    pixmap.fill(palette.color(QPalette::Base));
+    QPainter painter(&pixmap);
+    QPen pen = channelPen(number);
+    pen.setWidth(4);
+    painter.setPen(pen);
+    painter.drawLine(2, 8, 29, 8);
+    QIcon icon(pixmap);
+    // Without a pixmap of its own, the style tints that of a selected item.
+    icon.addPixmap(pixmap, QIcon::Selected);
+    return icon;
 }
 
 void setDarkPalette(bool dark)
@@ -67,9 +114,9 @@ void setDarkPalette(bool dark)
     static const QString desktopStyle = QApplication::style()->objectName();
     static const QPalette desktopPalette = QApplication::palette();
     if (dark)
-        apply(QLatin1String("Fusion"), darkPalette());
+        apply(new DarkStyle, darkPalette());
     else
-        apply(desktopStyle, desktopPalette);
+        apply(QStyleFactory::create(desktopStyle), desktopPalette);
 }
 
 } // namespace simulation

@@ -45,6 +45,12 @@ QComboBox *FaultPanel::makeBox(int kind)
         box->addItem(tr("answer is empty"), int(Fault::AnswerEmpty));
         box->addItem(tr("answer is garbage"), int(Fault::AnswerGarbage));
     }
+    // Leave room for the bold text of a fault.
+    QFont bold = box->font();
+    bold.setBold(true);
+    box->setMinimumWidth(box->sizeHint().width() +
+                         QFontMetrics(bold).horizontalAdvance(box->itemText(box->count() - 1)) -
+                         box->fontMetrics().horizontalAdvance(box->itemText(box->count() - 1)));
     box->setToolTip(QString::fromLatin1(said.opening));
     connect(box, QOverload<int>::of(&QComboBox::activated), this, [this, kind, box] {
         m_controller.setFault(kind, Fault(box->currentData().toInt()));

@@ -4,23 +4,40 @@
 #include "conversationmodel.h"
 #include "conversationview.h"
 #include "moduleaction.h"
+#include "programversion.h"
 #include "receiverspanel.h"
 #include "session.h"
 
 #include <QAction>
 #include <QApplication>
+#include <QDir>
 #include <QLabel>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QScreen>
 #include <QScrollArea>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QTextBrowser>
 #include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
 
 namespace simulation {
+
+namespace {
+
+/// Returns the user guide of an installation, or that of the source tree.
+QString guideFile()
+{
+    const QDir here(QCoreApplication::applicationDirPath());
+    const QString installed =
+        here.filePath(QLatin1String("../share/doc/networksettings2gmodule/user-guide.md"));
+    return QFile::exists(installed) ? installed : QLatin1String(SOURCE_FOLDER "/docs/user-guide.md");
+}
+
+} // namespace
 
 MainWindow::MainWindow(Session &session, bool dark, QWidget *parent)
     : QMainWindow(parent)
@@ -55,6 +72,17 @@ void MainWindow::placeActions(const QList<ModuleAction *> &actions)
     });
     for (const ModuleAction *entry : qAsConst(ordered))
         menu(entry->menuTitle)->addAction(entry->action);
+    // The shortcuts of the actions work in the Controller's window, too.
+    for (const ModuleAction *entry : qAsConst(ordered))
+        m_controller.addAction(entry->action);
+    // New menus come before Help.
+    menuBar()->addMenu(menu(tr("&Help")));
+}
+
+void MainWindow::setModuleTitle(const QString &title)
+{
+    m_moduleTitle = title;
+    setWindowTitle(tr("Frontend with %1").arg(title));
 }
 
 void MainWindow::showOnScreen()
@@ -65,7 +93,7 @@ void MainWindow::showOnScreen()
     const int controllerWidth = m_controller.sizeHint().width();
     const int height = std::min(wanted.height(), screen.height() - frame.height());
     const int beside = screen.width() - controllerWidth - 2 * frame.width();
-    const bool bothFit = beside >= minimumSizeHint().width() && beside >= 2 * controllerWidth;
+    const bool bothFit = beside >= minimumSizeHint().width() && 2 * beside >= 3 * controllerWidth;
     const int width = std::min(wanted.width(), bothFit ? beside : screen.width() - frame.width());
     const int left = screen.left() + (bothFit ? (beside - width) / 2 : 0);
     resize(width, height);
@@ -94,6 +122,7 @@ void MainWindow::makeMenus(bool dark)
 {
     QAction *quit = menu(tr("&File"))->addAction(tr("&Quit"), qApp, &QCoreApplication::quit);
     quit->setShortcut(QKeySequence::Quit);
+    useEverywhere(quit);
 
     QMenu *view = menu(tr("&View"));
     QAction *filter = view->addAction(tr("&Filter the conversation"));
@@ -101,6 +130,7 @@ void MainWindow::makeMenus(bool dark)
     filter->setShortcut(QKeySequence::Find);
     QAction *controller = view->addAction(tr("Simulated &Controller"));
     controller->setShortcut(Qt::Key_F8);
+    useEverywhere(controller);
     controller->setCheckable(true);
     controller->setEnabled(!m_session.isRemote());
     connect(controller, &QAction::toggled, &m_controller, &QWidget::setVisible);
@@ -109,12 +139,56 @@ void MainWindow::makeMenus(bool dark)
     darkPalette->setCheckable(true);
     connect(darkPalette, &QAction::toggled, this, &setDarkPalette);
     darkPalette->setChecked(dark);
+    makeHelpMenu();
+}
+
+/// Makes the shortcut of \a action work in every window. A modal dialog blocks the shortcuts of this window,
+/// so the other windows must own the action, too.
+void MainWindow::useEverywhere(QAction *action)
+{
+    action->setShortcutContext(Qt::ApplicationShortcut);
+    m_controller.addAction(action);
+    m_globalActions.append(action);
+}
+
+void MainWindow::makeHelpMenu()
+{
+    QMenu *help = menu(tr("&Help"));
+    QAction *guide = help->addAction(tr("&User guide"), this, &MainWindow::showGuide);
+    guide->setShortcut(QKeySequence::HelpContents);
+    help->addAction(tr("&Versions"), this, &MainWindow::showVersions);
+}
+
+void MainWindow::showGuide()
+{
+    auto *browser = new QTextBrowser;
+    browser->setAttribute(Qt::WA_DeleteOnClose);
+    browser->setAttribute(Qt::WA_QuitOnClose, false);
+    browser->setWindowTitle(tr("User guide"));
+    browser->setOpenExternalLinks(true);
+    browser->setSource(QUrl::fromLocalFile(guideFile()), QTextDocument::MarkdownResource);
+    browser->resize(800, 700);
+    connect(this, &QObject::destroyed, browser, &QObject::deleteLater);
+    browser->show();
+}
+
+void MainWindow::showVersions()
+{
+    const BackendVersions version = m_session.controller().state().version;
+    QMessageBox::information(this, tr("Versions"),
+                             tr("Frontend %1\n%2\nController %3.%4.%5\nQt %6")
+                                 .arg(programVersion(), m_moduleTitle)
+                                 .arg(version.major)
+                                 .arg(version.minor)
+                                 .arg(version.third)
+                                 .arg(QLatin1String(qVersion())));
 }
 
 void MainWindow::makeViews()
 {
     m_receivers = new ReceiversPanel;
     m_conversation = new ConversationView;
+    connect(m_receivers, &ReceiversPanel::resetRequested, this, [this] { m_session.receivers().restart(); });
     auto *splitter = new QSplitter(Qt::Vertical);
     splitter->addWidget(m_receivers);
     splitter->addWidget(m_conversation);
@@ -153,12 +227,12 @@ void MainWindow::followConnection()
     const Endpoint &endpoint = m_session.options().controller;
     const QString address = endpoint.host + ':' + QString::number(endpoint.port);
     m_connection = new QLabel(tr("Connected to %1").arg(address));
+    m_connection->setToolTip(tr("After a loss, the frontend connects again every half second"));
     statusBar()->insertWidget(0, m_connection);
     connect(&m_session, &Session::connectionChanged, this, [this, address](const QString &problem) {
         const bool isConnected = problem.isEmpty();
-        m_connection->setText(isConnected
-                                  ? tr("Connected to %1").arg(address)
-                                  : tr("No connection to %1: %2. Connecting again...").arg(address, problem));
+        m_connection->setText(isConnected ? tr("Connected to %1").arg(address)
+                                          : tr("No connection to %1: %2").arg(address, problem));
         QPalette colors = palette();
         if (!isConnected)
             colors.setColor(QPalette::WindowText, failureColor(colors));

@@ -25,6 +25,12 @@ public:
 
     ControllerWindow &controllerWindow() { return m_controller; }
 
+    /// The actions whose shortcuts work in every window.
+    QList<QAction *> globalActions() const { return m_globalActions; }
+
+    /// Shows the name and the version of the module in the title and in the version box.
+    void setModuleTitle(const QString &title);
+
     /// Adds \a actions to the menus that they name; creates missing menus.
     void placeActions(const QList<ModuleAction *> &actions);
 
@@ -33,6 +39,10 @@ public:
 
 private:
     void makeMenus(bool dark);
+    void useEverywhere(QAction *action);
+    void makeHelpMenu();
+    void showGuide();
+    void showVersions();
     void makeViews();
     void makeStatusBar();
     void followConversation();
@@ -50,6 +60,8 @@ private:
     QLabel *m_router = nullptr;
     QLabel *m_lock = nullptr;
     QLabel *m_frames = nullptr;
+    QList<QAction *> m_globalActions;
+    QString m_moduleTitle;
     bool m_sourceEnded = false;
 };
 

@@ -24,12 +24,13 @@ ModuleController::ModuleController(Session &session, HostedModule &module, MainW
 
 void ModuleController::begin()
 {
-    m_window.setWindowTitle(tr("Frontend with %1").arg(m_module.title()));
+    m_window.setModuleTitle(m_module.title());
     const QList<ModuleAction *> actions = m_module.begin(&m_session.link(), &m_window, m_session.versions());
     m_window.placeActions(actions);
     for (const ModuleAction *action : actions) {
         m_dialog = action->dialog;
         m_dialog->installEventFilter(this);
+        m_dialog->addActions(m_window.globalActions());
     }
 }
 

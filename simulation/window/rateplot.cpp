@@ -4,6 +4,7 @@
 
 #include <QEvent>
 #include <QGraphicsLayout>
+#include <QtCharts/QLegendMarker>
 #include <QtCharts/QLineSeries>
 #include <QtCharts/QValueAxis>
 
@@ -34,12 +35,14 @@ RatePlot::RatePlot(QWidget *parent)
     : QChartView(parent)
     , m_time(new QValueAxis(this))
     , m_rate(new QValueAxis(this))
+    , m_selectedLine(new QLineSeries(this))
 {
     setRenderHint(QPainter::Antialiasing);
     setFrameShape(QFrame::StyledPanel);
     setFocusPolicy(Qt::NoFocus);
     setMinimumHeight(13 * fontMetrics().height());
-    chart()->legend()->hide();
+    chart()->legend()->setAlignment(Qt::AlignBottom);
+    chart()->legend()->setMarkerShape(QLegend::MarkerShapeFromSeries);
     chart()->setMargins({4, 4, 8, 2});
     chart()->setBackgroundRoundness(0.0);
     chart()->layout()->setContentsMargins(0.0, 0.0, 0.0, 0.0);
@@ -58,21 +61,52 @@ void RatePlot::addRates(const QHash<int, double> &rates)
 {
     const double now = double(m_clock.restart()) / 1000.0;
     dropOthers(rates);
+    // In the order of the channels, which is that of the legend.
+    QList<int> channels = rates.keys();
+    std::sort(channels.begin(), channels.end());
     double highest = 0.0;
-    for (auto rate = rates.cbegin(); rate != rates.cend(); ++rate) {
-        QLineSeries *series = line(rate.key());
+    for (const int channel : qAsConst(channels)) {
+        QLineSeries *series = line(channel);
         QVector<QPointF> points;
         const QVector<QPointF> before = series->pointsVector();
         for (const QPointF &point : before) {
             if (point.x() - now >= -spanSeconds)
                 points.append({point.x() - now, point.y()});
         }
-        points.append({0.0, rate.value()});
+        points.append({0.0, rates.value(channel)});
         for (const QPointF &point : qAsConst(points))
             highest = std::max(highest, point.y());
         series->replace(points);
     }
     showUpTo(highest);
+    showSelected();
+}
+
+void RatePlot::setSelected(int channel)
+{
+    m_selected = channel;
+    showSelected();
+}
+
+void RatePlot::showSelected()
+{
+    const QLineSeries *series = m_lines.value(m_selected);
+    QPen pen = channelPen(std::max(m_selected, 1));
+    pen.setWidthF(4.0);
+    m_selectedLine->setPen(pen);
+    m_selectedLine->replace(series ? series->pointsVector() : QVector<QPointF>());
+}
+
+/// Adds \a series as the last one, which is drawn on top of the others.
+void RatePlot::addOnTop(QLineSeries *series)
+{
+    if (series->chart())
+        chart()->removeSeries(series);
+    chart()->addSeries(series);
+    series->attachAxis(m_time);
+    series->attachAxis(m_rate);
+    if (series == m_selectedLine)
+        chart()->legend()->markers(series).constFirst()->setVisible(false);
 }
 
 QLineSeries *RatePlot::line(int channel)
@@ -80,10 +114,10 @@ QLineSeries *RatePlot::line(int channel)
     QLineSeries *&series = m_lines[channel];
     if (!series) {
         series = new QLineSeries;
-        series->setPen(QPen(channelColor(channel), 2.0));
-        chart()->addSeries(series);
-        series->attachAxis(m_time);
-        series->attachAxis(m_rate);
+        series->setName(QString::number(channel));
+        series->setPen(channelPen(channel));
+        addOnTop(series);
+        addOnTop(m_selectedLine);
     }
     return series;
 }
@@ -118,6 +152,8 @@ void RatePlot::takePalette()
     setBackgroundBrush(palette().brush(QPalette::Base));
     QColor grid = palette().color(QPalette::Text);
     grid.setAlphaF(0.2);
+    chart()->legend()->setLabelBrush(palette().brush(QPalette::Text));
+    chart()->legend()->setFont(font());
     for (QValueAxis *axis : {m_time, m_rate}) {
         axis->setLabelsBrush(palette().brush(QPalette::Text));
         axis->setLabelsFont(font());

@@ -23,12 +23,17 @@ public:
     /// Appends a point for each channel of \a rates and removes the lines of all other channels.
     void addRates(const QHash<int, double> &rates);
 
+    /// Draws the line of \a channel on top and thicker; 0 selects none.
+    void setSelected(int channel);
+
 protected:
     void changeEvent(QEvent *event) override;
 
 private:
     void takePalette();
     QtCharts::QLineSeries *line(int channel);
+    void addOnTop(QtCharts::QLineSeries *series);
+    void showSelected();
     void dropOthers(const QHash<int, double> &rates);
     void showUpTo(double highest);
 
@@ -36,6 +41,8 @@ private:
     QtCharts::QValueAxis *m_time;
     QtCharts::QValueAxis *m_rate;
     QHash<int, QtCharts::QLineSeries *> m_lines;
+    QtCharts::QLineSeries *m_selectedLine; ///< a copy of the selected line
+    int m_selected = 0;
 };
 
 } // namespace simulation

@@ -117,7 +117,7 @@ QVariant ReceiversModel::data(const QModelIndex &index, int role) const
     if (role == Qt::TextAlignmentRole && column != DestinationColumn)
         return int(Qt::AlignRight | Qt::AlignVCenter);
     if (role == Qt::DecorationRole && column == ChannelColumn)
-        return channelColor(report.channel);
+        return channelIcon(report.channel, QGuiApplication::palette());
     const bool isBad = (column == LostColumn && statistics.lost > 0) ||
                        (column == OrderColumn && statistics.outOfOrder > 0) ||
                        (column == MalformedColumn && statistics.malformed > 0) ||

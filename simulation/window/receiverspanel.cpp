@@ -7,6 +7,7 @@
 
 #include <QHeaderView>
 #include <QLabel>
+#include <QPushButton>
 #include <QSplitter>
 #include <QTableView>
 #include <QVBoxLayout>
@@ -36,13 +37,30 @@ ReceiversPanel::ReceiversPanel(QWidget *parent)
 {
     makeTable();
     auto *splitter = new QSplitter(Qt::Vertical);
-    splitter->addWidget(titled(tr("<b>Receivers on this computer</b>"), m_table));
+    auto *receivers = new QWidget;
+    auto *column = new QVBoxLayout(receivers);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addLayout(makeHeader());
+    column->addWidget(m_table);
+    splitter->addWidget(receivers);
     splitter->addWidget(makeDetails());
     splitter->setStretchFactor(1, 1);
     splitter->setChildrenCollapsible(false);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(splitter);
+}
+
+QLayout *ReceiversPanel::makeHeader()
+{
+    auto *reset = new QPushButton(tr("Reset c&ounters"));
+    reset->setToolTip(tr("Counts frames, bytes and errors again from 0"));
+    connect(reset, &QPushButton::clicked, this, &ReceiversPanel::resetRequested);
+    auto *header = new QHBoxLayout;
+    header->addWidget(new QLabel(tr("<b>Receivers on this computer</b>")));
+    header->addStretch();
+    header->addWidget(reset);
+    return header;
 }
 
 void ReceiversPanel::makeTable()
@@ -60,6 +78,7 @@ void ReceiversPanel::makeTable()
     header->setSectionResizeMode(QHeaderView::ResizeToContents);
     header->setSectionResizeMode(ReceiversModel::DestinationColumn, QHeaderView::Stretch);
     header->setHighlightSections(false);
+    m_table->setIconSize({32, 16});
     new EmptyHint(tr("No channel has a destination on this computer. Press F9 to give it one."), m_table);
     connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &ReceiversPanel::showFrame);
@@ -87,6 +106,7 @@ void ReceiversPanel::update(const QList<ReceiverReport> &reports)
 void ReceiversPanel::showFrame()
 {
     const QModelIndex current = m_table->currentIndex();
+    m_plot->setSelected(current.isValid() ? m_model->report(current.row()).channel : 0);
     if (current.isValid())
         m_frame->show(m_model->report(current.row()));
     else

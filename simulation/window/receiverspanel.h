@@ -4,6 +4,7 @@
 
 #include <QWidget>
 
+class QLayout;
 class QTableView;
 
 namespace simulation {
@@ -23,8 +24,13 @@ public:
     /// As in ReceiversModel.
     void update(const QList<ReceiverReport> &reports);
 
+signals:
+    /// The user wants the counters to start again from 0.
+    void resetRequested();
+
 private:
     void makeTable();
+    QLayout *makeHeader();
     QWidget *makeDetails();
     void showFrame();
 

@@ -39,12 +39,6 @@ constexpr VersionChoice versionChoices[] = {
     {{{0, 0, 0}, 1, 3, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "no lock, divisor or router mode")},
 };
 
-void letShrink(QComboBox *box)
-{
-    box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    box->setMinimumContentsLength(12);
-}
-
 } // namespace
 
 StatePanel::StatePanel(Session &session, QWidget *parent)
@@ -68,7 +62,6 @@ StatePanel::StatePanel(Session &session, QWidget *parent)
 
 void StatePanel::makeVersions(QFormLayout *form)
 {
-    letShrink(m_version);
     m_version->setToolTip(tr("Another version reloads the module, as a host does when it connects to another "
                              "Controller. Close the dialog first."));
     const BackendVersions given = *m_session.versions();
@@ -97,7 +90,6 @@ void StatePanel::makeVersions(QFormLayout *form)
 
 void StatePanel::makeModels(QFormLayout *form)
 {
-    letShrink(m_model);
     m_model->addItem(tr("100, accepts 127.0.0.1"), 100);
     m_model->addItem(tr("200, refuses 127.0.0.1"), 200);
     m_model->setToolTip(tr("On other models than 100 the module refuses 127.0.0.1 typed as a destination"));
@@ -126,7 +118,6 @@ void StatePanel::makeSwitches(QFormLayout *form)
 
 void StatePanel::makeTypes(QFormLayout *form)
 {
-    letShrink(m_types);
     for (const CatalogueSet &set : catalogueSets())
         m_types->addItem(QCoreApplication::translate("CatalogueSets", set.title));
     m_types->setToolTip(
