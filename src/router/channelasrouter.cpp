@@ -92,8 +92,8 @@ void ChannelAsRouter::startRouter()
 {
     const bool wasRunning = m_routerRunning;
     bool hasSocket = false;
-    setHost(
-        host()); // repeats a look-up that failed; without a lock, because data threads must not wait for it
+    // Repeats a look-up that failed. Without a lock, because data threads must not wait for it.
+    setHost(host());
     {
         // Done under one lock, before the new thread starts. A previous worker that still holds a line either
         // adds it before this (and it is dropped) or sees m_routerRunning and continues. Lines of the new
