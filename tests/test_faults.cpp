@@ -182,6 +182,7 @@ void TestFaults::forwarding_data()
     row("send refused", faults::SocketSend, 0, true, true);
     row("no attempt at the worker's mutex", faults::MutexTryLock, 0, true, true, true);
     row("no wait at the gate", faults::SemaphoreWait, 0, true, true, true);
+    row("no post at the gate", faults::GatePost, 0, true, true, true);
     row("no wait for lines", faults::LineWait, 0, true, true, true);
 }
 

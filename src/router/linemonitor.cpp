@@ -70,6 +70,7 @@ bool LineMonitor::tryStopWorker()
 
 bool LineMonitor::hasWorker()
 {
+    const MutexGuard guard(m_mutex);
     if (mutexTryLock(m_runMutex) == MutexHeldElsewhere)
         return true;
     mutexUnlock(m_runMutex);
@@ -92,10 +93,12 @@ void LineMonitor::sleep()
 {
     if (!m_waitFailed && condTimedWait(m_condition, m_mutex, waitMilliseconds) != PlatformFailed)
         return;
-    // The wait failed, so the condition is unusable: another wait could block forever while holding the
-    // mutex. It is unknown whether, or how often, this thread now holds it. Release it completely, then poll
-    // the queue, holding the mutex once.
+    // The wait failed, so the condition is unusable: another wait, or a signal, could block forever. It is
+    // unknown whether, or how often, this thread now holds the mutex. Lock it to leave the state in which
+    // others signal, release it completely, then poll the queue, holding the mutex once.
+    mutexLock(m_mutex);
     m_waitFailed = true;
+    m_state = Awake;
     while (mutexUnlock(m_mutex) == Succeeded) {
     }
     threadSleep(pollMilliseconds);

@@ -21,6 +21,7 @@ enum Call
     MutexTryLock,
     SemaphoreCreate,
     SemaphoreWait,
+    GatePost, ///< a post to a semaphore that is not the queue of a condition
     LineWait, ///< a wait with a time-out: a worker's wait for lines
     LockCreate,
     ThreadCreate,
@@ -178,6 +179,8 @@ int __wrap_nativeSemaphoreWait(NativeSemaphore *semaphore, uint32_t milliseconds
 int __real_nativeSemaphorePost(NativeSemaphore *, int32_t);
 int __wrap_nativeSemaphorePost(NativeSemaphore *semaphore, int32_t count)
 {
+    if (semaphore != faults::lineQueue && faults::refuses(faults::GatePost))
+        return NativeFailed;
     faults::wakeUps += semaphore == faults::lineQueue ? count : 0;
     return __real_nativeSemaphorePost(semaphore, count);
 }
