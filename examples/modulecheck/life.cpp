@@ -8,13 +8,19 @@
 #include <QThread>
 
 #include <cstdio>
+
+#ifdef Q_OS_WIN
+#include <qt_windows.h>
+#else
 #include <dlfcn.h>
+#endif
 
 namespace {
 
 constexpr int frameLimitMilliseconds = 20000;
 constexpr int threadLimitMilliseconds = 1000;
 
+/// The number of threads of this process; 0 on systems that do not list them there.
 int threadCount()
 {
     return QDir(QLatin1String("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
@@ -32,10 +38,15 @@ bool threadsEnd(int expected)
 
 bool isInMemory(const QString &file)
 {
+#ifdef Q_OS_WIN
+    const QString path = QDir::toNativeSeparators(file);
+    return GetModuleHandleW(reinterpret_cast<const wchar_t *>(path.utf16())) != nullptr;
+#else
     void *handle = dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD);
     if (handle)
         dlclose(handle);
     return handle != nullptr;
+#endif
 }
 
 } // namespace
