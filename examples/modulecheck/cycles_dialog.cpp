@@ -62,7 +62,7 @@ void dialogOpenedAndClosed(Life &life)
     life.host.commands.clear();
     life.host.answers["config is_changeable"] = "no";
     open(life, [](QDialog *dialog) { press(dialog, Qt::Key_Escape); });
-    life.step("Answer \"config is_changeable\" with \"no\": the dialog only shows the settings.",
+    life.step(R"(Answer "config is_changeable" with "no": the dialog only shows the settings.)",
               life.host.commands.isEmpty());
     life.end();
 }

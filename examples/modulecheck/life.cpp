@@ -8,6 +8,7 @@
 #include <QThread>
 
 #include <cstdio>
+#include <thread>
 
 #ifdef Q_OS_WIN
 #include <qt_windows.h>
@@ -69,6 +70,8 @@ Life::Life(const QString &file, Report *report)
     host.answerWithTwoChannels(m_receiver.localPort());
     m_loader.setLoadHints({}); // by default QPluginLoader never unloads the library
     m_module = qobject_cast<ModuleInterface *>(m_loader.instance());
+    // ThreadSanitizer starts a thread of its own with the first one.
+    std::thread([] {}).join();
     m_threadsBefore = threadCount();
 }
 

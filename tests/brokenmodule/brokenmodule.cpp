@@ -40,7 +40,7 @@ private:
     ModuleInterface *m_module;
     IOManager *m_manager = nullptr;
     QString m_firstKey;
-    ModuleAction m_otherEntry;
+    ModuleAction m_otherEntry{};
     bool m_calledBefore = false;
     std::atomic<bool> m_stopping{false};
     std::thread m_thread;
