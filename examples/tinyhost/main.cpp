@@ -4,9 +4,9 @@
 #include "datathread.h"
 #include "tablemanager.h"
 
-#include <backendversions.h>
-#include <moduleaction.h>
-#include <moduleinterface.h>
+#include <networksettings2g/backendversions.h>
+#include <networksettings2g/moduleaction.h>
+#include <networksettings2g/moduleinterface.h>
 
 #include <QAction>
 #include <QApplication>

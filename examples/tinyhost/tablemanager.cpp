@@ -1,7 +1,7 @@
 #include "tablemanager.h"
 
-#include <messagereceiver.h>
-#include <requester.h>
+#include <networksettings2g/messagereceiver.h>
+#include <networksettings2g/requester.h>
 
 #include <cstdarg>
 #include <cstdio>

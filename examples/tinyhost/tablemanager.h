@@ -1,6 +1,6 @@
 #pragma once
 
-#include <iomanager.h>
+#include <networksettings2g/iomanager.h>
 
 #include <map>
 #include <mutex>

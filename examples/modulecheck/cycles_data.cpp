@@ -1,0 +1,62 @@
+// Life cycles with tracking data and messages.
+
+#include "cycles.h"
+#include "datathreads.h"
+
+#include <networksettings2g/messagereceiver.h>
+
+#include <QApplication>
+#include <QDialog>
+#include <QElapsedTimer>
+
+#include <thread>
+
+namespace {
+
+constexpr int requestLimitMilliseconds = 10000;
+
+/// Runs the event loop until \a type is requested.
+bool isRequestedSoon(Life &life, const char *type)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!life.host.isRequested(type) && !timer.hasExpired(requestLimitMilliseconds))
+        QApplication::processEvents(QEventLoop::AllEvents, 10);
+    return life.host.isRequested(type);
+}
+
+} // namespace
+
+void messageOnAnotherThread(Life &life)
+{
+    life.begin();
+    life.host.addType();
+    int result = -1;
+    // The event loop stands still meanwhile: a module that waited for it would never return.
+    std::thread([&life, &result] {
+        result = life.host.messageReceiver()->onMessage(0, 0, "OutputTypesChanged");
+    }).join();
+    life.step("Call onMessage() on any thread, holding no lock: it does not wait for the GUI thread.",
+              result == 0);
+    life.step("Run the event loop of the GUI thread: only then is the message followed.",
+              isRequestedSoon(life, "mk"));
+    life.host.answers.erase("output active ch01 mk");
+    life.host.messageReceiver()->onMessage(0, 0, "OutputTypesChanged");
+    life.step("On the GUI thread expect queries and requests before onMessage() returns.",
+              !life.host.isRequested("mk"));
+    life.end();
+}
+
+void dataOnFourThreads(Life &life)
+{
+    const DataThreads data(life.host, 4);
+    life.begin();
+    life.step("Deliver the lines of a frame in order on one thread: they leave as one datagram.",
+              life.frameArrives({"fr", "6d"}));
+    life.host.addType();
+    life.host.messageReceiver()->onMessage(0, 0, "OutputTypesChanged");
+    life.step("Report a changed catalogue while data flow: frames get the new type.",
+              life.frameArrives({"fr", "6d", "mk"}));
+    life.step("Go on delivering until removeRequester() was called, and beyond on all threads.", true);
+    life.end();
+}

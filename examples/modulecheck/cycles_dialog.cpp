@@ -1,0 +1,136 @@
+// Life cycles in which the dialog is on the screen.
+
+#include "cycles.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QKeyEvent>
+#include <QMessageBox>
+#include <QTimer>
+
+#include <memory>
+
+namespace {
+
+constexpr int pollMilliseconds = 10;
+
+/// Calls \a function from the event loop once a modal \a Window is on the screen.
+template <typename Window, typename Function>
+void whenShown(Function function)
+{
+    auto *timer = new QTimer(qApp);
+    QObject::connect(timer, &QTimer::timeout, qApp, [timer, function] {
+        if (auto *window = qobject_cast<Window *>(QApplication::activeModalWidget())) {
+            timer->deleteLater();
+            timer->stop();
+            function(window);
+        }
+    });
+    timer->start(pollMilliseconds);
+}
+
+void press(QWidget *window, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+{
+    QKeyEvent event(QEvent::KeyPress, key, modifiers);
+    QApplication::sendEvent(window, &event);
+}
+
+/// Presses the action and calls \a whenOpen in the event loop of the dialog. Returns whether the dialog was
+/// shown. The caller has to take care that it closes.
+template <typename Function>
+bool open(Life &life, Function whenOpen)
+{
+    QAction *action = life.module()->moduleActions().value(0)->action;
+    const auto shown = std::make_shared<bool>(false);
+    whenShown<QDialog>([shown, whenOpen](QDialog *dialog) {
+        *shown = true;
+        whenOpen(dialog);
+    });
+    action->trigger();
+    return *shown;
+}
+
+} // namespace
+
+void dialogOpenedAndClosed(Life &life)
+{
+    life.begin();
+    const bool shown = open(life, [](QDialog *dialog) { press(dialog, Qt::Key_Escape); });
+    life.step("Trigger the action: the dialog runs modally and returns when the user leaves it.", shown);
+    life.step("Carry out its commands: every way out of the dialog writes the settings.",
+              life.host.commands.contains(QLatin1String("output net_active ch01 yes")));
+    life.host.commands.clear();
+    life.host.answers["config is_changeable"] = "no";
+    open(life, [](QDialog *dialog) { press(dialog, Qt::Key_Escape); });
+    life.step(R"(Answer "config is_changeable" with "no": the dialog only shows the settings.)",
+              life.host.commands.isEmpty());
+    life.end();
+}
+
+void refusedCommands(Life &life)
+{
+    life.host.refuseEverything = true;
+    life.begin();
+    const bool shown = open(life, [](QDialog *dialog) { press(dialog, Qt::Key_Escape); });
+    life.step("Return a nonzero result while the Controller cannot be reached: the dialog opens and closes.",
+              shown && !life.host.commands.isEmpty());
+    life.end();
+}
+
+void shutdownWithDialogOpen(Life &life)
+{
+    life.begin();
+    const bool shown = open(life, [&life](QDialog *) { life.shutDown(); });
+    life.step("Shut down while the dialog is open, but let its event loop return before unloading.", shown);
+    life.unload();
+}
+
+void shutdownWithMessageBoxOpen(Life &life)
+{
+    life.begin();
+    bool asked = false;
+    open(life, [&life, &asked](QDialog *dialog) {
+        whenShown<QMessageBox>([&life, &asked](QMessageBox *) {
+            asked = true;
+            life.shutDown();
+        });
+        press(dialog, Qt::Key_W, Qt::ControlModifier);
+    });
+    life.step("Shut down while a message box of the dialog is open.", asked);
+    life.step("Expect that this answers no question: nothing is written.", life.host.commands.isEmpty());
+    life.unload();
+}
+
+void parentDestroyedFirst(Life &life)
+{
+    life.begin();
+    life.prepareShutdown();
+    life.window.reset();
+    life.step("Destroy the parent widget only after prepareShutdown().", true);
+    life.releaseResources();
+    life.unload();
+}
+
+void eventLoopInQueries(Life &life)
+{
+    life.begin();
+    int depth = 0;
+    int deepest = 0;
+    QAction *action = life.module()->moduleActions().value(0)->action;
+    life.host.duringQuery = [&] {
+        deepest = qMax(deepest, ++depth);
+        QApplication::processEvents();
+        if (depth == 1)
+            action->trigger();
+        --depth;
+    };
+    const bool shown = open(life, [&life](QDialog *dialog) {
+        life.host.duringQuery = nullptr;
+        press(dialog, Qt::Key_Escape);
+    });
+    life.step(
+        "Run the event loop within a query if you must: a second press of the action only raises the dialog.",
+        shown && deepest == 1);
+    QApplication::processEvents();
+    life.end();
+}

@@ -1,0 +1,93 @@
+// The orders in which a host may call ModuleInterface.
+
+#include "cycles.h"
+
+#include <QAction>
+
+#include <algorithm>
+#include <array>
+
+void loadOnly(Life &life)
+{
+    const bool named = !life.module()->moduleName().isEmpty() && !life.module()->moduleVersion().isEmpty();
+    life.step("Read moduleName() and moduleVersion() at any time after loading.", named);
+    life.unload();
+}
+
+void ordinaryLife(Life &life)
+{
+    life.begin();
+    life.step("Have the types of all channels requested when moduleActions() returns in router mode.",
+              life.host.isRequested("fr") && life.host.isRequested("6d") && life.host.isRequested("3d"));
+    life.end();
+}
+
+void parametersInAnyOrder(Life &life)
+{
+    life.unload();
+    std::array<int, 4> order = {0, 1, 2, 3};
+    int good = 0;
+    do {
+        Life next(life.file(), life.report());
+        for (const int index : order)
+            next.setParameter(index);
+        good += next.takeAction() ? 1 : 0;
+        next.module()->prepareShutdown();
+        next.module()->releaseResources();
+    } while (std::next_permutation(order.begin(), order.end()));
+    life.step("Pass the four parameters in any of the 24 orders before moduleActions().", good == 24);
+}
+
+void observerMode(Life &life)
+{
+    life.module()->setParameter(QLatin1String("ObserverMode"), true);
+    for (int index = 0; index < 3; ++index)
+        life.setParameter(index);
+    life.step("Pass \"ObserverMode\" true for a host that only watches: moduleActions() is empty.",
+              life.module()->moduleActions().isEmpty());
+    life.module()->prepareShutdown();
+    life.module()->releaseResources();
+    life.step("Expect no call of IOManager in this mode.", life.host.callCount() == 0);
+    life.unload();
+}
+
+void actionsTwice(Life &life)
+{
+    for (int index = 0; index < 4; ++index)
+        life.setParameter(index);
+    const QList<ModuleAction *> first = life.module()->moduleActions();
+    const int calls = life.host.callCount();
+    const QList<ModuleAction *> second = life.module()->moduleActions();
+    life.step("Call moduleActions() again at any time: it returns the same entry and asks nothing.",
+              first.size() == 1 && first == second && life.host.callCount() == calls);
+    life.end();
+}
+
+void releaseBeforeActions(Life &life)
+{
+    life.module()->prepareShutdown();
+    life.module()->releaseResources();
+    life.step("Call prepareShutdown() and releaseResources() even if moduleActions() was never called.",
+              life.host.callCount() == 0);
+    life.begin();
+    life.end();
+}
+
+void secondDialog(Life &life)
+{
+    life.begin();
+    life.module()->prepareShutdown();
+    life.module()->releaseResources();
+    life.step("Start the module again after releaseResources(): moduleActions() makes a new action.",
+              life.takeAction() != nullptr && life.host.isInUse());
+    life.end();
+}
+
+void oldController(Life &life)
+{
+    life.host.versions = {{0, 0, 0}, 1, 3, 0};
+    life.begin();
+    life.step("Pass the Controller's true version: below 1.4 there is no router mode to be asked for.",
+              !life.host.isRequested("fr"));
+    life.end();
+}

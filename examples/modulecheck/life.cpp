@@ -1,0 +1,176 @@
+#include "life.h"
+
+#include <QAction>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QMenuBar>
+#include <QThread>
+
+#include <cstdio>
+#include <thread>
+
+#ifdef Q_OS_WIN
+#include <qt_windows.h>
+#else
+#include <dlfcn.h>
+#endif
+
+namespace {
+
+constexpr int frameLimitMilliseconds = 20000;
+constexpr int threadLimitMilliseconds = 1000;
+
+/// The number of threads of this process; 0 on systems that do not list them there.
+int threadCount()
+{
+    return QDir(QLatin1String("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
+}
+
+/// The system may list a thread for a moment after it was joined.
+bool threadsEnd(int expected)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (threadCount() > expected && !timer.hasExpired(threadLimitMilliseconds))
+        QThread::msleep(1);
+    return threadCount() <= expected;
+}
+
+bool isInMemory(const QString &file)
+{
+#ifdef Q_OS_WIN
+    const QString path = QDir::toNativeSeparators(file);
+    return GetModuleHandleW(reinterpret_cast<const wchar_t *>(path.utf16())) != nullptr;
+#else
+    void *handle = dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD);
+    if (handle)
+        dlclose(handle);
+    return handle != nullptr;
+#endif
+}
+
+} // namespace
+
+void Report::step(const char *text, bool good, const QStringList &faults)
+{
+    good = good && faults.isEmpty();
+    m_good = m_good && good;
+    std::printf("  %s  %s\n", good ? "ok    " : "FAILED", text);
+    for (const QString &fault : faults)
+        std::printf("            %s\n", qPrintable(fault));
+    std::fflush(stdout); // the next step may crash
+}
+
+Life::Life(const QString &file, Report *report)
+    : m_report(report)
+    , m_loader(file)
+{
+    m_receiver.bind(QHostAddress(QHostAddress::LocalHost));
+    host.answerWithTwoChannels(m_receiver.localPort());
+    m_loader.setLoadHints({}); // by default QPluginLoader never unloads the library
+    m_module = qobject_cast<ModuleInterface *>(m_loader.instance());
+    // ThreadSanitizer starts a thread of its own with the first one.
+    std::thread([] {}).join();
+    m_threadsBefore = threadCount();
+}
+
+Life::~Life()
+{
+    // Without this the next life would get the same module object. Does nothing after unload().
+    m_loader.unload();
+}
+
+void Life::step(const char *text, bool good)
+{
+    m_report->step(text, good, host.takeFaults());
+}
+
+void Life::setParameter(int index)
+{
+    switch (index) {
+    case 0:
+        m_module->setParameter(QLatin1String("CommandManager"), QVariant::fromValue<IOManager *>(&host));
+        break;
+    case 1:
+        m_module->setParameter(QLatin1String("ModuleParent"), QVariant::fromValue<QWidget *>(window.get()));
+        break;
+    case 2:
+        m_module->setParameter(QLatin1String("BackendVersions"), QVariant::fromValue(&host.versions));
+        break;
+    default:
+        m_module->setParameter(QLatin1String("ObserverMode"), false);
+    }
+}
+
+void Life::begin()
+{
+    m_threadsBefore = threadCount();
+    for (int index = 0; index < 4; ++index)
+        setParameter(index);
+    step("Pass the four parameters. The module only stores them.", host.callCount() == 0);
+    QAction *action = takeAction();
+    step("Call moduleActions() and add the action to the menu that the entry names.", action != nullptr);
+}
+
+QAction *Life::takeAction()
+{
+    const QList<ModuleAction *> actions = m_module->moduleActions();
+    if (actions.size() != 1 || !actions.first()->action)
+        return nullptr;
+    window->menuBar()->addMenu(actions.first()->menuTitle)->addAction(actions.first()->action);
+    return actions.first()->action;
+}
+
+void Life::prepareShutdown()
+{
+    m_module->prepareShutdown();
+    step("Call prepareShutdown(). No requester, message receiver or type is registered afterwards.",
+         !host.isInUse());
+    host.close();
+}
+
+void Life::releaseResources()
+{
+    m_module->releaseResources();
+    step("Call releaseResources(). No thread of the module runs afterwards.", threadsEnd(m_threadsBefore));
+}
+
+void Life::unload()
+{
+    const QString loaded = file();
+    const bool unloaded = m_loader.unload();
+    m_module = nullptr;
+    step("Unload the library. It leaves the memory.", unloaded && !isInMemory(loaded));
+}
+
+void Life::shutDown()
+{
+    prepareShutdown();
+    releaseResources();
+}
+
+void Life::end()
+{
+    shutDown();
+    unload();
+}
+
+bool Life::frameArrives(const QList<QByteArray> &types)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!timer.hasExpired(frameLimitMilliseconds)) {
+        if (!m_receiver.hasPendingDatagrams() && !m_receiver.waitForReadyRead(100))
+            continue;
+        QByteArray datagram(int(m_receiver.pendingDatagramSize()), '\0');
+        m_receiver.readDatagram(datagram.data(), datagram.size());
+        const QByteArray number = datagram.mid(3, datagram.indexOf('\r') - 3);
+        QByteArray expected;
+        for (const QByteArray &type : types)
+            expected += type + ' ' + number + "\r\n";
+        if (datagram == expected)
+            return true;
+    }
+    return false;
+}

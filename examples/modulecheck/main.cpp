@@ -1,0 +1,143 @@
+// Checks a module as a host meets it: every life cycle that a host may lead it through, each in a process of
+// its own, so that a module that crashes or hangs in one of them is still tried in the others.
+
+#include "cycles.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QProcess>
+
+#include <cstdio>
+
+namespace {
+
+enum ExitStatus
+{
+    Good = 0,
+    Faulty = 1,
+    NotUsable = 2
+};
+
+constexpr int cycleLimitSeconds = 60;
+constexpr char inProcess[] = "--in-process";
+
+const std::vector<Cycle> cycles = {
+    {"load", "The library is loaded and unloaded", loadOnly},
+    {"life", "The ordinary life", ordinaryLife},
+    {"parameters", "Parameters in any order", parametersInAnyOrder},
+    {"observer", "A host that only watches", observerMode},
+    {"actions-twice", "moduleActions() twice", actionsTwice},
+    {"release-first", "Release before moduleActions()", releaseBeforeActions},
+    {"second-dialog", "A second start after the release", secondDialog},
+    {"old-controller", "A Controller of version 1.3", oldController},
+    {"refusing", "A Controller that cannot be reached", refusedCommands},
+    {"dialog", "The dialog is opened and left", dialogOpenedAndClosed},
+    {"open-dialog", "Shut-down with the dialog open", shutdownWithDialogOpen},
+    {"open-message-box", "Shut-down with a message box open", shutdownWithMessageBoxOpen},
+    {"parent-first", "The parent widget is destroyed first", parentDestroyedFirst},
+    {"event-loop", "The host runs its event loop within queries", eventLoopInQueries},
+    {"message-thread", "A message on another thread", messageOnAnotherThread},
+    {"four-threads", "Data on four threads until the end", dataOnFourThreads},
+};
+
+int usage(std::FILE *stream, ExitStatus status)
+{
+    std::fputs("modulecheck [--in-process] PLUGIN [CYCLE...]\n"
+               "Leads the module in the file PLUGIN through every life cycle that a host may give it, or\n"
+               "only through those named, and prints what a host does in each step and whether the module\n"
+               "kept its side. With --in-process the cycles run in this process, for a debugger.\n"
+               "Exit status: 0 if every step is ok, 1 if one has failed, 2 if nothing could be checked.\n"
+               "Cycles:\n",
+               stream);
+    for (const Cycle &cycle : cycles)
+        std::fprintf(stream, "  %-17s %s\n", cycle.name, cycle.title);
+    return status;
+}
+
+int notUsable(const QString &file, const QString &reason)
+{
+    std::fprintf(stderr, "modulecheck: %s: %s\n", qPrintable(file), qPrintable(reason));
+    return NotUsable;
+}
+
+/// Returns the cycles named, all if there are no names, none if a name is unknown.
+std::vector<Cycle> selected(const QStringList &names)
+{
+    std::vector<Cycle> result;
+    for (const Cycle &cycle : cycles) {
+        if (names.isEmpty() || names.contains(QLatin1String(cycle.name)))
+            result.push_back(cycle);
+    }
+    const bool allKnown = names.isEmpty() || result.size() == std::size_t(names.size());
+    return allKnown ? result : std::vector<Cycle>();
+}
+
+int runHere(const QString &file, const Cycle &cycle)
+{
+    Report report;
+    Life life(file, &report);
+    if (!life.module())
+        return notUsable(file, QLatin1String("no module with the interface ") +
+                                   QLatin1String(qobject_interface_iid<ModuleInterface *>()) +
+                                   QLatin1String(". ") + life.error());
+    std::printf("%s: %s\n", cycle.name, cycle.title);
+    life.step("Load the file with QPluginLoader without load hints and cast its instance to ModuleInterface.",
+              true);
+    cycle.run(life);
+    return report.isGood() ? Good : Faulty;
+}
+
+int runInChild(const QString &file, const Cycle &cycle)
+{
+    QProcess child;
+    child.setProcessChannelMode(QProcess::ForwardedChannels);
+    child.start(QCoreApplication::applicationFilePath(),
+                {QLatin1String(inProcess), file, QLatin1String(cycle.name)});
+    if (!child.waitForFinished(cycleLimitSeconds * 1000)) {
+        child.kill();
+        child.waitForFinished();
+        std::printf("  FAILED  %s did not end within %d s, after the last step above.\n", cycle.name,
+                    cycleLimitSeconds);
+        std::fflush(stdout); // the next child writes to the same file
+        return Faulty;
+    }
+    if (child.exitStatus() == QProcess::CrashExit || child.exitCode() > NotUsable) {
+        std::printf("  FAILED  %s ended with a crash, after the last step above.\n", cycle.name);
+        std::fflush(stdout);
+        return Faulty;
+    }
+    return child.exitCode();
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    // The dialogs need not be seen.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    QStringList arguments = QApplication::arguments().mid(1);
+    if (arguments.contains(QLatin1String("--help")))
+        return usage(stdout, Good);
+    const bool here = arguments.removeAll(QLatin1String(inProcess)) > 0;
+    if (arguments.isEmpty() || arguments.first().startsWith(QLatin1Char('-')))
+        return usage(stderr, NotUsable);
+    const QString file = QFileInfo(arguments.takeFirst()).absoluteFilePath();
+    const std::vector<Cycle> chosen = selected(arguments);
+    if (chosen.empty())
+        return usage(stderr, NotUsable);
+    if (!QFileInfo(file).isFile())
+        return notUsable(file, QLatin1String("no such file"));
+
+    int status = Good;
+    for (const Cycle &cycle : chosen) {
+        const int result = here ? runHere(file, cycle) : runInChild(file, cycle);
+        if (result == NotUsable)
+            return NotUsable;
+        status = qMax(status, result);
+    }
+    if (!here)
+        std::printf("%s\n", status == Good ? "The module keeps its side." : "The module has faults.");
+    return status;
+}
