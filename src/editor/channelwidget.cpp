@@ -48,6 +48,19 @@ void ChannelWidget::showTypesOfChannel()
     tableView->horizontalHeader()->setSectionsClickable(false);
     // The arrow keys move between cells, so Tab can leave the table.
     tableView->setTabKeyNavigation(false);
+    fitFirstColumnToTitle();
+    // A new catalogue resets the column widths and sets the titles again.
+    connect(m_channel->typeModel(), &QStandardItemModel::headerDataChanged, this,
+            &ChannelWidget::fitFirstColumnToTitle);
+}
+
+// A translated title may be wider than the default width. The last column takes the rest of the table.
+void ChannelWidget::fitFirstColumnToTitle()
+{
+    QHeaderView *header = tableView->horizontalHeader();
+    const int needed = header->sectionSizeHint(Channel::IdentifierColumn);
+    if (header->sectionSize(Channel::IdentifierColumn) < needed)
+        header->resizeSection(Channel::IdentifierColumn, needed);
 }
 
 void ChannelWidget::createValidators()
