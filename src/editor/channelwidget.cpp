@@ -48,8 +48,7 @@ void ChannelWidget::showTypesOfChannel()
     tableView->horizontalHeader()->setSectionsClickable(false);
     // The arrow keys move between cells, so Tab can leave the table.
     tableView->setTabKeyNavigation(false);
-    fitFirstColumnToTitle();
-    // A new catalogue resets the column widths and sets the titles again.
+    // Each catalogue, the first included, makes new columns of the default width and then sets their titles.
     connect(m_channel->typeModel(), &QStandardItemModel::headerDataChanged, this,
             &ChannelWidget::fitFirstColumnToTitle);
 }
