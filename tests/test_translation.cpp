@@ -192,7 +192,7 @@ void TestTranslation::textOfAFormIsTranslatedInItsContext_data()
     add(page, "label_sendDataDivisor", "whatsThis", "Set the send data divisor");
     add(page, "spinBox_sendDataDivisor", "whatsThis", "Set the send data divisor");
     add(page, "pushButton_closeTab", "text", "Close tab");
-    add(page, "pushButton_closeTab", "whatsThis", "\"Add new tab: Ctrl + T\\nClose tab:   Ctrl + W\"");
+    add(page, "pushButton_closeTab", "whatsThis", R"("Add new tab: Ctrl + T\nClose tab:   Ctrl + W")");
     add(page, "tableView", "whatsThis",
         "List of all available ASCII output types. Select the desired types for the current channel. ");
 }
