@@ -5,11 +5,12 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
 
-constexpr char headFormat[] = "%-58s %10s %10s %7s %17s %8s %s\n";
+constexpr char headFormat[] = "%-58s %10s %10s %7s %17s %8s %-9s %6s\n";
 
 QString number(double value)
 {
@@ -42,7 +43,7 @@ QString Goal::text() const
 void Report::add(const QString &what, const Pairs &pairs, const Goal &goal)
 {
     append({what, pairs.ours(), true, pairs.limit(), pairs.ratio(), pairs.leastRatio(), pairs.greatestRatio(),
-            pairs.deviation(), goal});
+            pairs.deviation(), goal, 0});
 }
 
 void Report::add(const QString &what, double value, const Goal &goal)
@@ -54,10 +55,13 @@ void Report::add(const QString &what, double value, const Goal &goal)
     append(row);
 }
 
-void Report::append(const Row &row)
+// Rows that are added together were measured together, in the time since the rows before them.
+void Report::append(Row row)
 {
+    row.othersShare = m_load.othersShare();
     if (m_rows.isEmpty())
-        std::printf(headFormat, "measured", "ours", "limit", "ratio", "min..max (mad)", "goal", "met");
+        std::printf(headFormat, "measured", "ours", "limit", "ratio", "min..max (mad)", "goal", "met",
+                    "others");
     m_rows.append(row);
     print(row);
 }
@@ -66,11 +70,16 @@ void Report::print(const Row &row) const
 {
     const QString spread = number(row.least) + QLatin1String("..") + number(row.greatest) +
                            QLatin1String(" (") + number(row.deviation) + QLatin1Char(')');
-    const char *met = row.goal.kind == Goal::Kind::None ? "" : row.isMet() ? "yes" : "NO";
+    const char *met = row.goal.kind == Goal::Kind::None ? ""
+                      : row.isMet()                     ? "yes"
+                      : row.isBusy()                    ? "NO (busy)"
+                                                        : "NO";
+    const QString others =
+        QString::number(qRound(100 * row.othersShare)) + QLatin1String(row.isBusy() ? "% !" : "%  ");
     std::printf(headFormat, qPrintable(row.what), qPrintable(number(row.ours)),
                 row.isPair ? qPrintable(number(row.limit)) : "",
                 row.isPair ? qPrintable(number(row.ratio)) : "", row.isPair ? qPrintable(spread) : "",
-                qPrintable(row.goal.text()), met);
+                qPrintable(row.goal.text()), met, qPrintable(others));
     std::fflush(stdout);
 }
 
@@ -83,6 +92,11 @@ void Report::finish() const
 {
     for (const QString &remark : m_remarks)
         std::printf("! %s\n", qPrintable(remark));
+    if (std::any_of(m_rows.begin(), m_rows.end(), [](const Row &row) { return row.isBusy(); }))
+        std::printf(
+            "Rows with ! were measured while other work took more than %.0f%% of the CPU time; \"NO (busy)\" "
+            "may be the computer's fault.\n",
+            100 * BusyShare);
 }
 
 bool Report::write(const QString &file) const
@@ -91,7 +105,9 @@ bool Report::write(const QString &file) const
     for (const Row &row : m_rows) {
         QJsonObject object{{QLatin1String("measured"), row.what},
                            {QLatin1String("ours"), row.ours},
-                           {QLatin1String("goal"), row.goal.text()}};
+                           {QLatin1String("goal"), row.goal.text()},
+                           {QLatin1String("others"), row.othersShare},
+                           {QLatin1String("busy"), row.isBusy()}};
         if (row.isPair) {
             object.insert(QLatin1String("limit"), row.limit);
             object.insert(QLatin1String("ratio"), row.ratio);

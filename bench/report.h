@@ -1,5 +1,6 @@
 #pragma once
 
+#include "machineload.h"
 #include "statistics.h"
 
 #include <QList>
@@ -61,13 +62,19 @@ private:
         double greatest = 0;
         double deviation = 0;
         Goal goal;
+        double othersShare = 0; ///< of the CPU time while the row was measured
 
+        bool isBusy() const { return othersShare > BusyShare; }
         bool isMet() const { return goal.isMet(isPair ? ratio : ours); }
     };
 
-    void append(const Row &row);
+    /// Above this share of the CPU time for others, a row is marked as doubtful.
+    static constexpr double BusyShare = 0.05;
+
+    void append(Row row);
     void print(const Row &row) const;
 
+    bench::MachineLoad m_load;
     QList<Row> m_rows;
     QStringList m_remarks;
 };

@@ -48,6 +48,18 @@ void ChannelWidget::showTypesOfChannel()
     tableView->horizontalHeader()->setSectionsClickable(false);
     // The arrow keys move between cells, so Tab can leave the table.
     tableView->setTabKeyNavigation(false);
+    // Each catalogue, the first included, makes new columns of the default width and then sets their titles.
+    connect(m_channel->typeModel(), &QStandardItemModel::headerDataChanged, this,
+            &ChannelWidget::fitFirstColumnToTitle);
+}
+
+// A translated title may be wider than the default width. The last column takes the rest of the table.
+void ChannelWidget::fitFirstColumnToTitle()
+{
+    QHeaderView *header = tableView->horizontalHeader();
+    const int needed = header->sectionSizeHint(Channel::IdentifierColumn);
+    if (header->sectionSize(Channel::IdentifierColumn) < needed)
+        header->resizeSection(Channel::IdentifierColumn, needed);
 }
 
 void ChannelWidget::createValidators()

@@ -75,6 +75,7 @@ private slots:
 
 private:
     void showTypesOfChannel();
+    void fitFirstColumnToTitle();
     void createValidators();
     void connectChannel();
     void describeForScreenReaders();

@@ -23,8 +23,9 @@ public:
         m_timer.start(1);
     }
 
-    /// The texts shown so far, in order.
+    /// The texts and titles shown so far, in order.
     QStringList texts;
+    QStringList titles;
     QList<QMessageBox::StandardButton> defaults;
 
     /// Whether a box would interpret its text as markup.
@@ -40,6 +41,7 @@ private:
         if (!box)
             return;
         texts << box->text();
+        titles << box->windowTitle();
         anyRichText = anyRichText || box->textFormat() == Qt::RichText ||
                       (box->textFormat() == Qt::AutoText && Qt::mightBeRichText(box->text()));
         defaults << box->standardButton(box->defaultButton());

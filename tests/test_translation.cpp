@@ -1,0 +1,339 @@
+#include "messageboxes.h"
+#include "pluginhost.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QDialog>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QSpinBox>
+#include <QTabWidget>
+#include <QTableView>
+#include <QTranslator>
+#include <QtTest>
+
+#include <functional>
+
+namespace {
+
+/// Pads the texts of one context, so that a translated text shows its context. '?' stands for any other.
+QChar padding(const QString &context)
+{
+    static const QHash<QString, char> letters{
+        {"NetworkDialog", 'd'}, {"ChannelWidget", 'w'}, {"NetworkSettings2GModule", 'm'}, {"Channel", 'c'}};
+    return QLatin1Char(letters.value(context, '?'));
+}
+
+/// The pseudo-translation: in brackets, and half as long again. The text of a shortcut gets another key.
+QString pseudo(const QString &context, const QString &text)
+{
+    if (text == QLatin1String("F9") || text.startsWith(QLatin1String("Alt+")))
+        return QLatin1String("Ctrl+") + text;
+    return QLatin1Char('[') + text + QString((text.size() + 1) / 2, padding(context)) + QLatin1Char(']');
+}
+
+/// Translates every text that passes through Qt's translation, whatever its context.
+class PseudoTranslator : public QTranslator
+{
+public:
+    PseudoTranslator() { QCoreApplication::installTranslator(this); }
+
+    bool isEmpty() const override { return false; }
+
+    QString translate(const char *context, const char *sourceText, const char * /*disambiguation*/,
+                      int /*n*/) const override
+    {
+        // Qt reads the key names of shortcuts in this context.
+        if (qstrcmp(context, "QShortcut") == 0)
+            return {};
+        return pseudo(QString::fromLatin1(context), QString::fromUtf8(sourceText));
+    }
+};
+
+/// A host in another language, with two channels.
+struct TranslatedHost
+{
+    TranslatedHost()
+    {
+        host.controller.change([](ControllerState &state) {
+            state.systemModel = 0;
+            for (size_t i = 0; i < 2; ++i) {
+                state.channels[i].destination = {Destination::Kind::Udp, "127.0.0.2", 5001 + int(i)};
+                state.channels[i].active = true;
+            }
+        });
+        host.handOver();
+        record = host.module->moduleActions().value(0);
+        dialog = host.window.findChild<QDialog *>();
+        tabs = dialog->findChild<QTabWidget *>();
+    }
+
+    ~TranslatedHost()
+    {
+        host.module->prepareShutdown();
+        host.module->releaseResources();
+    }
+
+    /// Opens the dialog and runs \a action in it.
+    void open(const std::function<void()> &action)
+    {
+        QTimer::singleShot(0, dialog, [&] {
+            action();
+            dialog->done(QDialog::Rejected);
+        });
+        record->action->trigger();
+    }
+
+    QWidget *page(int channel) const { return tabs->widget(channel); }
+
+    void pressExit() { dialog->findChild<QAbstractButton *>(QLatin1String("pushButton_ok"))->click(); }
+
+    const PseudoTranslator translator; // installed before the plug-in is loaded
+    PluginHost host;
+    ModuleAction *record = nullptr;
+    QDialog *dialog = nullptr;
+    QTabWidget *tabs = nullptr;
+};
+
+/// The texts of \a widget that a user sees or hears.
+QStringList textsOf(const QWidget *widget)
+{
+    QStringList texts{widget->windowTitle(), widget->whatsThis(),      widget->toolTip(),
+                      widget->statusTip(),   widget->accessibleName(), widget->accessibleDescription()};
+    if (qobject_cast<const QLabel *>(widget) || qobject_cast<const QAbstractButton *>(widget))
+        texts << widget->property("text").toString();
+    texts.removeAll(QString());
+    return texts;
+}
+
+/// Describes the first label, button or column title that is not shown as a whole; empty if there is none.
+QString firstCutOff(const QDialog *dialog)
+{
+    const QList<QWidget *> widgets = dialog->findChildren<QWidget *>();
+    for (const QWidget *widget : widgets) {
+        const bool hasText = qobject_cast<const QLabel *>(widget) ||
+                             (qobject_cast<const QAbstractButton *>(widget) && !textsOf(widget).isEmpty());
+        if (!widget->isVisible() || !hasText)
+            continue;
+        const QSize needed = widget->sizeHint();
+        if (widget->width() < needed.width() || widget->height() < needed.height() ||
+            widget->visibleRegion().boundingRect() != widget->rect())
+            return widget->objectName();
+    }
+    const QList<QTableView *> tables = dialog->findChildren<QTableView *>();
+    for (const QTableView *table : tables) {
+        for (int column = 0; table->isVisible() && column < table->model()->columnCount(); ++column) {
+            if (table->columnWidth(column) < table->horizontalHeader()->sectionSizeHint(column))
+                return QString::fromLatin1("title of column %1").arg(column);
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+/// The plug-in file in a host that runs in another language.
+class TestTranslation : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void textOfAFormIsTranslatedInItsContext_data();
+    void textOfAFormIsTranslatedInItsContext();
+    void textsOfTheModuleAndTheTableAreTranslated();
+    void messageOfThePageIsTranslated_data();
+    void messageOfThePageIsTranslated();
+    void questionsAndTabTitlesOfTheDialogAreNotTranslated();
+    void onlyTheDialogsOwnTextsAreNotTranslated();
+    void longerTextsAreNotCutOff();
+};
+
+void TestTranslation::textOfAFormIsTranslatedInItsContext_data()
+{
+    QTest::addColumn<QString>("form");
+    QTest::addColumn<QString>("object");
+    QTest::addColumn<QString>("property");
+    QTest::addColumn<QString>("text");
+    const auto add = [](const char *form, const char *object, const char *property, const char *text) {
+        QTest::addRow("%s, %s", object, property)
+            << QString(form) << QString(object) << QString(property) << QString(text);
+    };
+    const char *dialog = "NetworkDialog";
+    add(dialog, dialog, "windowTitle", "Output Settings");
+    add(dialog, dialog, "whatsThis", "Output settings");
+    add(dialog, "checkBox_actAsRouter", "text", "act as &router for tracking output");
+    add(dialog, "pushButton_ok", "text", "E&xit");
+    add(dialog, "pushButton_ok", "whatsThis", "Accept changes and close dialog");
+
+    const char *page = "ChannelWidget";
+    const char *host = "Enter the IP address or a hostname of the destination host. ";
+    const char *port = "Enter the UDP port number to be used. (valid 1024 to 65535) ";
+    add(page, page, "windowTitle", "Form");
+    add(page, page, "whatsThis", "\"Add new tab: Ctrl + T\nClose tab:   Ctrl + W\"");
+    add(page, "checkBox_active_channel", "text", "&active");
+    add(page, "checkBox_active_channel", "shortcut", "Alt+A");
+    add(page, "checkBox_active_channel", "whatsThis", "Activate this output channel");
+    add(page, "checkBox_multicast", "text", "&multicast (224.0.1.0 - 239.255.255.255)");
+    add(page, "checkBox_multicast", "shortcut", "Alt+M");
+    add(page, "checkBox_multicast", "whatsThis", "Activate multicast output");
+    add(page, "checkBox_my_ip", "text", "&this computer");
+    add(page, "checkBox_my_ip", "shortcut", "Alt+T");
+    add(page, "checkBox_my_ip", "whatsThis",
+        "<html><head/><body><p>Select the computer which is running this ORVANE3 Frontend as destination of "
+        "this channel.</p></body></html>");
+    add(page, "label_host", "text", "&send to ");
+    add(page, "label_host", "whatsThis", host);
+    add(page, "lineEdit_host", "whatsThis", host);
+    add(page, "label_port", "text", "&UDP port");
+    add(page, "label_port", "whatsThis", port);
+    add(page, "spinBox_port", "whatsThis", port);
+    add(page, "label_sendDataDivisor", "text", "send &data divisor");
+    add(page, "label_sendDataDivisor", "whatsThis", "Set the send data divisor");
+    add(page, "spinBox_sendDataDivisor", "whatsThis", "Set the send data divisor");
+    add(page, "pushButton_closeTab", "text", "Close tab");
+    add(page, "pushButton_closeTab", "whatsThis", R"("Add new tab: Ctrl + T\nClose tab:   Ctrl + W")");
+    add(page, "tableView", "whatsThis",
+        "List of all available ASCII output types. Select the desired types for the current channel. ");
+}
+
+void TestTranslation::textOfAFormIsTranslatedInItsContext()
+{
+    QFETCH(QString, form);
+    QFETCH(QString, object);
+    QFETCH(QString, property);
+    QFETCH(QString, text);
+    const TranslatedHost translated;
+    const QObject *top = form == "ChannelWidget" ? translated.page(1) : translated.dialog;
+    QVERIFY(top);
+    const QObject *found = object == form ? top : top->findChild<QObject *>(object);
+    QVERIFY(found);
+    // A shortcut is converted to its text.
+    QCOMPARE(found->property(property.toLatin1()).toString(), pseudo(form, text));
+}
+
+void TestTranslation::textsOfTheModuleAndTheTableAreTranslated()
+{
+    const TranslatedHost translated;
+    const auto module = [](const char *text) { return pseudo("NetworkSettings2GModule", text); };
+    QCOMPARE(translated.host.module->moduleName(), module("GUI Output Settings"));
+    QCOMPARE(translated.record->menuTitle, module("&Tracking"));
+    const QAction *action = translated.record->action;
+    QCOMPARE(action->text(), module("&Output"));
+    QCOMPARE(action->shortcut(), QKeySequence(Qt::CTRL + Qt::Key_F9));
+    const QString tip = module("Change network settings and output types for tracking data output");
+    QCOMPARE(action->statusTip(), tip);
+    QCOMPARE(action->whatsThis(), tip);
+
+    const auto *table = translated.page(0)->findChild<QTableView *>();
+    QCOMPARE(table->model()->headerData(0, Qt::Horizontal).toString(), pseudo("Channel", "Identifier"));
+    QCOMPARE(table->model()->headerData(1, Qt::Horizontal).toString(), pseudo("Channel", "Description"));
+}
+
+void TestTranslation::messageOfThePageIsTranslated_data()
+{
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<bool>("multicast");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addRow("empty") << "" << false << "Invalid empty host for channel %1" << QStringList{"1"};
+    QTest::addRow("loopback")
+        << "localhost" << false
+        << "If you intend this computer to be the destination host of channel %1 please \n"
+           "use the 'this computer' check box instead of '%2'."
+        << QStringList{"1", "localhost"};
+    QTest::addRow("group without an address")
+        << "0.0.0.0" << true << "Multicast ip cannot resolve host name '%1' for channel %2"
+        << QStringList{"0.0.0.0", "1"};
+    QTest::addRow("name without an address")
+        << "0.0.0.0" << false << "Cannot resolve host name '%1' for channel %2"
+        << QStringList{"0.0.0.0", "1"};
+    QTest::addRow("no group") << "10.0.0.1" << true
+                              << "Invalid multicast ip address '%1' for channel %2\n"
+                                 "Multicast ip addresses are valid\nfrom 224.0.1.0 to 239.255.255.255."
+                              << QStringList{"10.0.0.1", "1"};
+    QTest::addRow("group not allowed")
+        << "224.0.0.1" << false
+        << "Invalid host '%1' for channel %2\nValid hosts don't include multicast "
+           "ip addresses\nfrom 224.0.0.0 to 239.255.255.255."
+        << QStringList{"224.0.0.1", "1"};
+}
+
+void TestTranslation::messageOfThePageIsTranslated()
+{
+    QFETCH(QString, host);
+    QFETCH(bool, multicast);
+    QFETCH(QString, text);
+    QFETCH(QStringList, arguments);
+    TranslatedHost translated;
+    MessageBoxes boxes({QMessageBox::Cancel});
+    translated.open([&] {
+        const QWidget *page = translated.page(0);
+        page->findChild<QCheckBox *>("checkBox_multicast")->setChecked(multicast);
+        page->findChild<QLineEdit *>("lineEdit_host")->setText(host);
+        translated.pressExit();
+    });
+    QString expected = pseudo("ChannelWidget", text);
+    for (const QString &argument : arguments)
+        expected = expected.arg(argument);
+    QCOMPARE(boxes.texts, QStringList{expected});
+    QCOMPARE(boxes.titles, QStringList{pseudo("ChannelWidget", "Network Settings")});
+}
+
+void TestTranslation::questionsAndTabTitlesOfTheDialogAreNotTranslated()
+{
+    TranslatedHost translated;
+    MessageBoxes boxes({QMessageBox::No, QMessageBox::Yes});
+    QStringList titles;
+    translated.open([&] {
+        for (int tab = 0; tab < translated.tabs->count(); ++tab)
+            titles << translated.tabs->tabText(tab);
+        translated.page(1)->findChild<QAbstractButton *>("pushButton_closeTab")->click();
+        translated.page(1)->findChild<QSpinBox *>("spinBox_port")->setValue(5001);
+        translated.pressExit();
+    });
+    QCOMPARE(titles, (QStringList{"Channel 1", "Channel 2", "+"}));
+    QCOMPARE(boxes.titles, (QStringList{"Warning", "Conflicting channels"}));
+    QCOMPARE(boxes.texts, (QStringList{"Close Channel 2?", "Channel 1 and 2 have same destination!\n\n"
+                                                           "Deactivate channel 2?"}));
+}
+
+void TestTranslation::onlyTheDialogsOwnTextsAreNotTranslated()
+{
+    const TranslatedHost translated;
+    QStringList untranslated;
+    const QList<QWidget *> widgets = translated.dialog->findChildren<QWidget *>();
+    for (const QWidget *widget : widgets) {
+        const bool isOfPage = translated.page(0)->isAncestorOf(widget);
+        const QStringList texts = textsOf(widget);
+        for (const QString &text : texts) {
+            if (!text.startsWith('['))
+                untranslated << text;
+            else if (isOfPage)
+                QVERIFY2(text.endsWith("w]"), qPrintable(text)); // the context ChannelWidget
+        }
+    }
+    untranslated.sort();
+    QCOMPARE(untranslated,
+             (QStringList{"Add a channel with Ctrl + T", "Add new tab: Ctrl + T\nClose tab:   Ctrl + W",
+                          "Channels",
+                          "Passes the tracking data on to receivers outside the Controller's network"}));
+}
+
+void TestTranslation::longerTextsAreNotCutOff()
+{
+    TranslatedHost translated;
+    // With a new catalogue the table gets new columns.
+    translated.host.controller.change([](ControllerState &state) { state.catalogue.removeLast(); });
+    QStringList cutOff;
+    translated.open([&] {
+        for (int channel = 0; channel < 2; ++channel) {
+            translated.tabs->setCurrentIndex(channel); // the last page also shows its close button
+            cutOff << firstCutOff(translated.dialog);
+        }
+    });
+    QCOMPARE(cutOff, (QStringList{"", ""}));
+}
+
+QTEST_MAIN(TestTranslation)
+#include "test_translation.moc"
