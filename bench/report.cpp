@@ -7,6 +7,8 @@
 
 #include <cstdio>
 
+namespace bench {
+
 namespace {
 
 constexpr char headFormat[] = "%-58s %10s %10s %7s %17s %8s %s\n";
@@ -109,3 +111,5 @@ bool Report::write(const QString &file) const
     const QByteArray text = QJsonDocument(all).toJson();
     return out.open(QIODevice::WriteOnly) && out.write(text) == text.size() && out.flush();
 }
+
+} // namespace bench

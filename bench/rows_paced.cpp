@@ -4,9 +4,11 @@
 #include "directsender.h"
 #include "handoff.h"
 #include "measurement.h"
-#include "product.h"
+#include "moduleundertest.h"
 #include "report.h"
 #include "statistics.h"
+
+namespace bench {
 
 namespace {
 
@@ -18,7 +20,7 @@ struct Pace
     int repetitions;
 };
 
-// The slow pace needs its time for enough frames; the quick one gives better numbers by more repetitions.
+// A low rate needs time for enough frames; a high rate gets better numbers from more repetitions.
 const Pace paces[] = {{10, 1000, 1, 9}, {10, 60, 2, 7}, {1, 1000, 1, 9}, {1, 60, 3, 5}};
 
 /// The rows of one pace.
@@ -46,9 +48,9 @@ Measured measurePace(const Pace &pace, const QString &name, const BenchOptions &
                      const Receivers &receivers, Report &report)
 {
     const int frames = int(pace.seconds * pace.rate);
-    const Feed feed = [&](Road &road) { return runPaced(road, receivers, pace.rate, frames); };
-    const auto measureOne = [&](const RoadMaker &make, const char *road, Run *run) {
-        return measureRoad(name + QLatin1String(road), make, feed, receivers, report, run);
+    const Feed feed = [&](Pipeline &pipeline) { return runPaced(pipeline, receivers, pace.rate, frames); };
+    const auto measureOne = [&](const PipelineMaker &make, const char *pipeline, Run *run) {
+        return measurePipeline(name + QLatin1String(pipeline), make, feed, receivers, report, run);
     };
     Measured measured;
     for (int i = 0; i < options.repetitions(pace.repetitions); ++i) {
@@ -57,12 +59,13 @@ Measured measurePace(const Pace &pace, const QString &name, const BenchOptions &
         Run ours;
         Run handOff;
         Run direct;
-        if (!measureOne([&] { return std::make_unique<Product>(receivers, setup); }, ", ours", &ours) ||
+        if (!measureOne([&] { return std::make_unique<ModuleUnderTest>(receivers, setup); }, ", ours",
+                        &ours) ||
             !measureOne([&] { return std::make_unique<HandOff>(receivers, pace.channels); }, ", hand-off",
                         &handOff))
             continue;
         addRepetition(name, ours, handOff, &measured, report);
-        // One channel is handed on in any case: the sender without a hand-off is for ten.
+        // Sending without a hand-off is compared for ten channels only.
         if (pace.channels > 1 &&
             measureOne([&] { return std::make_unique<DirectSender>(receivers, pace.channels); },
                        ", one sender", &direct))
@@ -84,10 +87,10 @@ void addPacedRows(const BenchOptions &options, const Receivers &receivers, Repor
         if (measured.cpu.isEmpty())
             continue;
         const bool many = pace.channels > 1;
-        report.add(QLatin1String("cpu a datagram, ") + name + QLatin1String(" / hand-off [us]"), measured.cpu,
-                   many ? Goal::atMost(1.2) : Goal::shown());
+        report.add(QLatin1String("cpu per datagram, ") + name + QLatin1String(" / hand-off [us]"),
+                   measured.cpu, many ? Goal::atMost(1.2) : Goal::shown());
         if (!measured.cpuDirect.isEmpty())
-            report.add(QLatin1String("cpu a datagram, ") + name + QLatin1String(" / one sender [us]"),
+            report.add(QLatin1String("cpu per datagram, ") + name + QLatin1String(" / one sender [us]"),
                        measured.cpuDirect, Goal::shown());
         report.add(QLatin1String("latency median, ") + name + QLatin1String(" / hand-off [us]"),
                    measured.median, Goal::atMost(1.3));
@@ -95,3 +98,5 @@ void addPacedRows(const BenchOptions &options, const Receivers &receivers, Repor
                    Goal::atMost(1.5));
     }
 }
+
+} // namespace bench

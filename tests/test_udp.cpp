@@ -11,7 +11,7 @@
 
 namespace {
 
-/// 0 if the handle is not bound.
+/// Returns the local port, 0 if the handle is not bound.
 uint16_t portOf(const SocketHandle *handle)
 {
     sockaddr_in name = {};
@@ -30,8 +30,8 @@ private slots:
     void init();
     void cleanup();
     void datagramArrivesWholeOrNotAtAll();
-    void flagsAndPort();
-    void addresses();
+    void flagsAndPortSelectTheBinding();
+    void textIsResolvedAndAddressIsSplit();
 
 private:
     int send(SocketHandle *from, const QByteArray &data, uint32_t address = INADDR_LOOPBACK);
@@ -61,7 +61,7 @@ int TestUdp::send(SocketHandle *from, const QByteArray &data, uint32_t address)
     return udpSend(from, data.constData(), data.size(), address, portOf(m_receiver), 100000);
 }
 
-/// The next datagram, or "none" after two seconds.
+/// Returns the next datagram, or "none" after two seconds.
 QByteArray TestUdp::received() const
 {
     pollfd waited = {int(m_receiver->socket), POLLIN, 0};
@@ -81,7 +81,7 @@ void TestUdp::datagramArrivesWholeOrNotAtAll()
     }
 }
 
-void TestUdp::flagsAndPort()
+void TestUdp::flagsAndPortSelectTheBinding()
 {
     const uint16_t taken = portOf(m_receiver);
     SocketHandle *handle = m_sender;
@@ -91,11 +91,11 @@ void TestUdp::flagsAndPort()
     QVERIFY(portOf(handle) != 0 && portOf(handle) != taken);
     QVERIFY(fcntl(int(handle->socket), F_GETFD) & FD_CLOEXEC);
     QCOMPARE(udpClose(handle), 0);
-    const uint32_t everybody = 0x7fffffff; // on loopback
-    QCOMPARE(send(m_sender, "all", everybody), -2);
+    const uint32_t broadcast = 0x7fffffff; // of the loopback network
+    QCOMPARE(send(m_sender, "all", broadcast), -2);
     QCOMPARE(udpOpen(&handle, 0, UdpBroadcast), 0);
     QCOMPARE(portOf(handle), uint16_t(0));
-    QCOMPARE(send(handle, "all", everybody), 0);
+    QCOMPARE(send(handle, "all", broadcast), 0);
     QCOMPARE(received(), QByteArray("all"));
     QCOMPARE(udpClose(handle), 0);
 
@@ -104,7 +104,7 @@ void TestUdp::flagsAndPort()
     QCOMPARE(portOf(m_receiver), taken);
 }
 
-void TestUdp::addresses()
+void TestUdp::textIsResolvedAndAddressIsSplit()
 {
     const std::pair<const char *, uint32_t> resolved[] = {
         {"192.168.0.1", 0xc0a80001},
