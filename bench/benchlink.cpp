@@ -11,6 +11,8 @@
 using simulation::ControllerLink;
 using simulation::SimulatedController;
 
+namespace bench {
+
 namespace {
 
 QByteArray formatted(const char *format, va_list arguments)
@@ -55,7 +57,7 @@ int BenchLink::addRequester(Requester *requester)
     return ControllerLink::addRequester(requester);
 }
 
-void BenchLink::startNote()
+void BenchLink::startRecording()
 {
     m_queries.clear();
 }
@@ -71,3 +73,5 @@ const BenchLink::Answer &BenchLink::answerTo(const QByteArray &query)
     }
     return *known;
 }
+
+} // namespace bench

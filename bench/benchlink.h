@@ -11,8 +11,10 @@ namespace simulation {
 class SimulatedController;
 }
 
-/// The host's services as the benchmarks need them: the Controller's answers come at once, from a table that
-/// the first asking fills, and each is noted with its moment. It also tells who wants data. GUI thread.
+namespace bench {
+
+/// The host's services for the benchmarks. Answers of the Controller come from a table, which the first query
+/// of each kind fills, so that they cost almost nothing. All queries are recorded. GUI thread.
 class BenchLink : public simulation::ControllerLink
 {
     Q_OBJECT
@@ -24,16 +26,16 @@ public:
     int getIntValue(int *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
     int addRequester(Requester *requester) override;
 
-    /// The module's end of the data road.
+    /// The module's receiver of data lines; null before the module has registered one.
     Requester *requester() const { return m_requester; }
 
-    /// Begins a new note of the queries.
-    void startNote();
+    /// Clears the record of the queries.
+    void startRecording();
 
-    /// Queries since startNote(), in order.
+    /// Queries since startRecording(), in order.
     const QList<QByteArray> &queries() const { return m_queries; }
 
-    /// When the last of them was answered.
+    /// When the last query was answered, in monotonic nanoseconds.
     int64_t lastAnswerNs() const { return m_lastAnswerNs; }
 
 private:
@@ -50,3 +52,5 @@ private:
     int64_t m_lastAnswerNs = 0;
     Requester *m_requester = nullptr;
 };
+
+} // namespace bench

@@ -5,18 +5,21 @@
 #include <cstdio>
 #include <cstdlib>
 
+namespace bench {
+
 namespace {
 
-constexpr char help[] = R"(Measures the module against the least that its work costs. script/bench [OPTION...]
+constexpr char help[] =
+    R"(Compares the cost of the module with the least that the same work can cost. script/bench [OPTION...]
 
   --quick          fewer and shorter repetitions
-  --only WORD      only the families of rows that WORD is found in:
+  --only WORD      only the groups of rows whose name contains WORD:
                    paced (cpu, latency), throughput, call, growth, opening, memory
-  --soak SECONDS   let data flow so long in the rows of memory
-  --json FILE      write the table to FILE as well
-  --help           this text)";
+  --soak SECONDS   length of the data flow in the memory rows
+  --json FILE      also write the table to FILE
+  --help           print this text)";
 
-[[noreturn]] void endWith(const QString &text, FILE *stream, int status)
+[[noreturn]] void exitWith(const QString &text, FILE *stream, int status)
 {
     std::fprintf(stream, "%s\n", qPrintable(text));
     std::exit(status);
@@ -37,14 +40,16 @@ BenchOptions parseOptions(const QStringList &arguments)
     parser.addOptions({wantsHelp, quick, only, soak, json, probe});
 
     if (!parser.parse(arguments))
-        endWith(parser.errorText(), stderr, 2);
+        exitWith(parser.errorText(), stderr, 2);
     if (parser.isSet(wantsHelp))
-        endWith(QLatin1String(help), stdout, 0);
+        exitWith(QLatin1String(help), stdout, 0);
     if (!parser.positionalArguments().isEmpty())
-        endWith(QLatin1String("Unexpected argument: ") + parser.positionalArguments().first(), stderr, 2);
+        exitWith(QLatin1String("Unexpected argument: ") + parser.positionalArguments().first(), stderr, 2);
     bool isNumber = true;
     const int soakSeconds = parser.isSet(soak) ? parser.value(soak).toInt(&isNumber) : 0;
     if (!isNumber || soakSeconds < 0)
-        endWith(QLatin1String("--soak takes a number of seconds"), stderr, 2);
+        exitWith(QLatin1String("--soak needs a number of seconds"), stderr, 2);
     return {parser.value(json), parser.value(only), parser.isSet(quick), soakSeconds, parser.value(probe)};
 }
+
+} // namespace bench

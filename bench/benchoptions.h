@@ -3,18 +3,22 @@
 #include <QString>
 #include <QStringList>
 
-/// What the person who runs the benchmarks wants.
+namespace bench {
+
+/// The command line of the benchmark.
 struct BenchOptions
 {
-    QString json;        ///< file for the table as JSON; empty for none
-    QString only;        ///< a word that the name of a family of rows holds; empty for all
+    QString json;        ///< file for the table as JSON; empty: none
+    QString only;        ///< part of the name of a group of rows; empty: all groups
     bool quick = false;  ///< fewer and shorter repetitions
-    int soakSeconds = 0; ///< how long data flows in the rows of memory; 0 for some seconds
-    QString probe;       ///< hidden: this process is one that a row of memory looks into
+    int soakSeconds = 0; ///< length of the data flow in the memory rows; 0: the default
+    QString probe;       ///< internal: set in the child process that the memory rows measure
 
-    /// Repetitions, of which a quick run makes a third.
+    /// \a usual repetitions, or a third of them in a quick run.
     int repetitions(int usual) const { return quick ? (usual + 2) / 3 : usual; }
 };
 
-/// Reads the command line. Ends the process after --help, and with status 2 after a wrong option.
+/// Parses the command line. Exits after --help, and with status 2 on a wrong option.
 BenchOptions parseOptions(const QStringList &arguments);
+
+} // namespace bench

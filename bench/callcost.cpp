@@ -1,24 +1,26 @@
 #include "callcost.h"
 
 #include "clocks.h"
+#include "moduleundertest.h"
 #include "pacing.h"
-#include "product.h"
 #include "receivers.h"
 #include "statistics.h"
 
 #include <cstring>
 #include <numeric>
 
+namespace bench {
+
 namespace {
 
-/// What a side's calls took.
+/// The durations of the calls of one side.
 struct Spent
 {
-    std::vector<double> inside; // a call each
-    int64_t last = 0;           // the sum
+    std::vector<double> inside; // one entry per call
+    int64_t last = 0;           // sum
 };
 
-/// Costs nothing but the looks at the clocks around it.
+/// Does nothing, so that only reading the clocks costs time.
 struct Nothing
 {
     void setNumber(uint32_t /*number*/) {}
@@ -91,7 +93,7 @@ void CopyLanes::deliver(int index)
 {
     const FrameLine &line = m_frame.lines()[size_t(index)];
     const bool frameEnds = index == linesPerFrame - 1;
-    // The texts come without their lengths, as they do to the module.
+    // As in the module, the lengths of the texts are not known.
     const char *type = line.type.c_str();
     const char *text = line.text.c_str();
     const size_t typeSize = std::strlen(type) + 1;
@@ -111,35 +113,37 @@ void CopyLanes::deliver(int index)
     }
 }
 
-bool measureCalls(Product &product, const Receivers &receivers, int frames, CallCosts *costs)
+bool measureCalls(ModuleUnderTest &module, const Receivers &receivers, int frames, CallCosts *costs)
 {
-    if (!warmUp(product, receivers))
+    if (!warmUp(module, receivers))
         return false;
     bool arrived = true;
     Spent ours;
     Spent copies;
     Spent wakes;
     Spent clocks;
-    // A thread of its own, as the host's data thread is.
+    // A separate thread, like the host's data thread.
     std::thread([&] {
-        CopyLanes lanes(product.channels(), false);
-        CopyLanes wakingLanes(product.channels(), true);
+        CopyLanes lanes(module.channels(), false);
+        CopyLanes wakingLanes(module.channels(), true);
         Nothing nothing;
         for (int frame = 0; frame < frames; ++frame) {
-            std::vector<uint64_t> goal = counts(receivers, product.channels());
+            std::vector<uint64_t> goal = counts(receivers, module.channels());
             for (uint64_t &count : goal)
                 ++count;
-            measureFrame(product, &ours);
+            measureFrame(module, &ours);
             arrived = waitForArrivals(receivers, goal) && arrived;
             measureFrame(nothing, &clocks);
-            // Both sides come back from a sleep.
+            // Sleep here too, so that both sides are measured after a sleep.
             sleepUs(500);
             measureFrame(lanes, &copies);
             measureFrame(wakingLanes, &wakes);
-            // Its threads have nothing to do but to go back to sleep.
+            // Let the woken threads go back to sleep.
             sleepUs(200);
         }
     }).join();
     *costs = {costOf(ours, clocks, frames), costOf(copies, clocks, frames), costOf(wakes, clocks, frames)};
     return arrived;
 }
+
+} // namespace bench

@@ -10,15 +10,17 @@
 #include <thread>
 #include <vector>
 
-class Product;
+namespace bench {
+
+class ModuleUnderTest;
 class Receivers;
 
-/// The least that handing a line to some channels costs: for each a plain lock and a copy of type and line
-/// into a buffer that is kept for it.
+/// The lower limit for delivering a line to some channels: for each channel, one plain lock and one copy of
+/// the type and the line into a preallocated buffer.
 class CopyLanes
 {
 public:
-    /// With \a waking, each lane has a thread that is woken once a frame, at its last line.
+    /// With \a waking, each lane has a thread, which is woken at the last line of each frame.
     CopyLanes(int lanes, bool waking);
     ~CopyLanes();
     CopyLanes(const CopyLanes &) = delete;
@@ -26,7 +28,7 @@ public:
 
     void setNumber(uint32_t number) { m_frame.setNumber(number); }
 
-    /// Line \a index of the frame.
+    /// Delivers line \a index of the frame.
     void deliver(int index);
 
 private:
@@ -48,21 +50,23 @@ private:
     Frame m_frame;
 };
 
-/// What a line costs the thread that hands it over, in nanoseconds.
+/// What one line costs the delivering thread, in nanoseconds.
 struct LineCost
 {
-    double inside = 0; ///< the median of the calls with a line in the midst of a frame, by the clock
-    double mean = 0;   ///< the mean of the same calls
-    double last = 0;   ///< the mean processor time of the call with a frame's last line
+    double inside = 0; ///< median time of a call with any line of a frame but the last
+    double mean = 0;   ///< mean time of the same calls
+    double last = 0;   ///< mean CPU time of the call with the last line of a frame
 };
 
 struct CallCosts
 {
     LineCost ours;
     LineCost copies; ///< of CopyLanes
-    LineCost wakes;  ///< of CopyLanes with a wake a frame
+    LineCost wakes;  ///< of CopyLanes that wake their threads
 };
 
-/// Hands frames over one by one, after each of which the workers may drain outside the measured time, ours
-/// and the limits in turn. False if datagrams do not arrive.
-bool measureCalls(Product &product, const Receivers &receivers, int frames, CallCosts *costs);
+/// Delivers frames one at a time, alternating between ours and the limits. Workers drain between frames; that
+/// time is not measured. Returns false if datagrams are lost.
+bool measureCalls(ModuleUnderTest &module, const Receivers &receivers, int frames, CallCosts *costs);
+
+} // namespace bench

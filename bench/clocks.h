@@ -3,7 +3,9 @@
 #include <cstdint>
 #include <ctime>
 
-/// Nanoseconds of the clock \a id.
+namespace bench {
+
+/// Returns the time of the clock \a id in nanoseconds.
 inline int64_t clockNs(clockid_t id)
 {
     timespec now{};
@@ -11,20 +13,20 @@ inline int64_t clockNs(clockid_t id)
     return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
 }
 
-/// Monotonic time; the same for all processes of this computer.
+/// Returns the monotonic time, which is the same for all processes of the computer.
 inline int64_t nowNs()
 {
     return clockNs(CLOCK_MONOTONIC);
 }
 
-/// Processor time of all threads of this process, the kernel's share included.
+/// Returns the CPU time of all threads of this process, user and system.
 inline int64_t processCpuNs()
 {
     return clockNs(CLOCK_PROCESS_CPUTIME_ID);
 }
 
-/// Processor time of the calling thread. It goes on neither while another thread has the processor nor while
-/// this one sleeps.
+/// Returns the CPU time of the calling thread, which does not advance while the thread is preempted or
+/// asleep.
 inline int64_t threadCpuNs()
 {
     return clockNs(CLOCK_THREAD_CPUTIME_ID);
@@ -35,3 +37,5 @@ inline void sleepUs(int64_t microseconds)
     const timespec time{time_t(microseconds / 1'000'000), long(microseconds % 1'000'000 * 1000)};
     nanosleep(&time, nullptr);
 }
+
+} // namespace bench

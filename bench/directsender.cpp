@@ -3,6 +3,8 @@
 #include "clocks.h"
 #include "receivers.h"
 
+namespace bench {
+
 DirectSender::DirectSender(const Receivers &receivers, int channels)
 {
     for (int channel = 0; channel < channels; ++channel)
@@ -16,3 +18,5 @@ int64_t DirectSender::carry(uint32_t number)
         sender.send(number);
     return start;
 }
+
+} // namespace bench

@@ -1,14 +1,16 @@
 #pragma once
 
-#include "road.h"
+#include "pipeline.h"
 #include "sender.h"
 
 #include <vector>
 
+namespace bench {
+
 class Receivers;
 
-/// One thread sends all: the feeding thread itself. No hand-off.
-class DirectSender : public Road
+/// The feeding thread sends all datagrams itself, without a hand-off.
+class DirectSender : public Pipeline
 {
 public:
     DirectSender(const Receivers &receivers, int channels);
@@ -20,3 +22,5 @@ private:
     SendSocket m_socket;
     std::vector<Sender> m_senders;
 };
+
+} // namespace bench

@@ -1,5 +1,7 @@
 #include "frames.h"
 
+namespace bench {
+
 namespace {
 
 std::array<FrameLine, linesPerFrame> frameLines(int padding = 0)
@@ -29,8 +31,8 @@ std::array<FrameLine, linesPerFrame> frameLines(int padding = 0)
 bool isSkipped(int channel, int line)
 {
     constexpr int middle = linesPerFrame - 2;
-    constexpr int apart = 3; // so that each of the ten channels misses another pair
-    return line == 1 + channel % middle || line == 1 + (channel + apart) % middle;
+    constexpr int distance = 3; // each of the ten channels skips a different pair
+    return line == 1 + channel % middle || line == 1 + (channel + distance) % middle;
 }
 
 } // namespace
@@ -82,3 +84,5 @@ std::string datagramOf(int channel, int padding)
     }
     return datagram;
 }
+
+} // namespace bench

@@ -5,18 +5,20 @@
 #include <string>
 #include <vector>
 
+namespace bench {
+
 constexpr int channelCount = 10;
 constexpr int linesPerFrame = 12;
 
-/// One line of a frame, as the host hands it on.
+/// One line of a frame, as the host delivers it.
 struct FrameLine
 {
     std::string type;
     std::string text; ///< ends in CR LF
 };
 
-/// The one frame that all rows send again and again: 12 lines of together about 1 KB. Only its number
-/// changes, always nine digits at the same place, so that the bytes of every datagram are known beforehand.
+/// The frame that all rows send repeatedly: 12 lines, about 1 KB in total. Only its number changes, which
+/// always has nine digits at the same position, so that the bytes of every datagram are known in advance.
 class Frame
 {
 public:
@@ -32,19 +34,21 @@ private:
     std::array<FrameLine, linesPerFrame> m_lines;
 };
 
-/// The numbers of frames begin here, and have nine digits up to ten times as many.
+/// The first frame number. All following numbers up to ten times this one have nine digits, too.
 constexpr uint32_t firstFrameNumber = 100'000'000;
 
-/// Where the nine digits of the number stand in the first line, which is also the first of each datagram.
+/// Position of the number in the first line, which is also the first line of each datagram.
 constexpr int numberPosition = 3;
 constexpr int numberDigits = 9;
 
 void writeNumber(char *digits, uint32_t number);
 uint32_t readNumber(const char *digits);
 
-/// The types that channel \a channel ticks: the first and the last line and eight of the ten between, for
-/// each channel others.
+/// Returns the types that channel \a channel ticks: those of the first and the last line, and eight of the
+/// ten others, a different set for each channel.
 std::vector<std::string> tickedTypes(int channel);
 
-/// The bytes of a datagram of channel \a channel: its lines of the frame with \a padding.
+/// Returns a datagram of channel \a channel: the lines that it ticks of a frame with \a padding.
 std::string datagramOf(int channel, int padding = 0);
+
+} // namespace bench

@@ -4,6 +4,8 @@
 #include "receivers.h"
 #include "sender.h"
 
+namespace bench {
+
 HandOff::HandOff(const Receivers &receivers, int channels, int padding)
 {
     for (int channel = 0; channel < channels; ++channel) {
@@ -33,7 +35,7 @@ int64_t HandOff::carry(uint32_t number)
             const std::lock_guard<std::mutex> lock(lane->mutex);
             lane->wanted = number;
         }
-        // After the lock, so that whoever wakes does not meet it.
+        // Notify after unlocking; otherwise the woken thread would block on the mutex.
         lane->wake.notify_one();
     }
     return start;
@@ -51,10 +53,12 @@ void HandOff::run(Lane &lane, int channel, uint16_t port, int padding)
             return;
         const uint32_t wanted = lane.wanted;
         lock.unlock();
-        // Frames are numbered without a gap: those that came while the last one was sent follow at once.
+        // Frame numbers have no gaps, so send all frames that were requested during the previous send.
         for (sent = sent == 0 ? wanted : sent + 1; sent != wanted; ++sent)
             sender.send(sent);
         sender.send(sent);
         lock.lock();
     }
 }
+
+} // namespace bench

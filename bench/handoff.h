@@ -1,6 +1,6 @@
 #pragma once
 
-#include "road.h"
+#include "pipeline.h"
 
 #include <condition_variable>
 #include <cstdint>
@@ -9,11 +9,14 @@
 #include <thread>
 #include <vector>
 
+namespace bench {
+
 class Receivers;
 
-/// The bare hand-off: the feeding thread wakes one thread a channel once a frame, by a plain mutex and
-/// condition variable each, and each sends bytes that are ready. No line is copied and no frame assembled.
-class HandOff : public Road
+/// The lower limit for one thread per channel: once per frame, the feeding thread wakes the thread of each
+/// channel with a plain mutex and condition variable, and that thread sends a prepared datagram. No line is
+/// copied, no frame assembled.
+class HandOff : public Pipeline
 {
 public:
     HandOff(const Receivers &receivers, int channels, int padding = 0);
@@ -29,7 +32,7 @@ private:
     {
         std::mutex mutex;
         std::condition_variable wake;
-        uint32_t wanted = 0; // the last frame to be sent; under the mutex
+        uint32_t wanted = 0; // the last frame to send; guarded by mutex
         bool stopping = false;
         std::thread thread;
     };
@@ -38,3 +41,5 @@ private:
 
     std::vector<std::unique_ptr<Lane>> m_lanes;
 };
+
+} // namespace bench

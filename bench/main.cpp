@@ -8,15 +8,17 @@
 
 #include <cstdio>
 
+using namespace bench;
+
 namespace {
 
-struct Family
+struct RowGroup
 {
     const char *words;
     void (*add)(const BenchOptions &, const Receivers &, Report &);
 };
 
-const Family families[] = {
+const RowGroup rowGroups[] = {
     {"paced cpu latency", addPacedRows}, {"throughput", addThroughputRows}, {"call", addCallRows},
     {"growth", addGrowthRows},           {"opening", addOpeningRows},       {"memory", addMemoryRows},
 };
@@ -24,9 +26,9 @@ const Family families[] = {
 int run(const BenchOptions &options, const Receivers &receivers)
 {
     Report report;
-    for (const Family &family : families) {
-        if (QLatin1String(family.words).contains(options.only))
-            family.add(options, receivers, report);
+    for (const RowGroup &group : rowGroups) {
+        if (QLatin1String(group.words).contains(options.only))
+            group.add(options, receivers, report);
     }
     report.finish();
     if (!options.json.isEmpty() && !report.write(options.json)) {
@@ -34,23 +36,23 @@ int run(const BenchOptions &options, const Receivers &receivers)
         return 1;
     }
     if (!report.hasRows())
-        std::fprintf(stderr, "benchmark: no rows\n");
+        std::fprintf(stderr, "benchmark: no row was measured\n");
     return report.hasRows() && !report.hasRemarks() ? 0 : 1;
 }
 
 } // namespace
 
-/// 0 if all was measured and nothing was lost, whether goals were met or not.
+/// Returns 0 if all rows were measured and no datagram was lost, whether goals were met or not.
 int main(int argc, char *argv[])
 {
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
     const BenchOptions options = parseOptions(arguments);
-    // Forks, so before there are threads.
+    // Forks, so it must come before any thread is created.
     Receivers receivers;
     if (!receivers.start()) {
-        std::fprintf(stderr, "benchmark: no receivers\n");
+        std::fprintf(stderr, "benchmark: cannot start the receivers\n");
         return 1;
     }
     const QApplication application(argc, argv);

@@ -1,17 +1,19 @@
 #include "measurement.h"
 
+#include "pipeline.h"
 #include "report.h"
-#include "road.h"
 
-bool measureRoad(const QString &name, const RoadMaker &make, const Feed &feed, const Receivers &receivers,
-                 Report &report, Run *run)
+namespace bench {
+
+bool measurePipeline(const QString &name, const PipelineMaker &make, const Feed &feed,
+                     const Receivers &receivers, Report &report, Run *run)
 {
-    const std::unique_ptr<Road> road = make();
-    if (!warmUp(*road, receivers)) {
-        report.remark(name + QLatin1String(": nothing arrives"));
+    const std::unique_ptr<Pipeline> pipeline = make();
+    if (!warmUp(*pipeline, receivers)) {
+        report.remark(name + QLatin1String(": no datagram arrives"));
         return false;
     }
-    *run = feed(*road);
+    *run = feed(*pipeline);
     if (run->arrived != run->sent)
         report.remark(
             QString::fromLatin1("%1: %2 of %3 datagrams arrived").arg(name).arg(run->arrived).arg(run->sent));
@@ -20,14 +22,17 @@ bool measureRoad(const QString &name, const RoadMaker &make, const Feed &feed, c
 
 void compareBytes(const QString &name, const Run &ours, const Run &limit, Report &report)
 {
-    // A lost datagram has its remark, and channels have datagrams of several lengths.
+    // Lost datagrams are already reported, and the channels' datagrams differ in length.
     if (ours.arrived != ours.sent || limit.arrived != limit.sent)
         return;
     if (ours.bytes * limit.arrived != limit.bytes * ours.arrived)
-        report.remark(QString::fromLatin1("%1: not the same bytes, %2 in %3 datagrams against %4 in %5")
-                          .arg(name)
-                          .arg(ours.bytes)
-                          .arg(ours.arrived)
-                          .arg(limit.bytes)
-                          .arg(limit.arrived));
+        report.remark(
+            QString::fromLatin1("%1: different numbers of bytes, %2 in %3 datagrams against %4 in %5")
+                .arg(name)
+                .arg(ours.bytes)
+                .arg(ours.arrived)
+                .arg(limit.bytes)
+                .arg(limit.arrived));
 }
+
+} // namespace bench

@@ -7,18 +7,22 @@
 #include <functional>
 #include <memory>
 
+namespace bench {
+
 class Receivers;
 class Report;
-class Road;
+class Pipeline;
 
-using RoadMaker = std::function<std::unique_ptr<Road>()>;
-using Feed = std::function<Run(Road &)>;
+using PipelineMaker = std::function<std::unique_ptr<Pipeline>()>;
+using Feed = std::function<Run(Pipeline &)>;
 
-/// Makes a road, warms it up, feeds it and takes it down again, so that its threads are not there while
-/// another road is measured. What does not start or loses a datagram becomes a remark. False if there is
-/// nothing to reckon with.
-bool measureRoad(const QString &name, const RoadMaker &make, const Feed &feed, const Receivers &receivers,
-                 Report &report, Run *run);
+/// Creates a pipeline, warms it up, feeds it and destroys it, so that its threads do not exist while another
+/// pipeline is measured. Adds a remark if it does not start or loses datagrams. Returns false if there is no
+/// result.
+bool measurePipeline(const QString &name, const PipelineMaker &make, const Feed &feed,
+                     const Receivers &receivers, Report &report, Run *run);
 
-/// Both sides must have carried the same bytes; if not, a remark.
+/// Adds a remark if the two sides have not sent the same number of bytes.
 void compareBytes(const QString &name, const Run &ours, const Run &limit, Report &report);
+
+} // namespace bench

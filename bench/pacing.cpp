@@ -2,22 +2,24 @@
 
 #include "clocks.h"
 #include "frames.h"
+#include "pipeline.h"
 #include "receivers.h"
-#include "road.h"
 
 #include <algorithm>
 #include <functional>
 #include <thread>
+
+namespace bench {
 
 namespace {
 
 constexpr int64_t arrivalLimitNs = 1'000'000'000;
 constexpr int windowFrames = 300;
 
-void sleepUntil(int64_t moment)
+void sleepUntil(int64_t time)
 {
-    const timespec time{time_t(moment / 1'000'000'000), long(moment % 1'000'000'000)};
-    clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &time, nullptr);
+    const timespec until{time_t(time / 1'000'000'000), long(time % 1'000'000'000)};
+    clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
 }
 
 uint64_t total(const Receivers &receivers, int channels, uint64_t (Receivers::*count)(int) const)
@@ -36,10 +38,10 @@ uint64_t fewest(const Receivers &receivers, const std::vector<uint64_t> &before)
     return fewest;
 }
 
-/// Runs \a feed on a data thread and counts what it took until all of its \a frames frames have arrived.
-Run measure(Road &road, const Receivers &receivers, int frames, const std::function<void()> &feed)
+/// Runs \a feed on a data thread and measures until all of its \a frames frames have arrived.
+Run measure(Pipeline &pipeline, const Receivers &receivers, int frames, const std::function<void()> &feed)
 {
-    const int channels = road.channels();
+    const int channels = pipeline.channels();
     Run run;
     run.sent = uint64_t(frames) * uint64_t(channels);
     std::thread([&] {
@@ -88,17 +90,17 @@ bool waitForArrivals(const Receivers &receivers, const std::vector<uint64_t> &co
     return true;
 }
 
-bool warmUp(Road &road, const Receivers &receivers)
+bool warmUp(Pipeline &pipeline, const Receivers &receivers)
 {
     constexpr int64_t limitNs = 5 * arrivalLimitNs;
     constexpr int settleUs = 20'000;
-    const int channels = road.channels();
+    const int channels = pipeline.channels();
     std::vector<uint64_t> before = counts(receivers, channels);
     const int64_t limit = nowNs() + limitNs;
     while (fewest(receivers, before) < 20) {
         if (nowNs() > limit)
             return false;
-        road.carry(nextFrameNumber());
+        pipeline.carry(nextFrameNumber());
         sleepUs(1000);
     }
     do {
@@ -108,11 +110,11 @@ bool warmUp(Road &road, const Receivers &receivers)
     return true;
 }
 
-Run runPaced(Road &road, const Receivers &receivers, int rate, int frames)
+Run runPaced(Pipeline &pipeline, const Receivers &receivers, int rate, int frames)
 {
     std::vector<int64_t> starts(size_t(frames), 0);
     uint32_t first = 0;
-    Run run = measure(road, receivers, frames, [&] {
+    Run run = measure(pipeline, receivers, frames, [&] {
         const int64_t period = 1'000'000'000 / rate;
         int64_t due = nowNs();
         for (int64_t &start : starts) {
@@ -120,11 +122,11 @@ Run runPaced(Road &road, const Receivers &receivers, int rate, int frames)
             sleepUntil(due);
             const uint32_t number = nextFrameNumber();
             first = first == 0 ? number : first;
-            start = road.carry(number);
+            start = pipeline.carry(number);
         }
     });
     for (int frame = 0; frame < frames; ++frame) {
-        for (int channel = 0; channel < road.channels(); ++channel) {
+        for (int channel = 0; channel < pipeline.channels(); ++channel) {
             if (const int64_t arrival = receivers.arrival(channel, first + uint32_t(frame)))
                 run.latenciesNs.push_back(double(arrival - starts[size_t(frame)]));
         }
@@ -133,16 +135,18 @@ Run runPaced(Road &road, const Receivers &receivers, int rate, int frames)
     return run;
 }
 
-Run runWindowed(Road &road, const Receivers &receivers, int frames)
+Run runWindowed(Pipeline &pipeline, const Receivers &receivers, int frames)
 {
-    const std::vector<uint64_t> before = counts(receivers, road.channels());
-    return measure(road, receivers, frames, [&] {
+    const std::vector<uint64_t> before = counts(receivers, pipeline.channels());
+    return measure(pipeline, receivers, frames, [&] {
         const int64_t limit = nowNs() + 10 * arrivalLimitNs;
         for (int fed = 0; fed < frames; ++fed) {
-            // A sleep rather than a spin, which would count as work of the road.
+            // Sleep, because a busy wait would count as CPU time of the pipeline.
             while (uint64_t(fed) >= fewest(receivers, before) + windowFrames && nowNs() < limit)
                 sleepUs(200);
-            road.carry(nextFrameNumber());
+            pipeline.carry(nextFrameNumber());
         }
     });
 }
+
+} // namespace bench

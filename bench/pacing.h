@@ -3,39 +3,43 @@
 #include <cstdint>
 #include <vector>
 
-class Receivers;
-class Road;
+namespace bench {
 
-/// What one run of frames over a road has taken.
+class Receivers;
+class Pipeline;
+
+/// The result of sending a number of frames through a pipeline.
 struct Run
 {
-    uint64_t sent = 0;    ///< datagrams that were to arrive
-    uint64_t arrived = 0; ///< datagrams that did
-    uint64_t bytes = 0;   ///< of those that did
-    int64_t cpuNs = 0;    ///< of all threads of this process, from the first frame to the last arrival
-    std::vector<double> latenciesNs; ///< in order of size; of a paced run
+    uint64_t sent = 0;               ///< datagrams expected
+    uint64_t arrived = 0;            ///< datagrams received
+    uint64_t bytes = 0;              ///< in the received datagrams
+    int64_t cpuNs = 0;               ///< CPU time of this process from the first frame to the last arrival
+    std::vector<double> latenciesNs; ///< of a paced run, sorted
 
     double cpuPerDatagramNs() const { return double(cpuNs) / double(arrived); }
 };
 
-/// Sends frames until the road is in its stride: the product's first datagram holds two frames, and threads
-/// have to start. False if not every channel's datagrams arrive.
-bool warmUp(Road &road, const Receivers &receivers);
+/// Sends frames until the pipeline is in a steady state: threads have started, and the module has sent its
+/// first datagram, which holds two frames. Returns false if a channel's datagrams do not arrive.
+bool warmUp(Pipeline &pipeline, const Receivers &receivers);
 
-/// Feeds \a frames frames at \a rate frames a second. The moments are counted from the start, so delays do
-/// not add up. Runs on a data thread of its own and returns when all has arrived or is lost.
-Run runPaced(Road &road, const Receivers &receivers, int rate, int frames);
+/// Feeds \a frames frames at \a rate frames per second on a separate data thread. All times are relative to
+/// the start, so delays do not accumulate. Returns when all datagrams have arrived or are lost.
+Run runPaced(Pipeline &pipeline, const Receivers &receivers, int rate, int frames);
 
-/// Feeds \a frames frames as fast as the receivers count them, never more than some hundred ahead, so that
-/// neither a queue nor a socket overflows.
-Run runWindowed(Road &road, const Receivers &receivers, int frames);
+/// Feeds \a frames frames as fast as the receivers get them, at most a few hundred ahead, so that neither a
+/// queue nor a socket buffer overflows.
+Run runWindowed(Pipeline &pipeline, const Receivers &receivers, int frames);
 
-/// Waits until the receivers of the first channels have counted as many datagrams in all as \a counts says of
-/// each. False if they do not come within a second.
+/// Waits until each receiver i has counted \a counts[i] datagrams since its start. Returns false if they do
+/// not arrive within a second.
 bool waitForArrivals(const Receivers &receivers, const std::vector<uint64_t> &counts);
 
-/// What each receiver has counted so far, of the first \a channels channels.
+/// Returns how many datagrams each of the first \a channels receivers has counted.
 std::vector<uint64_t> counts(const Receivers &receivers, int channels);
 
-/// A number that no frame of this process has had.
+/// Returns a frame number that has not been used in this process.
 uint32_t nextFrameNumber();
+
+} // namespace bench

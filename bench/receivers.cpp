@@ -13,16 +13,18 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+namespace bench {
+
 namespace {
 
-/// A socket with all the room that the system gives, bound to a free port; -1 on failure.
+/// Opens a socket with the largest possible receive buffer, bound to a free port. Returns -1 on failure.
 int openSocket(uint16_t *port)
 {
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    const int room = 64 * 1024 * 1024;
-    // The first goes beyond the system's limit where the user may.
-    if (setsockopt(descriptor, SOL_SOCKET, SO_RCVBUFFORCE, &room, sizeof room) != 0)
-        setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &room, sizeof room);
+    const int bufferBytes = 64 * 1024 * 1024;
+    // The first option exceeds the system's limit, if the user has the permission.
+    if (setsockopt(descriptor, SOL_SOCKET, SO_RCVBUFFORCE, &bufferBytes, sizeof bufferBytes) != 0)
+        setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &bufferBytes, sizeof bufferBytes);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -109,3 +111,5 @@ int64_t Receivers::arrival(int channel, uint32_t number) const
     const Arrival &arrival = (*m_inboxes)[size_t(channel)].arrivals[number % Inbox::Kept];
     return arrival.number.load(std::memory_order_acquire) == number ? arrival.time.load() : 0;
 }
+
+} // namespace bench

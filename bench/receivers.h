@@ -8,9 +8,11 @@
 
 #include <sys/types.h>
 
-/// The receivers of all datagrams, one a channel, in a process of their own, so that their processor time is
-/// not counted. Each is a thread that blocks in recv, as a real receiver does, and leaves its counts and the
-/// moment of each arrival in memory that both processes share.
+namespace bench {
+
+/// The receivers of all datagrams, one per channel, in a process of their own, so that their CPU time is not
+/// counted. Each is a thread that blocks in recv(), as a real receiver does, and writes its counts and the
+/// time of each arrival to shared memory.
 class Receivers
 {
 public:
@@ -19,17 +21,18 @@ public:
     Receivers(const Receivers &) = delete;
     Receivers &operator=(const Receivers &) = delete;
 
-    /// Opens the sockets and forks the process; before any other thread is made. False on failure.
+    /// Opens the sockets and forks the process. Must come before any thread is created. Returns false on
+    /// failure.
     bool start();
 
-    /// The port of a channel's receiver on 127.0.0.1.
+    /// Returns the port of a channel's receiver on 127.0.0.1.
     uint16_t port(int channel) const { return m_ports[size_t(channel)]; }
 
     uint64_t datagrams(int channel) const;
     uint64_t bytes(int channel) const;
 
-    /// When the datagram of frame \a number came back from recv, in monotonic nanoseconds; 0 if it has not
-    /// come. The latest 65536 frames are kept.
+    /// Returns when recv() returned the datagram of frame \a number, in monotonic nanoseconds; 0 if it has
+    /// not arrived. The latest 65536 frames are kept.
     int64_t arrival(int channel, uint32_t number) const;
 
 private:
@@ -55,3 +58,5 @@ private:
     Inboxes *m_inboxes = nullptr;
     pid_t m_process = -1;
 };
+
+} // namespace bench

@@ -3,6 +3,8 @@
 #include "clocks.h"
 #include "receivers.h"
 
+namespace bench {
+
 namespace {
 
 /// A socket on a free port of this computer.
@@ -60,3 +62,5 @@ void Relay::run()
             sender.send(number);
     }
 }
+
+} // namespace bench

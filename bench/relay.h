@@ -1,17 +1,19 @@
 #pragma once
 
-#include "road.h"
+#include "pipeline.h"
 #include "sender.h"
 
 #include <cstdint>
 #include <thread>
 #include <vector>
 
+namespace bench {
+
 class Receivers;
 
 /// A plain UDP relay, which users would run instead of the module: a thread receives each frame as one
 /// datagram and sends one datagram to each receiver. The feeding thread sends that one datagram.
-class Relay : public Road
+class Relay : public Pipeline
 {
 public:
     Relay(const Receivers &receivers, int channels);
@@ -31,3 +33,5 @@ private:
     std::vector<Sender> m_feeder; // one
     std::thread m_thread;
 };
+
+} // namespace bench

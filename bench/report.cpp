@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstdio>
 
+namespace bench {
+
 namespace {
 
 constexpr char headFormat[] = "%-58s %10s %10s %7s %17s %8s %-9s %6s\n";
@@ -125,3 +127,5 @@ bool Report::write(const QString &file) const
     const QByteArray text = QJsonDocument(all).toJson();
     return out.open(QIODevice::WriteOnly) && out.write(text) == text.size() && out.flush();
 }
+
+} // namespace bench

@@ -7,7 +7,9 @@
 #include <QString>
 #include <QStringList>
 
-/// What a row has to reach.
+namespace bench {
+
+/// The value that a row should reach.
 struct Goal
 {
     enum class Kind
@@ -28,26 +30,27 @@ struct Goal
     double value = 0;
 };
 
-/// The table. Each row is printed as soon as it is known.
+/// The table of results. Each row is printed when it is added.
 class Report
 {
 public:
-    /// A row of ours against a limit. \a what is what is measured, with its unit at its end.
+    /// Adds a row that compares ours with a limit. \a what names the measured value, with its unit at the
+    /// end.
     void add(const QString &what, const Pairs &pairs, const Goal &goal);
 
-    /// A row without a limit; the goal is for the value itself.
+    /// Adds a row without a limit; the goal applies to the value itself.
     void add(const QString &what, double value, const Goal &goal = Goal::shown());
 
-    /// Something that makes the numbers doubtful, such as a lost datagram.
+    /// Adds a note on something that makes the numbers doubtful, such as a lost datagram.
     void remark(const QString &text);
 
     bool hasRows() const { return !m_rows.isEmpty(); }
     bool hasRemarks() const { return !m_remarks.isEmpty(); }
 
-    /// Prints what stands below the table.
+    /// Prints the remarks below the table.
     void finish() const;
 
-    /// Writes all as JSON. False if the file cannot be written.
+    /// Writes rows and remarks as JSON. Returns false if the file cannot be written.
     bool write(const QString &file) const;
 
 private:
@@ -78,3 +81,5 @@ private:
     QList<Row> m_rows;
     QStringList m_remarks;
 };
+
+} // namespace bench

@@ -2,8 +2,8 @@
 
 #include "benchoptions.h"
 #include "handoff.h"
+#include "moduleundertest.h"
 #include "pacing.h"
-#include "product.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -14,11 +14,13 @@
 
 #include <malloc.h>
 
+namespace bench {
+
 namespace {
 
 constexpr int rate = 1000;
 
-/// Anonymous and file pages; not what is shared with the receivers.
+/// Returns the size of anonymous and file pages, without the memory shared with the receivers.
 double residentKiB()
 {
     QFile file(QLatin1String("/proc/self/status"));
@@ -40,14 +42,15 @@ void printResidency()
     std::printf("%f %f\n", resident, residentKiB());
 }
 
-std::unique_ptr<Road> makeRoad(const QString &what, const Receivers &receivers, int channels, bool routing)
+std::unique_ptr<Pipeline> makePipeline(const QString &what, const Receivers &receivers, int channels,
+                                       bool routing)
 {
     if (what == QLatin1String("handoff"))
         return std::make_unique<HandOff>(receivers, channels);
     Setup setup;
     setup.channels = setup.wanting = channels;
     setup.routing = routing;
-    return std::make_unique<Product>(receivers, setup);
+    return std::make_unique<ModuleUnderTest>(receivers, setup);
 }
 
 } // namespace
@@ -73,13 +76,16 @@ int probeResidency(const BenchOptions &options, const Receivers &receivers)
     const QStringList words = options.probe.split(QLatin1Char(' '));
     const int channels = words.value(1).toInt();
     const int seconds = words.value(2).toInt();
-    const std::unique_ptr<Road> road = makeRoad(words.first(), receivers, channels, seconds > 0);
-    // The first second belongs to the start: queues and buffers reach their size.
-    if (seconds > 0 && (!warmUp(*road, receivers) || runPaced(*road, receivers, rate, rate).arrived == 0))
+    const std::unique_ptr<Pipeline> pipeline = makePipeline(words.first(), receivers, channels, seconds > 0);
+    // Run for a second first, so that queues and buffers reach their size.
+    if (seconds > 0 &&
+        (!warmUp(*pipeline, receivers) || runPaced(*pipeline, receivers, rate, rate).arrived == 0))
         return 1;
     printResidency();
     for (int second = 1; second < seconds; ++second)
-        runPaced(*road, receivers, rate, rate);
+        runPaced(*pipeline, receivers, rate, rate);
     printResidency();
     return 0;
 }
+
+} // namespace bench

@@ -2,20 +2,22 @@
 
 #include <QString>
 
+namespace bench {
+
 struct BenchOptions;
 class Receivers;
 
 /// Resident memory of a fresh process, in KiB.
 struct Residency
 {
-    double start = 0;      ///< when all is in its stride
-    double startInUse = 0; ///< the same after free pages were given back to the system
-    double end = 0;        ///< after the data has flowed
+    double start = 0;      ///< in the steady state
+    double startInUse = 0; ///< the same after free pages were released to the system
+    double end = 0;        ///< after the data flow
     double endInUse = 0;
 };
 
-/// What a process is looked into for: "module" or "handoff", the number of channels, and seconds of data,
-/// 0 for none.
+/// What to run in a measured process: "module" or "handoff", with this many channels, and data for this many
+/// seconds (0: none).
 struct Probe
 {
     QString what;
@@ -23,8 +25,10 @@ struct Probe
     int seconds = 0;
 };
 
-/// Starts a process for \a probe and returns what it reports; false if it fails.
+/// Runs \a probe in a new process and stores what it reports. Returns false on failure.
 bool startProbe(const Probe &probe, Residency *residency);
 
-/// The life of such a process; its exit status.
+/// Runs in such a process. Returns its exit status.
 int probeResidency(const BenchOptions &options, const Receivers &receivers);
+
+} // namespace bench

@@ -1,25 +1,30 @@
 #pragma once
 
+namespace bench {
+
 struct BenchOptions;
 class Receivers;
 class Report;
 
-/// The families of rows. Each measures ours and its limits in turn and adds its rows to the report.
+/// The groups of rows. Each function measures ours and its limits alternately and adds its rows to the
+/// report.
 
-/// Processor time a datagram and latency at a given pace.
+/// CPU time per datagram, and latency, at a given frame rate.
 void addPacedRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// Datagrams a processor second when fed without a pace.
+/// Datagrams per CPU time without pacing.
 void addThroughputRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// Time of onOutputData.
+/// Duration of onOutputData().
 void addCallRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// How the time of onOutputData grows with types and channels.
+/// How the duration of onOutputData() grows with types and channels.
 void addGrowthRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// Time until the dialog is on the screen.
+/// Time until the dialog is painted.
 void addOpeningRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// Resident memory of a channel.
+/// Resident memory per channel.
 void addMemoryRows(const BenchOptions &options, const Receivers &receivers, Report &report);
+
+} // namespace bench

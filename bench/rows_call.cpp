@@ -2,24 +2,26 @@
 
 #include "benchoptions.h"
 #include "callcost.h"
-#include "product.h"
+#include "moduleundertest.h"
 #include "report.h"
 #include "statistics.h"
 
+namespace bench {
+
 namespace {
 
-constexpr int framesARun = 400;
+constexpr int framesPerRun = 400;
 constexpr int fewestTypes = 13;
 
-/// One run in a module of its own: \a wanting of ten channels want every line.
+/// Measures a newly loaded module in which \a wanting of ten channels tick every type.
 bool measureSetup(int types, int wanting, const Receivers &receivers, Report &report, CallCosts *costs)
 {
     Setup setup;
     setup.types = types;
     setup.wanting = wanting;
     setup.allLines = true;
-    Product product(receivers, setup);
-    const bool arrived = measureCalls(product, receivers, framesARun, costs);
+    ModuleUnderTest module(receivers, setup);
+    const bool arrived = measureCalls(module, receivers, framesPerRun, costs);
     if (!arrived)
         report.remark(QString::fromLatin1("call: datagrams of %1 channels are missing").arg(wanting));
     return arrived;
@@ -88,3 +90,5 @@ void addGrowthRows(const BenchOptions &options, const Receivers &receivers, Repo
     report.add(QLatin1String("a line for each of 5 channels / for 1 [ns]"), channels5, Goal::atMost(1.2));
     report.add(QLatin1String("a line for each of 10 channels / for 1 [ns]"), channels10, Goal::atMost(1.2));
 }
+
+} // namespace bench

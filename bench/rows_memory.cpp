@@ -8,10 +8,12 @@
 
 #include <vector>
 
+namespace bench {
+
 namespace {
 
-/// What one more channel costs: the difference of ten channels and one, by the nine between them, since the
-/// dialog always has one.
+/// Measures the memory of one further channel: the difference between ten channels and one, divided by nine,
+/// because the dialog always has one.
 bool measureChannel(const QString &what, int seconds, double *kib)
 {
     Residency one;
@@ -45,7 +47,7 @@ void addMemoryRows(const BenchOptions &options, const Receivers & /*receivers*/,
     }
     report.add(QLatin1String("memory of a channel and its page, idle [KiB]"), median(idles));
     report.add(QLatin1String("memory of a channel and its page, running [KiB]"), median(runnings));
-    report.add(QLatin1String("memory, running less idle / a thread that sends [KiB]"), forwarding,
+    report.add(QLatin1String("memory, running minus idle / a sending thread [KiB]"), forwarding,
                Goal::shown());
 
     const int seconds = options.soakSeconds > 0 ? options.soakSeconds : options.quick ? 4 : 10;
@@ -56,8 +58,10 @@ void addMemoryRows(const BenchOptions &options, const Receivers & /*receivers*/,
     }
     const QString span = QString::fromLatin1(" in %1 s, 10 channels, 1000 frames/s [KiB]").arg(seconds - 1);
     report.add(QLatin1String("growth") + span, flow.end - flow.start);
-    // Less than a byte a line even in the shortest run: what is more, or grows with the time, is a leak.
+    // Less than one byte per line even in the shortest run; more, or growth over time, is a leak.
     constexpr double settlingKiB = 64;
     report.add(QLatin1String("growth of what is in use") + span, flow.endInUse - flow.startInUse,
                Goal::atMost(settlingKiB));
 }
+
+} // namespace bench

@@ -2,22 +2,24 @@
 
 #include "benchoptions.h"
 #include "clocks.h"
-#include "product.h"
+#include "moduleundertest.h"
 #include "report.h"
 #include "statistics.h"
 
 #include <array>
 #include <vector>
 
+namespace bench {
+
 namespace {
 
 constexpr std::array<int, 3> catalogues{13, 100, 300};
-constexpr int openingsAModule = 5;
+constexpr int openingsPerModule = 5;
 
 /// One opening, in milliseconds.
 struct Opening
 {
-    double shown = 0;   ///< until the dialog is on the screen
+    double shown = 0;   ///< until the dialog is painted
     double read = 0;    ///< until the last answer
     double answers = 0; ///< the same answers without a dialog
     int queries = 0;
@@ -28,8 +30,9 @@ double milliseconds(int64_t from, int64_t to)
     return double(to - from) / 1e6;
 }
 
-/// Asks the same again, as the module does: the room for each answer is zeroed before.
-int64_t askAgain(BenchLink &link)
+/// Repeats the recorded queries as the module sends them, with a zeroed buffer for each answer. Returns the
+/// duration.
+int64_t repeatQueries(BenchLink &link)
 {
     const QList<QByteArray> queries = link.queries();
     const int64_t start = nowNs();
@@ -40,27 +43,27 @@ int64_t askAgain(BenchLink &link)
     return nowNs() - start;
 }
 
-/// The medians of some openings of one module.
+/// Returns the medians of several openings of one module.
 Opening measureOpening(int types, const Receivers &receivers)
 {
     Setup setup;
     setup.types = types;
     setup.routing = false;
-    Product product(receivers, setup);
-    // The first opening fills the table of answers and makes the window.
-    product.openAndClose();
+    ModuleUnderTest module(receivers, setup);
+    // The first opening fills the table of answers and creates the window.
+    module.openAndClose();
     std::vector<double> shown;
     std::vector<double> read;
     std::vector<double> answers;
-    for (int i = 0; i < openingsAModule; ++i) {
-        product.link().startNote();
+    for (int i = 0; i < openingsPerModule; ++i) {
+        module.link().startRecording();
         const int64_t start = nowNs();
-        shown.push_back(milliseconds(start, product.openAndClose()));
-        read.push_back(milliseconds(start, product.link().lastAnswerNs()));
-        answers.push_back(milliseconds(0, askAgain(product.link())));
+        shown.push_back(milliseconds(start, module.openAndClose()));
+        read.push_back(milliseconds(start, module.link().lastAnswerNs()));
+        answers.push_back(milliseconds(0, repeatQueries(module.link())));
     }
-    // Half of the queries noted last are of askAgain().
-    return {median(shown), median(read), median(answers), product.link().queries().size() / 2};
+    // Half of the recorded queries are those of repeatQueries().
+    return {median(shown), median(read), median(answers), module.link().queries().size() / 2};
 }
 
 } // namespace
@@ -89,13 +92,14 @@ void addOpeningRows(const BenchOptions &options, const Receivers &receivers, Rep
     for (size_t i = 0; i < catalogues.size(); ++i) {
         const QString size = QString::fromLatin1("%1 types").arg(catalogues[i]);
         report.add(QLatin1String("opening, ") + size +
-                       QString::fromLatin1(" / its %1 answers [ms]").arg(queries[i]),
+                       QString::fromLatin1(" / the same %1 queries [ms]").arg(queries[i]),
                    whole[i], Goal::shown());
         report.add(QLatin1String("opening up to the last answer, ") + size + QLatin1String(" [ms]"),
                    reading[i], Goal::shown());
     }
     report.add(QLatin1String("opening, 300 types / 100 types [ms]"), growth, Goal::atMost(3));
-    // Up to the last answer, since the window's own share does not depend on the types.
-    report.add(QLatin1String("reading a further type, of 100-300 / of 13-100 [ms]"), slope,
-               Goal::atMost(1.2));
+    // Only up to the last answer, because painting does not depend on the number of types.
+    report.add(QLatin1String("loading one more type, of 100-300 / of 13-100 [ms]"), slope, Goal::atMost(1.2));
 }
+
+} // namespace bench

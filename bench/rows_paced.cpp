@@ -4,10 +4,12 @@
 #include "directsender.h"
 #include "handoff.h"
 #include "measurement.h"
-#include "product.h"
+#include "moduleundertest.h"
 #include "relay.h"
 #include "report.h"
 #include "statistics.h"
+
+namespace bench {
 
 namespace {
 
@@ -22,7 +24,7 @@ struct Pace
 
 constexpr int paddingTo60Kb = 59000;
 
-// The slow pace needs its time for enough frames; the quick one gives better numbers by more repetitions.
+// A low rate needs time for enough frames; a high rate gets better numbers from more repetitions.
 const Pace paces[] = {{10, 1000, 1, 9, 0},
                       {10, 60, 2, 7, 0},
                       {1, 1000, 1, 9, 0},
@@ -72,9 +74,9 @@ Measured measurePace(const Pace &pace, const QString &name, const BenchOptions &
                      const Receivers &receivers, Report &report)
 {
     const int frames = int(pace.seconds * pace.rate);
-    const Feed feed = [&](Road &road) { return runPaced(road, receivers, pace.rate, frames); };
-    const auto measureOne = [&](const RoadMaker &make, const char *road, Run *run) {
-        return measureRoad(name + QLatin1String(road), make, feed, receivers, report, run);
+    const Feed feed = [&](Pipeline &pipeline) { return runPaced(pipeline, receivers, pace.rate, frames); };
+    const auto measureOne = [&](const PipelineMaker &make, const char *pipeline, Run *run) {
+        return measurePipeline(name + QLatin1String(pipeline), make, feed, receivers, report, run);
     };
     Measured measured;
     for (int i = 0; i < options.repetitions(pace.repetitions); ++i) {
@@ -83,7 +85,8 @@ Measured measurePace(const Pace &pace, const QString &name, const BenchOptions &
         setup.padding = pace.padding;
         Run ours;
         Run handOff;
-        if (!measureOne([&] { return std::make_unique<Product>(receivers, setup); }, ", ours", &ours) ||
+        if (!measureOne([&] { return std::make_unique<ModuleUnderTest>(receivers, setup); }, ", ours",
+                        &ours) ||
             !measureOne([&] { return std::make_unique<HandOff>(receivers, pace.channels, pace.padding); },
                         ", hand-off", &handOff))
             continue;
@@ -110,18 +113,18 @@ void addRow(const char *what, const QString &pace, const char *limit, const Pair
 void addStallRows(const BenchOptions &options, const Receivers &receivers, Report &report)
 {
     constexpr int rate = 60, frames = 120;
-    const Feed feed = [&](Road &road) { return runPaced(road, receivers, rate, frames); };
+    const Feed feed = [&](Pipeline &pipeline) { return runPaced(pipeline, receivers, rate, frames); };
     const QString name = QLatin1String("9 channels beside a stalled one, 60 frames/s");
     Measured measured;
     for (int i = 0; i < options.repetitions(7); ++i) {
         Setup setup;
         Run free;
         Run stalled;
-        const auto make = [&] { return std::make_unique<Product>(receivers, setup); };
-        if (!measureRoad(name + QLatin1String(", none stalled"), make, feed, receivers, report, &free))
+        const auto make = [&] { return std::make_unique<ModuleUnderTest>(receivers, setup); };
+        if (!measurePipeline(name + QLatin1String(", none stalled"), make, feed, receivers, report, &free))
             continue;
         setup.stalled = true;
-        if (!measureRoad(name + QLatin1String(", one stalled"), make, feed, receivers, report, &stalled))
+        if (!measurePipeline(name + QLatin1String(", one stalled"), make, feed, receivers, report, &stalled))
             continue;
         addLatency(stalled, free, 0.5, &measured.median);
         addLatency(stalled, free, 0.99, &measured.late);
@@ -168,3 +171,5 @@ void addPacedRows(const BenchOptions &options, const Receivers &receivers, Repor
     }
     addStallRows(options, receivers, report);
 }
+
+} // namespace bench

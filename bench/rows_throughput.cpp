@@ -4,13 +4,15 @@
 #include "directsender.h"
 #include "handoff.h"
 #include "measurement.h"
-#include "product.h"
+#include "moduleundertest.h"
 #include "report.h"
 #include "statistics.h"
 
+namespace bench {
+
 namespace {
 
-constexpr int framesARun = 4000;
+constexpr int framesPerRun = 4000;
 
 double datagramsPerCpuMs(const Run &run)
 {
@@ -22,9 +24,9 @@ double datagramsPerCpuMs(const Run &run)
 void addThroughputRows(const BenchOptions &options, const Receivers &receivers, Report &report)
 {
     const QString name = QLatin1String("throughput");
-    const Feed feed = [&](Road &road) { return runWindowed(road, receivers, framesARun); };
-    const auto measureOne = [&](const RoadMaker &make, const char *road, Run *run) {
-        return measureRoad(name + QLatin1String(road), make, feed, receivers, report, run);
+    const Feed feed = [&](Pipeline &pipeline) { return runWindowed(pipeline, receivers, framesPerRun); };
+    const auto measureOne = [&](const PipelineMaker &make, const char *pipeline, Run *run) {
+        return measurePipeline(name + QLatin1String(pipeline), make, feed, receivers, report, run);
     };
     Pairs againstSender;
     Pairs againstHandOff;
@@ -32,7 +34,8 @@ void addThroughputRows(const BenchOptions &options, const Receivers &receivers, 
         Run ours;
         Run direct;
         Run handOff;
-        if (!measureOne([&] { return std::make_unique<Product>(receivers, Setup()); }, ", ours", &ours) ||
+        if (!measureOne([&] { return std::make_unique<ModuleUnderTest>(receivers, Setup()); }, ", ours",
+                        &ours) ||
             !measureOne([&] { return std::make_unique<DirectSender>(receivers, channelCount); },
                         ", one sender", &direct) ||
             !measureOne([&] { return std::make_unique<HandOff>(receivers, channelCount); }, ", hand-off",
@@ -44,6 +47,9 @@ void addThroughputRows(const BenchOptions &options, const Receivers &receivers, 
     }
     if (againstSender.isEmpty())
         return;
-    report.add(QLatin1String("datagrams a cpu ms, no pace / one sender"), againstSender, Goal::atLeast(0.7));
-    report.add(QLatin1String("datagrams a cpu ms, no pace / hand-off"), againstHandOff, Goal::shown());
+    report.add(QLatin1String("datagrams per cpu ms, unpaced / one sender"), againstSender,
+               Goal::atLeast(0.7));
+    report.add(QLatin1String("datagrams per cpu ms, unpaced / hand-off"), againstHandOff, Goal::shown());
 }
+
+} // namespace bench

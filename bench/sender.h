@@ -8,8 +8,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-/// The cheapest fair sender of one channel's datagrams: the bytes are ready but for the number, and leave by
-/// one sendto on an unconnected socket.
+namespace bench {
+
+/// The cheapest comparable sender for one channel: it writes the frame number into a prepared datagram and
+/// calls sendto() once on an unconnected socket.
 class Sender
 {
 public:
@@ -25,7 +27,7 @@ public:
     void send(uint32_t number)
     {
         writeNumber(m_datagram.data() + numberPosition, number);
-        // What does not arrive is missed at the receiver.
+        // The result is ignored; the receiver's counts show lost datagrams.
         sendto(m_socket, m_datagram.data(), m_datagram.size(), 0, reinterpret_cast<sockaddr *>(&m_to),
                sizeof m_to);
     }
@@ -36,7 +38,7 @@ private:
     sockaddr_in m_to{};
 };
 
-/// An unbound UDP socket, closed at the end.
+/// An unbound UDP socket, closed by the destructor.
 class SendSocket
 {
 public:
@@ -53,3 +55,5 @@ public:
 private:
     int m_descriptor;
 };
+
+} // namespace bench

@@ -16,7 +16,7 @@ std::atomic<int> stalledSocket{-1};
 bool isStalled(const sockaddr *destination)
 {
     return destination && destination->sa_family == AF_INET &&
-           ntohs(reinterpret_cast<const sockaddr_in *>(destination)->sin_port) == stalledPort;
+           ntohs(reinterpret_cast<const sockaddr_in *>(destination)->sin_port) == bench::stalledPort;
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace bench {
+
 double quantile(const std::vector<double> &sorted, double share)
 {
     const auto rank = size_t(std::lround(share * double(sorted.size() - 1)));
@@ -41,3 +43,5 @@ double Pairs::deviation() const
         distances.push_back(std::abs(value - middle));
     return median(distances);
 }
+
+} // namespace bench

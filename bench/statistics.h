@@ -2,12 +2,14 @@
 
 #include <vector>
 
-/// The value below which the share \a share, 0 to 1, of \a sorted lies. \a sorted is not empty.
+namespace bench {
+
+/// Returns the \a share quantile (0 to 1) of \a sorted, which must not be empty.
 double quantile(const std::vector<double> &sorted, double share);
 
 double median(std::vector<double> values);
 
-/// Ours and the limit, measured in turn, one pair a repetition.
+/// Values of ours and of the limit, measured alternately, one pair per repetition.
 class Pairs
 {
 public:
@@ -17,12 +19,12 @@ public:
     double ours() const { return median(m_ours); }
     double limit() const { return median(m_limit); }
 
-    /// Median, least and greatest of the ratios of the pairs.
+    /// Median, minimum and maximum of the ratios of the pairs.
     double ratio() const { return median(m_ratios); }
     double leastRatio() const;
     double greatestRatio() const;
 
-    /// The median distance of the ratios from their median.
+    /// Median absolute deviation of the ratios.
     double deviation() const;
 
 private:
@@ -30,3 +32,5 @@ private:
     std::vector<double> m_limit;
     std::vector<double> m_ratios;
 };
+
+} // namespace bench

@@ -10,6 +10,8 @@ else()
     set(warnings_as_errors -Werror)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND NOT MSVC)
+    # Checks the lock annotations of src/router.
+    add_compile_options(-Wthread-safety)
     # QtTest's variadic macros are called without variadic arguments, which clang warns about.
     add_compile_options(-Wno-gnu-zero-variadic-macro-arguments)
 endif()

@@ -12,7 +12,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# For who builds a host; the plug-in itself does without.
+# Needed only to build a host.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "cmake, qtbase5-dev")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "output settings dialog for an optical tracking frontend")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
@@ -23,7 +23,7 @@ itself, frame by frame, to receivers outside the Controller's network.
 
 The package also holds the headers and the CMake package with which a host
 that loads the module is built.")
-# What the policy asks of every package and nobody else needs.
+# Files that Debian policy requires in every package.
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/documents.cmake)
 set(CPACK_DEBIAN_DOCUMENTS ${PROJECT_SOURCE_DIR}/cmake/debian)
 set(CPACK_DEBIAN_DOCUMENT_FOLDER ${DOCUMENT_FOLDER})

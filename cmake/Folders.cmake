@@ -8,6 +8,6 @@ include(GNUInstallDirs)
 set(PLUGIN_FOLDER ${CMAKE_INSTALL_LIBDIR}/${PROJECT_NAME})
 set(HEADER_FOLDER ${CMAKE_INSTALL_INCLUDEDIR}/${PROJECT_NAME})
 set(CONFIG_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/${PROJECT_NAME})
-# Debian wants the name of the package here, which is lower case.
+# Debian requires the lower-case name of the package here.
 string(TOLOWER ${PROJECT_NAME} PACKAGE_NAME)
 set(DOCUMENT_FOLDER ${CMAKE_INSTALL_DATAROOTDIR}/doc/${PACKAGE_NAME})

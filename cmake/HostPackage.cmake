@@ -1,4 +1,4 @@
-# What a host's project finds with find_package(NetworkSettings2GModule).
+# Installs the package that a host's project finds with find_package(NetworkSettings2GModule).
 include(CMakePackageConfigHelpers)
 
 set(generated ${PROJECT_BINARY_DIR}/${PROJECT_NAME})

@@ -20,8 +20,8 @@
 #include <sched.h>
 #include <thread>
 
-// The Controller may answer anything, and the host may come at any moment: each input is a conversation with
-// a few openings of the dialog in it.
+// Each input is a conversation between the module and a host and Controller that answer anything and call the
+// module at any time, with a few openings of the dialog.
 
 namespace {
 
@@ -93,7 +93,7 @@ public:
     int addMessageReceiver(const char *name, MessageReceiver *) override { return take(name, 1); }
     int removeMessageReceiver(const char *name, MessageReceiver *) override { return take(name, -1); }
 
-    /// The module has ended its dealings: from now on any call is a fault.
+    /// Called after the shut-down: every later call by the module is a fault.
     void shut()
     {
         require(m_registered == 0, "what is registered is removed");
@@ -105,16 +105,16 @@ private:
     enum Kind : quint8
     {
         Failing,
-        Steady,  // as a sound Controller would, from the query alone
-        Fitting, // of the right form
+        Steady,  // a correct answer that depends on the query only
+        Fitting, // a random answer of the right form
         Chosen,
         Raw,
         FailingWithText,
-        Reentered, // the host comes back to the module, then answers
+        Reentered, // the host calls the module, then answers
         LastKind = Reentered
     };
 
-    /// An input that is used up gives zeros: the conversation then ends soundly or with failures throughout.
+    /// An exhausted input gives zeros: all further answers are then steady, or all fail.
     Kind takeKind()
     {
         const int choice = m_input.ConsumeIntegralInRange(0, 9 + LastKind);
@@ -127,16 +127,17 @@ private:
     int take(const char *text, int registered = 0)
     {
         m_registered += registered;
-        require(!m_shut, "no call after the end of all dealings");
-        require(std::strlen(text) < sizeof m_text, "texts are bounded");
+        require(!m_shut, "no call after the shut-down");
+        require(std::strlen(text) < sizeof m_text, "texts are shorter than the buffer");
         return result();
     }
 
     void fill(const char *format, va_list arguments)
     {
-        require(!m_shut, "no command after the end of all dealings");
+        require(!m_shut, "no command after the shut-down");
         const int length = std::vsnprintf(m_text, sizeof m_text, format, arguments);
-        require(length > 0 && length < static_cast<int>(sizeof m_text), "commands are bounded");
+        require(length > 0 && length < static_cast<int>(sizeof m_text),
+                "commands are shorter than the buffer");
         checkChannel();
     }
 
@@ -177,7 +178,7 @@ private:
     bool m_shut = false;
 };
 
-/// One input: the dialog from its making to its end.
+/// Runs one input: the dialog from its construction to its destruction.
 class Conversation
 {
 public:
@@ -199,11 +200,11 @@ public:
             between();
         }
         end();
-        // What waits for deletion is gone with the dialog; a queued message must find nobody.
+        // A message that is still queued must not reach the destroyed dialog.
         QCoreApplication::processEvents();
     }
 
-    /// The host comes back to the module from within a command.
+    /// The host calls the module from within a command.
     void reenter()
     {
         if (!m_dialog || m_reentries >= mostReentries)
@@ -288,7 +289,7 @@ private:
         return buttons & QMessageBox::Ignore && choice % 2 == 0 ? QMessageBox::Ignore : QMessageBox::Cancel;
     }
 
-    /// What happens while the dialog is closed.
+    /// Lets events happen while the dialog is closed.
     void between()
     {
         if (!m_dialog)
@@ -315,7 +316,7 @@ private:
 
     ChannelWidget *page(int tab) const { return qobject_cast<ChannelWidget *>(tabs()->widget(tab)); }
 
-    /// What always holds of the pages.
+    /// Checks what must always be true of the pages.
     void check() const
     {
         int pages = 0;
@@ -334,7 +335,7 @@ private:
         require(pages >= 1 && pages <= Channel::MaximumCount, "there are 1 to 10 pages");
     }
 
-    /// One step of the user's or of the host's; false once it is time to leave.
+    /// One action of the user or the host. Returns false to leave the dialog.
     bool act()
     {
         switch (m_input.ConsumeIntegralInRange(0, 9)) {
@@ -405,7 +406,7 @@ private:
         current->tableViewItemDoubleClicked(rows->index(row, Channel::IdentifierColumn));
     }
 
-    /// Something comes from the host.
+    /// The host sends a message, a reset or data.
     void notify()
     {
         switch (m_input.ConsumeIntegralInRange(0, 3)) {
@@ -561,7 +562,7 @@ int FuzzedHost::answerNumber(int *answer)
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
 extern "C" {
 
-/// Answers by the text: some names have no address, some one of a group, and several share one.
+/// Derives the address from the name: none, a multicast address, or one that several names share.
 uint32_t __wrap_nativeLookUp(const char *name)
 {
     require(*name != '\0', "an empty text is not looked up");
@@ -578,7 +579,8 @@ void __wrap_nativeSleep(uint32_t /*milliseconds*/)
 int32_t __wrap_nativeSocketSend(NativeSocket /*socket*/, const void *data, int32_t length, uint32_t address,
                                 uint16_t /*port*/)
 {
-    require(length >= 2 && length <= networksettings2g::FrameAssembler::MaximumFrameBytes, "a datagram has a frame's length");
+    require(length >= 2 && length <= networksettings2g::FrameAssembler::MaximumFrameBytes,
+            "a datagram has a frame's length");
     require(std::memcmp(static_cast<const char *>(data) + length - 2, "\r\n", 2) == 0, "a frame ends a line");
     require(address != 0, "a datagram has a destination");
     return length;

@@ -7,8 +7,8 @@
 
 #include <climits>
 
-// Tracking data may be anything: each input is a stream of lines with what happens to a worker in it. The
-// assembler is held against the model of the tests, the queue against what was put in.
+// Each input is a stream of arbitrary lines and of events that happen to a worker. The assembler is compared
+// with the reference model of the tests, the queue with the lines that were appended.
 
 using namespace networksettings2g;
 
@@ -22,7 +22,7 @@ struct Line
     RouterLine routed() const { return {type, text}; }
 };
 
-/// Up to more than a datagram; the smallest choices lie about its limit.
+/// Returns a line of up to more than a datagram; the smallest choices give lengths around the limit.
 std::string longText(int choice)
 {
     const int size = choice < 16 ? FrameAssembler::MaximumFrameBytes - 10 + choice : choice;
@@ -61,8 +61,8 @@ Line takeLine(FuzzedDataProvider &input)
     return {std::move(type), takeText(input)};
 }
 
-/// An assembler beside its model.
-class Bench
+/// Compares an assembler with its model.
+class CheckedAssembler
 {
 public:
     void startRun()
@@ -87,17 +87,17 @@ public:
     void add(const Line &line, int divisor)
     {
         m_model.setDivisor(divisor);
-        m_isDue = m_isDue || m_wakeCondition.isMet(line.routed(), ++m_linesAhead);
+        m_conditionMet = m_conditionMet || m_wakeCondition.isMet(line.routed(), ++m_linesAhead);
         const bool completes = m_frame.add(line.routed());
-        require(!completes || m_isDue, "no frame completes before it was expected");
+        require(!completes || m_conditionMet, "no frame is complete before the wake condition is met");
         require(m_frame.text().size() <= FrameAssembler::MaximumFrameBytes, "a frame fits into a datagram");
         std::optional<std::string> sent;
         if (completes && m_frame.isSendable(divisor))
             sent = m_frame.text().toStdString();
-        require(sent == m_model.add(line.type, line.text), "what is sent are the frames of the stream");
+        require(sent == m_model.add(line.type, line.text), "the sent datagrams are those of the model");
         if (completes)
             m_frame.resetFrame();
-        if (m_isDue)
+        if (m_conditionMet)
             lookAhead();
     }
 
@@ -106,18 +106,18 @@ private:
     {
         m_wakeCondition = m_frame.nextCompletion();
         m_linesAhead = 0;
-        m_isDue = false;
+        m_conditionMet = false;
     }
 
     FrameAssembler m_frame;
     ReferenceModel m_model;
     WakeCondition m_wakeCondition;
-    std::size_t m_linesAhead = 0; // since m_wakeCondition was asked for
-    bool m_isDue = false;
+    std::size_t m_linesAhead = 0; // since m_wakeCondition was read
+    bool m_conditionMet = false;
 };
 
-/// A queue that knows which lines it should give.
-class Waiting
+/// A queue that checks which lines it returns.
+class CheckedQueue
 {
 public:
     void append(const Line &line)
@@ -127,21 +127,21 @@ public:
         require(m_queue.lineCount() <= LineQueue::MaximumLines, "the queue is bounded");
     }
 
-    /// The next line, and whether some are missing in front of it.
+    /// Returns the next line, and whether lines were lost before it; false if the queue is empty.
     bool take(Line *line, bool *gap)
     {
         RouterLine numbered;
         if (m_block.isRead()) {
             const bool hasLines = m_queue.lineCount() > 0;
-            require(m_queue.take(&m_block) == hasLines, "an empty queue gives nothing");
+            require(m_queue.take(&m_block) == hasLines, "an empty queue returns no lines");
             *gap = hasLines && m_queue.takeLinesLostFlag();
         }
         if (!m_block.read(&numbered))
             return false;
         const std::string text(numbered.line);
         const std::size_t number = std::stoull(text);
-        require(number >= m_next && number < m_appended, "lines come in order");
-        require(*gap == (number != m_next), "a gap is told, and nothing else");
+        require(number >= m_next && number < m_appended, "lines keep their order");
+        require(*gap == (number != m_next), "a gap is reported exactly if lines are missing");
         m_next = number + 1;
         *line = {std::string(numbered.type), text.substr(text.find(' ') + 1)};
         return true;
@@ -154,13 +154,13 @@ private:
     std::size_t m_next = 0;
 };
 
-/// Queue and assembler as a worker uses them, one thing after the other.
+/// Runs one stream through queue and assembler, as a worker uses them.
 void runStream(FuzzedDataProvider &input)
 {
-    Bench bench;
-    Waiting waiting;
+    CheckedAssembler assembler;
+    CheckedQueue queue;
     int divisor = 1;
-    int bulk = 3; // steps of many lines take time, so there are few
+    int bulk = 3; // limits the number of steps with many lines, which take long
     while (input.remaining_bytes() > 0) {
         const int step = input.ConsumeIntegralInRange(0, 11);
         Line line = takeLine(input);
@@ -169,13 +169,13 @@ void runStream(FuzzedDataProvider &input)
         bool gap = false;
         switch (step) {
         case 0:
-            bench.startRun();
+            assembler.startRun();
             break;
         case 1:
-            bench.startAfterGap();
+            assembler.startAfterGap();
             break;
         case 2:
-            bench.resetFrame();
+            assembler.resetFrame();
             break;
         case 3:
             divisor = input.PickValueInArray({1, 2, 3, 7, INT_MAX});
@@ -183,26 +183,26 @@ void runStream(FuzzedDataProvider &input)
         case 4:
         case 6:
             for (int i = 0; i < times && line.text.size() < 3000; ++i)
-                waiting.append(line);
+                queue.append(line);
             break;
         case 5:
             for (int i = 0; i < times && i < FrameAssembler::MaximumLinesWithoutStart + 100; ++i)
-                bench.add(line, divisor);
+                assembler.add(line, divisor);
             break;
         case 7:
             line.text.resize(LineQueue::MaximumBytes / 16 * input.ConsumeIntegralInRange(0u, 17u));
-            waiting.append(line);
+            queue.append(line);
             break;
         case 8:
         case 9:
-            if (!waiting.take(&line, &gap))
+            if (!queue.take(&line, &gap))
                 break;
             if (gap)
-                bench.startAfterGap();
-            bench.add(line, divisor);
+                assembler.startAfterGap();
+            assembler.add(line, divisor);
             break;
         default:
-            bench.add(line, divisor);
+            assembler.add(line, divisor);
         }
     }
 }

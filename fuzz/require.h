@@ -3,11 +3,12 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Ends the run, which the fuzzer takes for a finding, unless \a fact holds.
+/// Aborts the run, which the fuzzer reports as a finding, unless \a holds. \a fact describes what must be
+/// true.
 inline void require(bool holds, const char *fact)
 {
     if (holds)
         return;
-    std::fprintf(stderr, "broken: %s\n", fact);
+    std::fprintf(stderr, "violated: %s\n", fact);
     std::abort();
 }

@@ -1,4 +1,4 @@
-// Who gets which line, and when a channel that has been taken out may be destroyed.
+// Which channels get which line, and when a removed channel may be destroyed.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -96,14 +96,14 @@ void TestChannelFanOut::publishWaitsForReadersOfThePreviousTable()
     ChannelFanOut fanOut(isRouterActive);
     fanOut.publish({&channel});
 
-    // A data thread that resets frames stays in its table for as long as the send takes.
+    // A data thread that resets frames uses its table until the send ends.
     HeldSends sends;
     channel.feed("fr1 6d1 fr2 6d2");
     QVERIFY(sends.hold());
     std::future<void> reset = std::async(std::launch::async, [&fanOut] { fanOut.resetFrames(); });
     std::future<void> publish;
     bool readerIsAwaited = false;
-    // A publication that comes before the reader does not wait for it; the next one is of the same list.
+    // A publication before the reader has entered does not wait for it, so try again with the same list.
     for (int attempt = 0; attempt < 200 && !readerIsAwaited; ++attempt) {
         publish = std::async(std::launch::async, [&fanOut, &channel] { fanOut.publish({&channel}); });
         readerIsAwaited = publish.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout;

@@ -1,4 +1,4 @@
-// What the platform refuses: a send, and what a channel needs to forward.
+// Fault injection: the platform refuses sends and the resources that a channel needs for forwarding.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -16,7 +16,8 @@
 #endif
 
 #ifdef __SANITIZE_THREAD__
-// A worker whose wait has failed gives its mutex back until it is refused, to learn whether it holds it.
+// After a failed wait, a worker unlocks its mutex until that is refused, because it cannot know whether it
+// holds it.
 extern "C" __attribute__((visibility("default"))) const char *__tsan_default_options()
 {
     return "report_mutex_bugs=0";
@@ -33,7 +34,7 @@ QByteArray frames(int first, int last)
     return words.join(' ');
 }
 
-/// What comes until it ends with \a words, however it is divided.
+/// Returns all received text up to \a words, however it is divided into datagrams.
 QByteArray textUpTo(Receiver *receiver, const QByteArray &words)
 {
     QByteArray text;
@@ -53,18 +54,18 @@ class TestFaults : public QObject
 private slots:
     void init();
     void cleanup();
-    void sends_data();
-    void sends();
-    void channelWithoutLocks_data();
-    void channelWithoutLocks();
-    void forwarding_data();
-    void forwarding();
+    void failedSendIsReportedAndTheSocketStaysUsable_data();
+    void failedSendIsReportedAndTheSocketStaysUsable();
+    void channelWithoutLocksNeverRoutes_data();
+    void channelWithoutLocksNeverRoutes();
+    void forwardingResumesAfterARefusal_data();
+    void forwardingResumesAfterARefusal();
 #ifdef Q_OS_UNIX
-    void descriptors();
+    void socketAboveFdSetSizeCanBeWaitedFor();
 #endif
-    void unknownHost();
-    void heldLookUp_data();
-    void heldLookUp();
+    void unknownHostIsLookedUpAgainAtAStart();
+    void dataThreadDoesNotWaitForALookUp_data();
+    void dataThreadDoesNotWaitForALookUp();
 
 private:
     int m_threads = 0;
@@ -75,10 +76,10 @@ void TestFaults::init()
 {
     m_threads = threadCount();
     m_descriptors = descriptorCount();
-    faults::takenWakeUps = faults::wakeUps.load(); // some of a broken condition are never taken
+    faults::takenWakeUps = faults::wakeUps.load(); // wake-ups of an unusable condition are not taken
 }
 
-// Whatever was refused, nothing is left behind.
+// No refusal leaves a thread or a descriptor behind.
 void TestFaults::cleanup()
 {
     faults::holdLookUps = false;
@@ -86,24 +87,23 @@ void TestFaults::cleanup()
     QCOMPARE(descriptorCount(), m_descriptors);
 }
 
-void TestFaults::sends_data()
+void TestFaults::failedSendIsReportedAndTheSocketStaysUsable_data()
 {
     QTest::addColumn<faults::Call>("call");
     QTest::addColumn<int>("times");
     QTest::addColumn<int>("waits");
     QTest::addColumn<int>("result");
 
-    QTest::newRow("ready") << faults::NoCall << 0 << 0 << 0;
+    QTest::newRow("ready at once") << faults::NoCall << 0 << 0 << 0;
     QTest::newRow("ready after a wait") << faults::SocketNotReady << 1 << 1 << 0;
-    QTest::newRow("not ready after the wait either") << faults::SocketNotReady << 2 << 1 << -1;
-    QTest::newRow("not ready in time") << faults::SocketWaitInTime << 1 << 1 << -1;
-    QTest::newRow("no wait") << faults::SocketWait << 1 << 1 << -2;
-    QTest::newRow("refused") << faults::SocketSend << 1 << 0 << -2;
-    QTest::newRow("short") << faults::SocketSendShort << 1 << 0 << -2;
+    QTest::newRow("still not ready after the wait") << faults::SocketNotReady << 2 << 1 << -1;
+    QTest::newRow("the wait times out") << faults::SocketWaitInTime << 1 << 1 << -1;
+    QTest::newRow("the wait fails") << faults::SocketWait << 1 << 1 << -2;
+    QTest::newRow("the send fails") << faults::SocketSend << 1 << 0 << -2;
+    QTest::newRow("only a part is sent") << faults::SocketSendShort << 1 << 0 << -2;
 }
 
-// Nothing is left of a failure, and the handle is as good as before.
-void TestFaults::sends()
+void TestFaults::failedSendIsReportedAndTheSocketStaysUsable()
 {
     QFETCH(faults::Call, call);
     QFETCH(int, times);
@@ -128,10 +128,10 @@ void TestFaults::sends()
     QCOMPARE(udpClose(handle), 0);
 }
 
-void TestFaults::channelWithoutLocks_data()
+void TestFaults::channelWithoutLocksNeverRoutes_data()
 {
     QTest::addColumn<faults::Call>("call");
-    QTest::addColumn<int>("makes"); // by a channel that gets them all
+    QTest::addColumn<int>("allocations"); // of a complete channel
 
     QTest::newRow("memory") << faults::Memory << 10;
     QTest::newRow("mutex") << faults::MutexCreate << 3;
@@ -139,17 +139,17 @@ void TestFaults::channelWithoutLocks_data()
     QTest::newRow("lock") << faults::LockCreate << 1;
 }
 
-void TestFaults::channelWithoutLocks()
+void TestFaults::channelWithoutLocksNeverRoutes()
 {
     QFETCH(faults::Call, call);
-    QFETCH(int, makes);
+    QFETCH(int, allocations);
     Receiver receiver;
-    for (int spared = 0; spared < makes; ++spared) {
+    for (int spared = 0; spared < allocations; ++spared) {
         auto refusal = std::make_unique<faults::Refusal>(call, spared);
         FedChannel channel(receiver.port());
         refusal.reset();
         QVERIFY(faults::refusals > 0);
-        // No later start mends it.
+        // A later start does not repair it.
         for (int start = 0; start < 2; ++start) {
             channel.updateRouterActiveState(true);
             channel.feed(frames(1, 4));
@@ -161,11 +161,11 @@ void TestFaults::channelWithoutLocks()
     QVERIFY(receiver.isEmpty());
 }
 
-void TestFaults::forwarding_data()
+void TestFaults::forwardingResumesAfterARefusal_data()
 {
     QTest::addColumn<faults::Call>("call");
     QTest::addColumn<int>("spared");
-    QTest::addColumn<bool>("socket"); // what the start leaves
+    QTest::addColumn<bool>("socket"); // exists after the start
     QTest::addColumn<bool>("worker");
     QTest::addColumn<bool>("forwards");
     const auto row = [](const char *name, faults::Call call, int spared, bool socket, bool worker,
@@ -178,16 +178,16 @@ void TestFaults::forwarding_data()
     row("no memory for socket and thread", faults::Memory, 0, false, false);
     row("no memory for the thread", faults::Memory, 1, true, false);
     row("no memory for the platform's thread", faults::Memory, 2, true, false);
-    row("send not ready in time", faults::SocketWaitInTime, 0, true, true);
-    row("send refused", faults::SocketSend, 0, true, true);
-    row("no attempt at the worker's mutex", faults::MutexTryLock, 0, true, true, true);
-    row("no wait at the gate", faults::SemaphoreWait, 0, true, true, true);
-    row("no post at the gate", faults::GatePost, 0, true, true, true);
-    row("no wait for lines", faults::LineWait, 0, true, true, true);
+    row("send times out", faults::SocketWaitInTime, 0, true, true);
+    row("send fails", faults::SocketSend, 0, true, true);
+    row("tryLock of the run mutex fails", faults::MutexTryLock, 0, true, true, true);
+    row("wait at the gate fails", faults::SemaphoreWait, 0, true, true, true);
+    row("post at the gate fails", faults::GatePost, 0, true, true, true);
+    row("wait for lines fails", faults::LineWait, 0, true, true, true);
 }
 
-// What cannot be sent while the platform refuses is lost, and only that.
-void TestFaults::forwarding()
+// Only frames that cannot be sent during the refusal are lost.
+void TestFaults::forwardingResumesAfterARefusal()
 {
     QFETCH(faults::Call, call);
     QFETCH(int, spared);
@@ -209,7 +209,7 @@ void TestFaults::forwarding()
         QCOMPARE(descriptorCount(), descriptors + (socket ? 1 : 0));
         QCOMPARE(threadCount(), m_threads + (worker ? 1 : 0));
     }
-    // A channel that has all it needs goes on by itself.
+    // Only a channel that lacks a socket or a worker needs another start.
     if (!socket || !worker)
         channel.updateRouterActiveState(true);
     channel.feed(frames(5, 8));
@@ -217,8 +217,8 @@ void TestFaults::forwarding()
 }
 
 #ifdef Q_OS_UNIX
-// A socket beyond what an fd_set takes is waited for all the same.
-void TestFaults::descriptors()
+// select() could not wait for such a socket.
+void TestFaults::socketAboveFdSetSizeCanBeWaitedFor()
 {
     Receiver receiver;
     rlimit limit = {};
@@ -241,7 +241,7 @@ void TestFaults::descriptors()
 }
 #endif
 
-void TestFaults::unknownHost()
+void TestFaults::unknownHostIsLookedUpAgainAtAStart()
 {
     Receiver receiver;
     FedChannel channel(receiver.port());
@@ -250,23 +250,22 @@ void TestFaults::unknownHost()
         channel.setHost(QStringLiteral("localhost"));
         channel.updateRouterActiveState(true);
         channel.feed(frames(1, 4));
-        QCOMPARE(faults::refusals.load(), 2); // the start asks again
+        QCOMPARE(faults::refusals.load(), 2); // the start repeats the look-up
     }
     channel.updateRouterActiveState(true);
     channel.feed(frames(5, 8));
     QCOMPARE(textUpTo(&receiver, frames(8, 8)), bytesOf(frames(5, 8)));
 }
 
-void TestFaults::heldLookUp_data()
+void TestFaults::dataThreadDoesNotWaitForALookUp_data()
 {
     QTest::addColumn<bool>("atStart");
 
-    QTest::newRow("of a start") << true;
-    QTest::newRow("of an edit") << false;
+    QTest::newRow("look-up of a start") << true;
+    QTest::newRow("look-up of an edit") << false;
 }
 
-// Whoever delivers is through before the look-up is.
-void TestFaults::heldLookUp()
+void TestFaults::dataThreadDoesNotWaitForALookUp()
 {
     QFETCH(bool, atStart);
     Receiver receiver;
@@ -276,11 +275,11 @@ void TestFaults::heldLookUp()
         const faults::Refusal unknown(faults::LookUp);
         channel.setHost(QStringLiteral("localhost"));
     }
-    const int begun = faults::lookUpsBegun;
+    const int begun = faults::lookUpsStarted;
     const int ended = faults::lookUpsEnded;
     faults::holdLookUps = true;
-    std::future<bool> isThroughBefore = std::async(std::launch::async, [&channel, begun, ended] {
-        const bool hasBegun = comesTrue([begun] { return faults::lookUpsBegun > begun; });
+    std::future<bool> deliveryEndsFirst = std::async(std::launch::async, [&channel, begun, ended] {
+        const bool hasBegun = comesTrue([begun] { return faults::lookUpsStarted > begun; });
         channel.feed(frames(1, 4));
         const bool hasEnded = faults::lookUpsEnded > ended;
         faults::holdLookUps = false;
@@ -290,7 +289,7 @@ void TestFaults::heldLookUp()
         channel.updateRouterActiveState(true);
     else
         channel.setHost(QStringLiteral("localhost"));
-    QVERIFY(isThroughBefore.get());
+    QVERIFY(deliveryEndsFirst.get());
 }
 
 QTEST_GUILESS_MAIN(TestFaults)

@@ -1,8 +1,9 @@
-// Joining lines into frames, without threads.
+// How lines are joined into frames, without threads.
 //
 // Streams and datagrams are written as words: "fr100" stands for the line "fr 100" of the type fr, "6d7" for
 // the line "6d 7" of the type 6d, and a bare type for a line of that type without text; "gl*9" is nine such
-// lines. In a stream "restart" is a new worker, "reset" drops the frame, "gap" tells of lost lines.
+// lines. In a stream, "restart" is a new worker, "reset" drops the frame, and "gap" means that lines were
+// lost.
 
 #include "frameassembler.h"
 
@@ -19,7 +20,7 @@ QByteArray wordsOf(QByteArray datagram)
     return datagram.replace(' ', "").replace("\r\n", " ").trimmed();
 }
 
-/// An assembler as a worker uses it.
+/// Uses an assembler like a worker.
 class Assembly
 {
 public:
@@ -40,7 +41,7 @@ public:
             m_assembler.startRun();
     }
 
-    /// Adds the stream; the datagrams that leave, with bars between them.
+    /// Adds the stream and returns the sent datagrams, separated by bars.
     QByteArray sent(const QByteArray &stream)
     {
         QByteArrayList datagrams;
@@ -73,62 +74,62 @@ class TestFrameAssembler : public QObject
     Q_OBJECT
 
 private slots:
-    void streams_data();
-    void streams();
-    void frameNumber_data();
-    void frameNumber();
-    void oversizedFrame_data();
-    void oversizedFrame();
+    void datagramsAreTheFramesOfTheStream_data();
+    void datagramsAreTheFramesOfTheStream();
+    void frameNumberIsReadFromTheLine_data();
+    void frameNumberIsReadFromTheLine();
+    void oversizedFrameIsDroppedWhole_data();
+    void oversizedFrameIsDroppedWhole();
 };
 
-void TestFrameAssembler::streams_data()
+void TestFrameAssembler::datagramsAreTheFramesOfTheStream_data()
 {
     QTest::addColumn<QByteArray>("stream");
     QTest::addColumn<QByteArray>("datagrams");
     const auto row = [](const char *name, const QByteArray &stream, const QByteArray &datagrams) {
         QTest::newRow(name) << stream << datagrams;
     };
-    /// Two regular frames ahead, which leave together.
+    /// Two regular frames come first, which are sent together.
     const auto steady = [&row](const char *name, const QByteArray &stream, const QByteArray &datagrams) {
         const QByteArray first = "fr1 6d1 3d1 fr2 6d2 3d2";
         row(name, first + ' ' + stream, first + " | " + datagrams);
     };
 
-    row("fr alone", "fr1 fr2 fr3", "fr1 fr2 | fr3");
-    row("without fr", "6d1 3d1 6d2 3d2 6d3 3d3", "");
-    row("begins in mid-frame", "6d1 3d1 fr2 6d2 3d2 fr3 6d3 3d3 fr4",
+    row("frames of the line fr only", "fr1 fr2 fr3", "fr1 fr2 | fr3");
+    row("no line fr, so no number", "6d1 3d1 6d2 3d2 6d3 3d3", "");
+    row("stream begins within a frame", "6d1 3d1 fr2 6d2 3d2 fr3 6d3 3d3 fr4",
         "6d1 3d1 fr2 6d2 3d2 fr3 | 6d3 3d3 fr4");
-    steady("number 0", "fr0 6d0 3d0 fr4 6d4 3d4", "fr4 6d4 3d4");
-    steady("a line fewer", "fr3 6d3 fr4 6d4 3d4 fr5 6d5 3d5 fr6 6d6 3d6",
+    steady("frame number 0", "fr0 6d0 3d0 fr4 6d4 3d4", "fr4 6d4 3d4");
+    steady("frame with a line fewer", "fr3 6d3 fr4 6d4 3d4 fr5 6d5 3d5 fr6 6d6 3d6",
            "fr3 6d3 fr4 6d4 | 3d4 fr5 6d5 3d5 | fr6 6d6 3d6");
-    steady("a line more", "fr3 6d3 3d3 gl3 fr4 6d4 3d4 fr5 6d5 3d5 fr6 6d6 3d6",
+    steady("frame with a line more", "fr3 6d3 3d3 gl3 fr4 6d4 3d4 fr5 6d5 3d5 fr6 6d6 3d6",
            "fr3 6d3 3d3 | gl3 fr4 6d4 3d4 fr5 6d5 3d5 | fr6 6d6 3d6");
     steady("lines without text count", "fr3 6d 3d3 fr4 6d4 3d fr5 6d5 3d5",
            "fr3 3d3 | fr4 6d4 | fr5 6d5 3d5");
-    steady("reset behind the number", "fr3 6d3 reset 3d3 fr4 6d4 3d4", "fr4 6d4 3d4");
-    row("reset ahead of the number", "6d1 fr1 6d2 fr2 6d3 reset fr3 6d4 fr4",
+    steady("reset after the number", "fr3 6d3 reset 3d3 fr4 6d4 3d4", "fr4 6d4 3d4");
+    row("reset before the number", "6d1 fr1 6d2 fr2 6d3 reset fr3 6d4 fr4",
         "6d1 fr1 6d2 fr2 | fr3 | 6d4 fr4");
 
-    steady("restart", "fr3 restart fr5 6d5 3d5 fr6 6d6 3d6 fr7 6d7 3d7",
+    steady("restart within a frame", "fr3 restart fr5 6d5 3d5 fr6 6d6 3d6 fr7 6d7 3d7",
            "fr5 6d5 3d5 fr6 6d6 3d6 | fr7 6d7 3d7");
 
-    steady("gap in mid-frame", "fr3 gap 3d4 fr5 6d5 3d5 fr6 6d6 3d6 fr7 6d7 3d7",
+    steady("gap within a frame", "fr3 gap 3d4 fr5 6d5 3d5 fr6 6d6 3d6 fr7 6d7 3d7",
            "fr5 6d5 3d5 fr6 6d6 3d6 | fr7 6d7 3d7");
     row("gap in the first frame", "fr1 6d1 gap 3d4 fr5 6d5 3d5 fr6 6d6 3d6", "fr5 6d5 3d5 fr6 6d6 3d6");
 
-    // The type that opens frames is switched off. The line behind its last one is the first without it.
+    // The opening type is switched off. The count starts with the line after its last one.
     static_assert(FrameAssembler::MaximumLinesWithoutStart == 1000, "the streams below count on it");
-    row("opening type learnt anew", "6d1 fr1 6d2 fr2 gl*999 3d7 fr7 3d8 fr8 3d9 fr9",
+    row("new opening type after 1000 lines", "6d1 fr1 6d2 fr2 gl*999 3d7 fr7 3d8 fr8 3d9 fr9",
         "6d1 fr1 6d2 fr2 | 3d7 fr7 3d8 fr8 | 3d9 fr9");
-    row("not learnt too early", "6d1 fr1 6d2 fr2 gl*998 3d7 fr7 3d8 fr8 3d9",
+    row("no new opening type after 999 lines", "6d1 fr1 6d2 fr2 gl*998 3d7 fr7 3d8 fr8 3d9",
         "6d1 fr1 6d2 fr2 | fr7 3d8 fr8 3d9");
-    row("learnt anew behind a gap", "6d1 fr1 6d2 fr2 gap gl*1000 3d7 fr7 3d8 fr8",
+    row("new opening type after a gap", "6d1 fr1 6d2 fr2 gap gl*1000 3d7 fr7 3d8 fr8",
         "6d1 fr1 6d2 fr2 | 3d7 fr7 3d8 fr8");
-    row("learnt anew without old text", "6d1 fr1 6d2 fr2 6d3 gl3 gl*999 3d7 fr7 3d8 fr8",
+    row("new opening type drops the old text", "6d1 fr1 6d2 fr2 6d3 gl3 gl*999 3d7 fr7 3d8 fr8",
         "6d1 fr1 6d2 fr2 | 3d7 fr7 3d8 fr8");
 }
 
-void TestFrameAssembler::streams()
+void TestFrameAssembler::datagramsAreTheFramesOfTheStream()
 {
     QFETCH(const QByteArray, stream);
     QFETCH(const QByteArray, datagrams);
@@ -137,7 +138,7 @@ void TestFrameAssembler::streams()
     QCOMPARE(assembly.sent(stream), datagrams);
 }
 
-void TestFrameAssembler::frameNumber_data()
+void TestFrameAssembler::frameNumberIsReadFromTheLine_data()
 {
     QTest::addColumn<int>("number");
 
@@ -145,13 +146,13 @@ void TestFrameAssembler::frameNumber_data()
     QTest::newRow("fr:\t +29x5 41") << 29;
     QTest::newRow("fr -31\r\n") << -31;
     QTest::newRow("fr 2147483647\r\n") << INT_MAX;
-    // What does not fit or is no number drops the frame.
+    // A number that is missing or does not fit drops the frame.
     for (const char *line :
          {"fr 2147483648\r\n", "fr -2147483649", "fr 99999999999999999999", "fr x43\r\n", "fr -", "fr", "f"})
         QTest::newRow(line) << 0;
 }
 
-void TestFrameAssembler::frameNumber()
+void TestFrameAssembler::frameNumberIsReadFromTheLine()
 {
     QFETCH(const int, number);
 
@@ -163,29 +164,29 @@ void TestFrameAssembler::frameNumber()
     QVERIFY(number == 0 || !assembler.isSendable(qAbs(number) - 1));
 }
 
-void TestFrameAssembler::oversizedFrame_data()
+void TestFrameAssembler::oversizedFrameIsDroppedWhole_data()
 {
     QTest::addColumn<int>("bytes");
-    QTest::addColumn<bool>("leaves");
+    QTest::addColumn<bool>("isSent");
 
-    // Beside the long line and its CR LF the frame has two lines of 6 bytes.
+    // The frame also has the CR LF of the long line and two lines of 6 bytes.
     constexpr int room = FrameAssembler::MaximumFrameBytes - 2 - 6 - 6;
-    QTest::newRow("fits") << room << true;
-    QTest::newRow("the short line behind is too much") << room + 1 << false;
-    QTest::newRow("the long line is too much") << room + 7 << false;
+    QTest::newRow("exactly fits") << room << true;
+    QTest::newRow("the following short line does not fit") << room + 1 << false;
+    QTest::newRow("the long line does not fit") << room + 7 << false;
 }
 
-void TestFrameAssembler::oversizedFrame()
+void TestFrameAssembler::oversizedFrameIsDroppedWhole()
 {
     QFETCH(const int, bytes);
-    QFETCH(const bool, leaves);
+    QFETCH(const bool, isSent);
 
     Assembly assembly;
     assembly.sent("fr1 6d1 3d1 fr2 6d2 3d2 fr3");
     QVERIFY(!assembly.assembler().add({"6d", std::string(static_cast<std::size_t>(bytes), 'x') + "\r\n"}));
     QVERIFY(assembly.addWord("3d3"));
-    QCOMPARE(assembly.assembler().isSendable(1), leaves);
-    if (leaves)
+    QCOMPARE(assembly.assembler().isSendable(1), isSent);
+    if (isSent)
         QCOMPARE(assembly.assembler().text().size(), FrameAssembler::MaximumFrameBytes);
     assembly.change("reset");
     QCOMPARE(assembly.sent("fr4 6d4 3d4"), QByteArray("fr4 6d4 3d4"));

@@ -1,6 +1,6 @@
-// Random streams of lines through a real worker and a real socket: what arrives is, byte for byte, what a
-// model says that was written without the worker. No wait of the worker for lines times out, so whatever
-// leaves does so at the line that completes it. MODEL_SEED repeats a run.
+// Random streams of lines through a real worker and a real socket. The received datagrams must equal, byte
+// for byte, those of an independently written model. No wait of the worker for lines times out, so each
+// datagram is sent at the line that completes it. MODEL_SEED=N repeats a run.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -26,15 +26,15 @@ struct Line
     std::string text;
 };
 
-class Chance
+class Random
 {
 public:
-    explicit Chance(quint32 seed)
+    explicit Random(quint32 seed)
         : m_engine(seed)
     {
     }
 
-    /// 0 to \a count - 1.
+    /// Returns a number from 0 to \a count - 1.
     int below(int count) { return static_cast<int>(m_engine() % static_cast<quint32>(count)); }
     int between(int least, int most) { return least + below(most - least + 1); }
     bool oneIn(int count) { return below(count) == 0; }
@@ -47,101 +47,102 @@ private:
     std::mt19937 m_engine;
 };
 
-/// Frames of a length that changes now and then, with lines that are missing, too many, and malformed.
+/// Produces frames whose length changes sometimes, with missing, additional and malformed lines.
 class Source
 {
 public:
-    explicit Source(Chance *chance)
-        : m_chance(chance)
+    explicit Source(Random *random)
+        : m_random(random)
     {
     }
 
-    /// The type of the next line.
+    /// Returns the type of the next line.
     std::string nextType()
     {
-        if (m_chance->oneIn(60))
-            return m_chance->of(types);
-        if (m_chance->oneIn(60))
+        if (m_random->oneIn(60))
+            return m_random->of(types);
+        if (m_random->oneIn(60))
             ++m_at;
         if (m_at >= m_frame.size()) {
             m_at = 0;
-            if (m_frame.empty() || m_chance->oneIn(30))
+            if (m_frame.empty() || m_random->oneIn(30))
                 chooseFrame();
         }
         return m_frame[m_at++];
     }
 
-    /// A line of \a type. \a room is what a datagram still takes; now and then a line fills it, more or less.
+    /// Returns a line of \a type. \a room is the free space in the datagram; a few lines fill it almost or
+    /// exactly.
     Line line(const std::string &type, int room)
     {
-        if (m_chance->oneIn(30))
-            return {type, m_chance->of({"", "\r", "\r\n", "\n\r\n", "x", "fr", "fr "})};
-        std::string text = type + m_chance->of({" ", " ", " ", "\t", "1", "-"});
+        if (m_random->oneIn(30))
+            return {type, m_random->of({"", "\r", "\r\n", "\n\r\n", "x", "fr", "fr "})};
+        std::string text = type + m_random->of({" ", " ", " ", "\t", "1", "-"});
         if (type == "fr")
             text += number();
-        else if (m_chance->oneIn(60) && room > 100)
+        else if (m_random->oneIn(60) && room > 100)
             text += std::string(static_cast<std::size_t>(room) - text.size() - 2, 'x');
         else
-            text += bytes(m_chance->below(60));
-        return {type, text + m_chance->of({"\r\n", "\r\n", "\n", "\r", "", "\n\r", "\r\r\n\n"})};
+            text += bytes(m_random->below(60));
+        return {type, text + m_random->of({"\r\n", "\r\n", "\n", "\r", "", "\n\r", "\r\r\n\n"})};
     }
 
 private:
     void chooseFrame()
     {
-        m_frame.assign(1, m_chance->oneIn(8) ? m_chance->of(types) : "fr");
-        for (int more = m_chance->below(m_chance->oneIn(4) ? 12 : 4); more > 0; --more)
-            m_frame.push_back(m_chance->of(types));
+        m_frame.assign(1, m_random->oneIn(8) ? m_random->of(types) : "fr");
+        for (int more = m_random->below(m_random->oneIn(4) ? 12 : 4); more > 0; --more)
+            m_frame.push_back(m_random->of(types));
     }
 
     std::string number()
     {
-        if (m_chance->oneIn(20)) {
-            return m_chance->of({"", "0", "-0", "-6", "+12", "\t 18", "\r\n24", "- 6", "12x 7", "0x10", "x",
+        if (m_random->oneIn(20)) {
+            return m_random->of({"", "0", "-0", "-6", "+12", "\t 18", "\r\n24", "- 6", "12x 7", "0x10", "x",
                                  "2147483647", "2147483648", "-2147483648", "-2147483649", "4294967308",
                                  "99999999999999999999"});
         }
-        return std::to_string(++m_number) + (m_chance->oneIn(4) ? ' ' + bytes(20) : "");
+        return std::to_string(++m_number) + (m_random->oneIn(4) ? ' ' + bytes(20) : "");
     }
 
-    /// Bytes of any kind but zero, with CR and LF among them.
+    /// Returns bytes of any value but zero, including CR and LF.
     std::string bytes(int count)
     {
         std::string text;
         while (count-- > 0)
-            text += static_cast<char>(m_chance->between(1, 255));
+            text += static_cast<char>(m_random->between(1, 255));
         return text;
     }
 
-    Chance *m_chance;
+    Random *m_random;
     std::vector<std::string> m_frame;
     std::size_t m_at = 0;
     int m_number = 0;
 };
 
-/// A channel and its model side by side. Whatever is done to both is done when the worker waits with no line
-/// before it that completes a frame.
+/// A channel and its model. Events happen to both while the worker sleeps, so that all complete frames are
+/// sent before.
 class Stream
 {
 public:
     explicit Stream(quint32 seed)
-        : m_chance(seed)
-        , m_source(&m_chance)
+        : m_random(seed)
+        , m_source(&m_random)
     {
         for (const std::string &type : types)
-            tick(type, !m_chance.oneIn(5));
+            tick(type, !m_random.oneIn(5));
         start();
     }
 
-    /// Feeds some lines and does something to the channel. False when that cannot be finished.
+    /// Feeds some lines, then lets one event happen to the channel. Returns false on a time-out.
     bool step()
     {
-        for (int lines = m_chance.oneIn(10) ? 1500 : m_chance.between(1, 150); lines > 0; --lines)
+        for (int lines = m_random.oneIn(10) ? 1500 : m_random.between(1, 150); lines > 0; --lines)
             feed(nextLine());
         return fallsAsleep() && takeEvent();
     }
 
-    /// Empty, or where received and modelled datagrams part.
+    /// Describes the first difference between received and expected datagrams; empty if there is none.
     QByteArray difference()
     {
         const QByteArrayList received = std::exchange(m_received, {});
@@ -192,7 +193,7 @@ private:
 
     Line nextLine()
     {
-        const int room = 65507 - static_cast<int>(m_model.pendingBytes()) + m_chance.between(-4, 0);
+        const int room = 65507 - static_cast<int>(m_model.pendingBytes()) + m_random.between(-4, 0);
         return m_source.line(m_source.nextType(), room);
     }
 
@@ -218,7 +219,7 @@ private:
 
     bool takeEvent()
     {
-        switch (m_chance.below(10)) {
+        switch (m_random.below(10)) {
         case 0:
             m_event = "a reset";
             m_channel.resetFrame();
@@ -226,11 +227,11 @@ private:
             return true;
         case 1:
             m_event = "a divisor";
-            takeDivisor(m_chance.oneIn(2) ? 1 : m_chance.between(1, 4));
+            takeDivisor(m_random.oneIn(2) ? 1 : m_random.between(1, 4));
             return true;
         case 2:
             m_event = "a tick";
-            tick(m_chance.of(types), !m_chance.oneIn(3));
+            tick(m_random.of(types), !m_random.oneIn(3));
             return true;
         case 3:
             m_event = "a restart";
@@ -246,9 +247,9 @@ private:
             m_model.reset();
             return hasThreads(1);
         case 5:
-            return !m_chance.oneIn(3) || takeQueue();
+            return !m_random.oneIn(3) || overfillQueue();
         case 6:
-            return !m_chance.oneIn(4) || feedWithoutOpening();
+            return !m_random.oneIn(4) || feedWithoutOpening();
         default:
             return true;
         }
@@ -260,31 +261,31 @@ private:
         m_model.setDivisor(divisor);
     }
 
-    /// The type that opens frames stays away for as long as it takes to learn another, or nearly so.
+    /// Omits the opening type for about as many lines as it takes to learn another one.
     bool feedWithoutOpening()
     {
-        m_event = "a type that stays away";
+        m_event = "lines without the opening type";
         const std::string opening = m_model.openingType().empty() ? "fr" : m_model.openingType();
         const std::string other = opening == "6d" ? "3d" : "6d";
         for (const std::string &type : {opening, other, std::string("fr")})
             tick(type, true);
         feed(m_source.line(opening, 0));
-        for (int i = m_chance.between(998, 1002); i > 0; --i)
+        for (int i = m_random.between(998, 1002); i > 0; --i)
             feed(m_source.line(other, 0));
         return fallsAsleep();
     }
 
-    /// Lines queue up, sometimes too many, while there is no worker.
-    bool takeQueue()
+    /// Fills the queue, sometimes beyond its limit, while there is no worker.
+    bool overfillQueue()
     {
         m_channel.setActive(false);
         faults::timeOuts = true;
-        const bool hasGone = hasThreads(0);
+        const bool hasEnded = hasThreads(0);
         faults::timeOuts = false;
         m_channel.setActive(true);
-        if (!hasGone)
+        if (!hasEnded)
             return false;
-        std::deque<Line> queued = fillQueue(m_chance.oneIn(2) ? LineQueue::MaximumLines : 0);
+        std::deque<Line> queued = fillQueue(m_random.oneIn(2) ? LineQueue::MaximumLines : 0);
         const bool overflows = queued.size() > LineQueue::MaximumLines;
         m_event = overflows ? "a gap" : "a full queue";
         start();
@@ -300,9 +301,9 @@ private:
     std::deque<Line> fillQueue(std::size_t count)
     {
         std::deque<Line> queued;
-        count += static_cast<std::size_t>(m_chance.below(100));
+        count += static_cast<std::size_t>(m_random.below(100));
         while (queued.size() < count && !m_ticked.empty()) {
-            // Short lines, so that the number of lines is the only bound of the queue and its blocks.
+            // Short lines, so that only the limit of lines applies to the queue and its blocks.
             Line line = nextLine();
             line.text.resize(std::min<std::size_t>(line.text.size(), 40));
             feedChannel(line);
@@ -313,7 +314,7 @@ private:
     }
 
     const int m_threads = threadCount();
-    Chance m_chance;
+    Random m_random;
     Source m_source;
     ReferenceModel m_model;
     Receiver m_receiver;
@@ -333,10 +334,10 @@ class TestFramesAgainstModel : public QObject
     Q_OBJECT
 
 private slots:
-    void randomStreams();
+    void datagramsOfRandomStreamsMatchTheModel();
 };
 
-void TestFramesAgainstModel::randomStreams()
+void TestFramesAgainstModel::datagramsOfRandomStreamsMatchTheModel()
 {
     bool isGiven = false;
     const quint32 given = qEnvironmentVariable("MODEL_SEED").toUInt(&isGiven);
@@ -357,7 +358,7 @@ void TestFramesAgainstModel::randomStreams()
     }
     qInfo("%d lines, %d datagrams", lines, datagrams);
     QVERIFY(lines >= 100000);
-    QVERIFY(datagrams >= lines / 40); // the streams are not so broken that little is compared
+    QVERIFY(datagrams >= lines / 40); // enough frames were complete for a meaningful comparison
 }
 
 QTEST_GUILESS_MAIN(TestFramesAgainstModel)

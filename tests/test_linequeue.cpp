@@ -1,4 +1,5 @@
-// The bounded queue of lines between the data threads and a worker, and the memory that it really takes.
+// The bounded queue of lines between the data threads and a worker, and the memory that it actually
+// allocates.
 
 #include "linequeue.h"
 
@@ -14,7 +15,7 @@ using namespace networksettings2g;
 
 namespace {
 
-std::atomic<std::size_t> allocated{0}; // by operator new, as the allocator rounds it up
+std::atomic<std::size_t> allocated{0}; // by operator new, as rounded up by the allocator
 
 } // namespace
 
@@ -40,14 +41,14 @@ void operator delete(void *memory, std::size_t /*size*/) noexcept
 
 namespace {
 
-/// Appends a line that consists of its number and \a bytes further characters.
+/// Appends a line that consists of \a number and \a bytes further characters.
 void append(LineQueue *queue, int number, std::size_t bytes = 0)
 {
     const std::string text = std::to_string(number) + ' ' + std::string(bytes, 'x');
     queue->append({"6d", text});
 }
 
-/// The numbers of all lines, in the order in which they come.
+/// Returns the numbers of all lines in their order.
 QList<int> takeAll(LineQueue *queue)
 {
     QList<int> numbers;
@@ -74,20 +75,20 @@ class TestLineQueue : public QObject
     Q_OBJECT
 
 private slots:
-    void oldestBlockGoesBeyondTheLimitOfLines();
-    void oldestLinesGoBeyondTheLimitOfBytes();
+    void oldestBlockIsDroppedBeyondTheLimitOfLines();
+    void oldestLinesAreDroppedBeyondTheLimitOfBytes();
     void lineTooLongForAnEmptyQueueIsDropped();
     void fullQueueKeepsToItsMemory_data();
     void fullQueueKeepsToItsMemory();
 };
 
-void TestLineQueue::oldestBlockGoesBeyondTheLimitOfLines()
+void TestLineQueue::oldestBlockIsDroppedBeyondTheLimitOfLines()
 {
     constexpr int held = static_cast<int>(LineQueue::MaximumLines);
     constexpr int lost = static_cast<int>(LineBlock::MaximumLines);
 
     LineQueue queue;
-    for (int round = 0; round < 3; ++round) { // lines that have been taken must leave the counts
+    for (int round = 0; round < 3; ++round) { // taken lines must not count
         for (int number = 0; number < held; ++number)
             append(&queue, number);
         QVERIFY(!queue.takeLinesLostFlag());
@@ -99,7 +100,7 @@ void TestLineQueue::oldestBlockGoesBeyondTheLimitOfLines()
     }
 }
 
-void TestLineQueue::oldestLinesGoBeyondTheLimitOfBytes()
+void TestLineQueue::oldestLinesAreDroppedBeyondTheLimitOfBytes()
 {
     LineQueue queue;
     for (int round = 0; round < 3; ++round) {
@@ -108,7 +109,8 @@ void TestLineQueue::oldestLinesGoBeyondTheLimitOfBytes()
             append(&queue, number, LineQueue::MaximumBytes / 4);
         }
         QVERIFY(queue.takeLinesLostFlag());
-        QCOMPARE(takeAll(&queue), numbersFrom(3, 3)); // with their lengths, four would be too much
+        QCOMPARE(takeAll(&queue),
+                 numbersFrom(3, 3)); // four exceed the limit, because lengths are stored, too
     }
 }
 
@@ -139,8 +141,7 @@ void TestLineQueue::fullQueueKeepsToItsMemory()
 {
     QFETCH(const int, lineBytes);
 
-    constexpr std::size_t pages =
-        std::size_t{128} * 1024; // by which the allocator rounds blocks up, and its records
+    constexpr std::size_t slack = std::size_t{128} * 1024; // rounding and bookkeeping of the allocator
     std::size_t most = 0;
     const std::size_t before = allocated;
     {
@@ -157,7 +158,7 @@ void TestLineQueue::fullQueueKeepsToItsMemory()
         QVERIFY(queue.lineCount() > 0);
         QVERIFY(queue.takeLinesLostFlag());
     }
-    QVERIFY2(most <= LineQueue::MaximumBytes + pages, qPrintable(QString::number(most)));
+    QVERIFY2(most <= LineQueue::MaximumBytes + slack, qPrintable(QString::number(most)));
 }
 
 QTEST_APPLESS_MAIN(TestLineQueue)

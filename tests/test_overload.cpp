@@ -1,5 +1,5 @@
-// A receiver path that stalls while lines come as fast as they can: the queue keeps to its bounds, whoever
-// delivers does not wait, and no frame is glued across a gap.
+// Sends stall while lines arrive at full speed: the queue keeps to its limits, data threads do not wait, and
+// no frame is joined from lines before and after a gap.
 
 #include "fedchannel.h"
 #include "loop.h"
@@ -12,9 +12,9 @@
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isMemoryPlain = false; // a sanitizer keeps freed memory and shadows of it
+constexpr bool isMemoryMeasurable = false; // a sanitizer keeps freed memory and shadow memory
 #else
-constexpr bool isMemoryPlain = true;
+constexpr bool isMemoryMeasurable = true;
 #endif
 
 QByteArray frameText(int number)
@@ -23,7 +23,7 @@ QByteArray frameText(int number)
     return bytesOf("fr" + word + " 6d" + word + " 6d" + word + " 3d" + word);
 }
 
-/// The frames of one datagram: one, or two in a row.
+/// One datagram, which holds one frame or two consecutive frames.
 struct Arrival
 {
     explicit Arrival(const QByteArray &datagram)
@@ -48,7 +48,7 @@ class TestOverload : public QObject
 
 private slots:
     void cleanup();
-    void flood();
+    void queueStaysBoundedWhileSendsStall();
 };
 
 void TestOverload::cleanup()
@@ -56,19 +56,19 @@ void TestOverload::cleanup()
     faults::path = faults::Open;
 }
 
-// A data thread delivers without a pause as long as the path stalls, and at a calm rate else.
-void TestOverload::flood()
+// A data thread delivers without a pause while sends stall, and slowly otherwise.
+void TestOverload::queueStaysBoundedWhileSendsStall()
 {
     constexpr int floodFrames = 100000, firstFrames = 20000; // both far more than the queue holds
     constexpr int wantedSends = 25;
-    constexpr int calmFrames = 300;
+    constexpr int slowFrames = 300;
 
     faults::isPaced = true;
     Receiver receiver;
     FedChannel channel(receiver.port());
     channel.updateRouterActiveState(true);
     std::atomic<int> delivered{0};
-    std::atomic<int> slowDeliveries{0}; // half as long as a stalled send or longer
+    std::atomic<int> slowDeliveries{0}; // took at least half as long as a stalled send
     auto data = std::make_unique<Loop>([&](int number) {
         const QByteArray text = frameText(number);
         for (const QByteArray &line : text.trimmed().split('\n')) {
@@ -97,16 +97,17 @@ void TestOverload::flood()
     const std::size_t stalledArrivals = arrivals.size();
     const int stalledSends = faults::sends - sends;
     faults::path = faults::Open;
-    const int calmNumber = delivered + 1;
-    QVERIFY(readUntil([&] { return arrivals.back().last() >= calmNumber + calmFrames; }));
+    const int firstSlowNumber = delivered + 1;
+    QVERIFY(readUntil([&] { return arrivals.back().last() >= firstSlowNumber + slowFrames; }));
     data.reset();
     QVERIFY(readUntil(faults::isAsleep));
 
-    qInfo("%d frames, %d stalled sends, %d slow deliveries, %lld KiB more memory", calmNumber - begin,
+    qInfo("%d frames, %d stalled sends, %d slow deliveries, %lld KiB more memory", firstSlowNumber - begin,
           stalledSends, slowDeliveries.load(), static_cast<long long>(growth / 1024));
-    // A delivery may meet a busy machine, but deliveries that wait for sends do so at each of them.
+    // A busy computer may delay a few deliveries; deliveries that waited for sends would be slow at every
+    // send.
     QVERIFY(slowDeliveries * 5 <= stalledSends);
-    if (isMemoryPlain)
+    if (isMemoryMeasurable)
         QVERIFY(growth < qint64{8} * 1024 * 1024);
 
     int gaps = 0, lateGaps = 0;
@@ -120,7 +121,8 @@ void TestOverload::flood()
         lateGaps += isAfterGap && i > stalledArrivals;
     }
     QVERIFY(gaps > 0);
-    // What the stall has left in the queue has one gap in front of it; then every frame comes, each alone.
+    // The lines queued during the stall follow one gap. After them every frame arrives in a datagram of its
+    // own.
     QVERIFY(lateGaps <= 1);
 }
 

@@ -1,5 +1,5 @@
-// Forwarding with real workers and real sockets: channels send to receivers on loopback. No wait of a worker
-// for lines times out here unless a step says so, so whatever leaves does so at the line that completes it.
+// Forwarding with real workers and real sockets on the loopback interface. Waits of workers for lines do not
+// time out, unless a step says so, so each datagram is sent at the line that completes it.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -27,18 +27,18 @@ class TestRouter : public QObject
 private slots:
     void init();
     void cleanup();
-    void stories_data();
-    void stories();
-    void oneWakeUpForAFrame();
-    void stalledSend();
-    void resetTakesItsTurn();
-    void noDatagramLeavesAfterAStop();
+    void datagramsFollowFromTheSteps_data();
+    void datagramsFollowFromTheSteps();
+    void eachFrameTakesOneWakeUp();
+    void resetWaitsForAStalledSendButDeliveryDoesNot();
+    void resetComesBetweenTwoFramesOfABacklog();
+    void noDatagramIsSentAfterAStop();
     void laterLineRepeatsADelayedWakeUp();
     void stalledChannelDelaysNoOther();
-    void destinationChanges();
-    void destruction_data();
-    void destruction();
-    void refusedThreadLeavesWorkerAlone();
+    void nextFrameGoesToTheNewDestination();
+    void destructorLeavesNoThreadOrSocket_data();
+    void destructorLeavesNoThreadOrSocket();
+    void runningWorkerContinuesIfAThreadIsRefused();
 
 private:
     void take(const QByteArray &step, FedChannel *channel, bool isSlow);
@@ -54,22 +54,22 @@ void TestRouter::init()
     m_descriptors = descriptorCount();
 }
 
-// Whatever a test did with its channels, nothing of them is left.
+// No test leaves a thread or a descriptor behind.
 void TestRouter::cleanup()
 {
     QVERIFY(comesTrue([this] { return hasNoWorker(); }));
     QCOMPARE(descriptorCount(), m_descriptors);
 }
 
-/// A step of a story; what is no known word is a line, which comes when the worker has slept over the one
-/// before if \a isSlow. "off gone on" leaves the router switched on without a worker, so that lines queue up.
+/// Does one step. A word that is no command is a line; with \a isSlow, the worker falls asleep after each
+/// line. "off gone on" leaves the router running without a worker, so that lines stay in the queue.
 void TestRouter::take(const QByteArray &step, FedChannel *channel, bool isSlow)
 {
     if (step == "start" || step == "stop") {
         channel->updateRouterActiveState(step == "start");
     } else if (step == "on" || step == "off") {
         channel->setActive(step == "on");
-        faults::timeOuts = step == "off"; // by which a worker learns it
+        faults::timeOuts = step == "off"; // a sleeping worker notices it by its time-out
     } else if (step == "tick" || step == "untick") {
         for (const char *type : {"fr", "6d", "3d"})
             channel->tick(type, step == "tick");
@@ -90,7 +90,7 @@ void TestRouter::take(const QByteArray &step, FedChannel *channel, bool isSlow)
     }
 }
 
-void TestRouter::stories_data()
+void TestRouter::datagramsFollowFromTheSteps_data()
 {
     QTest::addColumn<QByteArray>("steps");
     QTest::addColumn<QByteArray>("datagrams");
@@ -99,35 +99,36 @@ void TestRouter::stories_data()
     };
     const QByteArray first = "fr1 6d1 fr2 6d2";
 
-    row("not started", "fr90 6d90 start " + first, first);
-    row("stopped", "start stop fr90 6d90 start " + first, first);
-    row("channel off", "start off fr90 6d90 on start " + first, first);
-    row("a start while off is a stop", "start off start on fr90 6d90 start " + first, first);
-    row("no address", "start nowhere fr90 6d90 here " + first, first);
+    row("lines before the start", "fr90 6d90 start " + first, first);
+    row("lines after a stop", "start stop fr90 6d90 start " + first, first);
+    row("channel inactive", "start off fr90 6d90 on start " + first, first);
+    row("start of an inactive channel stops it", "start off start on fr90 6d90 start " + first, first);
+    row("no destination address", "start nowhere fr90 6d90 here " + first, first);
     row("nothing ticked", "start untick fr90 6d90 tick " + first, first);
-    row("some ticked", "start fr1 gl1 6d1 xx1 fr2 gl2 6d2", first);
-    row("lengths are unknown after a restart", "start " + first + " asleep stop gone start fr3 6d3 fr4 6d4",
+    row("only ticked types", "start fr1 gl1 6d1 xx1 fr2 gl2 6d2", first);
+    row("frame length unknown after a restart", "start " + first + " asleep stop gone start fr3 6d3 fr4 6d4",
         first + "|fr3 6d3 fr4 6d4");
-    // The line of fr3 lies in the queue, since no frame can be complete with it.
-    row("second start in mid-frame", "start " + first + " asleep fr3 start 6d3 fr4 6d4", first + "|fr4 6d4");
-    row("reset in mid-frame", "start " + first + " asleep fr3 reset 6d3 fr4 6d4", first + "|fr4 6d4");
-    row("reset ahead of the number", "start 6d1 fr1 6d2 fr2 asleep 6d3 reset fr3", "6d1 fr1 6d2 fr2|fr3");
-    row("stop in mid-frame", "start " + first + " asleep fr3 stop gone start fr4 6d4 fr5 6d5",
+    // The line of fr3 stays in the queue, because no frame can be complete with it.
+    row("second start within a frame", "start " + first + " asleep fr3 start 6d3 fr4 6d4",
+        first + "|fr4 6d4");
+    row("reset within a frame", "start " + first + " asleep fr3 reset 6d3 fr4 6d4", first + "|fr4 6d4");
+    row("reset before the number", "start 6d1 fr1 6d2 fr2 asleep 6d3 reset fr3", "6d1 fr1 6d2 fr2|fr3");
+    row("stop within a frame", "start " + first + " asleep fr3 stop gone start fr4 6d4 fr5 6d5",
         first + "|fr4 6d4 fr5 6d5");
-    row("queued lines outlive a stop",
+    row("queued lines stay after a stop",
         "start off gone on " + first + " fr3 6d3 fr4 stop fr90 start 6d4 fr5 6d5",
         first + "|fr3 6d3|fr4 6d4|fr5 6d5");
-    row("queued without an address",
+    row("lines queued, then no address",
         "start off gone on " + first + " fr3 6d3 fr4 nowhere start asleep here 6d4", "fr4 6d4");
-    // The line of fr15 is one too many and drives out the block that begins with fr11.
-    row("overflow tears no frame",
+    // The line of fr15 exceeds the limit, so the block that begins with fr11 is dropped.
+    row("overflow leaves only complete frames",
         "start " + first +
             " fr3 asleep reset off gone on fr11 6d11 fr12 6d12 fr13 6d13 many fr14 6d14 fr15 "
             "start 6d15",
         first + "|fr14 6d14|fr15 6d15");
 }
 
-void TestRouter::stories()
+void TestRouter::datagramsFollowFromTheSteps()
 {
     QFETCH(const QByteArray, steps);
     QFETCH(const QByteArray, datagrams);
@@ -147,7 +148,7 @@ void TestRouter::stories()
     }
 }
 
-void TestRouter::oneWakeUpForAFrame()
+void TestRouter::eachFrameTakesOneWakeUp()
 {
     constexpr int frames = 200;
     Receiver receiver;
@@ -167,8 +168,8 @@ void TestRouter::oneWakeUpForAFrame()
     QCOMPARE(faults::wakeUps - wakeUps, frames);
 }
 
-// Whoever delivers goes on, whoever resets the frame waits, and then drops none of what has come behind it.
-void TestRouter::stalledSend()
+// The reset drops no line that was delivered after the frame being sent.
+void TestRouter::resetWaitsForAStalledSendButDeliveryDoesNot()
 {
     Receiver receiver;
     FedChannel channel(receiver.port());
@@ -189,8 +190,7 @@ void TestRouter::stalledSend()
     reset.get();
 }
 
-// A worker with many frames to send lets a reset in between two of them.
-void TestRouter::resetTakesItsTurn()
+void TestRouter::resetComesBetweenTwoFramesOfABacklog()
 {
     constexpr int resets = 6;
     Receiver receiver;
@@ -199,19 +199,19 @@ void TestRouter::resetTakesItsTurn()
     faults::path = faults::Slow;
     for (int number = 1; number <= 10 * resets; ++number)
         channel.feed("fr" + QByteArray::number(number) + " 6d0");
-    int sendsMeanwhile = 0;
+    int sendsDuringResets = 0;
     for (int reset = 0; reset < resets; ++reset) {
         const int before = faults::sends;
         channel.resetFrame();
-        sendsMeanwhile += faults::sends - before;
+        sendsDuringResets += faults::sends - before;
         const int after = faults::sends;
         QVERIFY(comesTrue([after] { return faults::sends > after; }));
     }
     faults::path = faults::Open;
-    QVERIFY2(sendsMeanwhile <= resets + 2, qPrintable(QString::number(sendsMeanwhile)));
+    QVERIFY2(sendsDuringResets <= resets + 2, qPrintable(QString::number(sendsDuringResets)));
 }
 
-void TestRouter::noDatagramLeavesAfterAStop()
+void TestRouter::noDatagramIsSentAfterAStop()
 {
     Receiver receiver;
     FedChannel channel(receiver.port());
@@ -248,7 +248,7 @@ void TestRouter::laterLineRepeatsADelayedWakeUp()
     QCOMPARE(datagram, bytesOf("fr3 6d3"));
 }
 
-// The socket of one of ten channels is never ready; its worker waits for it without an end.
+// The socket of one of ten channels is never ready, and its worker waits for it indefinitely.
 void TestRouter::stalledChannelDelaysNoOther()
 {
     constexpr int channelCount = 10, frames = 200;
@@ -280,7 +280,7 @@ void TestRouter::stalledChannelDelaysNoOther()
     }
 }
 
-void TestRouter::destinationChanges()
+void TestRouter::nextFrameGoesToTheNewDestination()
 {
     Receiver receiver, other;
     FedChannel channel(receiver.port());
@@ -297,18 +297,18 @@ void TestRouter::destinationChanges()
     QVERIFY(other.isEmpty());
 }
 
-void TestRouter::destruction_data()
+void TestRouter::destructorLeavesNoThreadOrSocket_data()
 {
     QTest::addColumn<int>("starts");
     QTest::addColumn<int>("frames");
 
     QTest::newRow("never started") << 0 << 0;
-    QTest::newRow("right after the start") << 1 << 0;
-    QTest::newRow("threads that have not claimed the run") << 5 << 0;
-    QTest::newRow("lines queued") << 1 << 1000;
+    QTest::newRow("destroyed right after the start") << 1 << 0;
+    QTest::newRow("several threads that have not become the worker") << 5 << 0;
+    QTest::newRow("lines in the queue") << 1 << 1000;
 }
 
-void TestRouter::destruction()
+void TestRouter::destructorLeavesNoThreadOrSocket()
 {
     QFETCH(const int, starts);
     QFETCH(const int, frames);
@@ -319,12 +319,12 @@ void TestRouter::destruction()
             channel.updateRouterActiveState(true);
         for (int frame = 0; frame < frames; ++frame)
             channel.feed("fr1 6d1");
-        for (int turn = round % 50; turn > 0; --turn) // another stage of the worker's start each time
+        for (int turn = round % 50; turn > 0; --turn) // a different stage of the worker's start each time
             nativeSleep(0);
     }
 }
 
-void TestRouter::refusedThreadLeavesWorkerAlone()
+void TestRouter::runningWorkerContinuesIfAThreadIsRefused()
 {
     Receiver receiver;
     FedChannel channel(receiver.port());

@@ -1,4 +1,4 @@
-// What a channel logs for a support engineer, and when. Messages of workers come through the event loop.
+// What a channel logs for a support engineer. Messages of workers are logged on the GUI thread's event loop.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -17,7 +17,7 @@ void keepMessage(QtMsgType /*type*/, const QMessageLogContext &context, const QS
 {
     if (qstrcmp(context.category, "networksettings.router") != 0)
         return;
-    // A host may show its log on the GUI thread and wait until that is done.
+    // A host may show the message on the GUI thread and wait for that.
     if (QThread::currentThread() != QCoreApplication::instance()->thread())
         QMetaObject::invokeMethod(
             QCoreApplication::instance(), [] {}, Qt::BlockingQueuedConnection);
@@ -99,18 +99,20 @@ void TestRouterLog::droppedFrameIsLogged_data()
     QTest::addColumn<QString>("reason");
 
     const QByteArray frames = "fr1 6d1 fr2 6d2";
-    QTest::newRow("socket") << int(faults::SocketCreate) << frames
-                            << "its socket could not be opened; the next start tries again";
-    QTest::newRow("no socket") << int(faults::SocketCreate) << frames << "frame dropped: there is no socket";
-    QTest::newRow("thread") << int(faults::ThreadCreate) << frames
-                            << "stopped: its thread could not be started";
-    QTest::newRow("number") << int(faults::NoCall) << QByteArray("fr 6d1 fr 6d2")
-                            << "frame dropped: it has no frame number";
-    QTest::newRow("length") << int(faults::NoCall) << "fr1 6d1 fr2 6d" + QByteArray(70000, 'x')
-                            << "frame dropped: it is longer than a datagram";
-    QTest::newRow("time") << int(faults::SocketWaitInTime) << frames
-                          << "frame dropped: the socket was not ready in time";
-    QTest::newRow("refused") << int(faults::SocketSend) << frames << "frame dropped: the network refused it";
+    QTest::newRow("socket refused") << int(faults::SocketCreate) << frames
+                                    << "its socket could not be opened; the next start tries again";
+    QTest::newRow("frame without a socket")
+        << int(faults::SocketCreate) << frames << "frame dropped: there is no socket";
+    QTest::newRow("thread refused") << int(faults::ThreadCreate) << frames
+                                    << "stopped: its thread could not be started";
+    QTest::newRow("frame without a number")
+        << int(faults::NoCall) << QByteArray("fr 6d1 fr 6d2") << "frame dropped: it has no frame number";
+    QTest::newRow("frame too long") << int(faults::NoCall) << "fr1 6d1 fr2 6d" + QByteArray(70000, 'x')
+                                    << "frame dropped: it is longer than a datagram";
+    QTest::newRow("send timed out") << int(faults::SocketWaitInTime) << frames
+                                    << "frame dropped: the socket was not ready in time";
+    QTest::newRow("send failed") << int(faults::SocketSend) << frames
+                                 << "frame dropped: the network refused it";
 }
 
 void TestRouterLog::droppedFrameIsLogged()

@@ -13,7 +13,7 @@
 #include <vector>
 
 #ifdef __SANITIZE_THREAD__
-// Qt is not instrumented: the lock around its queue of events is not seen.
+// Qt is not instrumented, so ThreadSanitizer does not see the lock of its event queue.
 extern "C" __attribute__((visibility("default"))) const char *__tsan_default_suppressions()
 {
     return "race:announceFromOutside";
@@ -23,12 +23,12 @@ extern "C" __attribute__((visibility("default"))) const char *__tsan_default_sup
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool sanitized = true; // it keeps freed memory, and maps files to read the names of functions
+constexpr bool sanitized = true; // a sanitizer keeps freed memory and maps files for symbol names
 #else
 constexpr bool sanitized = false;
 #endif
 
-constexpr int visitsInLife = 5;
+constexpr int openingsPerLoad = 5;
 constexpr int allocatedSlackKilobytes = 8 * 1024;
 
 quint32 numberFromEnvironment(const char *name, quint32 fallback)
@@ -37,24 +37,24 @@ quint32 numberFromEnvironment(const char *name, quint32 fallback)
     return given.isEmpty() ? fallback : given.toUInt();
 }
 
-/// What has been allocated and not freed, in all arenas. Resident memory would also count what many threads
-/// leave scattered, which the C library keeps for the next one.
+/// Returns the allocated memory in all arenas. Resident memory would also count free memory that the C
+/// library keeps for later allocations.
 qint64 allocatedKilobytes()
 {
     const struct mallinfo2 memory = mallinfo2();
     return static_cast<qint64>((memory.uordblks + memory.hblkhd) / 1024);
 }
 
-/// As a thread of the host that is not the GUI thread.
+/// Called on a thread of the host other than the GUI thread.
 void announceFromOutside(ControllerLink &link)
 {
     link.sendMessage("OutputTypesChanged");
 }
 
-/// The dialog is known by its widgets alone.
+/// A host that finds the widgets of the dialog by their names.
 struct Host : PluginHost
 {
-    /// Starts the module, which asks the Controller at once.
+    /// Starts the module, which queries the Controller at once.
     void start()
     {
         handOver();
@@ -66,7 +66,7 @@ struct Host : PluginHost
     void shutDown()
     {
         module->prepareShutdown();
-        direct.clear(); // which call no more when the dialog is no longer registered
+        direct.clear(); // a host delivers nothing to a requester that has been removed
         module->releaseResources();
     }
 
@@ -78,10 +78,10 @@ struct Host : PluginHost
 
     QAction *action = nullptr;
     QDialog *dialog = nullptr;
-    std::vector<std::unique_ptr<Loop>> direct; ///< data threads that call the dialog itself
+    std::vector<std::unique_ptr<Loop>> direct; ///< data threads that call the dialog directly
 };
 
-/// The turn of a data thread: one frame, and now and then a reset.
+/// Returns the function of a data thread: it delivers one frame, and sometimes a reset.
 template <typename Deliver, typename Reset>
 std::function<void(int)> frames(Deliver deliver, Reset reset)
 {
@@ -95,47 +95,46 @@ std::function<void(int)> frames(Deliver deliver, Reset reset)
 
 } // namespace
 
-/// Data threads that never pause, and a user, a Controller and a host that do everything meanwhile: nothing
-/// crashes or stands still, and nothing is left of it. STORM_SECONDS is the length of all, STORM_SEED repeats
-/// what is done.
+/// Data threads deliver without a pause while a user, a Controller and a host do random things: nothing
+/// crashes or blocks, and no thread, descriptor or memory is left. STRESS_SECONDS sets the duration,
+/// STRESS_SEED repeats the random things.
 class TestStress : public QObject
 {
     Q_OBJECT
 
 private slots:
     void initTestCase();
-    void storm();
+    void nothingIsLeftAfterRandomUse();
 
 private:
     int below(int bound) { return static_cast<int>(m_random.bounded(bound)); }
     void changeController(SimulatedController &controller);
-    void live();
-    void visitAll(Host &host);
-    void visit(Host &host, bool shutsDown);
+    void useModuleOnce();
+    void openSeveralTimes(Host &host);
+    void openDialog(Host &host, bool shutsDown);
     void step(Host &host, int stepsLeft, bool shutsDown);
-    void act(Host &host);
+    void doSomething(Host &host);
     void editPage(const Host &host);
-    void giveDestinations(const QTabWidget &tabs) const;
+    void setMissingDestinations(const QTabWidget &tabs) const;
     void leave(const Host &host);
 
     quint32 m_seconds = 0;
     QRandomGenerator m_random;
-    QUdpSocket m_receiver; // where the first channel sends to
+    QUdpSocket m_receiver; // destination of the first channel
     int m_datagrams = 0;
     std::atomic<int> m_messagesWanted{0};
 };
 
 void TestStress::initTestCase()
 {
-    const quint32 seed = numberFromEnvironment("STORM_SEED", QRandomGenerator::global()->generate());
-    m_seconds = numberFromEnvironment("STORM_SECONDS", 5);
-    qInfo("STORM_SEED=%u STORM_SECONDS=%u", seed, m_seconds);
+    const quint32 seed = numberFromEnvironment("STRESS_SEED", QRandomGenerator::global()->generate());
+    m_seconds = numberFromEnvironment("STRESS_SECONDS", 5);
+    qInfo("STRESS_SEED=%u STRESS_SECONDS=%u", seed, m_seconds);
     m_random.seed(seed);
     QVERIFY(m_receiver.bind(QHostAddress::LocalHost));
 }
 
-/// As its own user would while the dialog is closed: another number of channels, other types, mostly with the
-/// module as the router.
+/// Changes the Controller while the dialog is closed: number of channels, types, lock, mostly router mode.
 void TestStress::changeController(SimulatedController &controller)
 {
     const int channels = 1 + below(outputChannelCount);
@@ -155,16 +154,16 @@ void TestStress::changeController(SimulatedController &controller)
     });
 }
 
-/// From the first opening to the shut-down, which now and then comes while the dialog is open.
-void TestStress::visitAll(Host &host)
+/// Opens the dialog several times and shuts the module down, in half of the cases while the dialog is open.
+void TestStress::openSeveralTimes(Host &host)
 {
     const bool shutsDownOpen = below(2) == 0;
-    for (int visits = 1; visits <= visitsInLife && !QTest::currentTestFailed(); ++visits) {
+    for (int opening = 1; opening <= openingsPerLoad && !QTest::currentTestFailed(); ++opening) {
         changeController(host.controller);
         host.link.sendMessage("OutputTypesChanged");
         ++m_messagesWanted;
         QCoreApplication::processEvents();
-        visit(host, shutsDownOpen && visits == visitsInLife);
+        openDialog(host, shutsDownOpen && opening == openingsPerLoad);
         while (m_receiver.hasPendingDatagrams()) {
             m_receiver.readDatagram(nullptr, 0);
             ++m_datagrams;
@@ -174,7 +173,7 @@ void TestStress::visitAll(Host &host)
         host.shutDown();
 }
 
-void TestStress::visit(Host &host, bool shutsDown)
+void TestStress::openDialog(Host &host, bool shutsDown)
 {
     MessageBoxes boxes;
     boxes.decide = [](const QMessageBox *box) {
@@ -185,11 +184,11 @@ void TestStress::visit(Host &host, bool shutsDown)
     host.action->trigger();
 }
 
-/// Each step is an event of its own, so that what a step has put off happens before the next.
+/// Each step is an event of its own, so that deferred work of one step is done before the next.
 void TestStress::step(Host &host, int stepsLeft, bool shutsDown)
 {
     if (stepsLeft > 0) {
-        act(host);
+        doSomething(host);
         QTimer::singleShot(0, &host.window, [=, &host] { step(host, stepsLeft - 1, shutsDown); });
     } else if (shutsDown) {
         host.shutDown();
@@ -198,7 +197,7 @@ void TestStress::step(Host &host, int stepsLeft, bool shutsDown)
     }
 }
 
-void TestStress::act(Host &host)
+void TestStress::doSomething(Host &host)
 {
     switch (below(9)) {
     case 0:
@@ -233,7 +232,7 @@ void TestStress::editPage(const Host &host)
     const QModelIndex type = types->index(below(qMax(types->rowCount(), 1)), 0);
     switch (below(4)) {
     case 0:
-        giveDestinations(*tabs);
+        setMissingDestinations(*tabs);
         active->click();
         break;
     case 1:
@@ -245,9 +244,9 @@ void TestStress::editPage(const Host &host)
     }
 }
 
-/// A new channel has no destination, and may be on all the same: the Controller forgets the destination alone
-/// when a tab is closed. No two are to have the same.
-void TestStress::giveDestinations(const QTabWidget &tabs) const
+/// Gives each channel without a destination its own one. A new channel has none but may be active, because
+/// closing its tab has removed only the destination on the Controller.
+void TestStress::setMissingDestinations(const QTabWidget &tabs) const
 {
     for (int index = 0; index < tabs.count(); ++index) {
         auto *host = tabs.widget(index)->findChild<QLineEdit *>("lineEdit_host");
@@ -261,17 +260,18 @@ void TestStress::giveDestinations(const QTabWidget &tabs) const
 
 void TestStress::leave(const Host &host)
 {
-    giveDestinations(*host.dialog->findChild<QTabWidget *>());
+    setMissingDestinations(*host.dialog->findChild<QTabWidget *>());
     QTest::mouseClick(host.find<QPushButton>("pushButton_ok"), Qt::LeftButton);
     if (!host.dialog->isVisible())
         return;
     host.dialog->done(QDialog::Rejected);
-    QFAIL("the dialog did not let go");
+    QFAIL("the dialog did not close");
 }
 
-/// One load of the plug-in file, with data threads through the link and past it, since the link's locks order
-/// what the threads do. A further thread tells of a changed catalogue as often as it is asked to.
-void TestStress::live()
+/// Loads, uses and unloads the plug-in file. Some data threads call the module directly, because the locks of
+/// the link would order what they do. Another thread announces a changed catalogue whenever m_messagesWanted
+/// is set.
+void TestStress::useModuleOnce()
 {
     Host host;
     QVERIFY2(host.module, qPrintable(host.loader.errorString()));
@@ -279,10 +279,10 @@ void TestStress::live()
     host.start();
     {
         const auto direct = frames(
-            [served = host.link.served](const char *type, const QByteArray &line) {
-                served->onOutputData(type, line.constData());
+            [requester = host.link.lastRequester](const char *type, const QByteArray &line) {
+                requester->onOutputData(type, line.constData());
             },
-            [served = host.link.served] { served->onOutputReset(); });
+            [requester = host.link.lastRequester] { requester->onOutputReset(); });
         host.direct.push_back(std::make_unique<Loop>(direct));
         host.direct.push_back(std::make_unique<Loop>(direct));
         const Loop data(
@@ -293,28 +293,28 @@ void TestStress::live()
                 announceFromOutside(host.link);
             std::this_thread::sleep_for(std::chrono::microseconds(200));
         });
-        visitAll(host);
+        openSeveralTimes(host);
     }
     QVERIFY(host.loader.unload());
     QVERIFY(sanitized || !isPluginMapped());
 }
 
-/// What the first life leaves behind is what Qt and the C library keep for good.
-void TestStress::storm()
+/// The first use is not counted, because Qt and the C library keep some of its memory until the process ends.
+void TestStress::nothingIsLeftAfterRandomUse()
 {
-    live();
+    useModuleOnce();
     const int threads = threadCount();
     const int descriptors = descriptorCount();
     const qint64 allocated = allocatedKilobytes();
     QElapsedTimer timer;
     timer.start();
-    int lives = 0;
-    for (; timer.elapsed() < qint64{m_seconds} * 1000 && !QTest::currentTestFailed(); ++lives)
-        live();
+    int uses = 0;
+    for (; timer.elapsed() < qint64{m_seconds} * 1000 && !QTest::currentTestFailed(); ++uses)
+        useModuleOnce();
     QTRY_COMPARE(threadCount(), threads);
     QCOMPARE(descriptorCount(), descriptors);
     const qint64 grown = allocatedKilobytes() - allocated;
-    qInfo("%d lives, %d datagrams, %lld KiB more than after the first", lives, m_datagrams, grown);
+    qInfo("%d uses, %d datagrams, %lld KiB more than after the first", uses, m_datagrams, grown);
     QVERIFY(sanitized || grown < allocatedSlackKilobytes);
     QVERIFY(m_datagrams > 0);
 }

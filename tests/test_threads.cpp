@@ -13,7 +13,7 @@
 #endif
 
 #ifdef __SANITIZE_THREAD__
-// One test gives back a mutex that it does not hold, and expects the refusal.
+// One test unlocks a mutex that it does not hold, and expects the refusal.
 extern "C" __attribute__((visibility("default"))) const char *__tsan_default_options()
 {
     return "report_mutex_bugs=0";
@@ -24,14 +24,19 @@ namespace {
 
 using Counts = QList<int>;
 
-constexpr uint32_t longWait = 60000; // a wait that only a wake-up ends before the test fails
+constexpr uint32_t longWait = 60000; // longer than any test: only a wake-up ends such a wait
 
-int elsewhere(int (*operation)(Mutex *), Mutex *mutex)
+int onAnotherThread(int (*operation)(Mutex *), Mutex *mutex)
 {
     return std::async(std::launch::async, operation, mutex).get();
 }
 
-/// The count of a semaphore that nobody else uses meanwhile.
+int tryLockAndUnlock(Mutex *mutex) UNCHECKED_LOCKING
+{
+    return mutexTryLock(mutex) + mutexUnlock(mutex);
+}
+
+/// Returns the count of a semaphore that no other thread uses.
 int countOf(NativeSemaphore *semaphore)
 {
     int count = 0;
@@ -40,10 +45,10 @@ int countOf(NativeSemaphore *semaphore)
     return count == 0 || nativeSemaphorePost(semaphore, count) == 0 ? count : -1;
 }
 
-/// As a host's own thread-local data, which the C library keeps on each thread's stack.
+/// Like thread-local data of a host, which the C library keeps on each thread's stack.
 thread_local volatile char hostData[95000];
 
-/// Touches nearly all of the stack that a thread is promised.
+/// Uses nearly all of the guaranteed stack of a thread.
 uint32_t useWholeStack(void *touched)
 {
     constexpr int step = 512;
@@ -73,12 +78,12 @@ class TestThreads : public QObject
 private slots:
     void init();
     void cleanup();
-    void mutexBelongsToItsThread();
-    void timeOutsAreTakenOff();
+    void mutexBelongsToItsThread() UNCHECKED_LOCKING; // it breaks the rules on purpose
+    void timedOutWaitersAreSubtracted();
     void wakeUpsReachOneOrAll();
-    void endedThreadsLeaveNothing();
+    void endedThreadsLeaveNoStack();
 #ifdef Q_OS_UNIX
-    void signalsAreForTheHost();
+    void threadBlocksSignalsMeantForTheHost();
 #endif
     void threadHasItsWholeStackBesideThreadLocalData();
 
@@ -104,7 +109,7 @@ void TestThreads::cleanup()
     QCOMPARE(mutexDestroy(m_mutex), 0);
 }
 
-/// A wait in a thread of its own. It gives what the wait gave, or -2 if the mutex was not held after it.
+/// Waits on another thread. The result is that of the wait, or -2 if the mutex was not held after it.
 std::future<int> TestThreads::wait(uint32_t milliseconds)
 {
     return std::async(std::launch::async, [this, milliseconds] {
@@ -119,7 +124,8 @@ bool TestThreads::hasBlocked(int count)
     return comesTrue([this, count] { return m_condition->waitersBlocked == count; });
 }
 
-/// waitersBlocked, waitersToUnblock, waitersGone, waitersLate, posts in the queue, gate.
+/// Returns waitersBlocked, waitersToUnblock, waitersGone, waitersLate, and the counts of the queue and the
+/// gate.
 Counts TestThreads::counts() const
 {
     return {m_condition->waitersBlocked, m_condition->waitersToUnblock, m_condition->waitersGone,
@@ -130,15 +136,15 @@ void TestThreads::mutexBelongsToItsThread()
 {
     QCOMPARE(mutexLock(m_mutex), 0);
     QCOMPARE(mutexTryLock(m_mutex), 0);
-    QCOMPARE(elsewhere(mutexUnlock, m_mutex), -1);
+    QCOMPARE(onAnotherThread(mutexUnlock, m_mutex), -1);
     QCOMPARE(mutexUnlock(m_mutex), 0);
-    QCOMPARE(elsewhere(mutexTryLock, m_mutex), 1);
+    QCOMPARE(onAnotherThread(mutexTryLock, m_mutex), 1);
     QCOMPARE(mutexUnlock(m_mutex), 0);
     QCOMPARE(mutexUnlock(m_mutex), -1);
-    QCOMPARE(elsewhere([](Mutex *mutex) { return mutexTryLock(mutex) + mutexUnlock(mutex); }, m_mutex), 0);
+    QCOMPARE(onAnotherThread(tryLockAndUnlock, m_mutex), 0);
 }
 
-void TestThreads::timeOutsAreTakenOff()
+void TestThreads::timedOutWaitersAreSubtracted()
 {
     QElapsedTimer timer;
     timer.start();
@@ -152,7 +158,7 @@ void TestThreads::timeOutsAreTakenOff()
     QCOMPARE(condSignal(m_condition), 0);
     QCOMPARE(woken.get(), 0);
     QCOMPARE(counts(), m_idle);
-    // With nobody to wake them, the counters fold at their limit.
+    // Without any wake-up, waitersGone is subtracted at its limit.
     m_condition->waitersBlocked = 499999998;
     m_condition->waitersGone = 499999998;
     QCOMPARE(wait(0).get(), 1);
@@ -170,7 +176,7 @@ void TestThreads::wakeUpsReachOneOrAll()
     QVERIFY(hasBlocked(3));
     QCOMPARE(condSignal(m_condition), 0);
     QCOMPARE(m_condition->waitersBlocked.load(), 2);
-    // The woken waiter opens the gate for newcomers although two others still sleep.
+    // The woken waiter opens the gate for new waiters, although two others still sleep.
     waits.push_back(wait(longWait));
     QVERIFY(hasBlocked(3));
     QCOMPARE(condWake(m_condition, 1), 0);
@@ -179,8 +185,8 @@ void TestThreads::wakeUpsReachOneOrAll()
     QCOMPARE(counts(), m_idle);
 }
 
-/// Neither awaited nor unawaited ones, while other threads start and await theirs.
-void TestThreads::endedThreadsLeaveNothing()
+/// Holds for awaited and unawaited threads, while other threads start and await theirs.
+void TestThreads::endedThreadsLeaveNoStack()
 {
     constexpr int rounds = 300;
     std::atomic<int> unawaited{0};
@@ -205,19 +211,19 @@ void TestThreads::endedThreadsLeaveNothing()
         QCOMPARE(missed.get(), 0);
     QVERIFY(threadRemainsCount() - remains < rounds);
 
-    // Awaited from two sides.
+    // Two threads may wait for the same one.
     threadStart(countUp, &unawaited);
-    std::future<int> seenElsewhere = std::async(std::launch::async, [&unawaited] {
+    std::future<int> seenByOther = std::async(std::launch::async, [&unawaited] {
         threadAwait(&unawaited);
         return unawaited.load();
     });
     threadAwait(&unawaited);
     QCOMPARE(unawaited.load(), 4 * rounds + 1);
-    QCOMPARE(seenElsewhere.get(), 4 * rounds + 1);
+    QCOMPARE(seenByOther.get(), 4 * rounds + 1);
 }
 
 #ifdef Q_OS_UNIX
-void TestThreads::signalsAreForTheHost()
+void TestThreads::threadBlocksSignalsMeantForTheHost()
 {
     sigset_t mask = {};
     const auto look = [](void *data) -> uint32_t {

@@ -13,8 +13,8 @@ private slots:
     void init();
     void cleanup();
     void datagramArrivesWholeOrNotAtAll();
-    void flagsAndPort();
-    void addresses();
+    void flagsAndPortSelectTheBinding();
+    void textIsResolvedAndAddressIsSplit();
 
 private:
     int send(SocketHandle *from, const QByteArray &data, uint32_t address = INADDR_LOOPBACK);
@@ -44,6 +44,7 @@ int TestUdp::send(SocketHandle *from, const QByteArray &data, uint32_t address)
     return udpSend(from, data.constData(), data.size(), address, portOf(m_receiver->socket), 100000);
 }
 
+/// Returns the next datagram, or "none" after two seconds.
 QByteArray TestUdp::received() const
 {
     return receivedAt(m_receiver->socket);
@@ -60,7 +61,7 @@ void TestUdp::datagramArrivesWholeOrNotAtAll()
     }
 }
 
-void TestUdp::flagsAndPort()
+void TestUdp::flagsAndPortSelectTheBinding()
 {
     const uint16_t taken = portOf(m_receiver->socket);
     SocketHandle *handle = m_sender;
@@ -70,11 +71,11 @@ void TestUdp::flagsAndPort()
     QVERIFY(portOf(handle->socket) != 0 && portOf(handle->socket) != taken);
     QVERIFY(!isInherited(handle->socket));
     QCOMPARE(udpClose(handle), 0);
-    const uint32_t everybody = 0x7fffffff; // on loopback
-    QCOMPARE(send(m_sender, "all", everybody), -2);
+    const uint32_t broadcast = 0x7fffffff; // of the loopback network
+    QCOMPARE(send(m_sender, "all", broadcast), -2);
     QCOMPARE(udpOpen(&handle, 0, UdpBroadcast), 0);
     QCOMPARE(portOf(handle->socket), uint16_t(0));
-    QCOMPARE(send(handle, "all", everybody), 0);
+    QCOMPARE(send(handle, "all", broadcast), 0);
     QCOMPARE(received(), QByteArray("all"));
     QCOMPARE(udpClose(handle), 0);
 
@@ -83,7 +84,7 @@ void TestUdp::flagsAndPort()
     QCOMPARE(portOf(m_receiver->socket), taken);
 }
 
-void TestUdp::addresses()
+void TestUdp::textIsResolvedAndAddressIsSplit()
 {
     const std::pair<const char *, uint32_t> resolved[] = {
         {"192.168.0.1", 0xc0a80001},

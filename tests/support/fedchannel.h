@@ -7,7 +7,8 @@
 #include <memory>
 #include <vector>
 
-// A word stands for a line: "fr100" for the line "fr 100" of type fr, "6d7" for the line "6d 7" of type 6d.
+// In test data, a word means a line: "fr100" is the line "fr 100" of type fr, "6d7" the line "6d 7" of type
+// 6d.
 
 inline QByteArray lineOf(const QByteArray &word)
 {
@@ -29,9 +30,9 @@ inline std::shared_ptr<networksettings2g::ChannelFanOut> makeFanOut()
     return std::make_shared<networksettings2g::ChannelFanOut>(isRouterActive);
 }
 
-/// An active channel to a port of this computer, which ticks "fr", "6d" and "3d". By default it is the only
-/// channel of its fan-out, which follows its ticks as the dialog's does. No tested function sends a command,
-/// so there is no host.
+/// An active channel that sends to a port of this computer and ticks "fr", "6d" and "3d". By default it is
+/// the only channel of its fan-out, which it updates when its ticks change, as the dialog does. There is no
+/// host, because no tested function sends a command.
 class FedChannel : public ChannelAsRouter
 {
 public:
@@ -45,7 +46,8 @@ public:
         m_isOnlyChannel = true;
     }
 
-    /// A channel of several: whoever makes them publishes them, and takes them out before they are destroyed.
+    /// One of several channels. The caller publishes them, and removes them from the fan-out before
+    /// destroying them.
     FedChannel(quint16 port, std::shared_ptr<networksettings2g::ChannelFanOut> fanOut, int index)
         : ChannelAsRouter(nullptr, index, nullptr)
         , m_fanOut(std::move(fanOut))
@@ -86,7 +88,7 @@ private:
     bool m_isOnlyChannel = false;
 };
 
-/// Several such channels behind one fan-out.
+/// Several channels of one fan-out.
 class FedChannels
 {
 public:
@@ -110,7 +112,7 @@ public:
             channel->updateRouterActiveState(true);
     }
 
-    /// Destroys a channel as closing its tab does, and puts a new one, which is not started, in its place.
+    /// Destroys a channel like closing its tab does, and replaces it with a new one, which is not started.
     void replace(int index, quint16 port)
     {
         auto next = std::make_unique<FedChannel>(port, m_fanOut, index);

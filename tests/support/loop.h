@@ -4,7 +4,8 @@
 #include <functional>
 #include <thread>
 
-/// A thread that repeats one turn without a pause for as long as it lives. The turns count from 1.
+/// A thread that calls a function repeatedly, without a pause, until it is destroyed. Calls are numbered
+/// from 1.
 class Loop
 {
 public:

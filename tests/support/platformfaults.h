@@ -7,9 +7,9 @@
 #include <new>
 #include <utility>
 
-// Platform fault injection: a test sees what a worker waits for, holds up its sends, and makes the platform
-// fail. The linker redirects calls of the platform's functions to those below (--wrap). Only one source file
-// of a program may include this.
+// Platform fault injection: a test observes the waits of a worker, delays its sends, and makes platform
+// functions fail. The linker redirects calls of the platform's functions to those below (--wrap). Only one
+// source file of a program may include this header.
 
 namespace faults {
 
@@ -22,7 +22,7 @@ enum Call
     SemaphoreCreate,
     SemaphoreWait,
     GatePost, ///< a post to a semaphore that is not the queue of a condition
-    LineWait, ///< a wait with a time-out: a worker's wait for lines
+    LineWait, ///< a wait with a time-out, which is a worker's wait for lines
     LockCreate,
     ThreadCreate,
     SocketCreate,
@@ -47,7 +47,7 @@ inline bool refuses(Call call)
     return true;
 }
 
-/// Makes a call fail for as long as it lives, after the first \a spared calls and at most \a times.
+/// While it exists, makes \a call fail after the first \a spared calls, at most \a times.
 class Refusal
 {
 public:
@@ -63,8 +63,7 @@ public:
     Refusal &operator=(const Refusal &) = delete;
 };
 
-// Waits with a time-out are those of workers for lines. They end only by a wake-up, unless a test lets them
-// time out.
+// Only workers that wait for lines use a time-out. These waits end only by a wake-up, unless timeOuts is set.
 inline std::atomic<bool> timeOuts{false};
 inline std::atomic<int> lineWaits{0};
 inline std::atomic<int> endedLineWaits{0};
@@ -72,8 +71,7 @@ inline std::atomic<NativeSemaphore *> lineQueue{nullptr}; // of the last conditi
 inline std::atomic<int> wakeUps{0};                       // posts to it
 inline std::atomic<int> takenWakeUps{0};
 
-/// Whether the only worker waits and is not being woken: it has done all that it can do with the lines so
-/// far.
+/// Whether the only worker sleeps and no wake-up is under way: it has handled all lines that it can handle.
 inline bool isAsleep()
 {
     return wakeUps == takenWakeUps && lineWaits == endedLineWaits + 1;
@@ -82,15 +80,15 @@ inline bool isAsleep()
 enum Path
 {
     Open,
-    Slow, ///< a send takes 100 ms, the longest that it may take
+    Slow, ///< a send takes 100 ms, the maximum
     Held  ///< sends do not return
 };
 
 inline std::atomic<Path> path{Open};
-inline std::atomic<int> sends{0};         // begun
-inline std::atomic<int> writableWaits{0}; // begun
+inline std::atomic<int> sends{0};         // started
+inline std::atomic<int> writableWaits{0}; // started
 inline std::atomic<bool> isPaced{false};  // a send waits until the receiver has room
-inline std::atomic<int> bytesUnderWay{0}; // sent and not yet received
+inline std::atomic<int> bytesUnderWay{0}; // sent but not yet received
 inline std::atomic<int> stalledPort{0};   // sockets are never ready for this destination
 inline std::atomic<NativeSocket> stalledSocket{nativeNoSocket}; // the socket that sends there
 inline std::atomic<bool> isStallHeld{false};                    // waits for such a socket do not return
@@ -100,14 +98,14 @@ inline std::atomic<bool> holdWokenWorkers{false}; // a worker's wait does not re
 inline thread_local std::atomic<bool> *heldAfterUnlock = nullptr;
 inline std::atomic<int> threadsHeldAfterUnlock{0};
 
-/// What a datagram takes of the receiver's buffer.
+/// The space that a datagram takes in the receiver's buffer.
 inline int bytesTaken(int length)
 {
     return length + 500;
 }
 
-inline std::atomic<bool> holdLookUps{false}; // each for ten seconds at most
-inline std::atomic<int> lookUpsBegun{0};
+inline std::atomic<bool> holdLookUps{false}; // each for at most ten seconds
+inline std::atomic<int> lookUpsStarted{0};
 inline std::atomic<int> lookUpsEnded{0};
 
 } // namespace faults
@@ -119,7 +117,7 @@ void *operator new(std::size_t size, const std::nothrow_t &) noexcept
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's.
 
-/// A function that returns \a refusal where it should fail.
+/// Defines a function that returns \a refusal if the test makes it fail.
 #define FAULT_POINT(Result, call, parameters, arguments, refusal)                                            \
     Result __real_native##call parameters;                                                                   \
     Result __wrap_native##call parameters                                                                    \
@@ -233,7 +231,7 @@ int32_t __wrap_nativeSocketSend(NativeSocket socket, const void *data, int32_t l
 uint32_t __real_nativeLookUp(const char *);
 uint32_t __wrap_nativeLookUp(const char *name)
 {
-    ++faults::lookUpsBegun;
+    ++faults::lookUpsStarted;
     for (int milliseconds = 0; faults::holdLookUps && milliseconds < 10000; ++milliseconds)
         nativeSleep(1);
     const uint32_t address = faults::refuses(faults::LookUp) ? 0 : __real_nativeLookUp(name);

@@ -18,32 +18,33 @@ inline bool isPluginMapped()
     return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("NetworkSettings2GModule");
 }
 
-/// A link that tells whom it serves.
-class OpenLink : public ControllerLink
+/// A link that gives access to the requester.
+class ObservedLink : public ControllerLink
 {
 public:
     using ControllerLink::ControllerLink;
 
     int addRequester(Requester *requester) override
     {
-        served = requester;
+        lastRequester = requester;
         return ControllerLink::addRequester(requester);
     }
 
-    Requester *served = nullptr;
+    Requester *lastRequester = nullptr;
 };
 
-/// A host around the plug-in file, against a simulated Controller.
+/// A host that loads the plug-in file and is connected to a simulated Controller.
 struct PluginHost
 {
     PluginHost()
     {
-        // By default Qt keeps a plug-in mapped after unload(), which would hide what is left of it.
+        // By default Qt keeps a plug-in mapped after unload(); then a leftover would not be noticed.
         loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
         module = qobject_cast<ModuleInterface *>(loader.instance());
     }
 
-    /// Hands the services over, the Controller's version as it is now. ObserverMode is left as it is.
+    /// Passes the host's services and the Controller's present version to the module. Does not set
+    /// ObserverMode.
     void handOver()
     {
         versions = controller.state().version;
@@ -53,7 +54,7 @@ struct PluginHost
     }
 
     SimulatedController controller;
-    OpenLink link{controller};
+    ObservedLink link{controller};
     BackendVersions versions{};
     QWidget window;
     QPluginLoader loader{QLatin1String(PLUGIN_PATH)};

@@ -5,7 +5,7 @@
 
 #include <QUdpSocket>
 
-/// Takes datagrams at a port of this computer.
+/// Receives datagrams at a port of this computer.
 class Receiver
 {
 public:
@@ -15,7 +15,7 @@ public:
 
     bool isEmpty() const { return !m_socket.hasPendingDatagrams(); }
 
-    /// The next datagram; empty if none comes.
+    /// Returns the next datagram; empty if none arrives.
     QByteArray next()
     {
         if (!comesTrue([this] { return !isEmpty(); }))
@@ -26,7 +26,7 @@ public:
         return bytes;
     }
 
-    /// comesTrue(), and each datagram that comes meanwhile goes to \a take.
+    /// Like comesTrue(), but also passes each datagram that arrives to \a take.
     template <typename Predicate, typename Take>
     bool readsUntil(Predicate wanted, Take take)
     {
@@ -46,13 +46,14 @@ private:
     QUdpSocket m_socket;
 };
 
-/// Holds every send for as long as it lives or until released.
+/// Blocks every send until release() or its destruction.
 class HeldSends
 {
 public:
     HeldSends() { faults::path = faults::Held; }
     ~HeldSends() { release(); }
     static void release() { faults::path = faults::Open; }
+    /// Waits until a send is blocked.
     bool hold() const
     {
         return comesTrue([this] { return faults::sends > m_before; });

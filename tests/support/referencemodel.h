@@ -7,33 +7,33 @@
 #include <string>
 #include <vector>
 
-/// What a channel's worker is to send, said in another way than the worker does it: no counters, only the
-/// places of lines in a list of all that came. Slow and plain on purpose.
+/// Computes what a channel's worker should send, in a different way than the worker does: without counters,
+/// from the positions of lines in a list of all lines. Deliberately slow and simple.
 class ReferenceModel
 {
 public:
     void setDivisor(int divisor) { m_divisor = divisor; }
 
-    /// A worker begins. Nothing is known of before but the type that opens frames.
+    /// A worker starts. Only the opening type stays known.
     void start()
     {
         m_lines.clear();
         m_frameBegin = 0;
         m_linesWithoutOpening = 0;
-        m_isTorn = false;
+        m_skipsToOpening = false;
     }
 
-    /// What has come of the frame that is being assembled is not to be sent.
+    /// Drops the lines of the current frame.
     void reset() { m_frameBegin = m_lines.size(); }
 
-    /// Lines have been lost in front of the next one.
+    /// Lines were lost before the next one.
     void loseLines()
     {
         start();
-        m_isTorn = true;
+        m_skipsToOpening = true;
     }
 
-    /// The next line; the datagram that leaves at it, if one does.
+    /// Adds the next line. Returns the datagram that is sent after it, if there is one.
     std::optional<std::string> add(const std::string &type, const std::string &text)
     {
         if (m_linesWithoutOpening == 1000 && type != m_openingType) {
@@ -44,17 +44,17 @@ public:
             m_openingType = type;
         const bool opens = type == m_openingType;
         m_linesWithoutOpening = opens ? 0 : m_linesWithoutOpening + 1;
-        m_isTorn = m_isTorn && !opens;
-        if (m_isTorn)
+        m_skipsToOpening = m_skipsToOpening && !opens;
+        if (m_skipsToOpening)
             return {};
         m_lines.push_back({type, text});
         return isFrameComplete() ? takeFrame() : std::nullopt;
     }
 
-    /// The type whose lines open frames; empty before the first line.
+    /// Returns the type whose lines open frames; empty before the first line.
     const std::string &openingType() const { return m_openingType; }
 
-    /// How many bytes have come of the frame that is being assembled.
+    /// Returns the size of the current, incomplete frame.
     std::size_t pendingBytes() const { return frameText().size(); }
 
 private:
@@ -64,7 +64,7 @@ private:
         std::string text;
     };
 
-    /// Where the last line that opens a frame stands in front of \a end, if there is one.
+    /// Returns the position of the last opening line before \a end, if there is one.
     std::optional<std::size_t> openingBefore(std::size_t end) const
     {
         for (std::size_t at = end; at > 0; --at) {
@@ -74,8 +74,8 @@ private:
         return {};
     }
 
-    /// A frame is as long as the one before, and the one before runs from one opening line to the next, or
-    /// from the first line of all if that opens nothing.
+    /// A frame is as long as the previous one. The previous one reaches from one opening line to the next, or
+    /// starts with the first line of all if there is no earlier opening line.
     bool isFrameComplete() const
     {
         const std::optional<std::size_t> begin = openingBefore(m_lines.size());
@@ -110,8 +110,8 @@ private:
         return frame;
     }
 
-    /// The number that stands behind the first three characters. 0 if there is none or if it takes more than
-    /// 32 bits.
+    /// Returns the number after the first three characters; 0 if there is none or it does not fit into 32
+    /// bits.
     static std::int64_t numberIn(const std::string &text)
     {
         std::int64_t number = 0;
@@ -119,10 +119,10 @@ private:
         return number == static_cast<std::int32_t>(number) ? number : 0;
     }
 
-    std::vector<Line> m_lines;    // since the worker began or lines were lost
-    std::size_t m_frameBegin = 0; // which of them is the first of the frame that is being assembled
+    std::vector<Line> m_lines;    // since the worker started or lines were lost
+    std::size_t m_frameBegin = 0; // index of the first line of the current frame
     std::string m_openingType;
-    int m_linesWithoutOpening = 0; // since the worker began or lines were lost, too
-    bool m_isTorn = false;         // what comes is the rest of a frame that has lost lines
+    int m_linesWithoutOpening = 0; // at most since the worker started or lines were lost
+    bool m_skipsToOpening = false; // the next lines are the rest of an incomplete frame
     int m_divisor = 1;
 };

@@ -6,7 +6,7 @@
 
 #include <thread>
 
-/// Whether \a wanted comes to hold. It is looked at without events being handled.
+/// Waits until \a wanted returns true, without processing events. Returns false after 30 seconds.
 template <typename Predicate>
 bool comesTrue(Predicate wanted)
 {

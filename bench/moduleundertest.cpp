@@ -1,4 +1,4 @@
-#include "product.h"
+#include "moduleundertest.h"
 
 #include "clocks.h"
 #include "moduleaction.h"
@@ -14,9 +14,11 @@
 
 using namespace simulation;
 
+namespace bench {
+
 namespace {
 
-/// A type that is in the catalogue but in no frame.
+/// Returns a type that is in the catalogue but in no frame.
 QByteArray spareType(int number)
 {
     return "x" + QByteArray::number(number);
@@ -49,8 +51,8 @@ QSet<QByteArray> ticksOf(int channel, const Setup &setup)
     return ticks;
 }
 
-/// Without the plug-in there is nothing to measure.
-void endIf(bool failed, const QString &problem)
+/// Exits with a message if \a failed: nothing can be measured without the plug-in.
+void exitIf(bool failed, const QString &problem)
 {
     if (!failed)
         return;
@@ -60,25 +62,26 @@ void endIf(bool failed, const QString &problem)
 
 } // namespace
 
-Product::Product(const Receivers &receivers, const Setup &setup)
+ModuleUnderTest::ModuleUnderTest(const Receivers &receivers, const Setup &setup)
     : m_setup(setup)
     , m_frame(setup.padding)
 {
     prepareController(receivers);
     QString problem;
-    endIf(!m_module.load(QLatin1String(PLUGIN_PATH), &problem), problem);
+    exitIf(!m_module.load(QLatin1String(PLUGIN_PATH), &problem), problem);
     const QList<ModuleAction *> actions = m_module.begin(&m_link, &m_window, &m_versions);
-    endIf(actions.isEmpty() || !m_link.requester(), QLatin1String("the plug-in does not start"));
+    exitIf(actions.isEmpty() || !m_link.requester(),
+           QLatin1String("the plug-in does not register with the host"));
     m_dialog = actions.first()->dialog;
 }
 
-Product::~Product()
+ModuleUnderTest::~ModuleUnderTest()
 {
     QString problem;
-    endIf(!m_module.end(&problem), problem);
+    exitIf(!m_module.end(&problem), problem);
 }
 
-void Product::prepareController(const Receivers &receivers)
+void ModuleUnderTest::prepareController(const Receivers &receivers)
 {
     m_controller.change([&](ControllerState &state) {
         state.monitorAddress = "127.0.0.9";
@@ -94,7 +97,7 @@ void Product::prepareController(const Receivers &receivers)
     });
 }
 
-int64_t Product::carry(uint32_t number)
+int64_t ModuleUnderTest::carry(uint32_t number)
 {
     setNumber(number);
     for (int index = 0; index < linesPerFrame - 1; ++index)
@@ -104,24 +107,26 @@ int64_t Product::carry(uint32_t number)
     return start;
 }
 
-void Product::deliver(int index)
+void ModuleUnderTest::deliver(int index)
 {
     const FrameLine &line = m_frame.lines()[size_t(index)];
     m_link.requester()->onOutputData(line.type.c_str(), line.text.c_str());
 }
 
-int64_t Product::openAndClose()
+int64_t ModuleUnderTest::openAndClose()
 {
     int64_t shown = 0;
-    QTimer lookAtWindow;
-    QObject::connect(&lookAtWindow, &QTimer::timeout, m_dialog, [&] {
-        // Exposed windows are painted before the next timer fires.
+    QTimer pollWindow;
+    QObject::connect(&pollWindow, &QTimer::timeout, m_dialog, [&] {
+        // Exposed windows are painted before the next time-out of a timer.
         if (shown != 0 || !m_dialog->windowHandle() || !m_dialog->windowHandle()->isExposed())
             return;
         shown = nowNs();
         m_dialog->done(QDialog::Rejected);
     });
-    lookAtWindow.start(0);
+    pollWindow.start(0);
     QMetaObject::invokeMethod(m_dialog, "update_and_exec");
     return shown;
 }
+
+} // namespace bench
