@@ -23,7 +23,9 @@ qint64 FrameSequence::lost() const
 {
     if (m_step == 0)
         return m_lostBefore;
-    return m_lostBefore + (m_last - m_first) / m_step + 1 - m_arrived;
+    // No sender uses the number 0.
+    const qint64 zeros = m_first < 0 && m_last > 0 ? 1 : 0;
+    return m_lostBefore + (m_last - m_first) / m_step + 1 - zeros - m_arrived;
 }
 
 void FrameSequence::begin(qint64 number)

@@ -64,10 +64,11 @@ QString PortMonitor::sender() const
 
 double PortMonitor::averageRate() const
 {
-    if (!m_sinceFirst.isValid() || m_sinceFirst.elapsed() == 0)
+    if (!m_sinceFirst.isValid())
         return 0.0;
     // The first frame starts the clock.
-    return double(m_statistics.frames - 1) * 1000.0 / double(m_sinceFirst.elapsed());
+    const double seconds = double(qMax(m_sinceFirst.nsecsElapsed(), qint64(1))) / 1e9;
+    return double(m_statistics.frames - 1) / seconds;
 }
 
 void PortMonitor::takePending()

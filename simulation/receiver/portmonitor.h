@@ -22,6 +22,9 @@ public:
     /// As UdpSocket::listen(). Sets \a problem to a message of one line on failure. Call it once.
     bool listen(int interfaceIndex, QString *problem);
 
+    /// Checks the datagrams that have arrived. The event loop calls it; call it once more after that ends.
+    void takePending();
+
     /// Writes every well-formed datagram to \a recording from now on.
     void setRecording(QIODevice *recording) { m_recording = recording; }
 
@@ -38,7 +41,6 @@ public:
     double averageRate() const;
 
 private:
-    void takePending();
     void take(const QByteArray &datagram);
 
     UdpEndpoint m_endpoint;

@@ -71,6 +71,8 @@ void ReceiverRun::run()
     if (m_options.seconds > 0)
         QTimer::singleShot(m_options.seconds * 1000, Qt::PreciseTimer, qApp, &QCoreApplication::quit);
     QCoreApplication::exec();
+    for (const Port &port : m_ports)
+        port.monitor->takePending();
 }
 
 void ReceiverRun::writeProgress()
