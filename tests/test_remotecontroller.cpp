@@ -187,6 +187,7 @@ void TestRemoteController::requestsGetTheResultOfTheController()
 {
     RunningController service;
     CommandClient client(localHost, service.commandPort);
+    client.start();
     QTRY_VERIFY_WITH_TIMEOUT(client.isConnected(), waitMs);
     QVERIFY(client.greeting().version.minor == 9 && client.greeting().dataPort == service.dataPort);
 
@@ -311,6 +312,7 @@ void TestRemoteController::silentControllerTimesOutOnce()
             socket->write("ok version 1.9.0 data 9\n");
     });
     CommandClient client(localHost, server.serverPort());
+    client.start();
     QTRY_VERIFY_WITH_TIMEOUT(client.isConnected(), waitMs);
     QByteArray answer;
     QElapsedTimer timer;
@@ -334,6 +336,7 @@ void TestRemoteController::connectionIsRestoredAfterARestart()
     CommandClient client(localHost, service->commandPort);
     connect(&client, &CommandClient::connected, &data,
             [&](const Greeting &greeting) { data.connectTo(localHost, greeting.dataPort); });
+    client.start();
     QTRY_VERIFY_WITH_TIMEOUT(client.isConnected() && sink.events().size() > 10, waitMs);
 
     service.reset();

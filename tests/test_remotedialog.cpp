@@ -44,6 +44,7 @@ void TestRemoteDialog::editReachesTheController()
     const QStringList endpoint = QString::fromLocal8Bit(qgetenv("CONTROLLER")).split(':');
     QCOMPARE(endpoint.size(), 2);
     CommandClient client(endpoint.first(), endpoint.last().toUShort());
+    client.start();
     QVERIFY2(client.waitForConnected(waitMs), qPrintable(client.problem()));
     BackendVersions versions = client.greeting().version;
     ControllerLink link(client);

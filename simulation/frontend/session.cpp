@@ -83,6 +83,7 @@ void Session::useRemote()
     connect(m_data.get(), &DataClient::stateReceived, this, &Session::followRemoteState);
     connect(m_data.get(), &DataClient::wasReset, this, [this] { m_receivers.join(); });
     connect(m_data.get(), &DataClient::finished, this, &Session::sourceEnded);
+    m_commands->start();
 }
 
 bool Session::setUp(QStringList *remarks, QString *problem)

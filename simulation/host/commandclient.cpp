@@ -32,6 +32,8 @@ int parseAnswer(const QByteArray &line, QByteArray *answer)
 
 CommandClient::CommandClient(const QString &host, quint16 port, QObject *parent)
     : QObject(parent)
+    , m_host(host)
+    , m_port(port)
     , m_socket(new RetryingSocket)
     , m_greetingTimer(new QTimer(m_socket))
 {
@@ -47,13 +49,17 @@ CommandClient::CommandClient(const QString &host, quint16 port, QObject *parent)
     connect(m_socket, &RetryingSocket::failed, m_socket, [this](const QString &reason) { onFailed(reason); });
     connect(m_socket, &RetryingSocket::readyRead, m_socket, [this] { onReadyRead(); });
     m_thread.start();
-    QMetaObject::invokeMethod(m_socket, [this, host, port] { m_socket->connectTo(host, port); });
 }
 
 CommandClient::~CommandClient()
 {
     m_thread.quit();
     m_thread.wait();
+}
+
+void CommandClient::start()
+{
+    QMetaObject::invokeMethod(m_socket, [this] { m_socket->connectTo(m_host, m_port); });
 }
 
 bool CommandClient::waitForConnected(int milliseconds)

@@ -12,7 +12,8 @@
 
 namespace simulation {
 
-/// Queries and commands to a Controller over TCP. It connects in the background and again after each loss.
+/// Queries and commands to a Controller over TCP. After start() it connects in the background, and again
+/// after each loss.
 ///
 /// Thread safety: any thread may call query() and command(); calls are answered one after another. The
 /// connection lives on a thread of its own, so that it works while the GUI thread waits for an answer.
@@ -32,6 +33,9 @@ public:
 
     CommandClient(const QString &host, quint16 port, QObject *parent = nullptr);
     ~CommandClient() override;
+
+    /// Starts to connect. Connect the signals first, or the first connection may go unnoticed.
+    void start();
 
     /// Waits until the Controller has greeted. Returns false after \a milliseconds; problem() then gives the
     /// reason.
@@ -57,6 +61,8 @@ private:
     void onReadyRead();
     void takeGreeting(const QByteArray &line);
 
+    const QString m_host;
+    const quint16 m_port;
     QThread m_thread;
     RetryingSocket *m_socket; ///< lives on m_thread, on which the slots on...() run
     QTimer *m_greetingTimer;  ///< lives on m_thread; runs until the Controller greets
