@@ -21,6 +21,9 @@ gives the user the one dialog in which the ten UDP output channels of the
 tracking Controller are set up. In router mode it forwards the tracking data
 itself, frame by frame, to receivers outside the Controller's network.
 
+The program receiver shows at the receiving computer whether the data arrive,
+how fast, and whether frames are lost or malformed.
+
 The package also holds the headers and the CMake package with which a host
 that loads the module is built.")
 # Files that Debian policy requires in every package.

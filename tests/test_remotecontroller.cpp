@@ -3,10 +3,10 @@
 #include "dataclient.h"
 #include "delayedcommands.h"
 #include "eventthread.h"
+#include "program.h"
 
 #include <QElapsedTimer>
 #include <QNetworkDatagram>
-#include <QProcess>
 #include <QTcpServer>
 #include <QTest>
 #include <QUdpSocket>
@@ -143,32 +143,6 @@ public:
 
 private:
     QTcpSocket m_socket;
-};
-
-/// One of the programs as a process. "MODULE" in the arguments stands for the plug-in file.
-class Program : public QProcess
-{
-public:
-    Program(const char *path, QString arguments)
-    {
-        arguments.replace(QLatin1String("MODULE"), QLatin1String(PLUGIN_PATH));
-        start(QLatin1String(path), arguments.split(' ', Qt::SkipEmptyParts));
-    }
-
-    /// Waits for the first line of standard output.
-    QByteArray firstLine()
-    {
-        while (!canReadLine() && waitForReadyRead(waitMs)) {
-        }
-        return readLine().trimmed();
-    }
-
-    /// Waits for the end. Returns the exit status, or -1 if the process crashed or did not end.
-    int status()
-    {
-        const bool hasEnded = waitForFinished(waitMs) && exitStatus() == QProcess::NormalExit;
-        return hasEnded ? exitCode() : -1;
-    }
 };
 
 /// Takes the port from "controller: listening on ADDRESS:PORT, data on ADDRESS:PORT".
@@ -476,9 +450,9 @@ void TestRemoteController::frontendForwardsDataOfARemoteController()
         Program controller(CONTROLLER_PATH,
                            QLatin1String("--port 0 --rate 200 --channels 2") + QLatin1String(mode));
         const quint16 port = commandPortOf(controller.firstLine());
-        Program frontend(FRONTEND_PATH,
-                         QLatin1String("--headless --seconds 2 --plugin MODULE --controller 127.0.0.1:") +
-                             QString::number(port));
+        Program frontend(FRONTEND_PATH, QLatin1String("--headless --seconds 2 --plugin " PLUGIN_PATH
+                                                      " --controller 127.0.0.1:") +
+                                            QString::number(port));
         const int status = frontend.status();
         const QByteArray out = frontend.readAllStandardOutput();
         QVERIFY2(status == 0 && out.count(": good\n") == 2, out + frontend.readAllStandardError());
@@ -497,7 +471,7 @@ void TestRemoteController::unreachableControllerEndsTheFrontend()
     for (const QString &arguments :
          {QLatin1String("--controller 127.0.0.1:") + port, QString::fromLatin1("--controller 127.0.0.1"),
           QString::fromLatin1("--controller 127.0.0.1:1 --rate 100")}) {
-        Program frontend(FRONTEND_PATH, QLatin1String("--headless --plugin MODULE ") + arguments);
+        Program frontend(FRONTEND_PATH, QLatin1String("--headless --plugin " PLUGIN_PATH " ") + arguments);
         QCOMPARE(frontend.status(), 2);
         QCOMPARE(frontend.readAllStandardError().count("frontend: "), 1);
     }

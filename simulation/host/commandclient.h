@@ -11,7 +11,8 @@
 
 namespace simulation {
 
-/// Queries and commands to a Controller over TCP. It connects again after each loss.
+/// Queries and commands to a Controller over TCP. After start() it connects in the background, and again
+/// after each loss.
 ///
 /// Thread safety: any thread may call query() and command(); calls are answered one after another. The
 /// connection lives on a thread of its own, so that it works while the GUI thread waits for an answer.
@@ -32,7 +33,7 @@ public:
     CommandClient(const QString &host, quint16 port, QObject *parent = nullptr);
     ~CommandClient() override;
 
-    /// Connects in the background. Call it once, after connecting the signals.
+    /// Connects in the background. Connect the signals first, or the first connection may go unnoticed.
     void start();
 
     /// Waits until the Controller has greeted. Returns false after \a milliseconds; problem() then gives the

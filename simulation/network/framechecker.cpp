@@ -1,6 +1,6 @@
 #include "framechecker.h"
 
-#include "frame.h"
+#include "datagramcontent.h"
 #include "frameledger.h"
 
 #include <limits>
@@ -41,31 +41,21 @@ void FrameChecker::take(const QByteArray &datagram)
     ++m_statistics.datagrams;
     m_statistics.bytes += datagram.size();
     m_statistics.lastFrame = datagram;
-    QVector<qint32> numbers;
-    if (!isWellFormed(datagram, &numbers))
+    const DatagramContent content = readDatagram(datagram);
+    if (!isWellFormed(content))
         ++m_statistics.malformed;
-    if (numbers.isEmpty())
+    if (content.numbers.isEmpty())
         return;
-    m_statistics.frames += numbers.size();
-    followNumbers(numbers);
+    m_statistics.frames += content.numbers.size();
+    followNumbers(content.numbers);
 }
 
-/// Sets \a numbers to the frame numbers even if the datagram is malformed.
-bool FrameChecker::isWellFormed(const QByteArray &datagram, QVector<qint32> *numbers) const
+bool FrameChecker::isWellFormed(const DatagramContent &content) const
 {
-    bool good = datagram.endsWith("\r\n");
-    for (int start = 0; start < datagram.size();) {
-        const int found = datagram.indexOf("\r\n", start);
-        const int end = found < 0 ? datagram.size() : found;
-        const QByteArray line = datagram.mid(start, end - start);
-        const QByteArray type = lineType(line);
-        if (type == "fr")
-            numbers->append(frameNumber(line));
-        if (!m_expectation.types.contains(type) || line.contains('\r') || line.contains('\n'))
-            good = false;
-        start = end + 2;
-    }
-    return good && !numbers->isEmpty() && isDue(numbers->last(), m_expectation.divisor);
+    bool good = content.isComplete && !content.numbers.isEmpty();
+    for (const QByteArray &type : content.types)
+        good = good && m_expectation.types.contains(type);
+    return good && isDue(content.numbers.last(), m_expectation.divisor);
 }
 
 void FrameChecker::followNumbers(const QVector<qint32> &numbers)

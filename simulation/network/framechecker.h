@@ -7,6 +7,7 @@
 namespace simulation {
 
 class FrameLedger;
+struct DatagramContent;
 
 /// What a channel is configured to send to its receiver.
 struct Expectation
@@ -75,7 +76,7 @@ private:
         Following
     };
 
-    bool isWellFormed(const QByteArray &datagram, QVector<qint32> *numbers) const;
+    bool isWellFormed(const DatagramContent &content) const;
     void followNumbers(const QVector<qint32> &numbers);
     qint64 lastSeen() const;
     qint64 outstanding() const;

@@ -45,7 +45,8 @@ bool isLoopback(quint32 address)
 } // namespace
 
 UdpSocket::UdpSocket(Reach reach)
-    : m_descriptor(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    : m_reach(reach)
+    , m_descriptor(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
 {
     if (m_descriptor < 0) {
         m_error = errno;
@@ -55,8 +56,7 @@ UdpSocket::UdpSocket(Reach reach)
         return;
     in_addr loopback{};
     loopback.s_addr = htonl(loopbackAddress);
-    if (setsockopt(m_descriptor, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback) != 0)
-        m_error = errno;
+    set(IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback);
 }
 
 UdpSocket::~UdpSocket()
@@ -65,23 +65,42 @@ UdpSocket::~UdpSocket()
         ::close(m_descriptor);
 }
 
-bool UdpSocket::listen(quint32 address, quint16 port)
+bool UdpSocket::listen(quint32 address, quint16 port, int interfaceIndex)
 {
     setsockopt(m_descriptor, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
+    const bool isGroup = isMulticastGroup(address);
+    // Any number of programs may receive a group; the port of a unicast address belongs to one.
+    const int reuse = isGroup && m_reach == Reach::Network ? 1 : 0;
+    if (!set(SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse))
+        return false;
     const sockaddr_in local = socketAddress(address, port);
     if (::bind(m_descriptor, generic(local), sizeof local) != 0) {
         m_error = errno;
         return false;
     }
-    if (!isMulticastGroup(address))
-        return true;
-    ip_mreq membership{};
-    membership.imr_multiaddr.s_addr = htonl(address);
-    membership.imr_interface.s_addr = htonl(loopbackAddress);
-    if (setsockopt(m_descriptor, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) == 0)
-        return true;
-    m_error = errno;
-    return false;
+    return !isGroup || joinGroup(address, interfaceIndex);
+}
+
+bool UdpSocket::joinGroup(quint32 group, int interfaceIndex)
+{
+    ip_mreqn membership{};
+    membership.imr_multiaddr.s_addr = htonl(group);
+    if (m_reach == Reach::ThisComputer)
+        membership.imr_address.s_addr = htonl(loopbackAddress);
+    else
+        membership.imr_ifindex = interfaceIndex;
+    // Otherwise the socket would also get what other programs have joined on other interfaces.
+    const int all = 0;
+    return set(IPPROTO_IP, IP_MULTICAST_ALL, &all, sizeof all) &&
+           set(IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership);
+}
+
+bool UdpSocket::set(int level, int option, const void *value, unsigned length)
+{
+    const bool isSet = setsockopt(m_descriptor, level, option, value, length) == 0;
+    if (!isSet)
+        m_error = errno;
+    return isSet;
 }
 
 quint16 UdpSocket::port() const
@@ -101,11 +120,16 @@ bool UdpSocket::send(const QByteArray &datagram, quint32 address, quint16 port)
     return sent == datagram.size();
 }
 
-bool UdpSocket::receive(QByteArray *datagram)
+bool UdpSocket::receive(QByteArray *datagram, UdpEndpoint *sender)
 {
+    sockaddr_in origin{};
+    socklen_t originLength = sizeof origin;
     datagram->resize(maximumDatagram);
-    const ssize_t length = ::recv(m_descriptor, datagram->data(), maximumDatagram, MSG_DONTWAIT);
+    const ssize_t length = ::recvfrom(m_descriptor, datagram->data(), maximumDatagram, MSG_DONTWAIT,
+                                      reinterpret_cast<sockaddr *>(&origin), &originLength);
     datagram->resize(length < 0 ? 0 : int(length));
+    if (sender && length >= 0)
+        *sender = {ntohl(origin.sin_addr.s_addr), ntohs(origin.sin_port)};
     return length >= 0;
 }
 

@@ -4,15 +4,22 @@
 
 namespace simulation {
 
+/// An address and a port in host byte order.
+struct UdpEndpoint
+{
+    quint32 address = 0;
+    quint16 port = 0;
+};
+
 /// An IPv4 UDP socket. Addresses and ports are in host byte order. Not thread-safe.
 class UdpSocket
 {
 public:
-    /// Where datagrams may go.
+    /// Where datagrams may go and come from.
     enum class Reach
     {
-        ThisComputer, ///< multicast leaves through the loopback interface
-        Network       ///< multicast leaves by the routing table
+        ThisComputer, ///< multicast leaves and arrives through the loopback interface
+        Network       ///< multicast leaves by the routing table and arrives from any computer
     };
 
     explicit UdpSocket(Reach reach = Reach::ThisComputer);
@@ -20,10 +27,11 @@ public:
     UdpSocket(const UdpSocket &) = delete;
     UdpSocket &operator=(const UdpSocket &) = delete;
 
-    /// Binds to \a address, which is an address of this computer or a multicast group to join on the loopback
-    /// interface. With \a port 0 the system chooses a free port. Returns false on failure; error() then gives
-    /// the reason.
-    bool listen(quint32 address, quint16 port);
+    /// Binds to \a address, which is an address of this computer, 0 for all of them, or a multicast group to
+    /// join. With Reach::Network the group is joined on the interface with the index \a interfaceIndex, or,
+    /// if that is 0, on the interface of the route to the group. With \a port 0 the system chooses a free
+    /// port. Returns false on failure; error() then gives the reason.
+    bool listen(quint32 address, quint16 port, int interfaceIndex = 0);
 
     /// Returns the port that listen() has bound.
     quint16 port() const;
@@ -31,8 +39,9 @@ public:
     /// Sends one datagram. Returns false on failure.
     bool send(const QByteArray &datagram, quint32 address, quint16 port);
 
-    /// Moves the next pending datagram to \a datagram. Returns false if there is none; never blocks.
-    bool receive(QByteArray *datagram);
+    /// Moves the next pending datagram to \a datagram and its origin to \a sender unless that is null.
+    /// Returns false if there is none; never blocks.
+    bool receive(QByteArray *datagram, UdpEndpoint *sender = nullptr);
 
     /// The file descriptor for poll(), or -1 if the socket could not be created.
     int descriptor() const { return m_descriptor; }
@@ -41,6 +50,10 @@ public:
     QByteArray error() const;
 
 private:
+    bool joinGroup(quint32 group, int interfaceIndex);
+    bool set(int level, int option, const void *value, unsigned length);
+
+    const Reach m_reach;
     int m_descriptor;
     int m_error = 0;
 };

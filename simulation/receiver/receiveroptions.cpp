@@ -1,0 +1,137 @@
+#include "receiveroptions.h"
+
+#include "optionreader.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <net/if.h>
+
+namespace simulation {
+
+namespace {
+
+constexpr int maximumSeconds = 7 * 24 * 3600;
+constexpr int maximumExpectedRate = 100000;
+
+QString translated(const char *source)
+{
+    return QCoreApplication::translate("ReceiverOptions", source);
+}
+
+void addOptions(QCommandLineParser &parser)
+{
+    parser.addOption({{"h", "help"}, QString()});
+    parser.addOption(QCommandLineOption(QLatin1String("version")));
+    for (const char *name : {"interface", "expect", "seconds", "save"})
+        parser.addOption({QLatin1String(name), QString(), QLatin1String("value")});
+}
+
+/// Accepts [ADDRESS:]PORT.
+bool readEndpoint(const QString &text, UdpEndpoint *endpoint, QString *problem)
+{
+    const int colon = text.lastIndexOf(QLatin1Char(':'));
+    const QString host = text.left(qMax(colon, 0));
+    bool isPort = false;
+    endpoint->port = text.mid(colon + 1).toUShort(&isPort);
+    if (!isPort || colon == 0) {
+        *problem = translated("expected [ADDRESS:]PORT, not '%1'").arg(text);
+        return false;
+    }
+    endpoint->address = resolveAddress(host.toLocal8Bit());
+    if (endpoint->address != 0 || host.isEmpty() || host == QLatin1String("0.0.0.0"))
+        return true;
+    *problem = translated("'%1' is not an IPv4 address").arg(host);
+    return false;
+}
+
+bool readEndpoints(const QStringList &texts, QList<UdpEndpoint> *endpoints, QString *problem)
+{
+    for (const QString &text : texts) {
+        UdpEndpoint endpoint;
+        if (!readEndpoint(text, &endpoint, problem))
+            return false;
+        endpoints->append(endpoint);
+    }
+    if (endpoints->isEmpty())
+        *problem = translated("no port given; try --help");
+    return !endpoints->isEmpty();
+}
+
+bool readInterface(const QString &name, ReceiverOptions *options, QString *problem)
+{
+    if (name.isEmpty())
+        return true;
+    const QList<UdpEndpoint> &endpoints = options->endpoints;
+    const bool hasGroup = std::any_of(endpoints.cbegin(), endpoints.cend(), [](const UdpEndpoint &endpoint) {
+        return isMulticastGroup(endpoint.address);
+    });
+    options->interfaceIndex = int(if_nametoindex(name.toLocal8Bit().constData()));
+    if (options->interfaceIndex == 0)
+        *problem = translated("there is no network interface '%1'").arg(name);
+    else if (!hasGroup)
+        *problem = translated("--interface needs the address of a multicast group");
+    return options->interfaceIndex != 0 && hasGroup;
+}
+
+} // namespace
+
+bool parseReceiverOptions(const QStringList &arguments, ReceiverOptions *options, QString *problem)
+{
+    QCommandLineParser parser;
+    addOptions(parser);
+    if (!parser.parse(arguments)) {
+        *problem = parser.errorText();
+        return false;
+    }
+    options->help = parser.isSet("help");
+    options->version = parser.isSet("version");
+    if (options->help || options->version)
+        return true;
+    OptionReader reader(parser, problem);
+    QString interfaceName;
+    if (!reader.text("interface", translated("the name of a network interface"), &interfaceName) ||
+        !reader.number("expect", 1, maximumExpectedRate, &options->expectedRate) ||
+        !reader.number("seconds", 0, maximumSeconds, &options->seconds) ||
+        !reader.text("save", translated("the name of a file"), &options->save) ||
+        !readEndpoints(parser.positionalArguments(), &options->endpoints, problem))
+        return false;
+    if (!options->save.isEmpty() && options->endpoints.size() > 1) {
+        *problem = translated("--save takes one port: the frames of several would be mixed");
+        return false;
+    }
+    return readInterface(interfaceName, options, problem);
+}
+
+QString receiverHelpText()
+{
+    return translated(R"(Usage: receiver [option...] [ADDRESS:]PORT...
+
+Shows whether tracking data arrive on this computer: receives the datagrams of each UDP port, checks them, and prints
+one line per second and port, then a summary. ADDRESS is an address of this computer or a multicast group to join;
+without it datagrams to any address of this computer are received. Port 0 stands for any free port.
+
+  --interface <name>  network interface on which multicast groups are joined, as "ip address" names it (the one of
+                      the route to the group)
+  --expect <hz>       fail if clearly fewer frames per second arrive on average
+  --seconds <n>       stop after this many seconds; 0: when interrupted (0)
+  --save <file>       write the received lines to a file, which frontend --replay and controller --replay can read;
+                      one port only
+  --version           print the version
+  -h, --help          show this text
+
+Lost frames are found by gaps in the frame numbers. Give it the numbers of one channel at a time: restart it after a
+change of the channel's divisor.
+
+Exit status: 0 if frames arrived on every port and none was lost or malformed; 1 otherwise; 2 for wrong usage, and if
+it cannot listen or write the file.
+
+Examples:
+  receiver 5001
+  receiver --interface eth1 239.255.42.3:5003
+  receiver --seconds 10 --expect 60 --save recording.txt 5001
+)");
+}
+
+} // namespace simulation

@@ -1,0 +1,232 @@
+#include "framesequence.h"
+#include "program.h"
+#include "replayedframes.h"
+#include "udpsocket.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace simulation;
+
+namespace {
+
+using Datagrams = QList<QByteArray>;
+
+Datagrams frames(int first, int last)
+{
+    Datagrams datagrams;
+    for (int number = first; number <= last; ++number)
+        datagrams.append("fr " + QByteArray::number(number) + "\r\n6d 0\r\n");
+    return datagrams;
+}
+
+/// The program on free ports, after it has begun to listen on \a ports of them.
+class RunningReceiver : public Program
+{
+public:
+    explicit RunningReceiver(const QString &arguments, int ports = 1)
+        : Program(RECEIVER_PATH, arguments)
+    {
+        for (int i = 0; i < ports; ++i) {
+            const QByteArray line = firstLine();
+            m_ports.append(line.mid(line.lastIndexOf(':') + 1).toUShort());
+        }
+    }
+
+    void send(const Datagrams &datagrams, int port = 0, quint32 address = 0x7f000001)
+    {
+        for (const QByteArray &datagram : datagrams)
+            QVERIFY(m_sender.send(datagram, address, m_ports.at(port)));
+    }
+
+    /// Ends the program. Returns the summaries; all that has been sent before is in them.
+    QByteArray finish()
+    {
+        interrupt();
+        waitForFinished(LimitMs);
+        const QByteArray out = readAllStandardOutput();
+        return out.mid(out.indexOf("summary of"));
+    }
+
+private:
+    UdpSocket m_sender;
+    QList<quint16> m_ports;
+};
+
+} // namespace
+
+class TestReceiver : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void gapsInTheNumbersAreCounted_data();
+    void gapsInTheNumbersAreCounted();
+    void summaryJudgesTheDatagrams_data();
+    void summaryJudgesTheDatagrams();
+    void portsAreJudgedSeparately();
+    void groupIsJoinedOnTheInterface();
+    void savedFileIsReplayed();
+    void runEndsAfterItsSeconds();
+    void invalidArgumentsAreRefused_data();
+    void invalidArgumentsAreRefused();
+};
+
+void TestReceiver::gapsInTheNumbersAreCounted_data()
+{
+    QTest::addColumn<QList<int>>("numbers");
+    QTest::addColumn<int>("lost");
+    QTest::addColumn<int>("outOfOrder");
+    QTest::addColumn<int>("restarts");
+    const auto row = [](const char *name, const QList<int> &numbers, int lost, int outOfOrder, int restarts) {
+        QTest::newRow(name) << numbers << lost << outOfOrder << restarts;
+    };
+    row("nothing", {}, 0, 0, 0);
+    row("one frame", {7}, 0, 0, 0);
+    row("gap", {7, 8, 11, 12}, 2, 0, 0);
+    row("divisor is learnt", {10, 15, 20, 25}, 0, 0, 0);
+    row("gap with a divisor", {10, 15, 25}, 1, 0, 0);
+    row("divisor is shown after the gap", {10, 20, 25}, 1, 0, 0);
+    row("negative numbers", {-4, -2, 2}, 0, 0, 0);
+    row("late frame is not lost", {1, 2, 4, 3, 5}, 0, 1, 0);
+    row("duplicate does not fill a gap", {1, 2, 2, 4}, 1, 1, 0);
+    row("late frame and its duplicate", {1, 3, 2, 2, 4}, 0, 2, 0);
+    row("each frame twice", {1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11}, 0, 11, 0);
+    row("restart", {500, 501, 503, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}, 1, 0, 1);
+    row("restart with a loss", {500, 501, 1, 2, 3, 4, 5, 7, 8, 9, 10, 11, 12}, 1, 0, 1);
+    row("restart does not fill the gaps before it", {1, 2, 20, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, 17, 0, 1);
+    row("no restart before the tenth late frame", {500, 501, 1, 2, 3, 4, 5, 6, 7, 8, 9, 502}, 0, 9, 0);
+}
+
+void TestReceiver::gapsInTheNumbersAreCounted()
+{
+    QFETCH(const QList<int>, numbers);
+    FrameSequence sequence;
+    for (const int number : numbers)
+        sequence.take(number);
+    QTEST(int(sequence.lost()), "lost");
+    QTEST(int(sequence.outOfOrder()), "outOfOrder");
+    QTEST(sequence.restarts(), "restarts");
+}
+
+void TestReceiver::summaryJudgesTheDatagrams_data()
+{
+    QTest::addColumn<QString>("options");
+    QTest::addColumn<Datagrams>("datagrams");
+    QTest::addColumn<QByteArray>("summary");
+    const auto row = [](const char *name, const Datagrams &datagrams, const char *summary,
+                        const char *options = "") {
+        QTest::newRow(name) << QString(options) << datagrams << QByteArray(summary);
+    };
+    const Datagrams good = frames(1, 2);
+    const char *malformed = "1 malformed, last number 2,";
+    row("every frame", frames(1, 40), ": 40 frames,");
+    row("two frames in the first datagram", Datagrams{"fr 1\r\nfr 3\r\n"} + frames(4, 5), ": 4 frames,");
+    row("nothing", {}, "from nobody: BAD");
+    row("lost frame", frames(1, 5) + frames(7, 9), "1 lost, 0 out of order, 0 malformed, last number 9,");
+    row("late frame", frames(1, 5) + frames(7, 7) + frames(6, 6), "0 lost, 1 out of order");
+    row("empty datagram", good + Datagrams{""}, malformed);
+    row("no number", good + Datagrams{"6d 0\r\n"}, malformed);
+    row("number zero", good + Datagrams{"fr 0\r\n"}, malformed);
+    row("last line is cut", good + Datagrams{"fr 3\r\n6d"}, malformed);
+    row("line end without CR", good + Datagrams{"fr 3\n6d 0\r\n"}, malformed);
+    row("empty line", good + Datagrams{"fr 3\r\n\r\n"}, malformed);
+    row("binary data", good + Datagrams{QByteArray("fr 3\r\n6d \0\r\n", 11)}, malformed);
+    row("three frames in one", good + Datagrams{"fr 3\r\nfr 4\r\nfr 5\r\n"}, malformed);
+    row("two frames in wrong order", good + Datagrams{"fr 4\r\nfr 3\r\n"}, malformed);
+    row("sufficient rate", frames(1, 40), ": good", "--expect 1 ");
+    row("insufficient rate", good, ": BAD", "--expect 100000 ");
+}
+
+void TestReceiver::summaryJudgesTheDatagrams()
+{
+    QFETCH(const QString, options);
+    QFETCH(const Datagrams, datagrams);
+    QFETCH(const QByteArray, summary);
+    RunningReceiver receiver(options + QLatin1String("127.0.0.1:0"));
+    receiver.send(datagrams);
+    const QByteArray out = receiver.finish();
+    QVERIFY2(out.contains(summary), out);
+    const bool isBad = out.contains(": BAD\n");
+    const bool isExpectedBad = summary == ": BAD" || datagrams.isEmpty() || summary.contains("1 malformed") ||
+                               summary.startsWith("1 lost");
+    QCOMPARE(isBad, isExpectedBad);
+    QCOMPARE(receiver.status(), isBad ? 1 : 0);
+}
+
+void TestReceiver::portsAreJudgedSeparately()
+{
+    RunningReceiver receiver(QLatin1String("127.0.0.1:0 0"), 2);
+    receiver.send(frames(1, 3), 0);
+    receiver.send(frames(5, 6) + frames(8, 8), 1);
+    const QList<QByteArray> lines = receiver.finish().split('\n');
+    QVERIFY2(lines.at(0).startsWith("summary of 127.0.0.1:") && lines.at(0).contains(" from 127.0.0.1:") &&
+                 lines.at(0).endsWith(": good"),
+             lines.at(0));
+    QVERIFY2(lines.at(1).startsWith("summary of 0.0.0.0:") && lines.at(1).endsWith(": BAD"), lines.at(1));
+    QCOMPARE(receiver.status(), 1);
+}
+
+void TestReceiver::groupIsJoinedOnTheInterface()
+{
+    RunningReceiver receiver(QLatin1String("--interface lo 239.255.42.9:0"));
+    // Sent through the loopback interface.
+    receiver.send(frames(1, 3), 0, 0xefff2a09);
+    const QByteArray out = receiver.finish();
+    QVERIFY2(out.startsWith("summary of 239.255.42.9:") && out.contains(": 3 frames,"), out);
+}
+
+void TestReceiver::savedFileIsReplayed()
+{
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("frames");
+    RunningReceiver receiver(QLatin1String("--save ") + file + QLatin1String(" 127.0.0.1:0"));
+    receiver.send(frames(1, 2) + Datagrams{"fr 3\r\n6d"} + frames(4, 4));
+    receiver.finish();
+    QCOMPARE(receiver.status(), 1);
+    ReplayedFrames replay;
+    QString problem;
+    QVERIFY2(replay.open(file, {"fr", "6d"}, &problem), qPrintable(problem));
+    QList<int> numbers;
+    for (Frame frame; replay.next(&frame);)
+        numbers.append(frame.size() == 2 && frame.last().text == "6d 0\r\n" ? frameNumber(frame) : -1);
+    QCOMPARE(numbers, (QList<int>{1, 2, 4}));
+    QCOMPARE(replay.skippedLines(), 0);
+
+    RunningReceiver full(QLatin1String("--save /dev/full 127.0.0.1:0"));
+    full.send(frames(1, 3));
+    full.finish();
+    QCOMPARE(full.status(), 2);
+    QCOMPARE(full.readAllStandardError().count("receiver: cannot write '/dev/full'"), 1);
+}
+
+void TestReceiver::runEndsAfterItsSeconds()
+{
+    RunningReceiver receiver(QLatin1String("--seconds 2 127.0.0.1:0"));
+    receiver.send(frames(1, 3));
+    QCOMPARE(receiver.status(), 0);
+    const QByteArray out = receiver.readAllStandardOutput();
+    QVERIFY2(out.contains("\nsummary") && out.startsWith("127.0.0.1:") && out.contains(": 3 frames, "), out);
+}
+
+void TestReceiver::invalidArgumentsAreRefused_data()
+{
+    QTest::addColumn<QString>("arguments");
+    for (const char *arguments :
+         {"", "--nonsense 5001", "port", "65536", "-1", ":5001", "127.0.0.1:", "no.such.host.invalid:5001",
+          "192.0.2.1:5001", "--interface nonsense 239.1.2.3:0", "--interface lo 127.0.0.1:0", "--expect 0 0",
+          "--seconds many 0", "--save /nonexistent/file 0", "--save x 0 0"})
+        QTest::newRow(arguments) << QString::fromLatin1(arguments);
+}
+
+void TestReceiver::invalidArgumentsAreRefused()
+{
+    QFETCH(const QString, arguments);
+    Program program(RECEIVER_PATH, arguments);
+    QCOMPARE(program.status(), 2);
+    QCOMPARE(program.readAllStandardError().count("receiver: "), 1);
+    QCOMPARE(program.readAllStandardOutput(), QByteArray());
+}
+
+QTEST_GUILESS_MAIN(TestReceiver)
+#include "test_receiver.moc"
