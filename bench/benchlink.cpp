@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstring>
 
-using simulation::ControllerLink;
 using simulation::SimulatedController;
 
 namespace bench {
