@@ -57,6 +57,8 @@ void TestRouter::init()
 // No test leaves a thread or a descriptor behind.
 void TestRouter::cleanup()
 {
+    faults::locksUnfairly = false;
+    faults::path = faults::Open;
     QVERIFY(comesTrue([this] { return hasNoWorker(); }));
     QCOMPARE(descriptorCount(), m_descriptors);
 }
@@ -199,6 +201,7 @@ void TestRouter::resetComesBetweenTwoFramesOfABacklog()
     faults::path = faults::Slow;
     for (int number = 1; number <= 10 * resets; ++number)
         channel.feed("fr" + QByteArray::number(number) + " 6d0");
+    faults::locksUnfairly = true;
     int sendsDuringResets = 0;
     for (int reset = 0; reset < resets; ++reset) {
         const int before = faults::sends;
@@ -207,6 +210,7 @@ void TestRouter::resetComesBetweenTwoFramesOfABacklog()
         const int after = faults::sends;
         QVERIFY(comesTrue([after] { return faults::sends > after; }));
     }
+    faults::locksUnfairly = false;
     faults::path = faults::Open;
     QVERIFY2(sendsDuringResets <= resets + 2, qPrintable(QString::number(sendsDuringResets)));
 }

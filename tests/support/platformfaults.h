@@ -3,8 +3,10 @@
 #include "native.h"
 
 #include <atomic>
+#include <chrono>
 #include <climits>
 #include <new>
+#include <thread>
 #include <utility>
 
 // Platform fault injection: a test observes the waits of a worker, delays its sends, and makes platform
@@ -98,6 +100,10 @@ inline std::atomic<bool> holdWokenWorkers{false}; // a worker's wait does not re
 inline thread_local std::atomic<bool> *heldAfterUnlock = nullptr;
 inline std::atomic<int> threadsHeldAfterUnlock{0};
 
+/// The calling thread gets a mutex only if it finds it free when it looks, every 0.2 ms: mutexes may be that
+/// unfair.
+inline thread_local bool locksUnfairly = false;
+
 /// The space that a datagram takes in the receiver's buffer.
 inline int bytesTaken(int length)
 {
@@ -133,6 +139,19 @@ FAULT_POINT(NativeThread *, ThreadCreate, (uint32_t(*entry)(void *), void *argum
             (entry, argument, stackBytes), nullptr)
 FAULT_POINT(NativeSocket, SocketCreate, (), (), nativeNoSocket)
 FAULT_POINT(int, MutexTryLock, (NativeMutex * mutex), (mutex), int(NativeFailed))
+
+int __real_nativeMutexLock(NativeMutex *);
+int __wrap_nativeMutexLock(NativeMutex *mutex)
+{
+    if (!faults::locksUnfairly)
+        return __real_nativeMutexLock(mutex);
+    int result = __real_nativeMutexTryLock(mutex);
+    while (result != NativeTaken && result != NativeFailed) {
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+        result = __real_nativeMutexTryLock(mutex);
+    }
+    return result;
+}
 
 int __real_nativeMutexUnlock(NativeMutex *);
 int __wrap_nativeMutexUnlock(NativeMutex *mutex)
