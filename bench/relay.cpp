@@ -7,7 +7,7 @@ namespace bench {
 
 namespace {
 
-/// A socket on a free port of this computer.
+/// A socket on a free port of this computer; -1 on failure.
 int listeningSocket(uint16_t *port)
 {
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -15,8 +15,9 @@ int listeningSocket(uint16_t *port)
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
-    bind(descriptor, reinterpret_cast<sockaddr *>(&address), size);
-    getsockname(descriptor, reinterpret_cast<sockaddr *>(&address), &size);
+    if (bind(descriptor, reinterpret_cast<sockaddr *>(&address), size) != 0 ||
+        getsockname(descriptor, reinterpret_cast<sockaddr *>(&address), &size) != 0)
+        return -1;
     *port = ntohs(address.sin_port);
     return descriptor;
 }
@@ -53,7 +54,10 @@ void Relay::run()
 {
     char datagram[65536];
     for (;;) {
-        if (recv(m_socket, datagram, sizeof datagram, 0) < numberPosition + numberDigits)
+        const ssize_t length = recv(m_socket, datagram, sizeof datagram, 0);
+        if (length < 0)
+            return; // nothing arrives, which the benchmark reports
+        if (length < numberPosition + numberDigits)
             continue;
         const uint32_t number = readNumber(datagram + numberPosition);
         if (number == lastNumber)
