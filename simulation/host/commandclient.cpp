@@ -28,6 +28,13 @@ int parseAnswer(const QByteArray &line, QByteArray *answer)
     return line.startsWith(protocol::refused) && result != 0 ? result : refused;
 }
 
+/// A copy that shares no data with \a text, for another thread: the sanitizer does not see Qt's reference
+/// counts.
+QString unshared(const QString &text)
+{
+    return {text.constData(), text.size()};
+}
+
 } // namespace
 
 CommandClient::CommandClient(const QString &host, quint16 port, QObject *parent)
@@ -84,7 +91,7 @@ Greeting CommandClient::greeting() const
 QString CommandClient::problem() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_problem;
+    return unshared(m_problem);
 }
 
 int CommandClient::query(const QByteArray &text, QByteArray *answer)
@@ -140,10 +147,10 @@ void CommandClient::onFailed(const QString &reason)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_isConnected = false;
-        m_problem = reason;
+        m_problem = unshared(reason);
     }
     m_changed.notify_all();
-    m_owner.post([this, reason] { emit disconnected(reason); });
+    m_owner.post([this, text = unshared(reason)] { emit disconnected(text); });
 }
 
 void CommandClient::onReadyRead()

@@ -90,7 +90,7 @@ bool OptionReader::endpoint(const char *name, Endpoint *result)
     if (!isSet(name))
         return true;
     const int colon = value(name).lastIndexOf(QLatin1Char(':'));
-    const uint port = value(name).mid(colon + 1).toUInt();
+    const uint port = value(name).midRef(colon + 1).toUInt();
     if (colon < 1 || port < 1 || port > 65535)
         return refuse(translated("--%1 takes HOST:PORT, not '%2'").arg(QLatin1String(name), value(name)));
     *result = {value(name).left(colon), quint16(port)};

@@ -27,17 +27,17 @@ class OptionReader
 public:
     OptionReader(const QCommandLineParser &parser, QString *problem);
 
-    bool number(const char *name, int least, int most, int *value);
-    bool probability(const char *name, double *value);
+    bool number(const char *name, int least, int most, int *result);
+    bool probability(const char *name, double *result);
 
     /// Accepts versions such as 1.9 and 1.9.0.
-    bool version(const char *name, BackendVersions *value);
+    bool version(const char *name, BackendVersions *result);
 
     /// Accepts any text but the empty one. \a meaning completes "needs ...".
-    bool text(const char *name, const QString &meaning, QString *value);
+    bool text(const char *name, const QString &meaning, QString *result);
 
     /// Accepts HOST:PORT.
-    bool endpoint(const char *name, Endpoint *value);
+    bool endpoint(const char *name, Endpoint *result);
 
 private:
     bool isSet(const char *name) const;

@@ -34,7 +34,7 @@ bool readEndpoint(const QString &text, UdpEndpoint *endpoint, QString *problem)
     const int colon = text.lastIndexOf(QLatin1Char(':'));
     const QString host = text.left(qMax(colon, 0));
     bool isPort = false;
-    endpoint->port = text.mid(colon + 1).toUShort(&isPort);
+    endpoint->port = text.midRef(colon + 1).toUShort(&isPort);
     if (!isPort || colon == 0) {
         *problem = translated("expected [ADDRESS:]PORT, not '%1'").arg(text);
         return false;
