@@ -79,19 +79,19 @@ public:
     void takeReset() override
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_events.push_back("reset");
+        m_events.emplace_back("reset");
     }
     void takeIdle() override
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_events.push_back("idle");
+        m_events.emplace_back("idle");
     }
 
     /// The frames as texts, "reset" and "idle".
     QList<QByteArray> events() const
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        return QList<QByteArray>(m_events.begin(), m_events.end());
+        return {m_events.begin(), m_events.end()};
     }
 
 private:
@@ -251,6 +251,7 @@ void TestRemoteController::excessConnectionsAreRefused()
     QCOMPARE(first.ask("get system model"), QByteArray("ok 100"));
     {
         std::vector<std::unique_ptr<LineClient>> others;
+        others.reserve(100);
         for (int i = 0; i < 100; ++i)
             others.push_back(std::make_unique<LineClient>(service.commandPort));
         int refused = 0;
@@ -292,7 +293,7 @@ void TestRemoteController::answersAreDelayed()
     QByteArray answer;
     timer.start();
     QVERIFY(delayed.query("system model", &answer) == 0 && delayed.command("output net ch01 none") == 0);
-    QVERIFY(timer.elapsed() >= 2 * delayMs && answer == "100");
+    QVERIFY(timer.elapsed() >= qint64{2} * delayMs && answer == "100");
 }
 
 void TestRemoteController::silentControllerTimesOutOnce()

@@ -34,11 +34,13 @@ void ReceiverPool::follow(const ChannelRoutes &routes)
     for (size_t i = 0; i < routes.size(); ++i) {
         if (!routes[i].isReachable())
             continue;
-        if (!m_receivers[i]) {
+        const bool isNew = !m_receivers[i];
+        if (isNew)
             m_receivers[i] = std::make_unique<DatagramReceiver>(m_ledger);
-            m_receivers[i]->listen(routes[i].address, routes[i].port);
-        }
+        // Before listening: a Controller may be sending already.
         m_receivers[i]->expect(routes[i].content);
+        if (isNew)
+            m_receivers[i]->listen(routes[i].address, routes[i].port);
     }
 }
 

@@ -32,7 +32,7 @@ int parseAnswer(const QByteArray &line, QByteArray *answer)
 /// counts.
 QString unshared(const QString &text)
 {
-    return {text.constData(), text.size()};
+    return QString(text.constData(), text.size());
 }
 
 } // namespace
