@@ -41,7 +41,7 @@ private:
     qint64 m_last = 0;
     qint64 m_step = 0;
     qint64 m_arrived = 0;          ///< different numbers of this sequence
-    std::set<qint64> m_recent;     ///< the greatest of them, to tell late ones from duplicates
+    std::set<qint64> m_recent;     ///< the greatest of them, to distinguish late ones from duplicates
     std::vector<qint64> m_lateRun; ///< ascending late numbers since the last one that was not late
     qint64 m_lateAdded = 0;        ///< how many of m_lateRun count in m_arrived
     qint64 m_lostBefore = 0;       ///< in previous sequences

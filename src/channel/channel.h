@@ -94,7 +94,7 @@ public:
     /// The rows of typeModel() that the page does not show.
     const QList<int> &hiddenRows() const { return m_hiddenRows; }
 
-    /// Whether the channel is on; the Controller may not have been told yet. Any thread.
+    /// Whether the channel is on; the Controller may not know it yet. Any thread.
     bool isActive() const { return m_active; }
 
     /// Only every n-th frame is sent; at least 1. Any thread.

@@ -14,7 +14,7 @@ public:
     /// Appends the "+" tab with \a page, which stays the caller's.
     void addPlusTab(QWidget *page);
 
-    /// Removes the "+" tab, if there is one, and leaves its page alone.
+    /// Removes the "+" tab, if there is one, but keeps its page.
     void removePlusTab();
 
     bool hasPlusTab() const { return plusTab() >= 0; }

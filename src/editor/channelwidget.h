@@ -40,7 +40,7 @@ public:
     /// disabled.
     void updateTabColor();
 
-    /// Returns whether the destination is valid; if not, a message box has told the user why. Does not change
+    /// Returns whether the destination is valid; if not, a message box has shown the reason. Does not change
     /// the channel. Blocks for a query, a name look-up and a message box.
     bool validate();
 
