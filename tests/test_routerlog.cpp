@@ -111,8 +111,7 @@ void TestRouterLog::droppedFrameIsLogged_data()
                                     << "frame dropped: it is longer than a datagram";
     QTest::newRow("send timed out") << int(faults::SocketWaitInTime) << frames
                                     << "frame dropped: the socket was not ready in time";
-    QTest::newRow("send failed") << int(faults::SocketSend) << frames
-                                 << "frame dropped: the network refused it";
+    QTest::newRow("send failed") << int(faults::SocketSend) << frames << "frame dropped: sending it failed";
 }
 
 void TestRouterLog::droppedFrameIsLogged()

@@ -10,14 +10,14 @@
 
 namespace {
 
-/// Keeps the network library loaded. It registers itself with the application object indefinitely. In a host
-/// that does not use it, it would be unloaded together with this plug-in, and the host would crash at its
-/// end.
+/// Keeps the Qt network library loaded. The library registers routines that the application object calls when
+/// it is destroyed. In a host that does not use the library itself, unloading this plug-in would unload the
+/// library too, and the host would crash when it exits.
 void keepNetworkLibrary()
 {
 #ifdef Q_OS_WIN
-    // This runs under the loader lock, where no library may be loaded. The network library is in memory
-    // already, since this one is linked to it: pin it, found by the address of one of its functions.
+    // This runs under the loader lock, where no library may be loaded. The network library is already in
+    // memory, because this plug-in is linked to it. Find it by the address of one of its functions; pin it.
     HMODULE module = nullptr;
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
                        reinterpret_cast<LPCWSTR>(&QHostInfo::localHostName), &module);

@@ -36,7 +36,8 @@ QString NetworkSettings2GModule::moduleVersion()
 
 QList<ModuleAction *> NetworkSettings2GModule::moduleActions()
 {
-    // A dialog without an action: this call comes from within a command of NetworkDialog::start().
+    // If there is a dialog but no action yet, the host makes this call from within a command that
+    // NetworkDialog::start() has sent: create nothing.
     if (m_actions.isEmpty() && !m_record.dialog && !m_observerMode)
         makeAction();
     return m_actions;
@@ -46,11 +47,11 @@ void NetworkSettings2GModule::makeAction()
 {
     const QPointer<NetworkDialog> dialog = new NetworkDialog(m_ioManager, m_moduleParent, m_versions);
     m_record.dialog = dialog;
-    // Its parent widget may destroy it before us.
+    // The parent widget may destroy the dialog before this object does.
     connect(dialog, &QObject::destroyed, this, [this] { m_record.dialog = nullptr; });
     dialog->start();
     if (!dialog || m_record.dialog != dialog)
-        return; // releaseResources() came from within a command
+        return; // from within a command, the host called releaseResources() or destroyed the parent widget
     m_record.menuTitle = tr("&Tracking");
     m_record.menuNumber = 300;
     m_record.actionNumber = 170;

@@ -9,7 +9,7 @@ struct BackendVersions;
 class IOManager;
 class QWidget;
 
-/// The plug-in object: takes the host's services and creates the one dialog and the one menu action. GUI
+/// The plug-in object: receives the host's services and creates the one dialog and the one menu action. GUI
 /// thread only.
 class NetworkSettings2GModule : public QObject, public ModuleInterface
 {

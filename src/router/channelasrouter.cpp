@@ -12,7 +12,8 @@ namespace {
 constexpr uint32_t stopMilliseconds = 10;
 constexpr uint32_t sendTimeoutMicroseconds = 100000;
 
-/// Most frames that a server sends for one channel before it leaves the rest to the channel's worker.
+/// The number of frames that a server handles for one channel before it leaves the rest to the channel's
+/// worker.
 constexpr int framesPerService = 4;
 
 uint32_t workerEntry(void *channel)
@@ -92,12 +93,12 @@ void ChannelAsRouter::startRouter()
 {
     const bool wasRunning = m_routerRunning;
     bool hasSocket = false;
-    // Repeats a look-up that failed. Without a lock, because data threads must not wait for it.
+    // Repeat a look-up that has failed. No lock is held, because data threads must not wait for a look-up.
     setHost(host());
     {
-        // Done under one lock, before the new thread starts. A previous worker that still holds a line either
-        // adds it before this (and it is dropped) or sees m_routerRunning and continues. Lines of the new
-        // worker's frame are never dropped.
+        // Done under one lock, before the new thread starts. A previous worker that still has unread lines
+        // either adds them before this, and they are dropped, or sees m_routerRunning set and continues.
+        // Lines of the new worker's frame are never dropped.
         const PriorityFrameLock lock(this);
         hasSocket = m_socketHandle || udpOpen(&m_socketHandle, 0, UdpAnyPort) == UdpSucceeded;
         dropFrame();
@@ -140,11 +141,11 @@ void ChannelAsRouter::runWorker()
         if (m_frameLocksWanted > 0)
             threadSleep(1);
         waitForLines();
-        // The others first, because the own socket may make this thread wait. Also when stopping: a data
-        // thread that has called several channels has woken only this worker.
+        // Serve the other channels first, because the send on this channel's own socket may wait. Serve them
+        // also when stopping: a data thread that has called several channels may have woken only this worker.
         if (m_fanOut)
             m_fanOut->serveCalled(this);
-        handleLines(); // also when stopping: lines left in the queue belong to the current frame
+        handleLines(); // also when stopping, because lines left in the queue belong to the current frame
     }
 }
 
@@ -213,8 +214,8 @@ bool ChannelAsRouter::serveFrames(LogEvent *dropped)
     return service == Service::NotNeeded;
 }
 
-/// Reads lines up to the end of a frame and sends it. With a time-out of 0, a frame for which the socket is
-/// not ready stays complete.
+/// Reads lines up to the end of a frame and sends the frame. A frame that cannot be sent is lost, except that
+/// with a time-out of 0 it stays complete if the socket is not ready.
 ChannelAsRouter::LogEvent ChannelAsRouter::assembleFrame(uint32_t timeoutMicroseconds)
 {
     RouterLine line;
@@ -256,10 +257,9 @@ ChannelAsRouter::LogEvent ChannelAsRouter::sendFrame(uint32_t timeoutMicrosecond
         return RouterLog::FrameWithoutSocket;
     if (to.address == 0)
         return RouterLog::FrameWithoutAddress;
-    if (!m_routerRunning) // the last look before sending: the frame may belong to a run that has been stopped
+    if (!m_routerRunning) // checked last: the frame may belong to a run that has been stopped
         return {};
     const QByteArray &text = m_frame.text();
-    // A frame that cannot be sent is lost.
     switch (
         udpSend(m_socketHandle, text.constData(), text.size(), to.address, to.port, timeoutMicroseconds)) {
     case UdpSucceeded:

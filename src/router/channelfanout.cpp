@@ -12,12 +12,12 @@ namespace networksettings2g {
 
 namespace {
 
-/// One woken worker serves up to this many called channels; more of them wake another one. Measured with ten
-/// channels: two servers keep two processors busy, and more of them cost more wake-ups than they gain.
+/// deliver() wakes one worker for each group of this many called channels. Measured with ten channels: two
+/// servers keep two processors busy, and more servers cost more wake-ups than they gain.
 constexpr int channelsPerServer = 5;
 
-/// The first bytes of \a type as a number, which is faster to compare than a text. Few types share their
-/// first eight bytes.
+/// Returns the first eight bytes of \a type as a number, which is faster to compare than a text. Types that
+/// share their first eight bytes are rare.
 quint64 keyOf(std::string_view type)
 {
     quint64 key = 0;
@@ -27,7 +27,8 @@ quint64 keyOf(std::string_view type)
 
 } // namespace
 
-/// Keeps the current table, and the channels in it, for as long as it lives.
+/// Registers a reader of the current table. As long as the object lives, that table and the channels in it
+/// stay valid.
 class ChannelFanOut::Reader
 {
 public:
@@ -60,23 +61,23 @@ void ChannelFanOut::publish(const QList<ChannelAsRouter *> &channels)
 {
     const quint64 next = ~m_readerState & 1;
     m_tables[next].fill(channels);
-    const quint64 closed = m_readerState.exchange(next);
-    Table &old = m_tables[closed & 1];
-    while (old.readersLeft != closed >> 1)
+    const quint64 previous = m_readerState.exchange(next);
+    Table &old = m_tables[previous & 1];
+    while (old.readersLeft != previous >> 1)
         threadSleep(1);
     old.fill({});
 }
 
 void ChannelFanOut::deliver(const char *type, const char *line)
 {
-    // Register before the look at the flag: a thread that has passed the flag is waited for.
+    // Register before reading the flag, so that publish() waits for every thread that has read it as true.
     const Reader reader(*this);
     const Channels *channels = m_isRouterActive ? reader.table().find(type) : nullptr;
     if (!channels)
         return;
     const RouterLine routed{type, line};
-    // Each group's last called channel is woken: its worker, awake or woken, looks at the others after all of
-    // the group have been called.
+    // Wake the worker of the last called channel in each group. It checks the other channels after the whole
+    // group has been called, even if it has woken by itself before it is signalled.
     ChannelAsRouter *lastCalled = nullptr;
     int called = 0;
     for (ChannelAsRouter *channel : *channels) {
@@ -103,7 +104,8 @@ void ChannelFanOut::serveCalled(const ChannelAsRouter *server)
 {
     const Reader reader(*this);
     const Channels &channels = reader.table().channels;
-    // From the server downwards and around, so that two servers begin with their own groups.
+    // Start before the server and wrap around: deliver() wakes the last channel of each group, so two servers
+    // begin with different groups.
     const int count = channels.size();
     const int first = std::find(channels.cbegin(), channels.cend(), server) - channels.cbegin();
     for (int step = 1; step <= count; ++step)

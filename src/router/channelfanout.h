@@ -12,13 +12,13 @@ class ChannelAsRouter;
 
 namespace networksettings2g {
 
-/// Hands each line of tracking data to the channels that tick its type, and each called channel to a worker
-/// that is awake.
+/// Passes each line of tracking data to the channels that tick its type, and lets a worker that is awake
+/// serve the called channels (see LineMonitor).
 ///
-/// Readers (data threads and workers) use a table that the GUI thread replaces as a whole, so a line sees one
-/// consistent set of channels and ticks. There are two tables, one current. A reader registers and learns the
-/// current index in one atomic operation, so publish() cannot switch tables in between (a left-right scheme
-/// with one writer, a form of read-copy-update):
+/// Readers (data threads and workers) use a table that the GUI thread replaces as a whole, so a line goes to
+/// one consistent set of channels and ticks. There are two tables, one of which is current. A reader
+/// registers and learns the current index in one atomic operation, so publish() cannot switch tables in
+/// between (a left-right scheme with one writer, a form of read-copy-update):
 ///
 ///     reader:    index = readerState.fetch_add(2) & 1;  use tables[index];  ++tables[index].readersLeft;
 ///     publish(): fill the other table;  old = readerState.exchange(other);  wait until
@@ -28,30 +28,30 @@ namespace networksettings2g {
 ///
 /// Invariants:
 /// 1. A channel that a reader finds in its table exists until the reader has left.
-/// 2. The other table is empty and has no readers, except within publish().
+/// 2. The table that is not current is empty and has no readers, except within publish().
 class ChannelFanOut
 {
 public:
-    /// Lines and resets pass only while \a isRouterActive, which must outlive the fan-out.
+    /// Lines and resets are passed on only while \a isRouterActive is true. It must outlive the fan-out.
     explicit ChannelFanOut(const std::atomic<bool> &isRouterActive);
     ~ChannelFanOut();
     ChannelFanOut(const ChannelFanOut &) = delete;
     ChannelFanOut &operator=(const ChannelFanOut &) = delete;
 
-    /// Makes a new table from \a channels and their ticks. Each of them has this fan-out
-    /// (ChannelAsRouter::setFanOut). Returns once no reader uses the previous table; a channel no longer
-    /// listed may then be destroyed. Readers that enter later are not waited for, so it finishes under
-    /// constant load.
+    /// Makes a new table from \a channels and their ticks and makes it the current one. Each channel must
+    /// have this fan-out (ChannelAsRouter::setFanOut). Returns once no reader uses the previous table; a
+    /// channel that is no longer listed may then be destroyed. Readers that enter later are not waited for,
+    /// so publish() returns even under constant load.
     void publish(const QList<ChannelAsRouter *> &channels);
 
-    /// Offers one line to every channel that ticks \a type, in order. Waits only for short locks. The cost
-    /// depends only on the number of these channels.
+    /// Passes one line to every channel that ticks \a type, in order, without visiting the others. Waits only
+    /// for short locks.
     void deliver(const char *type, const char *line);
 
     /// Makes every channel drop the frame that it is assembling, in order. Waits for sends in progress.
     void resetFrames();
 
-    /// Serves all called channels but \a server, on whose worker this runs. Does not wait.
+    /// Serves all called channels except \a server, whose worker is the caller. Waits only for short locks.
     void serveCalled(const ChannelAsRouter *server);
 
 private:
@@ -67,7 +67,7 @@ private:
     {
         Channels channels;
         std::vector<Route> routes;           // sorted by the keys of their types
-        std::vector<quint64> keys;           // one per route
+        std::vector<quint64> keys;           // the key of each route, for the binary search
         std::atomic<quint64> readersLeft{0}; // readers that have left since the table was published
 
         void fill(const Channels &from);
@@ -78,8 +78,8 @@ private:
 
     const std::atomic<bool> &m_isRouterActive;
     std::array<Table, 2> m_tables;
-    std::atomic<quint64> m_readerState{
-        0}; // twice the readers that have entered the current table, plus its index
+    // Twice the number of readers that have entered the current table, plus the index of that table.
+    std::atomic<quint64> m_readerState{0};
 };
 
 } // namespace networksettings2g

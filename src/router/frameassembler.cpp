@@ -11,7 +11,7 @@ namespace {
 
 constexpr int reservedBytes = 20000;
 
-/// The number after "fr "; 0 if there is none or it does not fit into 32 bits.
+/// Returns the number after "fr ", or 0 if there is none or it does not fit into 32 bits.
 qint32 parseFrameNumber(std::string_view line)
 {
     constexpr std::size_t position = 3;
@@ -58,7 +58,7 @@ void FrameAssembler::resetFrame()
     m_frameNumber = 0;
     m_complete = false;
     m_oversized = false;
-    // With a reserved capacity, emptying keeps the memory for the next frame.
+    // With a reserved capacity, resize(0) keeps the memory for the next frame.
     m_frameBuffer.resize(0);
     m_frameBuffer.reserve(reservedBytes);
 }
@@ -78,8 +78,9 @@ WakeCondition FrameAssembler::nextCompletion() const
 {
     const int linesToNewOpener = MaximumLinesWithoutStart - m_linesWithoutStart + 1;
     const bool isMidFrame = m_lineCount < m_frameLines;
-    // Within a frame its remaining lines complete it, unless a new frame opens earlier. Between two frames
-    // the next one opens, and it is complete at the length of this one.
+    // Within a frame, its remaining lines complete it, unless the next frame opens earlier. After a full
+    // frame, an opening line is expected next, and the frame that it opens is complete at the length of this
+    // one. In both cases the worker must see the line whose type becomes the new opening type.
     const int lines = isMidFrame ? m_frameLines - m_lineCount : m_lineCount;
     return {static_cast<std::size_t>(std::clamp(lines, 1, linesToNewOpener)), m_firstLineType, !isMidFrame};
 }

@@ -7,18 +7,18 @@ namespace networksettings2g {
 
 namespace {
 
-constexpr std::size_t normalBytes = std::size_t{8} * 1024; // some frames
+constexpr std::size_t normalBytes = std::size_t{8} * 1024; // several frames of usual length
 
 } // namespace
 
 bool LineBlock::hasRoomFor(const RouterLine &line) const
 {
-    return m_lineCount == 0 || (m_lineCount < MaximumLines && endWith(line) <= MaximumBytes);
+    return m_lineCount == 0 || (m_lineCount < MaximumLines && usedAfter(line) <= MaximumBytes);
 }
 
 std::size_t LineBlock::allocationFor(const RouterLine &line) const
 {
-    const std::size_t end = endWith(line);
+    const std::size_t end = usedAfter(line);
     if (end <= m_memory.size())
         return 0;
     return std::max(end, std::min(std::max(normalBytes, 2 * m_memory.size()), MaximumBytes));
@@ -34,7 +34,7 @@ void LineBlock::append(const RouterLine &line)
     to += sizeof lengths;
     line.type.copy(to, lengths.type);
     line.line.copy(to + lengths.type, lengths.line);
-    m_used = endWith(line);
+    m_used = usedAfter(line);
     ++m_lineCount;
 }
 

@@ -80,7 +80,8 @@ bool LineMonitor::hasWorker()
 void LineMonitor::waitForLines(WakeCondition next)
 {
     const MutexGuard guard(m_mutex);
-    // interruptWorker() signals with the mutex held: if it came before this, there is nothing to wait for.
+    // interruptWorker() locks the mutex too: if it has run before this, m_isRunWanted() is false; if it runs
+    // later, it finds the worker asleep and signals.
     if (m_queue.lineCount() > 0 || !m_isRunWanted())
         return;
     m_wakeCondition = std::move(next);
@@ -94,8 +95,8 @@ void LineMonitor::sleep()
     if (!m_waitFailed && condTimedWait(m_condition, m_mutex, waitMilliseconds) != PlatformFailed)
         return;
     // The wait failed, so the condition is unusable: another wait, or a signal, could block forever. It is
-    // unknown whether, or how often, this thread now holds the mutex. Lock it to leave the state in which
-    // others signal, release it completely, then poll the queue, holding the mutex once.
+    // unknown whether, or how often, this thread now holds the mutex. Lock it to set the state to Awake, in
+    // which no thread signals. Then release it completely, and poll the queue from now on, holding it once.
     mutexLock(m_mutex);
     m_waitFailed = true;
     m_state = Awake;
@@ -131,7 +132,7 @@ LineMonitor::Service LineMonitor::beginService(LineBlock *block)
 LineMonitor::Service LineMonitor::continueService(WakeCondition next, LineBlock *block)
 {
     const MutexGuard guard(m_mutex);
-    // The worker has woken by itself and handles what there is.
+    // The worker has woken up and handles the lines itself.
     if (m_state != Served)
         return Service::NotNeeded;
     if (m_queue.lineCount() > 0)

@@ -12,66 +12,72 @@ struct CAPABILITY("mutex") Mutex;
 
 namespace networksettings2g {
 
-/// The monitor between the threads that deliver a channel's lines and those that handle them. It holds the
-/// queue, the sleep of the channel's worker and the right to be that worker; no other class names its mutex.
+/// A monitor (a class whose functions lock its own mutex) between the threads that deliver a channel's lines
+/// and those that handle them. It contains the queue, lets the channel's worker sleep, and decides which
+/// thread is that worker.
 ///
-/// A worker that is awake serves channels whose workers sleep: a server. Handling lines needs the channel's
-/// frame mutex, so at most one thread does it at a time.
+/// A worker that is awake also handles the lines of channels whose workers sleep; it is then their server. A
+/// thread that handles lines holds the channel's frame mutex, so at most one thread does so at a time.
 ///
-/// | State  | The worker       | Ends with |
-/// |--------|------------------|-----------|
-/// | Awake  | runs, or is none | waitForLines(): Asleep |
-/// | Asleep | sleeps           | a line that meets the wake condition: Called; wake-up or time-out: Awake |
-/// | Called | sleeps           | beginService(): Served; wake-up or time-out: Awake |
-/// | Served | sleeps           | the server is done: Asleep; it leaves the rest: Called; time-out: Awake |
+/// | State  | The worker             | Next states                                                         |
+/// |--------|------------------------|---------------------------------------------------------------------|
+/// | Awake  | runs or does not exist | Asleep in waitForLines()                                            |
+/// | Asleep | sleeps                 | Called at a line that meets the wake condition or causes a backlog; |
+/// |        |                        | Awake at a signal or a time-out                                     |
+/// | Called | sleeps                 | Served in beginService(); Awake at a signal or a time-out           |
+/// | Served | sleeps                 | Asleep when the server has handled all lines; Called if it leaves   |
+/// |        |                        | some to the worker; Awake at a signal or a time-out                 |
 ///
-/// Thread safety: any thread may call any function, unless a function names the worker or a server.
+/// Thread safety: any thread may call any function, except that functions marked "Worker:" or "Server:" may
+/// be called by that thread only.
 ///
 /// Invariants:
-/// 1. Only the worker enters Asleep, and only the worker leaves for Awake, after each sleep. So a lost or a
-/// late
-///    signal costs one time-out at most, and a needless signal nothing but a look at the queue.
-/// 2. In state Called somebody is about to look at this channel: append() returns true for each further line,
-/// so
-///    that a delivering thread that was preempted before its signal does not hold up the frame.
-/// 3. In state Asleep no lines were lost before those in the queue: losing lines calls the channel.
-/// 4. At most one thread is the worker. Becoming and ceasing to be the worker exclude each other, so a thread
-/// that
-///    fails to become the worker knows that the present one has yet to ask whether the run is still wanted.
+/// 1. Only the worker leaves Awake, and only the worker returns to it, after each sleep. So a lost or a late
+///    signal costs one time-out at most, and a needless signal only makes the worker check the queue.
+/// 2. In state Called a thread is about to signal or to serve the channel. append() also returns true for
+///    each further line, so a delivering thread that is preempted before its signal does not delay the frame.
+/// 3. In state Asleep no lines were lost before those in the queue: losing lines leads to Called.
+/// 4. At most one thread is the worker. Becoming and ceasing to be the worker exclude each other, because
+///    both lock m_mutex. So if a thread fails to become the worker, the current worker has yet to check
+///    whether the run is still wanted.
 class LineMonitor
 {
 public:
-    /// \a isRunWanted tells whether the worker should go on. It is called with the mutex held.
+    /// \a isRunWanted returns whether the worker should continue. It is called with the mutex held.
     explicit LineMonitor(std::function<bool()> isRunWanted);
 
-    /// No thread may use the monitor any more.
+    /// No other thread may use the monitor any more.
     ~LineMonitor();
     LineMonitor(const LineMonitor &) = delete;
     LineMonitor &operator=(const LineMonitor &) = delete;
 
-    /// False if the locks could not be made; then no other function may be called.
+    /// Returns false if the locks could not be created; then no other function may be called.
     bool isUsable() const { return m_mutex && m_runMutex && m_condition; }
 
-    /// Queues a copy of \a line. Returns whether the channel is called after it: then the caller must make
-    /// some worker look at the channel, by wakeWorker() of this or of a channel that is called later.
+    /// Queues a copy of \a line. Returns whether the state is Called afterwards. The caller must then call
+    /// wakeWorker() of this channel, or of a channel whose append() returns true later and whose worker
+    /// serves this one.
     bool append(const RouterLine &line);
 
-    /// Wakes the worker if it sleeps. Not called with the mutex held, which the worker would block on at
+    /// Wakes the worker if it sleeps. Does not lock the mutex, because the woken worker would block on it at
     /// once.
     void wakeWorker();
 
-    /// Makes a sleeping worker look whether its run is still wanted. Call after the answer has changed.
+    /// Wakes a sleeping worker so that it checks isRunWanted(). Must be called after its result has changed
+    /// to false.
     void interruptWorker();
 
-    /// Makes the calling thread the worker. False if another thread is.
+    /// Makes the calling thread the worker. Returns false if another thread is the worker.
     bool tryBecomeWorker() UNCHECKED_LOCKING;
 
-    /// Ends the run of the worker, which is the caller, unless it is wanted. True if it has ended.
+    /// Worker: ceases to be the worker, unless the run is still wanted. Returns whether it has ceased.
     bool tryStopWorker() UNCHECKED_LOCKING;
 
+    /// Returns whether another thread is the worker.
     bool hasWorker() UNCHECKED_LOCKING;
 
-    /// Worker: sleeps until a line meets \a next, or for 100 ms. Returns at once if lines are queued.
+    /// Worker: sleeps until a line meets \a next, a signal comes, or 100 ms have passed. Returns at once if
+    /// lines are queued or the run is not wanted.
     void waitForLines(WakeCondition next);
 
     enum class Taken
@@ -84,28 +90,28 @@ public:
     /// Worker: takes the oldest lines.
     Taken take(LineBlock *block);
 
-    /// Takes the lines of a worker that sleeps and has not been called, which will be called at the next
-    /// line. Returns false if the worker is awake or called, or has no lines.
+    /// In state Asleep, takes the oldest lines and makes the next line call the channel. Returns false in any
+    /// other state, or if the queue is empty.
     bool takeLinesOfSleepingWorker(LineBlock *block);
 
-    /// A hint without the mutex, for servers that look for work.
+    /// Returns whether the state is Called. Only a hint, because it does not lock the mutex.
     bool isCalled() const { return m_state.load(std::memory_order_relaxed) == Called; }
 
     enum class Service
     {
         Granted,   ///< the block holds lines to handle
-        NotNeeded, ///< the channel's worker, or another server, handles them
+        NotNeeded, ///< no lines are left, or another thread handles them
         Refused    ///< the worker must handle them: wake it
     };
 
     /// Server: takes the lines of a called channel.
     Service beginService(LineBlock *block);
 
-    /// Server: all lines have been handled. Takes those that have arrived since, or lets the worker sleep on
-    /// until a line meets \a next.
+    /// Server: called when all lines of \a block have been handled. Takes the lines that have arrived since;
+    /// if there are none, lets the worker sleep until a line meets \a next.
     Service continueService(WakeCondition next, LineBlock *block);
 
-    /// Server: the worker must go on with what is left.
+    /// Server: leaves the remaining lines to the worker, which the caller must wake.
     void abandonService();
 
 private:
@@ -126,7 +132,7 @@ private:
     bool m_waitFailed GUARDED_BY(m_mutex) = false;
     WakeCondition m_wakeCondition GUARDED_BY(m_mutex); // of the sleeping worker
     LineQueue m_queue GUARDED_BY(m_mutex);
-    Mutex *m_runMutex = nullptr; // held by the worker for its whole life
+    Mutex *m_runMutex = nullptr; // held by the worker as long as it is the worker
     const std::function<bool()> m_isRunWanted;
 };
 

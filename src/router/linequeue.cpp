@@ -20,7 +20,7 @@ void LineQueue::append(const RouterLine &line)
     ++m_lineCount;
 }
 
-/// The block's present memory counts too: both exist while it grows.
+/// Counts the buffer that m_newest has and the one that it would allocate: both exist while it grows.
 bool LineQueue::fits(const RouterLine &line) const
 {
     return m_lineCount < MaximumLines && allocatedBytes() + m_newest.allocationFor(line) <= MaximumBytes;

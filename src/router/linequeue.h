@@ -7,7 +7,8 @@
 namespace networksettings2g {
 
 /// A bounded FIFO of lines, handed to the worker in whole blocks. The block that the worker holds does not
-/// count. A worker that cannot keep up loses the oldest lines, one block at a time. Not thread-safe.
+/// count towards the limits. If the worker cannot keep up, the oldest lines are dropped, one block at a time.
+/// Not thread-safe.
 ///
 /// Invariants:
 /// 1. lineCount() is at most MaximumLines, allocatedBytes() at most MaximumBytes.
@@ -18,8 +19,8 @@ public:
     static constexpr std::size_t MaximumLines = 16384;
     static constexpr std::size_t MaximumBytes = std::size_t{16} * 1024 * 1024;
 
-    /// Appends a copy of \a line. Drops the oldest lines if there is no room; drops a line that is too long
-    /// for an empty queue.
+    /// Appends a copy of \a line. Drops the oldest lines if there is no room for it, and \a line itself if it
+    /// is too long even for an empty queue.
     void append(const RouterLine &line);
 
     /// Replaces the contents of \a block, which must have been read, with the oldest lines. Returns false and
@@ -28,13 +29,13 @@ public:
 
     std::size_t lineCount() const { return m_lineCount; }
 
-    /// All memory of the queue, spare capacity included.
+    /// Returns the memory of all blocks, spare capacity included.
     std::size_t allocatedBytes() const { return m_fullBytes + m_newest.allocatedBytes(); }
 
-    /// Whether the worker does not keep up: more than one block is waiting, or lines were lost.
+    /// Returns whether the worker does not keep up: more than one block is queued, or lines were lost.
     bool hasBacklog() const { return !m_full.empty() || m_linesLost; }
 
-    /// Returns and clears whether lines were dropped before the next one.
+    /// Returns whether lines were dropped before the next one, and clears this flag.
     bool takeLinesLostFlag();
 
 private:

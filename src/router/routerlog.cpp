@@ -21,7 +21,7 @@ const char *textOf(RouterLog::Event event)
     case RouterLog::Stopped:
         return "stopped";
     case RouterLog::LocksRefused:
-        return "cannot route: its locks could not be made";
+        return "cannot route: its locks could not be created";
     case RouterLog::SocketRefused:
         return "its socket could not be opened; the next start tries again";
     case RouterLog::ThreadRefused:
@@ -39,7 +39,7 @@ const char *textOf(RouterLog::Event event)
     case RouterLog::SendTimedOut:
         return "frame dropped: the socket was not ready in time";
     case RouterLog::SendFailed:
-        return "frame dropped: the network refused it";
+        return "frame dropped: sending it failed";
     case RouterLog::EventCount:
         break;
     }
@@ -69,7 +69,8 @@ void RouterLog::post(std::optional<Event> event)
         m_channel, [this, event, suppressed] { write(*event, *suppressed); }, Qt::QueuedConnection);
 }
 
-/// The number of suppressed messages if \a event may be logged now.
+/// Returns the number of messages suppressed since the last one if \a event may be logged now, otherwise
+/// nothing.
 std::optional<int> RouterLog::admit(Event event)
 {
     if (!routerCategory().isInfoEnabled())

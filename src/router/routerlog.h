@@ -12,7 +12,8 @@ namespace networksettings2g {
 
 /// Logs what a channel's forwarding does, for support engineers; the user sees nothing of it. It writes to
 /// the logging category "networksettings.router", which is off unless a rule enables it, such as
-/// QT_LOGGING_RULES="networksettings.router=true". While it is off, an event costs one look at the switch.
+/// QT_LOGGING_RULES="networksettings.router=true". While the category is off, an event costs only the check
+/// that it is off.
 class RouterLog
 {
 public:
@@ -37,12 +38,13 @@ public:
     /// log.
     RouterLog(QObject *channel, int channelNumber);
 
-    /// Logs \a event, at most once per second and kind; the next message gives the number suppressed. GUI
-    /// thread.
+    /// Logs \a event, at most once per second for each kind of event; the next message of that kind gives the
+    /// number of suppressed ones. GUI thread only.
     void log(Event event);
 
-    /// As log(), on the GUI thread's event loop, so that the caller never waits: the host's message handler
-    /// may be slow, or may wait for the GUI thread, which may be waiting for the caller. Any thread.
+    /// Logs \a event, if it is not empty, as log() does, but from the GUI thread's event loop, so that the
+    /// caller never waits: the host's message handler may be slow, or may wait for the GUI thread, which may
+    /// be waiting for the caller. May be called on any thread.
     void post(std::optional<Event> event);
 
 private:

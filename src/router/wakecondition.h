@@ -8,9 +8,9 @@
 
 namespace networksettings2g {
 
-/// Tells which line is the first that is worth waking a worker for, because a frame may be complete with it.
-/// The lines before it can stay in the queue: handling them one by one would have no visible effect. Not
-/// thread-safe.
+/// Decides at which queued line a sleeping worker is woken: at the first one with which a frame may be
+/// complete. Earlier lines can stay in the queue, because handling them one by one would have no visible
+/// effect. Not thread-safe.
 class WakeCondition
 {
 public:
@@ -26,8 +26,8 @@ public:
     {
     }
 
-    /// Whether to wake the worker for \a newest, the last of \a count queued lines. Not called again after it
-    /// has returned true.
+    /// Returns whether to wake the worker for \a newest, the last of \a count queued lines. Not called again
+    /// after it has returned true.
     bool isMet(const RouterLine &newest, std::size_t count) const
     {
         return count >= m_lines || (newest.type == m_opener && !(m_openerExpectedFirst && count == 1));

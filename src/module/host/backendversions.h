@@ -4,17 +4,18 @@
 
 #include <cstdint>
 
-/// The version of the Controller. The host owns it and keeps it valid as long as the module lives.
+/// The version of the Controller. The host owns the record and keeps it valid and unchanged as long as the
+/// module lives.
 struct BackendVersions
 {
-    int32_t reserved[3];
+    int32_t reserved[3]; // not read by the module
     int32_t major;
     int32_t minor;
     int32_t third;
 };
 
-/// Whether the Controller has at least version \a major.\a minor: a larger version, or the same one with a
-/// third number of at least -1. Any thread; the record never changes.
+/// Returns whether the Controller has at least version \a major.\a minor, that is, a larger version, or the
+/// same version with a third number of at least -1. May be called on any thread.
 inline bool versionAtLeast(const BackendVersions &versions, int32_t major, int32_t minor)
 {
     if (versions.major != major)

@@ -5,8 +5,9 @@
 class QAction;
 class QDialog;
 
-/// One action that the host places in its menus for the module, and the dialog that it opens. The host orders
-/// its menus by the three numbers. The order of the fields is the binary boundary with the host.
+/// One action that the host places in its menus for the module, and the dialog that the action opens. The
+/// host may order its menus by the three numbers. The order of the fields is part of the binary interface
+/// between host and module.
 struct ModuleAction
 {
     QAction *action = nullptr;

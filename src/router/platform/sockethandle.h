@@ -2,9 +2,9 @@
 
 #include "native.h"
 
-/// The record behind udpOpen().
+/// The record that udpOpen() creates.
 struct SocketHandle
 {
     NativeSocket socket;
-    uint16_t flags; ///< of UdpFlag, as given to udpOpen()
+    uint16_t flags; ///< UdpFlag values, as passed to udpOpen()
 };

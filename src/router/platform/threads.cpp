@@ -14,7 +14,7 @@ struct CAPABILITY("mutex") Mutex
 namespace {
 
 constexpr int32_t queueMaximum = 1000000000;
-/// At this many timed-out waiters, waitersGone is subtracted from waitersBlocked, before either can overflow.
+/// When waitersGone reaches this number, it is subtracted from waitersBlocked, before either can overflow.
 constexpr int32_t goneLimit = 500000000;
 
 constexpr uint32_t threadStackBytes = 102400;
@@ -88,14 +88,14 @@ int countAtGate(Condition *condition)
 struct Departure
 {
     bool timedOut = false;
-    bool last = false; ///< the last waiter of its group: opens the gate
-    int32_t drain = 0; ///< posts of late waiters to take before that
+    bool last = false; ///< it is the last waiter of its group and opens the gate
+    int32_t drain = 0; ///< posts of late waiters that it must take before
 };
 
 int leaveGroup(Condition *condition, Departure *departure)
 {
     if (departure->timedOut) {
-        // A wake-up was on its way to this waiter, so it counts as woken.
+        // A wake-up was issued to this waiter, so it counts as woken.
         ++condition->waitersLate;
         departure->timedOut = false;
     }
@@ -128,8 +128,8 @@ int accountFor(Condition *condition, Departure *departure)
     return leaveWithoutWakeUp(condition);
 }
 
-/// Takes the posts that late waiters left, so that none wakes a later waiter, then opens the gate. Called
-/// without the lock: condWake() may be waiting for the gate while it holds the lock.
+/// Takes the posts that late waiters have left, so that none of them wakes a later waiter, then opens the
+/// gate. Called without the lock: condWake() may be waiting for the gate while it holds the lock.
 int closeGroup(Condition *condition, int32_t drain)
 {
     for (; drain > 0; --drain) {
@@ -147,7 +147,7 @@ int startGroup(Condition *condition)
     return Succeeded;
 }
 
-/// Assigns wake-ups to waiters; \a posts receives the number of posts that the caller owes the queue.
+/// Assigns wake-ups to waiters and writes to \a posts how many posts the caller must make to the queue.
 int assignWakeUps(Condition *condition, bool all, int32_t *posts)
 {
     const LockGuard guard(condition->lock);
@@ -162,9 +162,9 @@ int assignWakeUps(Condition *condition, bool all, int32_t *posts)
     return Succeeded;
 }
 
-/// A thread that has not been joined. All are kept in a list, because the library may be unloaded as soon as
-/// its objects are gone: by then the last instruction of each thread must have run, not only the last one of
-/// its entry function.
+/// A thread that has not been joined. All records are kept in a list, so that every thread is joined: the
+/// library may be unloaded as soon as its objects are destroyed, and by then the last instruction of each
+/// thread must have run, not only the last one of its entry function.
 struct ThreadRecord
 {
     void *argument;
@@ -177,7 +177,7 @@ struct ThreadRecord
 /// Guarded by nativeSharedLock(). A plain pointer, so that nothing is destroyed when the library is unloaded.
 ThreadRecord *firstThread = nullptr;
 
-/// The values for a new thread, on the starter's stack.
+/// The arguments for a new thread, on the stack of the thread that starts it.
 struct ThreadStart
 {
     uint32_t (*entry)(void *);
@@ -192,15 +192,15 @@ uint32_t runThread(void *data)
     const auto entry = start->entry;
     void *const argument = start->argument;
     ThreadRecord *const record = start->record;
-    // The starter's stack frame may be gone after this store.
+    // After this store the starting thread may return, which ends the life of *start.
     start->started.store(1, std::memory_order_release);
     const uint32_t exitCode = entry(argument);
     record->finished.store(true, std::memory_order_release);
     return exitCode;
 }
 
-/// Makes the thread and adds it to the list under one lock, so that a threadAwait() that the thread leads to
-/// cannot miss it.
+/// Creates the thread and adds it to the list under one lock. Otherwise the new thread could cause a call of
+/// threadAwait() that does not find it.
 bool launch(ThreadStart *start)
 {
     const LockGuard guard(nativeSharedLock());
@@ -212,7 +212,7 @@ bool launch(ThreadStart *start)
     return true;
 }
 
-/// Claims the first unclaimed record that \a wanted accepts; null if there is none.
+/// Claims and returns the first unclaimed record that \a wanted accepts, or null if there is none.
 template <typename Predicate>
 ThreadRecord *claimThread(Predicate wanted)
 {
@@ -245,8 +245,9 @@ void removeThread(const ThreadRecord *record)
     *link = record->next;
 }
 
-/// Joins without the lock, so that other threads can be started at the same time. The record stays in the
-/// list until the thread has ended, because another threadAwait() may be waiting for it.
+/// Joins the thread without holding the lock, so that other threads can be started meanwhile. The record
+/// stays in the list until the thread has ended, because another threadAwait() may be waiting for that
+/// thread.
 void joinClaimed(ThreadRecord *record)
 {
     nativeThreadJoin(record->thread);

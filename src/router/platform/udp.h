@@ -25,19 +25,21 @@ enum UdpFlag : uint16_t
 };
 
 /// Opens a datagram socket bound to \a port on all interfaces; with port 0 and without UdpAnyPort it is not
-/// bound. UdpSucceeded, and \a handle is written, or UdpFailed.
+/// bound. Returns UdpSucceeded and writes \a handle, or returns UdpFailed.
 int udpOpen(SocketHandle **handle, uint16_t port, uint16_t flags);
 
 /// Sends \a length bytes as one datagram to \a address and \a port. Waits at most \a timeoutMicroseconds
-/// until the socket accepts it. UdpSucceeded (sent whole), UdpTimedOut, or UdpFailed (error or short send).
+/// until the socket accepts it. Returns UdpSucceeded (sent completely), UdpTimedOut, or UdpFailed (error or
+/// only partly sent).
 int udpSend(SocketHandle *handle, const void *data, int32_t length, uint32_t address, uint16_t port,
             uint32_t timeoutMicroseconds);
 
-/// Closes and frees \a handle, also if the platform refuses (UdpFailed).
+/// Closes and frees \a handle. Returns UdpSucceeded, or UdpFailed if the platform reports an error; the
+/// handle is freed in both cases.
 int udpClose(SocketHandle *handle);
 
-/// The IPv4 address of \a text, a dotted address or a host name: the first one if there are several, 0 if
-/// there is none or \a text is empty. A name is looked up synchronously. Any thread.
+/// Returns the IPv4 address of \a text, a dotted address or a host name: the first one if there are several,
+/// 0 if there is none or \a text is empty. Blocks while it looks up a name. May be called on any thread.
 uint32_t resolveHost(const char *text);
 
 /// Splits \a address into its four octets, most significant first.

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Who must hold which lock, in the words of Clang's thread-safety analysis. The analysis preset checks them
-/// with -Wthread-safety as an error; other compilers see nothing.
+/// The attributes of Clang's thread-safety analysis, which declare which lock a function or a variable needs.
+/// The analysis preset checks them with -Wthread-safety as an error; other compilers ignore them.
 #if defined(__clang__)
 #define THREAD_ANNOTATION(attribute) __attribute__((attribute))
 #else
@@ -15,5 +15,5 @@
 #define EXCLUDES(mutex) THREAD_ANNOTATION(locks_excluded(mutex))
 #define ACQUIRE(...) THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define RELEASE(...) THREAD_ANNOTATION(release_capability(__VA_ARGS__))
-/// For a function that locks in a way that the analysis cannot follow; its comment says how.
+/// For a function that locks in a way that the analysis cannot follow.
 #define UNCHECKED_LOCKING THREAD_ANNOTATION(no_thread_safety_analysis)

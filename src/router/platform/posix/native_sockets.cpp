@@ -32,7 +32,7 @@ sockaddr_in endpoint(uint32_t address, uint16_t port)
 
 } // namespace
 
-// There is no socket library to start here.
+// POSIX has no socket library to start.
 
 int nativeNetworkStart()
 {
@@ -59,7 +59,7 @@ int nativeSocketBind(NativeSocket socket, uint16_t port)
     return outcome(bind(descriptor(socket), reinterpret_cast<const sockaddr *>(&local), sizeof local));
 }
 
-// poll, since a host may hold more descriptors than the fd_set of select has bits.
+// Uses poll(), because a host may hold more descriptors than the fd_set of select() has bits.
 int nativeSocketWaitWritable(NativeSocket socket, uint32_t timeoutMicroseconds)
 {
     using Clock = std::chrono::steady_clock;
@@ -101,7 +101,7 @@ uint32_t nativeDottedAddress(const char *text)
     return ntohl(inet_addr(text));
 }
 
-// getaddrinfo, since several threads may look up at once.
+// Uses getaddrinfo() rather than gethostbyname(), because several threads may look up names at once.
 uint32_t nativeLookUp(const char *name)
 {
     addrinfo hints = {};

@@ -17,11 +17,11 @@ struct NativeMutex
     pthread_mutex_t mutex;
 };
 
-/// The platform's semaphore wakes and sleeps; what it cannot do is to keep to a maximum.
+/// sem_t has no maximum, so the count is tracked beside it.
 struct NativeSemaphore
 {
     sem_t semaphore;
-    std::atomic<int32_t> count; // of the semaphore, or ahead of it while a post is under way
+    std::atomic<int32_t> count; // of the semaphore, or higher while a post or a wait is in progress
     int32_t maximum;
 };
 
@@ -71,7 +71,7 @@ timespec timeAfter(uint32_t milliseconds)
     return time;
 }
 
-/// On the monotonic clock: a wait must not change its length when the wall clock is set.
+/// Waits on the monotonic clock, so that setting the wall clock does not change the length of the wait.
 int waitOnce(sem_t *semaphore, uint32_t milliseconds, const timespec &end)
 {
     if (milliseconds == 0)
@@ -80,7 +80,7 @@ int waitOnce(sem_t *semaphore, uint32_t milliseconds, const timespec &end)
                                          : sem_clockwait(semaphore, CLOCK_MONOTONIC, &end);
 }
 
-/// Raises the count by \a added unless it would pass the maximum.
+/// Raises the count by \a added. Returns false and changes nothing if the sum would exceed the maximum.
 bool raiseCount(NativeSemaphore *semaphore, int32_t added)
 {
     int32_t count = semaphore->count;
@@ -108,9 +108,9 @@ int addThreadLocalBytes(dl_phdr_info *library, size_t /*size*/, void *sum)
     return 0;
 }
 
-/// What the C library takes out of a thread's stack, at most: the thread-local data of the program and of all
-/// loaded libraries, and its own record of the thread with its surplus for libraries that are loaded later.
-/// glibc takes some 5 KiB for these two.
+/// Returns an upper limit of what the C library takes from a thread's stack: the thread-local storage of the
+/// program and of all loaded libraries, the C library's own record of the thread, and its reserve for
+/// libraries that are loaded later. In glibc the record and the reserve take about 5 KiB.
 size_t systemBytes()
 {
     constexpr size_t threadRecordBytes = size_t{16} * 1024;
@@ -138,16 +138,17 @@ int createWithStack(NativeThread *thread, size_t stackBytes)
     return error;
 }
 
-/// pthread_create() fails with EINVAL if the stack is too small for the system's own needs; retry with the
-/// default size.
+/// pthread_create() fails with EINVAL if the stack is too small for what the system takes from it. In that
+/// case the default size is used.
 int createThread(NativeThread *thread, size_t stackBytes)
 {
     const int error = createWithStack(thread, wholePages(stackBytes + systemBytes()));
     return error == EINVAL ? pthread_create(&thread->thread, nullptr, runNativeThread, thread) : error;
 }
 
-/// Everything but the signals that a fault of the thread itself raises: a new thread has the mask of the one
-/// that makes it, and the process's signals are for the threads of the host.
+/// Returns all signals except those that a fault of the thread itself raises. They are blocked while a thread
+/// is created, because a new thread inherits the signal mask, and signals to the process are for the host's
+/// threads.
 sigset_t asynchronousSignals()
 {
     sigset_t signals;

@@ -26,15 +26,15 @@ sockaddr_in endpoint(uint32_t address, uint16_t port)
     return end;
 }
 
-/// Sends must not wait, and no flag of a send says so here.
+/// Sends must not wait, and Windows has no flag of sendto() for that.
 bool makeNonBlocking(SOCKET socket)
 {
     u_long on = 1;
     return ioctlsocket(socket, FIONBIO, &on) == 0;
 }
 
-/// By default a receiver that has closed its port makes a later call on the sending socket fail. A system
-/// that refuses this setting only loses datagrams, so the result does not matter.
+/// By default, when a receiver has closed its port, a later call on the sending socket fails. This switches
+/// that off. If the system refuses the setting, only datagrams are lost, so the result is ignored.
 void ignoreClosedPorts(SOCKET socket)
 {
     BOOL reported = FALSE;
@@ -82,7 +82,7 @@ int nativeSocketBind(NativeSocket socket, uint16_t port)
     return outcome(bind(descriptor(socket), reinterpret_cast<const sockaddr *>(&local), sizeof local));
 }
 
-// The set is a list here, not a bit field, so select() takes any handle.
+// On Windows an fd_set is a list of handles, not a bit field, so select() accepts any handle.
 int nativeSocketWaitWritable(NativeSocket socket, uint32_t timeoutMicroseconds)
 {
     constexpr uint32_t microsecondsInSecond = 1000000;
@@ -116,7 +116,7 @@ uint32_t nativeDottedAddress(const char *text)
     return ntohl(inet_addr(text));
 }
 
-// getaddrinfo, since its result belongs to the caller: several threads may look up at once.
+// Uses getaddrinfo() rather than gethostbyname(), because several threads may look up names at once.
 uint32_t nativeLookUp(const char *name)
 {
     addrinfo hints = {};

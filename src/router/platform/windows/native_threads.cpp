@@ -4,7 +4,8 @@
 #include <new>
 #include <windows.h>
 
-/// A slim lock, which stays in user space until it is contended, made recursive by an owner and a depth.
+/// A slim reader/writer lock, which stays in user space unless it is contended. Owner and depth make it
+/// recursive.
 struct NativeMutex
 {
     SRWLOCK lock = SRWLOCK_INIT;
@@ -33,7 +34,7 @@ struct NativeThread
 
 namespace {
 
-// A constant initializer: the plug-in needs no code under the loader lock for it.
+// Constant-initialised, so that loading the plug-in runs no code for it under the loader lock.
 NativeLock sharedLock;
 
 int outcome(BOOL result)
@@ -118,7 +119,7 @@ NativeSemaphore *nativeSemaphoreCreate(int32_t initial, int32_t maximum)
     return nullptr;
 }
 
-// nativeForever is INFINITE. The wait is relative, so setting the wall clock does not change its length.
+// The time-out is relative, so setting the wall clock does not change the length of the wait.
 int nativeSemaphoreWait(NativeSemaphore *semaphore, uint32_t milliseconds)
 {
     static_assert(nativeForever == INFINITE);
@@ -165,8 +166,8 @@ NativeLock *nativeSharedLock()
     return &sharedLock;
 }
 
-// Without the flag the size is what is committed at once, and the program's default is reserved. There are no
-// asynchronous signals to mask.
+// Without STACK_SIZE_PARAM_IS_A_RESERVATION, stackBytes would be the memory committed at once, and the
+// program's default size would be reserved. Windows has no asynchronous signals to block.
 NativeThread *nativeThreadCreate(uint32_t (*entry)(void *), void *argument, uint32_t stackBytes)
 {
     auto *thread = new (std::nothrow) NativeThread{entry, argument, nullptr};
@@ -180,7 +181,7 @@ NativeThread *nativeThreadCreate(uint32_t (*entry)(void *), void *argument, uint
     return nullptr;
 }
 
-// The handle is signalled after the thread has left all libraries, so unloading this one is safe then.
+// The handle is signalled after the thread has run all its code, so the library may be unloaded then.
 void nativeThreadJoin(NativeThread *thread)
 {
     WaitForSingleObject(thread->handle, INFINITE);
