@@ -8,12 +8,12 @@
 namespace networksettings2g {
 
 /// A buffer for one text answer of the Controller. A host may write nothing when a query fails, so the buffer
-/// is zeroed before each query and is always terminated. Its size is fixed by IOManager::getValue() and not
-/// passed.
+/// is zeroed before each query and is always terminated. IOManager::getValue() fixes its size, which is not
+/// passed to the host.
 class Answer
 {
 public:
-    /// The buffer for the next query, zeroed.
+    /// Zeroes the buffer and returns it for the next query.
     char *buffer()
     {
         m_text.fill('\0');
@@ -22,7 +22,7 @@ public:
 
     QString text() const { return QString::fromLatin1(m_text.data()); }
 
-    /// Whether the whole answer equals \a text. Case-sensitive.
+    /// Returns whether the whole answer equals \a text. The comparison is case-sensitive.
     bool equals(const char *text) const { return std::strcmp(m_text.data(), text) == 0; }
 
     bool isYes() const { return equals("yes"); }

@@ -67,7 +67,7 @@ void Channel::setOutputTypes(const QList<OutputTypeInfo> &types)
 
 QVector<OutputTypeInfo> Channel::inDisplayOrder(const QList<OutputTypeInfo> &types) const
 {
-    // One slot for each well-known type; it stays nameless if the catalogue lacks it.
+    // One entry for each well-known type. The entry stays nameless if the catalogue lacks the type.
     QVector<OutputTypeInfo> ordered(m_typeOrder.size());
     for (const OutputTypeInfo &type : types) {
         const int position = m_typeOrder.indexOf(type.name);

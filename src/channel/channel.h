@@ -16,7 +16,8 @@ class IOManager;
 
 namespace networksettings2g {
 
-/// Where the datagrams of a channel go: an IPv4 address in host byte order, 0 meaning none, and a UDP port.
+/// The destination of a channel's datagrams: an IPv4 address in host byte order, 0 meaning none, and a UDP
+/// port.
 struct UdpDestination
 {
     quint32 address = 0;
@@ -26,7 +27,8 @@ struct UdpDestination
 } // namespace networksettings2g
 
 /// The model of one output channel of the Controller: whether it is on, where its data goes, how often it
-/// sends and which output types it sends. load() reads it from the Controller, commit() writes it back.
+/// sends and which output types it sends. load() reads this state from the Controller, commit() writes it
+/// back.
 ///
 /// Thread safety: functions marked "any thread" may be called on any thread, all others on the GUI thread
 /// only.
@@ -38,8 +40,9 @@ class Channel : public QObject
     Q_OBJECT
 
 public:
-    /// The columns of typeModel(). The bool under Qt::UserRole is, in the first, the last committed state of
-    /// the tick, and in the second, whether the Controller reports the type as available.
+    /// The columns of typeModel(). The data under Qt::UserRole is a bool: in the first column the last
+    /// committed state of the tick, in the second column whether the Controller reports the type as
+    /// available.
     enum Column
     {
         IdentifierColumn,
@@ -53,16 +56,17 @@ public:
     Channel(IOManager *ioManager, int channelIndex, BackendVersions *versions);
     ~Channel() override;
 
-    /// Reads the channel's state from the Controller, query by query, and emits updated(). Afterwards there
-    /// are no pending edits. setOutputTypes() and the setters of the identities must be called before.
-    /// Failures are logged.
+    /// Reads the channel's state from the Controller, query by query, drops all pending edits, and emits
+    /// updated(). setOutputTypes() and the setters of the identities must be called before. If a query for
+    /// the divisor or for a tick fails, that is logged; other failures are not.
     void load();
 
     /// Writes the active state to the Controller and, if the channel is active and has pending edits, the
-    /// changed ticks, the destination and the divisor. Failures are logged, and the writing continues.
+    /// changed ticks, the destination and the divisor. Continues after a refused command. If the command for
+    /// the active state or for the divisor is refused, that is logged.
     void commit();
 
-    /// Switches the channel \a on or off on the Controller only.
+    /// Switches the channel on or off on the Controller, but not in this object.
     void setActiveOnController(bool on);
 
     /// Rebuilds the rows from \a types: well-known identifiers first, in their fixed order, then the others
@@ -76,31 +80,33 @@ public:
     void setHostName(QString hostName);
     void setDomainName(QString domainName);
 
-    /// 0 to MaximumCount - 1.
+    /// Returns the channel's index, from 0 to MaximumCount - 1.
     int channelIndex() const { return m_channelIndex; }
 
-    /// The channel's number for the user and the Controller, counted from 1.
+    /// Returns the channel's number for the user and the Controller, counted from 1.
     int number() const { return m_channelIndex + 1; }
 
-    /// The destination as the user or the Controller wrote it, a name or a dotted address; may be empty.
+    /// Returns the destination as the user or the Controller wrote it, a name or a dotted address; may be
+    /// empty.
     QString host() const { return m_host; }
 
     QString monitorIp() const { return m_monitorIp; }
     bool isMulticast() const { return m_multicast; }
 
-    /// The output types, one per row, with the columns of Column. The ticks are its check states.
+    /// Returns the model of the output types, one per row, with the columns of Column. The ticks are the
+    /// check states of the first column.
     QStandardItemModel *typeModel() { return &m_typeModel; }
 
-    /// The rows of typeModel() that the page does not show.
+    /// Returns the rows of typeModel() that the page does not show.
     const QList<int> &hiddenRows() const { return m_hiddenRows; }
 
-    /// Whether the channel is on; the Controller may not know it yet. Any thread.
+    /// Returns whether the channel is on; the Controller may not know it yet. Any thread.
     bool isActive() const { return m_active; }
 
-    /// Only every n-th frame is sent; at least 1. Any thread.
+    /// Returns the divisor, at least 1: only frames whose number is divisible by it are sent. Any thread.
     int dataDivisor() const { return m_dataDivisor; }
 
-    /// Address and port, read in one atomic step. Any thread.
+    /// Returns address and port, read in one atomic step. Any thread.
     networksettings2g::UdpDestination destination() const
     {
         const quint64 both = m_destination;
@@ -110,28 +116,29 @@ public:
     quint32 ip() const { return destination().address; }
     int port() const { return destination().port; }
 
-    /// Whether there are pending edits.
+    /// Returns whether there are pending edits.
     bool hasChanges() const;
 
-    /// Whether both channels are active and send to one address and port. Names are not compared.
+    /// Returns whether both channels are active and send to the same address and port. Names are not
+    /// compared.
     bool hasSameDestination(const Channel &other) const;
 
-    /// Whether the row of \a name is ticked; false without such a row.
+    /// Returns whether the row of \a name is ticked; false if there is no such row.
     bool isTypeActive(const QString &name) const;
 
-    /// The names of the ticked rows, in Latin-1 and sorted. Unchanged from setOutputTypes() to the end of
-    /// load().
+    /// Returns the names of the ticked rows, in Latin-1 and sorted. They do not change from setOutputTypes()
+    /// to the end of load().
     const QVector<QByteArray> &tickedTypes() const { return m_tickedTypes; }
 
-    /// Calls \a callback after each change of tickedTypes(); for a refresh once, at the end of load(). It is
-    /// a callback because the signals of this class are fixed.
+    /// Makes the channel call \a callback after each change of tickedTypes(); a refresh causes at most one
+    /// call, at the end of load(). This is a callback because the signals of this class are fixed.
     void setTickedTypesCallback(std::function<void()> callback);
 
-    /// Returns the address of \a host, a dotted address or a name, or 0 if it has none. Looks a name up,
-    /// which blocks.
+    /// Returns the address of \a host, a dotted address or a name, or 0 if it has none. Blocks while it looks
+    /// up a name.
     static quint32 lookUp(const QString &host);
 
-    /// Whether \a candidate names this computer. Exact and case-sensitive.
+    /// Returns whether \a candidate names this computer. The comparison is exact and case-sensitive.
     bool isMyIp(const QString &candidate) const;
     bool isMyIp() const { return isMyIp(m_host); }
 
@@ -139,16 +146,16 @@ signals:
     /// Emitted at the end of load().
     void updated();
 
-    /// commit() is about to write: connected slots must store any pending edit before they return.
+    /// Emitted before commit() writes: connected slots must store any pending edit before they return.
     void committingChanges();
 
 public slots:
-    // Each slot makes a pending edit, unless it changes nothing.
+    // A value that a slot stores is a pending edit.
 
     /// Ignores \a p outside 0 to 65535.
     void setPort(int p);
 
-    /// Switches the channel on or off; all threads see it at once.
+    /// Switches the channel on or off, for all threads at once.
     void setActive(bool b);
 
     /// Sets whether the destination is a multicast group.
@@ -189,14 +196,14 @@ private:
     IOManager *m_ioManager;
     BackendVersions *m_versions;
     const int m_channelIndex;
-    std::atomic<quint64> m_destination{0}; // address above port, so that both change at once
+    std::atomic<quint64> m_destination{0}; // address above port, so that both change in one step
     std::atomic<int> m_dataDivisor{1};
     std::atomic<bool> m_active{false};
     bool m_changed = false;
     bool m_multicast = false;
     QStringList m_hiddenTypes;
     QList<int> m_hiddenRows;
-    QStringList m_typeOrder; // the position in this list is the row
+    QStringList m_typeOrder; // well-known types, in the order of their rows
     QStandardItemModel m_typeModel;
     QString m_monitorIp;
     QString m_hostName;
@@ -204,5 +211,5 @@ private:
     QString m_host;
     QVector<QByteArray> m_tickedTypes;
     std::function<void()> m_tickedTypesCallback = [] {};
-    bool m_holdTicks = false; // true while rows are rebuilt or read: m_tickedTypes stays until the end
+    bool m_holdTicks = false; // true while rows are rebuilt or read: m_tickedTypes must not change
 };

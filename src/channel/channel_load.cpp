@@ -63,7 +63,7 @@ void Channel::loadDataDivisor()
         logFailure(m_ioManager, QLatin1String("Error: Unable to get value send data divisor"));
         divisor = 1;
     }
-    // The router divides by it, so it must not be 0.
+    // The router divides by this value, so it must not be 0.
     m_dataDivisor = qMax(divisor, 1);
 }
 

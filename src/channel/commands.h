@@ -32,7 +32,7 @@ inline constexpr char setThisComputer[] = "output net ch%02d udp my_ip %d";
 inline constexpr char setHost[] = "output net ch%02d udp '%s' %d";
 inline constexpr char setDataDivisor[] = "output net_divisor ch%02d %d";
 
-// Commands that older Controllers do not know
+// Whether the Controller knows commands that older Controllers lack
 
 inline bool knowsRouterMode(const BackendVersions &versions)
 {

@@ -15,13 +15,13 @@ struct OutputTypeInfo
     bool available = false; ///< the Controller can send this type now
 };
 
-/// Refills \a types with the Controller's catalogue, in the Controller's order; of more than 10000 types the
-/// first 10000. A type whose name cannot be read is left out; every failure goes to the host's log.
-/// Returns 0, or -1 without a \a manager. GUI thread; blocks for three queries per type.
+/// Replaces \a types with the Controller's catalogue, in the Controller's order, up to 10000 types. A type
+/// whose name cannot be read is left out; every failure is written to the host's log. Blocks for three
+/// queries per type. Returns 0, or -1 if \a manager is null. GUI thread only.
 int queryOutputTypes(IOManager *manager, QList<OutputTypeInfo> *types);
 
-/// The address of this computer as the Controller sees it, empty if the answer does not contain it. GUI
-/// thread; blocks.
+/// Returns the address of this computer as the Controller sees it, or an empty text if the answer does not
+/// contain it. Blocks for one query. GUI thread only.
 QString queryMonitorIp(IOManager *manager);
 
 } // namespace networksettings2g

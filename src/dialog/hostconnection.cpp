@@ -36,7 +36,7 @@ int HostConnection::pass(Call call)
         return failed;
     const QScopedValueRollback<int> underWay(m_callsUnderWay, m_callsUnderWay + 1);
     const int result = call(m_ioManager);
-    return m_ioManager ? result : failed; // closed by the host from within the call
+    return m_ioManager ? result : failed; // the host may have caused close() from within the call
 }
 
 int HostConnection::getValue(char *answer, const char *format, ...)

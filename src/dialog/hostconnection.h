@@ -9,21 +9,22 @@
 namespace networksettings2g {
 
 /// The host's command service as the dialog, its channels and its pages use it: passes every call on to the
-/// host until close(). Afterwards every call fails without reaching the host, so that an operation that was
-/// under way at shut-down ends silently, wherever it stands. GUI thread.
+/// host until close(). Afterwards every call fails without reaching the host, so an operation that is in
+/// progress at shut-down sends nothing more. GUI thread only.
 ///
-/// A command reaches the host as its finished text with the format "%s", because arguments cannot be passed
-/// on.
+/// A command is formatted here and passed to the host as a text with the format "%s", because a variadic
+/// function cannot pass its arguments on to another one.
 class HostConnection final : public IOManager
 {
 public:
-    /// \a ioManager stays the host's and is not called after close().
+    /// The host keeps ownership of \a ioManager, which is not called after close().
     explicit HostConnection(IOManager *ioManager);
     virtual ~HostConnection() = default;
 
     void close() { m_ioManager = nullptr; }
 
-    /// Whether the host is inside one of the calls, so that it is the host's code that called the module.
+    /// Returns whether a call to the host has not returned yet. A call from the host that comes then is
+    /// nested in that call.
     bool isCallUnderWay() const { return m_callsUnderWay > 0; }
 
     int getValue(char *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);

@@ -27,7 +27,7 @@ bool isInput(const QObject *receiver, const QEvent *event)
     case QEvent::TouchUpdate:
     case QEvent::TouchEnd:
         return true;
-    case QEvent::Timer: // steps while the mouse button is held on an arrow
+    case QEvent::Timer: // a spin box steps while the mouse button is held on an arrow
         return qobject_cast<const QAbstractSpinBox *>(receiver);
     default:
         return false;

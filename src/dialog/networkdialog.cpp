@@ -16,7 +16,7 @@ namespace {
 
 const char receiverName[] = "NetworkDialog";
 
-/// With this many channels or more, the tabs need more width than the form has.
+/// With this many channels or more, the tabs need a dialog wider than the form.
 constexpr int manyChannels = 6;
 constexpr int tabWidth = 60;
 
@@ -48,7 +48,7 @@ void NetworkDialog::describeForScreenReaders()
 {
     m_tabWidget->setAccessibleName(QLatin1String("Channels"));
     m_plusPage->setAccessibleName(QLatin1String("Add a channel with Ctrl + T"));
-    // Its What's This help is rich text with an image; a screen reader would read the markup.
+    // The check box's What's This help is rich text with an image; a screen reader would read the markup.
     checkBox_actAsRouter->setAccessibleDescription(
         QLatin1String("Passes the tracking data on to receivers outside the Controller's network"));
 }
@@ -103,12 +103,12 @@ void NetworkDialog::release()
     m_gate.close();
     m_host.close();
     m_releaseDue = true;
-    setParent(nullptr); // because the host may destroy the parent before
+    setParent(nullptr); // the host may destroy the parent before that function returns
 }
 
 QList<QMessageBox *> NetworkDialog::closeMessageBoxes()
 {
-    // close() makes the box return the button that ends that function.
+    // close() makes each box return No or Cancel, which ends the operation that has opened the box.
     const QList<QMessageBox *> boxes = findChildren<QMessageBox *>();
     for (QMessageBox *box : boxes)
         box->close();
@@ -131,7 +131,7 @@ int NetworkDialog::update_and_exec()
 {
     const CallFromHost call(this);
     if (isVisible() || !m_gate.mayBegin()) {
-        // During an opening this has no effect: the dialog is visible when the postponed call comes.
+        // If the operation is an opening, the postponed call finds the dialog visible and only raises it.
         m_openingDue = !isVisible() && !isTornDown();
         raise();
         activateWindow();
@@ -150,7 +150,8 @@ void NetworkDialog::bringUpToDate()
     if (channelsInUse() != m_pages.size())
         rebuildChannels();
     refreshAllChannels();
-    // The refresh may have changed the active box of a page, whose slot enables the box in any version.
+    // The refresh may have toggled the active box of a page. Its slot enables the router check box whatever
+    // the Controller's version.
     if (!commands::knowsRouterMode(*m_versions))
         checkBox_actAsRouter->setEnabled(false);
     const QList<ChannelWidget *> pages = m_pages;
@@ -164,7 +165,7 @@ void NetworkDialog::bringUpToDate()
 void NetworkDialog::doPostponed()
 {
     if (m_releaseDue) {
-        deleteLater(); // the end of a call from the host may delete it earlier
+        deleteLater(); // the end of a call from the host may delete the dialog earlier
         return;
     }
     if (std::exchange(m_openingDue, false))

@@ -38,9 +38,9 @@ class NetworkDialogTabWidget;
 /// 3. After teardownRequests() no router runs and the host is not called.
 ///
 /// A host may run its event loop, or call the module, from within a command, and a message box runs an event
-/// loop of its own. What would start a second operation on the channels then is refused, or, for a changed
-/// catalogue, waits for the end of the first. Shut-down is never refused: the host may call
-/// teardownRequests() and release() at any time.
+/// loop of its own. A call that would then start a second operation on the channels is refused, or postponed
+/// until the first operation has ended. Shut-down is never refused: the host may call teardownRequests() and
+/// release() at any time.
 class NetworkDialog : public QDialog, public Ui::NetworkDialog, public Requester, public MessageReceiver
 {
     Q_OBJECT
@@ -50,20 +50,22 @@ public:
     /// none may be null.
     NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersions *versions);
 
-    /// Waits until no data thread holds a channel and every worker has ended. teardownRequests() comes first.
+    /// Waits until no data thread uses a channel and every worker has ended. teardownRequests() must have
+    /// been called.
     ~NetworkDialog() override;
 
     /// The second half of the construction: asks the Controller for its channels, registers with the host,
-    /// and, if the Controller is in router mode, starts forwarding. It is separate, so that the owner knows
-    /// the dialog, and can shut it down, while the host is inside one of these commands.
+    /// and, if the Controller is in router mode, starts forwarding. It is not part of the constructor, so
+    /// that the owner already has the dialog, and can shut it down, if the host calls from within one of
+    /// these commands.
     void start();
 
     /// Stops the routers, releases the output types, removes the dialog from the host and closes open message
-    /// boxes. Afterwards the host is not called any more, also by operations that are under way.
+    /// boxes. Afterwards the host is not called any more, not even by operations in progress.
     void teardownRequests();
 
-    /// Deletes the dialog; if the host calls this from within a command of the dialog, as soon as the
-    /// function that sent the command has returned.
+    /// Deletes the dialog. If the host calls this from within a command of the dialog, it is deleted as soon
+    /// as the function that sent the command has returned.
     void release();
 
     int onOutputData(const char *type, const char *line) override;
@@ -72,15 +74,15 @@ public:
     int onMessage(int a, int b, const char *text) override;
 
 signals:
-    /// Starts (\a enable true) or stops the router of every channel. Emitted on the GUI thread, it returns
-    /// when all have done so.
+    /// Starts the router of every active channel if \a enable is true, otherwise stops all routers. The
+    /// connections are direct, so all routers have started or stopped when emit returns.
     void deferedRouterActiveToggled(bool enable);
 
 public slots:
     /// Reads the Controller's state and shows the dialog modally. Returns the result of exec(). While the
-    /// dialog is visible or an operation is under way, and after teardownRequests(), it only raises the
-    /// dialog and returns Rejected. If the hidden dialog is following a catalogue change, it opens when that
-    /// has ended.
+    /// dialog is visible or an operation is in progress, and after teardownRequests(), it only raises the
+    /// dialog and returns Rejected. If the operation belongs to the hidden dialog, such as one that follows a
+    /// catalogue change, the dialog opens when the operation has ended.
     int update_and_exec();
 
     /// Enables the router check box if the active box of any page is ticked and the configuration is not
@@ -101,7 +103,8 @@ private slots:
     /// Adds a channel if tab \a index is the "+" tab.
     void onTabBarClicked(int index);
 
-    /// Turns forwarding on or off at once; the Controller is told in accept().
+    /// Turns the fan-out on or off at once. accept() writes the mode to the Controller and starts or stops
+    /// the routers.
     void on_checkBox_actAsRouter_toggled(bool checked);
 
     /// Checks all pages, writes all changes to the Controller and closes the dialog. Every way out of the
@@ -114,8 +117,8 @@ private slots:
 private:
     using Operation = networksettings2g::OperationGate::Operation;
 
-    /// Marks a call from the host as under way for as long as the object lives. The end of the outermost call
-    /// deletes the dialog if release() has postponed that.
+    /// Marks a call from the host as in progress for as long as the object lives. The end of the outermost
+    /// call deletes the dialog if release() has postponed the deletion.
     class CallFromHost
     {
     public:
@@ -125,12 +128,12 @@ private:
         CallFromHost &operator=(const CallFromHost &) = delete;
 
     private:
-        QPointer<NetworkDialog> m_dialog; // the host may delete the dialog while it is open
+        QPointer<NetworkDialog> m_dialog; // the host may delete the dialog during the call
     };
 
     bool isTornDown() const { return m_gate.isClosed(); }
 
-    // networkdialog.cpp: construction, opening, read-only state, end
+    // networkdialog.cpp: construction, opening, locked configuration, shut-down
     void setupTabs();
     void describeForScreenReaders();
     QList<QMessageBox *> closeMessageBoxes();
@@ -191,10 +194,10 @@ private:
     NetworkDialogTabWidget *m_tabWidget = nullptr;
     QList<ChannelAsRouter *> m_channels; // owned
     QList<ChannelWidget *> m_pages;
-    bool m_locked = false; // the Controller refused changes when the dialog was last opened
+    bool m_locked = false; // the configuration was locked when the dialog was last opened
     QIcon m_lockIcon;
     bool m_routerChanged = false;            // the user has toggled the router check box
-    std::atomic<bool> m_routerActive{false}; // tracking data passes through this dialog
+    std::atomic<bool> m_routerActive{false}; // while true, the fan-out passes lines on
     QList<networksettings2g::OutputTypeInfo> m_outputTypes;
     // Shared with the channels, whose workers use it.
     std::shared_ptr<networksettings2g::ChannelFanOut> m_fanOut =
@@ -202,9 +205,9 @@ private:
     int m_channelCount = 0;
     QWidget *m_plusPage = nullptr;
     int m_baseWidth = 0;
-    bool m_tabsChanged = false;      // a channel was created since the router mode was last committed
+    bool m_tabsChanged = false;      // a channel has been created since the router mode was last committed
     int m_callsFromHost = 0;         // CallFromHost objects alive
-    bool m_openingDue = false;       // the action was pressed during an operation of the hidden dialog
+    bool m_openingDue = false;       // the action was triggered during an operation of the hidden dialog
     bool m_catalogueChanged = false; // a catalogue change arrived during an operation
-    bool m_releaseDue = false;       // release() came from within a command
+    bool m_releaseDue = false;       // the host called release() from within a command
 };

@@ -62,7 +62,7 @@ void NetworkDialog::closeTab(int index)
     m_channels.removeAt(index);
     m_pages.removeAt(index);
     --m_channelCount;
-    m_fanOut->publish(m_channels); // before the command below, within which the host may deliver data
+    m_fanOut->publish(m_channels); // before the command below, during which the host may deliver data
     if (m_tabWidget->count() > 1)
         m_tabWidget->removeTab(index);
     resetOnController(index + 1);
@@ -81,8 +81,8 @@ void NetworkDialog::discard(ChannelAsRouter *channel, ChannelWidget *page)
     disconnect(this, nullptr, channel, nullptr);
     channel->setTickedTypesCallback([] {});
     channel->updateRouterActiveState(false);
-    // The page may be the sender of this click, so it is deleted later, together with its channel; if the
-    // event loop does not run again, the dialog deletes both.
+    // The page may be the sender of the signal that has led here, so it is deleted later, together with its
+    // channel. If the event loop does not run again, the dialog deletes both.
     channel->setParent(page);
     page->deleteLater();
 }
@@ -96,7 +96,8 @@ void NetworkDialog::rebuildChannels()
 
 void NetworkDialog::destroyChannels()
 {
-    // Order matters: the data threads must have left the channels, and the pages refer to them.
+    // Order matters: publish() waits until no data thread uses the channels, and pages refer to their
+    // channels.
     m_fanOut->publish({});
     while (!m_pages.isEmpty())
         delete m_pages.takeFirst();

@@ -24,8 +24,8 @@ void NetworkDialog::updateRouterState()
         checkBox_actAsRouter->setEnabled(true);
     Answer answer;
     const bool on = m_host.getValue(answer.buffer(), commands::routerMode) == 0 && answer.isYes();
-    // Set the check box first: its slot marks the change as the user's, which the next line undoes, because
-    // this one comes from the Controller.
+    // Set the check box first: its slot marks the change as the user's. The next line undoes that, because
+    // this change comes from the Controller.
     checkBox_actAsRouter->setChecked(on);
     m_routerChanged = false;
     setRouterActive(on);
@@ -114,8 +114,8 @@ int NetworkDialog::onMessage(int /*a*/, int /*b*/, const char *text)
         const CallFromHost call(this);
         followCatalogueChange();
     };
-    // The refresh belongs to the GUI thread, and the routers are off around it: from another thread the whole
-    // operation is queued.
+    // The refresh must run on the GUI thread, with the routers stopped before it and started after it. So a
+    // call on another thread queues the whole operation.
     if (QThread::currentThread() == thread())
         follow();
     else

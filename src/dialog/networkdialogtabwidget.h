@@ -3,7 +3,7 @@
 #include <QTabWidget>
 
 /// The tab row of the output dialog: one tab per channel, and the tab "+" after the last one, which adds a
-/// channel. A tab is known as the "+" tab by its title.
+/// channel. The "+" tab is recognised by its title.
 class NetworkDialogTabWidget : public QTabWidget
 {
     Q_OBJECT
@@ -11,10 +11,10 @@ class NetworkDialogTabWidget : public QTabWidget
 public:
     explicit NetworkDialogTabWidget(QWidget *parent);
 
-    /// Appends the "+" tab with \a page, which stays the caller's.
+    /// Appends the "+" tab, which shows \a page.
     void addPlusTab(QWidget *page);
 
-    /// Removes the "+" tab, if there is one, but keeps its page.
+    /// Removes the "+" tab, if there is one, without deleting its page.
     void removePlusTab();
 
     bool hasPlusTab() const { return plusTab() >= 0; }

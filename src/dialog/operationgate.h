@@ -6,20 +6,21 @@
 namespace networksettings2g {
 
 /// Admits one operation on the channels at a time. A host may run its event loop, or call the module, from
-/// within a command, and a message box runs an event loop of its own: what would start a second operation
-/// there asks mayBegin() first. GUI thread.
+/// within a command, and a message box runs an event loop of its own. Code that could then start a second
+/// operation must ask mayBegin() first. GUI thread only.
 ///
 /// | State  | mayBegin() | Left by                                           |
 /// |--------|------------|---------------------------------------------------|
 /// | idle   | true       | an Operation, close()                             |
 /// | busy   | false      | the end of the outermost Operation, close()       |
-/// | closed | false      | never; operations under way go on to their end    |
+/// | closed | false      | never; operations in progress continue            |
 class OperationGate : public QObject
 {
     Q_OBJECT
 
 public:
-    /// An operation under way, for as long as the object lives. The gate may be destroyed before it.
+    /// Marks an operation as in progress for as long as the object lives. The gate may be destroyed before
+    /// the object.
     class Operation
     {
     public:
@@ -40,7 +41,7 @@ public:
     void close() { m_closed = true; }
 
 signals:
-    /// The outermost operation has ended. A slot may destroy the gate.
+    /// Emitted when the outermost operation has ended. A slot may destroy the gate.
     void becameIdle();
 
 private:

@@ -10,7 +10,7 @@ using namespace networksettings2g;
 
 namespace {
 
-// The pattern's text must be on the heap: Qt caches compiled patterns longer than this library is loaded.
+// The pattern's text must be on the heap, because Qt's cache of compiled patterns outlives this library.
 QRegExpValidator *createValidator(const char *pattern, QObject *parent)
 {
     const QRegExp expression(QString::fromLatin1(pattern), Qt::CaseSensitive, QRegExp::RegExp);
@@ -46,9 +46,9 @@ void ChannelWidget::showTypesOfChannel()
     tableView->setModel(m_channel->typeModel());
     delete previous;
     tableView->horizontalHeader()->setSectionsClickable(false);
-    // The arrow keys move between cells, so Tab can leave the table.
+    // The arrow keys move between cells. Tab is not needed for that and moves the focus out of the table.
     tableView->setTabKeyNavigation(false);
-    // Each catalogue, the first included, makes new columns of the default width and then sets their titles.
+    // Each catalogue makes new columns of the default width and then sets their titles.
     connect(m_channel->typeModel(), &QStandardItemModel::headerDataChanged, this,
             &ChannelWidget::fitFirstColumnToTitle);
 }
@@ -82,9 +82,10 @@ void ChannelWidget::describeForScreenReaders()
 {
     setAccessibleName(tr("Channel %1").arg(m_channel->number()));
     checkBox_my_ip->setAccessibleDescription(tr("Sends to the computer on which this frontend runs"));
-    pushButton_closeTab->setAccessibleDescription(tr("Closes this channel, on the Controller at once"));
+    pushButton_closeTab->setAccessibleDescription(
+        tr("Closes this channel, with immediate effect on the Controller"));
     tableView->setAccessibleName(tr("Output types"));
-    tableView->setAccessibleDescription(tr("Space ticks the type that the arrow keys have reached"));
+    tableView->setAccessibleDescription(tr("Arrow keys select a type, Space ticks or unticks it"));
 }
 
 void ChannelWidget::setCloseButtonVisible(bool visible)
@@ -145,8 +146,8 @@ void ChannelWidget::showRows()
     placeCursor();
 }
 
-// Without a current cell the arrow keys try only the first cell, which is disabled because it is the frame
-// counter's. They would then never reach the table.
+// Without a current cell, the arrow keys try to select only the first cell. If that is the frame counter's,
+// it is disabled, and the arrow keys would never reach the other cells.
 void ChannelWidget::placeCursor()
 {
     for (int row = 0; row < tableView->model()->rowCount() && !tableView->currentIndex().isValid(); ++row) {
@@ -186,7 +187,7 @@ void ChannelWidget::enterDigitsMode()
     QString text = lineEdit_host->text();
     int position = 0;
     if (m_ipDigitsValidator->validate(text, position) != QValidator::Acceptable) {
-        // The channel keeps the name, so that it comes back when the user unticks the box.
+        // The channel keeps the name, so that enterNamesMode() can show it again.
         m_channel->setHost(text);
         lineEdit_host->setText(QString());
     }

@@ -9,11 +9,12 @@ class ChannelAsRouter;
 class IOManager;
 class QRegExpValidator;
 
-/// The editor page of one output channel. It stores every edit in the channel at once and sends nothing to
-/// the Controller. The table shows the channel's own type model, so a tick needs no code in the page.
+/// The editor page of one output channel. It stores edits in the channel, the host when its field loses the
+/// focus or Enter is pressed, everything else at once. It writes nothing to the Controller. The table shows
+/// the channel's own type model, to which the view writes the ticks.
 ///
-/// The host field has two input modes: names and addresses, or digits and dots while multicast is ticked.
-/// GUI thread only.
+/// The host field has two input modes: it accepts names and addresses, but only digits and dots while
+/// multicast is ticked. GUI thread only.
 class ChannelWidget : public QWidget, public Ui::ChannelWidget
 {
     Q_OBJECT
@@ -26,42 +27,44 @@ public:
 
     ChannelAsRouter *channel() const { return m_channel; }
 
-    /// Sets whether the channel, when its active box is ticked, forwards data itself. Takes effect at the
-    /// next toggle of that box.
+    /// Sets whether the channel's router starts when the active box is ticked. Takes effect at the next
+    /// toggle of that box.
     void setRouterMode(bool on) { m_routerMode = on; }
 
     void setCloseButtonVisible(bool visible);
 
-    /// Enables the controls if the channel is \a active: the host field only if the destination is not this
-    /// computer, the divisor only if the Controller's version has one.
+    /// Enables the controls if \a active is true and disables them otherwise. The host field stays disabled
+    /// while "this computer" is ticked, and the divisor if the Controller's version has none.
     void setControlsEnabled(bool active);
 
-    /// Sets the colour of the tab's title: normal if the channel is on and the page is enabled, else
-    /// disabled.
+    /// Emits changeChannelTabTitleFontColor() with the normal text colour if the channel is on and the page
+    /// is enabled, otherwise with the colour of disabled text.
     void updateTabColor();
 
-    /// Returns whether the destination is valid; if not, a message box has shown the reason. Does not change
-    /// the channel. Blocks for a query, a name look-up and a message box.
+    /// Checks the destination if the channel is active. If it is invalid, shows the reason in a message box
+    /// and returns false. If its name cannot be resolved, lets the user choose. Does not change the channel.
+    /// May block for a query, a name look-up and a message box.
     bool validate();
 
 signals:
-    /// The user wants the tab of channel index \a id closed.
+    /// Emitted when the user asks to close the tab of channel index \a id.
     void closeTab(int id);
 
-    /// The title of tab \a tabIndex should have the colour \a color.
+    /// Emitted when the title of tab \a tabIndex should have the colour \a color.
     void changeChannelTabTitleFontColor(int tabIndex, const QColor &color);
 
-    /// The active box has been toggled, and the channel has been switched on or off.
+    /// Emitted after the active box has been toggled and the channel has been switched on or off.
     void checkBox_active_channel_toggled();
 
 public slots:
     /// Shows the channel's state.
     void updateFromChannel();
 
-    /// Stores the text of the host field in the channel, which looks it up. May block.
+    /// Stores the text of the host field in the channel, which looks up the host. May block.
     void flushChangesToChannel();
 
-    /// Toggles the tick, so that a double click anywhere in an identifier's cell works.
+    /// Toggles the tick at \a index, so that a double click anywhere in an identifier's cell does so, not
+    /// only a click on its check box.
     void tableViewItemDoubleClicked(const QModelIndex &index);
 
 protected slots:

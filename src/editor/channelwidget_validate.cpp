@@ -9,7 +9,7 @@ using namespace networksettings2g;
 
 namespace {
 
-// The only system model on which a typed loopback destination is accepted.
+// The only system model on which the user may enter a loopback address as the destination.
 constexpr int loopbackModel = 100;
 
 struct AddressRange
@@ -24,7 +24,7 @@ struct AddressRange
 constexpr AddressRange multicastBlock = {0xE0000000, 0xEFFFFFFF};
 constexpr AddressRange validMulticast = {0xE0000100, 0xEFFFFFFF};
 
-// Only the common spellings; a user who writes it another way is assumed to mean it.
+// Recognises only the common spellings; a user who writes the address in another way is assumed to mean it.
 bool isLoopback(const QString &host)
 {
     return host.compare(QLatin1String("localhost"), Qt::CaseInsensitive) == 0 ||
@@ -57,8 +57,9 @@ bool ChannelWidget::validate()
     return checkBox_multicast->isChecked() ? judgeMulticast(host, address) : judgeUnicast(host, address);
 }
 
-// A name without an address may get one later, so the user may keep it, but a group needs its address now.
-// Here and below arg() fills in both arguments in one call, because a host may itself contain "%1" or "%2".
+// A name that cannot be resolved now may get an address later, so the user may keep it. The address of a
+// multicast group must be known now. Here and below one call of arg() fills in both arguments, because a host
+// may itself contain "%1" or "%2".
 bool ChannelWidget::judgeUnresolved(const QString &host)
 {
     if (checkBox_multicast->isChecked()) {
@@ -94,7 +95,8 @@ bool ChannelWidget::judgeUnicast(const QString &host, quint32 address)
     return false;
 }
 
-// The channel has already looked up its own host, even if that failed; a second look-up would block again.
+// The channel has already looked up its own host. Even if that failed, a second look-up would only block
+// again.
 quint32 ChannelWidget::addressOf(const QString &host) const
 {
     return host == m_channel->host() ? m_channel->ip() : Channel::lookUp(host);

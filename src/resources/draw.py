@@ -2,7 +2,7 @@
 """Draws the PNG images of the resource collection from the SVG files beside this script.
 
 Needs the command rsvg-convert and, for the labels, the font DejaVu Sans. Each image has a fixed colour type and a fixed
-size in bytes; what the compressed pixels leave free is taken by a text chunk, which no reader shows.
+size in bytes. If the compressed pixels need fewer bytes, a text chunk, which viewers do not show, takes up the rest.
 """
 
 import pathlib
@@ -23,8 +23,8 @@ IMAGES = (
 )
 
 
-class Unmet(Exception):
-    """An image cannot be made as demanded; the text says why."""
+class ImageError(Exception):
+    """An image cannot be made with the colour type or the size in IMAGES; the text says why."""
 
 
 def paeth(left, up, corner):
@@ -69,13 +69,13 @@ def chunks(png):
 
 
 def rendered(source, width, height):
-    """The rows of the drawing, each a list of pixels (red, green, blue, alpha)."""
+    """Returns the rows of the drawing, each a list of pixels (red, green, blue, alpha)."""
     png = subprocess.run(["rsvg-convert", str(source)], check=True, stdout=subprocess.PIPE).stdout
     parts = list(chunks(png))
     header = struct.unpack(">IIBBBBB", dict(parts)[b"IHDR"])
-    # rsvg-convert leaves the alpha out of a drawing that covers the whole image.
+    # rsvg-convert writes no alpha for a drawing that covers the whole image.
     if header not in ((width, height, 8, kind, 0, 0, 0) for kind in (RGB, RGBA)):
-        raise Unmet(f"rsvg-convert gave {header}")
+        raise ImageError(f"rsvg-convert wrote an image with the unexpected header {header}")
     step = CHANNELS[header[3]]
     length = width * step
     data = zlib.decompress(b"".join(body for name, body in parts if name == b"IDAT"))
@@ -87,18 +87,18 @@ def rendered(source, width, height):
 
 
 def converted(pixels, colour_type):
-    """One row in the wanted colour type, which must hold it without loss."""
+    """Returns one row of pixels in colour_type. Raises ImageError if that would lose information."""
     if colour_type == RGB:
         if any(alpha != 255 for *_, alpha in pixels):
-            raise Unmet("the drawing does not cover the whole image")
+            raise ImageError("the drawing does not cover the whole image")
         return b"".join(pixel[:3] for pixel in pixels)
     if any(red != green or red != blue for red, green, blue, _ in pixels):
-        raise Unmet("the drawing is not grey")
+        raise ImageError("the drawing is not grey")
     return b"".join(pixel[2:] for pixel in pixels)
 
 
 def streams(rows, step):
-    """The image data compressed in all ways that may turn out the smallest."""
+    """Yields the image data compressed in several ways, any of which may give the smallest result."""
     blank = bytes(len(rows[0]))
     lines = [
         [bytes([kind]) + filtered(kind, row, above, step) for kind in range(len(PREDICTORS))]
@@ -118,7 +118,7 @@ def streams(rows, step):
 
 
 def comment(name, length):
-    """A text chunk of exactly this length in the file, or None if it is too short for one."""
+    """Returns a text chunk that takes exactly length bytes of the file, or None if length is too small for one."""
     keyword = b"Comment\0"
     room = length - 12 - len(keyword)
     if room < 0:
@@ -139,7 +139,7 @@ def encoded(name, width, height, colour_type, size):
         if filler is not None:
             return image + filler + end, room
     smallest = len(bare[0]) + len(end)
-    raise Unmet(f"{size} bytes cannot be met: the smallest encoding has {smallest}, the least filler 20")
+    raise ImageError(f"cannot make {size} bytes: the smallest encoding has {smallest}, the smallest filler 20")
 
 
 def main():
@@ -147,7 +147,7 @@ def main():
         name, width, height, colour_type, size = image
         try:
             png, filler = encoded(*image)
-        except (Unmet, OSError, subprocess.CalledProcessError) as problem:
+        except (ImageError, OSError, subprocess.CalledProcessError) as problem:
             sys.exit(f"{name}.png: {problem}")
         (FOLDER / f"{name}.png").write_bytes(png)
         print(f"{name}.png: {width}x{height}, colour type {colour_type}, {len(png)} bytes, {filler} of them filler")
