@@ -89,7 +89,7 @@ struct Departure
 {
     bool timedOut = false;
     bool last = false; ///< it is the last waiter of its group and opens the gate
-    int32_t drain = 0; ///< posts of late waiters that it must take before
+    int32_t drain = 0; ///< posts of late waiters that it must take first
 };
 
 int leaveGroup(Condition *condition, Departure *departure)
