@@ -14,7 +14,8 @@ void TaskQueue::post(Task task)
         wake();
 }
 
-/// Not inlined, so that post() is on the stacks of thread sanitizers, which lack the frames next to Qt's.
+/// Not inlined, so that post() stays visible in ThreadSanitizer's stack traces, which lack the function that
+/// calls Qt. tests/support/tsan.supp suppresses reports by the name of post().
 Q_NEVER_INLINE void TaskQueue::wake()
 {
     QMetaObject::invokeMethod(this, "runTasks", Qt::QueuedConnection);

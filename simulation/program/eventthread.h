@@ -11,8 +11,9 @@ class QEventLoop;
 
 namespace simulation {
 
-/// Runs functions on the thread to which it belongs, in the order of post(). Unlike queued slots it shares
-/// its data under a std::mutex, which thread sanitizers understand.
+/// Runs functions on the thread to which this object belongs, in the order of post(). The functions and their
+/// data pass between the threads under a std::mutex: ThreadSanitizer does not see the lock of Qt's own event
+/// queue and would report the data of queued slots.
 class TaskQueue : public QObject
 {
     Q_OBJECT
@@ -20,7 +21,7 @@ class TaskQueue : public QObject
 public:
     using Task = std::function<void()>;
 
-    /// Thread-safe. Tasks that have not run are dropped when the queue is destroyed.
+    /// Queues \a task. Thread-safe. Tasks that have not run are dropped when the queue is destroyed.
     void post(Task task);
 
 private:
@@ -40,18 +41,19 @@ public:
     EventThread(const EventThread &) = delete;
     EventThread &operator=(const EventThread &) = delete;
 
-    /// Runs \a task on the thread. Thread-safe.
+    /// Queues \a task to run on the thread. Thread-safe.
     void post(TaskQueue::Task task);
 
-    /// Runs \a task on the thread and waits for its end. Not to be called on the thread itself.
+    /// Runs \a task on the thread and waits until it has returned. Must not be called on the thread itself,
+    /// where it would wait forever.
     void run(const TaskQueue::Task &task);
 
     /// Runs the posted tasks, then ends the thread. No task may be posted afterwards.
     void stop();
 
 private:
-    TaskQueue *m_tasks = nullptr; ///< lives on m_thread, as does the next
-    QEventLoop *m_loop = nullptr;
+    TaskQueue *m_tasks = nullptr; ///< a local variable of m_thread's function
+    QEventLoop *m_loop = nullptr; ///< a local variable of m_thread's function
     std::thread m_thread;
 };
 

@@ -8,7 +8,7 @@ struct BackendVersions;
 
 namespace simulation {
 
-/// A host with a port.
+/// A host name or address with a port.
 struct Endpoint
 {
     QString host;
@@ -17,23 +17,29 @@ struct Endpoint
     bool isSet() const { return !host.isEmpty(); }
 };
 
-/// Returns the command line arguments, the program's name first.
+/// Returns the arguments of main() as texts. The first one is the program's name.
 QStringList commandLine(int argc, char **argv);
 
-/// Converts the values of a parsed command line. Each function leaves its result unchanged if the option is
-/// not set. If the value is invalid it returns false and sets the problem to a message of one line.
+/// Reads the values of options from a parsed command line. Each function checks the value of the option \a
+/// name and writes it to \a result. If the option is not set, the function returns true and leaves \a result
+/// unchanged. If the value is invalid, the function returns false and writes a message of one line to the
+/// \a problem of the constructor.
 class OptionReader
 {
 public:
     OptionReader(const QCommandLineParser &parser, QString *problem);
 
+    /// Accepts integers from \a least to \a most.
     bool number(const char *name, int least, int most, int *result);
+
+    /// Accepts numbers from 0 to 1.
     bool probability(const char *name, double *result);
 
     /// Accepts versions such as 1.9 and 1.9.0.
     bool version(const char *name, BackendVersions *result);
 
-    /// Accepts any text but the empty one. \a meaning completes "needs ...".
+    /// Accepts any text that is not empty. \a meaning says what the text is, such as "the name of a file";
+    /// the message for an empty text ends with it.
     bool text(const char *name, const QString &meaning, QString *result);
 
     /// Accepts HOST:PORT.

@@ -18,7 +18,8 @@ void onSignal(int)
     const int before = errno;
     const char mark = 1;
     const ssize_t written = ::write(selfPipe[1], &mark, sizeof mark);
-    // If the pipe is full, it already holds a byte.
+    // The write may fail because the pipe is full. The byte is not needed then: the pipe already holds
+    // others.
     static_cast<void>(written);
     errno = before;
 }
@@ -27,7 +28,7 @@ void install(int signal)
 {
     struct sigaction action = {};
     action.sa_handler = onSignal;
-    // Restore the default action, so that a second signal ends a program whose shutdown hangs.
+    // SA_RESETHAND restores the default action, so that a second signal ends a program whose shutdown hangs.
     action.sa_flags = int(SA_RESTART | SA_RESETHAND);
     sigaction(signal, &action, nullptr);
 }
@@ -38,7 +39,7 @@ SignalWatcher::SignalWatcher(QObject *parent)
     : QObject(parent)
 {
     if (::pipe2(selfPipe, O_CLOEXEC | O_NONBLOCK) != 0)
-        qFatal("no pipe for signals");
+        qFatal("cannot create a pipe for signals");
     m_notifier = new QSocketNotifier(selfPipe[0], QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &SignalWatcher::takeSignal);
     install(SIGINT);

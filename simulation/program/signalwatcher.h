@@ -6,8 +6,9 @@ class QSocketNotifier;
 
 namespace simulation {
 
-/// Turns SIGINT and SIGTERM into a Qt signal on the thread of the event loop, so that the program ends as if
-/// it were closed. A second signal of the same kind ends the program at once. At most one object may exist.
+/// Emits a Qt signal on the thread of the event loop after SIGINT or SIGTERM, so that the program can shut
+/// down in an orderly way. A second SIGINT, or a second SIGTERM, kills the program at once. Only one
+/// SignalWatcher may exist at a time.
 class SignalWatcher : public QObject
 {
     Q_OBJECT
@@ -17,6 +18,7 @@ public:
     ~SignalWatcher() override;
 
 signals:
+    /// SIGINT or SIGTERM was received.
     void interrupted();
 
 private:
