@@ -91,12 +91,13 @@ void DataThread::run()
 /// Waits until the next frame is due or a reset is requested. Returns false if the thread must stop.
 bool DataThread::waitForTurn()
 {
-    // After a suspend, continue at the set rate instead of sending all missed frames in a burst.
+    // If a frame is later than this, for example after a pause, continue at the set rate from now on instead
+    // of sending a burst of frames to catch up.
     constexpr auto maximumDelay = std::chrono::milliseconds(250);
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopping && !m_resetting) {
         const Clock::time_point now = Clock::now();
-        // Computed from the previous due time, so that delays do not accumulate.
+        // Depends on the previous due time, not on the current time, so that delays do not accumulate.
         const Clock::time_point due = m_last + m_period;
         if (!m_paused && due <= now) {
             m_last = now - due > maximumDelay ? now : due;

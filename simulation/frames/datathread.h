@@ -15,8 +15,10 @@ namespace simulation {
 class FrameSink;
 class FrameSource;
 
-/// Passes the frames of a source to a sink at a constant rate, on its own thread. Thread-safe, but its
-/// functions must not be called on that thread.
+/// Passes the frames of a source to a sink at a constant rate, on its own thread.
+///
+/// Thread safety: one thread, which must not be the data thread, calls start(), stop() and the destructor.
+/// After start() any thread may call the other functions.
 class DataThread : public QObject
 {
     Q_OBJECT
@@ -26,19 +28,20 @@ public:
     DataThread(std::unique_ptr<FrameSource> source, int rate, FrameSink &sink);
     ~DataThread() override;
 
-    /// Starts the thread, which begins with a reset. Call it once.
+    /// Starts the thread, which calls FrameSink::takeReset() before the first frame. Call it once.
     void start();
 
     /// Stops the thread between two frames. When it returns, no frame is being sent and none will follow.
     void stop();
 
-    /// As in the constructor.
+    /// Sets the rate in frames per second, at least 1.
     void setRate(int rate);
 
-    /// Suspends or resumes the frames. They continue with the next number.
+    /// Pauses or continues. A pause skips no frame of the source.
     void setPaused(bool paused);
 
-    /// Resets the data before the next frame; wasReset() follows.
+    /// Makes the thread call FrameSink::takeReset() before the next frame, also during a pause, and then emit
+    /// wasReset().
     void reset();
 
 signals:
@@ -58,8 +61,8 @@ private:
     FrameSink &m_sink;
     std::thread m_thread;
 
-    std::mutex m_mutex; ///< guards all members below
-    std::condition_variable m_changed;
+    std::mutex m_mutex;                ///< guards all members below
+    std::condition_variable m_changed; ///< notified after every change from another thread
     std::chrono::nanoseconds m_period;
     Clock::time_point m_last; ///< when the previous frame was due
     bool m_stopping = false;

@@ -12,13 +12,14 @@ struct DataLine
     QByteArray text;
 };
 
-/// One frame of tracking data: its lines in the order of the stream.
+/// One frame of tracking data: its lines in the order in which the source produced them.
 using Frame = QVector<DataLine>;
 
 /// Returns the output type of a line, which is its first word.
 QByteArray lineType(const QByteArray &line);
 
-/// Returns the frame number in the text of an "fr" line, or 0 if it has none that fits into 32 bits.
+/// Returns the frame number in the text of an "fr" line, or 0 if the line has no number or the number does
+/// not fit into 32 bits.
 qint32 frameNumber(const QByteArray &line);
 
 /// Returns the frame number of \a frame, or 0 if the frame has no "fr" line.

@@ -7,23 +7,23 @@
 
 namespace simulation {
 
-/// Records the numbers of the frames that were sent; the receivers compare what arrives with them.
+/// Records the numbers of the frames that were sent. The receivers compare the numbers that arrive with them.
 /// Thread-safe.
 class FrameLedger
 {
 public:
-    /// Records the next frame; call it before any line of the frame is sent. Number 0, which no channel
-    /// sends, is counted as a frame only.
+    /// Records a frame with \a number. Call it before any line of the frame is sent. No channel sends a frame
+    /// with the number 0, so such a frame counts in frames() only.
     void note(qint32 number);
 
-    /// Returns the number of recorded frames.
+    /// Returns how many frames were recorded.
     qint64 frames() const;
 
-    /// Returns the number of the first frame, or 0 if there is none yet.
+    /// Returns the frame number of the first frame that has a number other than 0, or 0 if there is none yet.
     qint32 first() const;
 
-    /// Returns how many frames with numbers greater than \a after and at most \a upTo a channel with
-    /// \a divisor had to send.
+    /// Returns how many of the recorded frames a channel with \a divisor had to send, counting only numbers
+    /// greater than \a after and not greater than \a upTo.
     qint64 dueBetween(qint64 after, qint64 upTo, int divisor) const;
 
 private:

@@ -4,16 +4,16 @@
 
 namespace simulation {
 
-/// Receives the data of a source. All calls come from one thread at a time.
+/// Receives the frames of a source and its events. All calls come from one thread at a time.
 class FrameSink
 {
 public:
     virtual void takeFrame(const Frame &frame) = 0;
 
-    /// The data start over: a partial frame, if any, is void.
+    /// The data start over. Whoever assembles frames from lines must discard an incomplete frame.
     virtual void takeReset() = 0;
 
-    /// No more data will follow for now.
+    /// The data have ended. If data follow later, a reset comes first.
     virtual void takeIdle() = 0;
 
 protected:

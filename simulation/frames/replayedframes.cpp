@@ -9,8 +9,9 @@ namespace simulation {
 
 namespace {
 
-/// The whole recording is kept in memory.
 constexpr qint64 mebibyte = qint64{1024} * 1024;
+
+/// Limits the memory: the whole recording is kept there.
 constexpr qint64 sizeLimit = 512 * mebibyte;
 
 bool openFile(QFile &file, const QString &name)
@@ -60,7 +61,7 @@ bool ReplayedFrames::accept(const QByteArray &content, const QSet<QByteArray> &t
         return false;
     }
     if (content.contains('\0')) {
-        *problem = QCoreApplication::translate("ReplayedFrames", "is not a text");
+        *problem = QCoreApplication::translate("ReplayedFrames", "is not a text file");
         return false;
     }
     for (int start = 0; start < content.size();) {

@@ -7,14 +7,14 @@
 
 namespace simulation {
 
-/// Frames from a recording: text lines that begin with their output type. The type of the first line starts
-/// each frame.
+/// Frames from a recording, which consists of text lines. Each line begins with its output type. Every line
+/// that has the same type as the first line starts a frame.
 class ReplayedFrames : public FrameSource
 {
 public:
     /// Reads the file \a name, or standard input for "-", to its end. Skips lines whose type is not in
     /// \a types. Returns false and sets \a problem to a message of one line if the file cannot be read, is
-    /// not a text or has no line of a known type.
+    /// too large, is not a text file or has no line of a type in \a types.
     bool open(const QString &name, const QSet<QByteArray> &types, QString *problem);
 
     bool next(Frame *frame) override;

@@ -9,6 +9,7 @@ namespace simulation {
 namespace {
 
 constexpr double framesPerTurn = 240.0;
+/// The rate that the time stamps assume, whatever the real rate is.
 constexpr double framesPerSecond = 60.0;
 constexpr double pi = 3.14159265358979323846;
 
@@ -37,8 +38,9 @@ QByteArray bodies(int count, double angle)
 {
     QByteArray text = QByteArray::number(count);
     for (int i = 0; i < count; ++i) {
-        const double own = angle + i * pi / 3.0;
-        text += ' ' + QByteArray::number(i) + " 1.000" + position(own, 400.0 + 150.0 * i) + orientation(own);
+        const double bodyAngle = angle + i * pi / 3.0;
+        text += ' ' + QByteArray::number(i) + " 1.000" + position(bodyAngle, 400.0 + 150.0 * i) +
+                orientation(bodyAngle);
     }
     return text;
 }

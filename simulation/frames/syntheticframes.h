@@ -8,12 +8,12 @@
 
 namespace simulation {
 
-/// Synthetic frames of bodies and markers that move on circles: one line for each available type, numbered
-/// from 1.
+/// Synthetic frames of bodies and markers that move around the origin. Each frame has one line for each
+/// available type. The frames are numbered from 1.
 class SyntheticFrames : public FrameSource
 {
 public:
-    /// Returns the types that the Controller has available, in the order of its catalogue.
+    /// Returns the available types of the Controller, in the order of its catalogue.
     using TypeQuery = std::function<QList<QByteArray>()>;
 
     /// Calls \a availableTypes for each frame, on the thread that calls next().
