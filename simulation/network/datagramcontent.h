@@ -5,15 +5,15 @@
 
 namespace simulation {
 
-/// What a datagram consists of.
+/// The result of readDatagram().
 struct DatagramContent
 {
     bool isComplete = false;   ///< text of one or more lines, each ended by CR LF
-    QVector<QByteArray> types; ///< of all lines, in their order
-    QVector<qint32> numbers;   ///< of all "fr" lines, in their order
+    QVector<QByteArray> types; ///< the types of all lines, in order
+    QVector<qint32> numbers;   ///< the frame numbers of all "fr" lines, in order
 };
 
-/// Splits \a datagram into lines, also if it is not complete.
+/// Splits \a datagram into lines, even if it is not complete.
 DatagramContent readDatagram(const QByteArray &datagram);
 
 } // namespace simulation

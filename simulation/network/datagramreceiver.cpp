@@ -8,8 +8,8 @@ namespace simulation {
 
 namespace {
 
-/// Returns \a statistics with its own copy of the frame text, so that two threads do not share its reference
-/// count.
+/// Returns \a statistics with a deep copy of the frame text. ThreadSanitizer does not see that Qt's reference
+/// counts are atomic and would report text that two threads share.
 ReceiverStatistics unshared(ReceiverStatistics statistics)
 {
     statistics.lastFrame.detach();
@@ -27,7 +27,7 @@ DatagramReceiver::~DatagramReceiver()
 {
     if (!isListening())
         return;
-    // Closing the write end keeps poll() from blocking again.
+    // Closing the write end makes poll() report the read end, which ends run().
     ::close(m_wake[1]);
     m_thread.join();
     ::close(m_wake[0]);
@@ -106,7 +106,7 @@ void DatagramReceiver::run()
     }
 }
 
-/// The caller holds m_mutex.
+/// Checks the datagrams that wait in the socket. The caller holds m_mutex.
 void DatagramReceiver::takeWaiting()
 {
     // Bounded, so that a flooding sender cannot monopolise the lock.

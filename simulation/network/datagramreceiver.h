@@ -19,22 +19,26 @@ public:
     DatagramReceiver &operator=(const DatagramReceiver &) = delete;
 
     /// Binds to \a address and starts to receive; with \a port 0 the system chooses a free port. Call it
-    /// once. Returns false on failure; error() then gives the reason.
+    /// once. Returns false on failure. If the socket has failed, error() gives the reason.
     bool listen(quint32 address, quint16 port);
 
-    /// The address and port given to listen() or chosen by the system, in host byte order.
+    /// Returns the address given to listen(), in host byte order.
     quint32 address() const { return m_address; }
+
+    /// Returns the port given to listen() or chosen by the system.
     quint16 port() const { return m_port; }
+
     bool isListening() const { return m_thread.joinable(); }
     QByteArray error() const { return m_socket.error(); }
 
-    /// As in FrameChecker. Datagrams that have arrived before the call are checked by the previous
-    /// expectation.
+    /// Call the functions of FrameChecker with the same names. Before that they check the datagrams that wait
+    /// in the socket, at most 256, against the previous expectation.
     void expect(const Expectation &expectation);
     void begin();
     void restart();
     void join();
 
+    /// Call the functions of FrameChecker with the same names.
     bool isComplete() const;
     ReceiverStatistics statistics() const;
     ReceiverStatistics finalStatistics() const;
@@ -43,13 +47,13 @@ private:
     void run();
     void takeWaiting();
 
-    mutable std::mutex m_mutex;
+    mutable std::mutex m_mutex; ///< guards m_checker, m_expectation and the reading of m_socket
     UdpSocket m_socket;
     FrameChecker m_checker;
     Expectation m_expectation;
     quint32 m_address = 0;
     quint16 m_port = 0;
-    int m_wake[2] = {-1, -1};
+    int m_wake[2] = {-1, -1}; ///< a pipe; closing its write end, the second one, ends the thread
     std::thread m_thread;
 };
 

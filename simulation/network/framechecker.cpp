@@ -80,7 +80,7 @@ void FrameChecker::followNumbers(const QVector<qint32> &numbers)
     m_sequence = Sequence::Following;
 }
 
-/// Returns the number after which frames are expected.
+/// Returns the frame number after which frames are expected.
 qint64 FrameChecker::lastSeen() const
 {
     if (m_sequence == Sequence::Following)

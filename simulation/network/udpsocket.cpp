@@ -14,7 +14,7 @@ namespace {
 
 constexpr quint32 loopbackAddress = 0x7f000001;
 constexpr int maximumDatagram = 65535;
-/// Large enough for some hundred frames, so that a receiver that is delayed for a moment loses nothing.
+/// Keeps datagrams while the receiving thread is delayed. The system may grant less (net.core.rmem_max).
 constexpr int receiveBuffer = 4 * 1024 * 1024;
 
 sockaddr_in socketAddress(quint32 address, quint16 port)
@@ -69,7 +69,8 @@ bool UdpSocket::listen(quint32 address, quint16 port, int interfaceIndex)
 {
     setsockopt(m_descriptor, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
     const bool isGroup = isMulticastGroup(address);
-    // Any number of programs may receive a group; the port of a unicast address belongs to one.
+    // Several programs may receive a group from the network. Any other address and port belongs to one
+    // socket.
     const int reuse = isGroup && m_reach == Reach::Network ? 1 : 0;
     if (!set(SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse))
         return false;
@@ -89,7 +90,8 @@ bool UdpSocket::joinGroup(quint32 group, int interfaceIndex)
         membership.imr_address.s_addr = htonl(loopbackAddress);
     else
         membership.imr_ifindex = interfaceIndex;
-    // Otherwise the socket would also get what other programs have joined on other interfaces.
+    // Otherwise the socket would also receive the group from interfaces on which only other programs have
+    // joined it.
     const int all = 0;
     return set(IPPROTO_IP, IP_MULTICAST_ALL, &all, sizeof all) &&
            set(IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership);

@@ -15,11 +15,11 @@ struct UdpEndpoint
 class UdpSocket
 {
 public:
-    /// Where datagrams may go and come from.
+    /// The network interfaces that multicast uses. Unicast follows the routing table in both cases.
     enum class Reach
     {
-        ThisComputer, ///< multicast leaves and arrives through the loopback interface
-        Network       ///< multicast leaves by the routing table and arrives from any computer
+        ThisComputer, ///< multicast is sent and received through the loopback interface
+        Network       ///< multicast is sent by the routing table and received on the interface of listen()
     };
 
     explicit UdpSocket(Reach reach = Reach::ThisComputer);
@@ -28,9 +28,9 @@ public:
     UdpSocket &operator=(const UdpSocket &) = delete;
 
     /// Binds to \a address, which is an address of this computer, 0 for all of them, or a multicast group to
-    /// join. With Reach::Network the group is joined on the interface with the index \a interfaceIndex, or,
-    /// if that is 0, on the interface of the route to the group. With \a port 0 the system chooses a free
-    /// port. Returns false on failure; error() then gives the reason.
+    /// join. With Reach::Network the socket joins the group on the interface with the index \a
+    /// interfaceIndex. With the index 0 the system chooses the interface by the route to the group. With \a
+    /// port 0 the system chooses a free port. Returns false on failure; error() then gives the reason.
     bool listen(quint32 address, quint16 port, int interfaceIndex = 0);
 
     /// Returns the port that listen() has bound.
@@ -39,14 +39,14 @@ public:
     /// Sends one datagram. Returns false on failure.
     bool send(const QByteArray &datagram, quint32 address, quint16 port);
 
-    /// Moves the next pending datagram to \a datagram and its origin to \a sender unless that is null.
-    /// Returns false if there is none; never blocks.
+    /// Receives the next pending datagram and, unless \a sender is null, the address that it came from.
+    /// Returns false if no datagram is pending; never blocks.
     bool receive(QByteArray *datagram, UdpEndpoint *sender = nullptr);
 
-    /// The file descriptor for poll(), or -1 if the socket could not be created.
+    /// Returns the file descriptor for poll(), or -1 if the socket could not be created.
     int descriptor() const { return m_descriptor; }
 
-    /// Returns the system's message for the failure to create the socket or to listen.
+    /// Returns the system's message for the last failure to create the socket or to listen.
     QByteArray error() const;
 
 private:
@@ -58,7 +58,7 @@ private:
     int m_error = 0;
 };
 
-/// Resolves a dotted address or a host name. Returns 0 on failure. May block for a name server.
+/// Resolves a dotted address or a host name. Returns 0 on failure. May block while a name server is asked.
 quint32 resolveAddress(const QByteArray &host);
 
 QByteArray dottedAddress(quint32 address);
