@@ -23,7 +23,7 @@ qint64 FrameSequence::lost() const
 {
     if (m_step == 0)
         return m_lostBefore;
-    // No sender uses the number 0.
+    // Number 0 is never sent, so it is not missing between negative and positive numbers.
     const qint64 zeros = m_first < 0 && m_last > 0 ? 1 : 0;
     return m_lostBefore + (m_last - m_first) / m_step + 1 - zeros - m_arrived;
 }
@@ -41,7 +41,7 @@ void FrameSequence::begin(qint64 number)
 
 void FrameSequence::add(qint64 number)
 {
-    // Bounds the memory; no network delays a datagram for longer.
+    // Bounds the memory. A frame that arrives after this many greater numbers counts as lost.
     constexpr size_t remembered = 1000;
     m_step = std::gcd(m_step, number);
     ++m_arrived;

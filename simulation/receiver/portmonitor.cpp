@@ -14,7 +14,7 @@ QString textOf(const UdpEndpoint &endpoint)
     return QString::fromLatin1(dottedAddress(endpoint.address)) + ':' + QString::number(endpoint.port);
 }
 
-/// A frame has one number; the first datagram of a router may contain two frames.
+/// A datagram holds one frame, except that the first datagram of a router may hold two.
 bool isWellFormed(const DatagramContent &content)
 {
     const QVector<qint32> &numbers = content.numbers;
@@ -66,14 +66,15 @@ double PortMonitor::averageRate() const
 {
     if (!m_sinceFirst.isValid())
         return 0.0;
-    // The first frame starts the clock.
+    // The first frame starts m_sinceFirst, so it does not count.
     const double seconds = double(qMax(m_sinceFirst.nsecsElapsed(), qint64(1))) / 1e9;
     return double(m_statistics.frames - 1) / seconds;
 }
 
 void PortMonitor::takePending()
 {
-    // Bounded, so that a flooding sender does not keep the other ports and the timers from their turn.
+    // Bounded, so that a flooding sender cannot block the event loop, which also serves the other ports and
+    // the timers.
     constexpr int atOnce = 256;
     QByteArray datagram;
     for (int i = 0; i < atOnce && m_socket.receive(&datagram, &m_sender); ++i)
@@ -93,7 +94,7 @@ void PortMonitor::take(const QByteArray &datagram)
         m_sinceFirst.start();
     m_statistics.frames += content.numbers.size();
     m_statistics.lastNumber = content.numbers.last();
-    // The first of two numbers need not be a multiple of the divisor.
+    // Only the last one: the first of two numbers need not be a multiple of the divisor.
     m_sequence.take(content.numbers.last());
     if (m_recording)
         m_recording->write(datagram);

@@ -11,7 +11,7 @@ class QIODevice;
 
 namespace simulation {
 
-/// Receives and checks the datagrams of one port on the thread of its event loop.
+/// Receives and checks the datagrams of one port. Lives on a thread with an event loop; not thread-safe.
 class PortMonitor : public QObject
 {
     Q_OBJECT
@@ -19,10 +19,12 @@ class PortMonitor : public QObject
 public:
     explicit PortMonitor(const UdpEndpoint &endpoint, QObject *parent = nullptr);
 
-    /// As UdpSocket::listen(). Sets \a problem to a message of one line on failure. Call it once.
+    /// Listens as UdpSocket::listen() does. Returns false and sets \a problem to a message of one line on
+    /// failure. Call it once.
     bool listen(int interfaceIndex, QString *problem);
 
-    /// Checks the datagrams that have arrived. The event loop calls it; call it once more after that ends.
+    /// Checks pending datagrams, at most 256. The event loop calls this function when datagrams arrive. Call
+    /// it once more after the event loop has ended, for the datagrams that arrived last.
     void takePending();
 
     /// Writes every well-formed datagram to \a recording from now on.
@@ -47,7 +49,7 @@ private:
     UdpSocket m_socket{UdpSocket::Reach::Network};
     UdpEndpoint m_sender;
     FrameSequence m_sequence;
-    ReceiverStatistics m_statistics; ///< without lost and outOfOrder
+    ReceiverStatistics m_statistics; ///< lost and outOfOrder are not used; m_sequence counts them
     QElapsedTimer m_sinceFirst;
     QIODevice *m_recording = nullptr;
 };

@@ -42,7 +42,7 @@ bool readEndpoint(const QString &text, UdpEndpoint *endpoint, QString *problem)
     endpoint->address = resolveAddress(host.toLocal8Bit());
     if (endpoint->address != 0 || host.isEmpty() || host == QLatin1String("0.0.0.0"))
         return true;
-    *problem = translated("'%1' is not an IPv4 address").arg(host);
+    *problem = translated("cannot resolve '%1' to an IPv4 address").arg(host);
     return false;
 }
 
@@ -98,7 +98,7 @@ bool parseReceiverOptions(const QStringList &arguments, ReceiverOptions *options
         !readEndpoints(parser.positionalArguments(), &options->endpoints, problem))
         return false;
     if (!options->save.isEmpty() && options->endpoints.size() > 1) {
-        *problem = translated("--save takes one port: the frames of several would be mixed");
+        *problem = translated("--save takes one port: the frames of several ports would be mixed");
         return false;
     }
     return readInterface(interfaceName, options, problem);
@@ -110,22 +110,23 @@ QString receiverHelpText()
 
 Shows whether tracking data arrive on this computer: receives the datagrams of each UDP port, checks them, and prints
 one line per second and port, then a summary. ADDRESS is an address of this computer or a multicast group to join;
-without it datagrams to any address of this computer are received. Port 0 stands for any free port.
+without it, datagrams to any address of this computer are received. Port 0 stands for any free port. Defaults are in
+parentheses.
 
-  --interface <name>  network interface on which multicast groups are joined, as "ip address" names it (the one of
-                      the route to the group)
-  --expect <hz>       fail if clearly fewer frames per second arrive on average
+  --interface <name>  network interface on which multicast groups are joined, as "ip address" names it (the interface
+                      of the route to the group)
+  --expect <hz>       fail if on average fewer than 95 % of this number of frames per second arrive
   --seconds <n>       stop after this many seconds; 0: when interrupted (0)
-  --save <file>       write the received lines to a file, which frontend --replay and controller --replay can read;
-                      one port only
+  --save <file>       write the well-formed datagrams to a file, which frontend --replay and controller --replay can
+                      read; only one port may be given
   --version           print the version
   -h, --help          show this text
 
-Lost frames are found by gaps in the frame numbers. Give it the numbers of one channel at a time: restart it after a
-change of the channel's divisor.
+Lost frames are found by gaps in the frame numbers, so each port must receive one channel only. Restart the program
+after a change of the channel's divisor.
 
-Exit status: 0 if frames arrived on every port and none was lost or malformed; 1 otherwise; 2 for wrong usage, and if
-it cannot listen or write the file.
+Exit status: 0 if frames arrived on every port, as fast as --expect requires, no frame was lost and no datagram was
+malformed; 1 otherwise; 2 for wrong usage, and if the program cannot listen or write the file.
 
 Examples:
   receiver 5001

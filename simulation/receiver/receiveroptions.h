@@ -14,14 +14,14 @@ struct ReceiverOptions
     bool help = false;
     bool version = false;
     QList<UdpEndpoint> endpoints; ///< address 0: all addresses of this computer
-    int interfaceIndex = 0;       ///< on which groups are joined; 0: by the routing table
+    int interfaceIndex = 0;       ///< interface on which groups are joined; 0: chosen by the routing table
     int expectedRate = 0;         ///< frames per second; 0: any
     int seconds = 0;              ///< 0: until interrupted
-    QString save;                 ///< file for the lines; empty: none
+    QString save;                 ///< file to which datagrams are written; empty: none
 };
 
-/// Reads the command line, of which the first item is the program's name. Returns false and sets \a problem
-/// to a message of one line if it is wrong.
+/// Parses the command line \a arguments, which begin with the program's name. Returns false and sets \a
+/// problem to a message of one line if they are invalid.
 bool parseReceiverOptions(const QStringList &arguments, ReceiverOptions *options, QString *problem);
 
 /// Returns the text for "--help".

@@ -10,10 +10,10 @@ namespace simulation {
 
 namespace {
 
-/// The share of the expected frames that must arrive. Allows for clocks and timers that run slow.
+/// The share of the expected frames that must arrive. It is below 1 because clocks and timers may run slow.
 constexpr double sufficientShare = 0.95;
 
-/// Returns the counts that every line shows.
+/// Returns the part of a progress line that the summary contains, too.
 QString countsText(const PortMonitor &monitor)
 {
     const ReceiverStatistics statistics = monitor.statistics();

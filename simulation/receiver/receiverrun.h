@@ -13,7 +13,8 @@ namespace simulation {
 
 class PortMonitor;
 
-/// One run of the program: receives on all ports, prints a line per second and port, and judges at the end.
+/// One run of the program: receives on all ports, prints a line per second and port, and judges the data at
+/// the end.
 class ReceiverRun : public QObject
 {
     Q_OBJECT
@@ -22,23 +23,25 @@ public:
     explicit ReceiverRun(const ReceiverOptions &options, QObject *parent = nullptr);
     ~ReceiverRun() override;
 
-    /// Opens the file and all ports. Returns false and sets \a problem to a message of one line on failure.
+    /// Opens all ports and the file. Returns false and sets \a problem to a message of one line on failure.
     bool begin(QString *problem);
 
-    /// Prints until the application quits.
+    /// Runs the event loop and prints the counts once per second until the application quits.
     void run();
 
-    /// Closes the file. Returns false and sets \a problem if not everything could be written.
+    /// Closes the file. Returns false and sets \a problem to a message of one line if not everything could be
+    /// written.
     bool finishRecording(QString *problem);
 
-    /// Prints the summary. Returns whether every port received its frames.
+    /// Prints the summary. Returns whether every port received frames, as fast as expected, and none was lost
+    /// or malformed.
     bool judge() const;
 
 private:
     struct Port
     {
         std::unique_ptr<PortMonitor> monitor;
-        qint64 framesBefore = 0; ///< at the previous line
+        qint64 framesBefore = 0; ///< frames at the previous progress line
     };
 
     void writeProgress();
