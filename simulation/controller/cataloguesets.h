@@ -7,7 +7,7 @@ namespace simulation {
 /// A catalogue of output types for the simulated Controller.
 struct CatalogueSet
 {
-    const char *title; ///< shown to the user; to be translated
+    const char *title; ///< for the user; callers translate it in the context "CatalogueSets"
     QList<OutputType> types;
 };
 

@@ -10,10 +10,10 @@
 
 namespace simulation {
 
-/// The destination of one channel's frames and their content.
+/// The destination and the content of one channel's frames.
 struct ChannelRoute
 {
-    quint32 address = 0; ///< in host byte order; 0: not on this computer
+    quint32 address = 0; ///< in host byte order; 0: unknown or not allowed
     quint16 port = 0;    ///< 0: no destination
     Expectation content;
 
@@ -26,7 +26,7 @@ using ChannelRoutes = std::array<ChannelRoute, outputChannelCount>;
 class RouteFinder
 {
 public:
-    /// With Reach::ThisComputer, destinations elsewhere get the address 0.
+    /// With Reach::ThisComputer, destinations on other computers are not allowed.
     explicit RouteFinder(UdpSocket::Reach reach = UdpSocket::Reach::ThisComputer)
         : m_reach(reach)
     {

@@ -9,7 +9,7 @@ namespace simulation {
 
 namespace {
 
-/// A client that has left so many bytes of answers unread is disconnected.
+/// A client is disconnected if more than this many bytes of answers cannot be sent because it does not read.
 constexpr int unreadLimit = 64 * 1024;
 
 constexpr int closingTimeoutMs = 2000;
@@ -23,9 +23,10 @@ CommandConnection::CommandConnection(QTcpSocket *socket, Handler handler, int an
 {
     m_socket->setParent(this);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    // Bounds the memory of a client that sends without waiting; TCP then holds the client back.
+    // Bounds the memory if a client sends without waiting for answers: TCP's flow control then stops the
+    // client.
     m_socket->setReadBufferSize(protocol::maximumLine);
-    // A fixed size: the system would otherwise buffer megabytes of unread answers.
+    // Without a fixed size the system would buffer megabytes of unread answers.
     m_socket->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, unreadLimit);
     m_delay.setSingleShot(true);
     m_delay.setTimerType(Qt::PreciseTimer);
@@ -36,8 +37,8 @@ CommandConnection::CommandConnection(QTcpSocket *socket, Handler handler, int an
     readRequest();
 }
 
-/// Reads one request and starts the delay of its answer. One request per turn of the event loop keeps a
-/// client that sends many at once from holding up the others.
+/// Reads one request and starts the delay of its answer. Only one request is read per iteration of the event
+/// loop, so that a client that sends many at once does not delay the others.
 void CommandConnection::readRequest()
 {
     if (m_closing || m_delay.isActive())
@@ -71,7 +72,8 @@ void CommandConnection::refuseAndClose(const QByteArray &text)
     m_closing = true;
     write(protocol::refused + QByteArray::number(NotUnderstood) + ' ' + text);
     m_socket->disconnectFromHost();
-    // A client that does not read would keep the connection open.
+    // disconnectFromHost() waits until the answer is sent. A client that does not read would keep the
+    // connection open.
     QTimer::singleShot(closingTimeoutMs, m_socket, &QTcpSocket::abort);
 }
 

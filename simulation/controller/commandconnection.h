@@ -10,13 +10,13 @@ class QTcpSocket;
 namespace simulation {
 
 /// The server's side of one command connection: reads requests line by line and writes one answer for each,
-/// in order and after a delay. Deletes itself when the client has gone or misbehaves.
+/// in order and after a delay. Deletes itself when the client disconnects or is disconnected for misbehaving.
 class CommandConnection : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Returns the answer to a request without its line end.
+    /// Returns the answer to a request. Both are without a line end.
     using Handler = std::function<QByteArray(const QByteArray &request)>;
 
     /// Takes ownership of \a socket.

@@ -13,7 +13,7 @@ const std::array<CommandKind, commandKindCount> &commandKinds()
         {false, "config is_changeable", QT_TRANSLATE_NOOP("CommandKinds", "Configuration lock")},
         {false, "output net_via_router", QT_TRANSLATE_NOOP("CommandKinds", "Router mode")},
         {false, "system model", QT_TRANSLATE_NOOP("CommandKinds", "System model")},
-        {false, "output net chmon", QT_TRANSLATE_NOOP("CommandKinds", "This computer's address")},
+        {false, "output net chmon", QT_TRANSLATE_NOOP("CommandKinds", "Address of the frontend")},
         {false, "output number_of_types", QT_TRANSLATE_NOOP("CommandKinds", "Number of types")},
         {false, "output type ", QT_TRANSLATE_NOOP("CommandKinds", "Name of a type")},
         {false, "output type_desc ", QT_TRANSLATE_NOOP("CommandKinds", "Description of a type")},

@@ -6,13 +6,13 @@
 
 namespace simulation {
 
-/// A kind of query or command: its texts begin with \a opening. A query and a command may share an opening;
-/// \a isCommand distinguishes them.
+/// A kind of query or command. All its texts begin with \a opening. A query and a command may have the same
+/// opening; \a isCommand distinguishes them.
 struct CommandKind
 {
     bool isCommand;
     const char *opening;
-    const char *title; ///< shown to the user; to be translated
+    const char *title; ///< for the user; callers translate it in the context "CommandKinds"
 };
 
 constexpr int commandKindCount = 17;
@@ -20,7 +20,7 @@ constexpr int commandKindCount = 17;
 /// Returns all kinds, queries before commands.
 const std::array<CommandKind, commandKindCount> &commandKinds();
 
-/// Returns the position of the kind of \a text in commandKinds(), or -1.
+/// Returns the position in commandKinds() of the kind to which \a text belongs, or -1 if it belongs to none.
 int commandKindOf(bool isCommand, const QByteArray &text);
 
 } // namespace simulation

@@ -7,32 +7,32 @@ namespace simulation {
 
 class SimulatedController;
 
-/// Serves a Controller's queries and commands over TCP, one line per request and answer. Belongs to the
-/// thread of its event loop.
+/// Serves a Controller's queries and commands over TCP, one line per request and answer. Lives on a thread
+/// with an event loop; not thread-safe.
 class CommandServer : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Further clients are refused.
+    /// The maximum number of simultaneous connections. Further clients are disconnected at once.
     static constexpr int ConnectionLimit = 64;
 
     explicit CommandServer(SimulatedController &controller, QObject *parent = nullptr);
 
-    /// Starts to listen; with \a port 0 the system chooses a free one. Returns false and sets \a problem on
-    /// failure.
+    /// Starts to listen; with \a port 0 the system chooses a free port. Returns false and sets \a problem to
+    /// a message of one line on failure.
     bool listen(const QHostAddress &address, quint16 port, QString *problem);
 
     quint16 port() const { return m_server.serverPort(); }
 
-    /// The port that clients are told for the data.
+    /// Sets the port of the data connection, which the answer to "hello" contains.
     void setDataPort(quint16 port) { m_dataPort = port; }
 
-    /// Applies to clients that connect later.
+    /// Sets the delay of each answer, for clients that connect after the call.
     void setAnswerDelay(int milliseconds) { m_answerDelayMs = milliseconds; }
 
 signals:
-    /// A frontend has introduced itself from \a address.
+    /// The client at \a address has sent "hello", as a frontend does when it connects.
     void greeted(const QHostAddress &address);
 
 private:

@@ -9,16 +9,15 @@ namespace simulation {
 class CommandService
 {
 public:
-    /// Results of a service that did not get an answer from its Controller. All others come from the
-    /// Controller.
+    /// Results of a service that did not get an answer from its Controller.
     enum Failure : int
     {
         NotConnected = -2,
         TimedOut = -3
     };
 
-    /// Answers \a text. Returns 0 and writes \a answer, or returns a nonzero result. Some faults fail and
-    /// write \a answer all the same.
+    /// Answers \a text. Returns 0 and writes \a answer, or returns a nonzero result. A simulated fault may
+    /// write \a answer and return a nonzero result.
     virtual int query(const QByteArray &text, QByteArray *answer) = 0;
 
     /// Executes \a text. Returns 0 or a nonzero result.

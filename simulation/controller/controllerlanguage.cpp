@@ -35,7 +35,8 @@ bool parseNumber(const QByteArray &word, int *number)
     return fits;
 }
 
-/// Parses \a prefix directly followed by a number of at least two digits, such as "ch03" or "t12".
+/// Parses \a prefix followed by a number, such as "ch03" or "t12". A number below 10 must have one leading
+/// zero, any other number none.
 bool parseIndexed(const QByteArray &word, const QByteArray &prefix, int *number)
 {
     if (!word.startsWith(prefix) || !parseNumber(word.mid(prefix.size()), number))
@@ -52,11 +53,11 @@ int findChannel(const QByteArray &word, int *index)
     return number >= 1 && number <= outputChannelCount ? Accepted : OutOfRange;
 }
 
-/// Returns the words from \a first on, without the last \a behind ones, joined again: a type name may contain
-/// blanks.
-QByteArray rest(const Words &words, int first, int behind = 0)
+/// Joins the words from index \a first on, except the last \a omitted ones. They are a type name, which may
+/// contain blanks.
+QByteArray joinedFrom(const Words &words, int first, int omitted = 0)
 {
-    return words.mid(first, words.size() - first - behind).join(' ');
+    return words.mid(first, words.size() - first - omitted).join(' ');
 }
 
 QByteArray describe(const Destination &destination)
@@ -72,7 +73,8 @@ QByteArray describe(const Destination &destination)
     return "none";
 }
 
-/// Parses a host in single quotes. Answers separate their fields by blanks, so a host must not contain one.
+/// Parses a host in single quotes. A host must not contain a blank, because blanks separate the fields of an
+/// answer.
 bool parseQuotedHost(const QByteArray &word, QByteArray *host)
 {
     if (word.size() < 3 || !word.startsWith('\'') || !word.endsWith('\''))
@@ -93,7 +95,7 @@ int answerChannelQuery(const ControllerState &state, const Words &words, QByteAr
     const OutputChannel &channel = state.channels[size_t(index)];
     const QByteArray &verb = words.at(1);
     if (verb == "active" && words.size() > 3) {
-        const QByteArray type = rest(words, 3);
+        const QByteArray type = joinedFrom(words, 3);
         if (!findOutputType(state.catalogue, type))
             return OutOfRange;
         *answer = yesOrNo(channel.types.contains(type));
@@ -123,7 +125,7 @@ int answerTypeQuery(const ControllerState &state, const Words &words, QByteArray
         *answer = state.catalogue.at(number - 1).name;
         return Accepted;
     }
-    const OutputType *type = findOutputType(state.catalogue, rest(words, 2));
+    const OutputType *type = findOutputType(state.catalogue, joinedFrom(words, 2));
     if (!type)
         return OutOfRange;
     *answer = words.at(1) == "available" ? yesOrNo(type->available) : '"' + type->description + '"';
@@ -164,7 +166,7 @@ int setType(const ControllerState &state, OutputChannel &channel, const Words &w
     bool on = false;
     if (words.size() < 5 || !parseYesOrNo(words.last(), &on))
         return NotUnderstood;
-    const QByteArray name = rest(words, 3, 1);
+    const QByteArray name = joinedFrom(words, 3, 1);
     const OutputType *type = findOutputType(state.catalogue, name);
     if (!type || (on && !type->available))
         return OutOfRange;

@@ -13,10 +13,11 @@ enum ControllerResult : int
     Locked = 3         ///< the configuration is locked
 };
 
-/// Answers the query \a text from \a state. Writes \a answer on success only.
+/// Answers the query \a text from \a state. Returns a ControllerResult; writes \a answer only if it is
+/// Accepted.
 int answerQuery(const ControllerState &state, const QByteArray &text, QByteArray *answer);
 
-/// Executes the command \a text on \a state.
+/// Executes the command \a text on \a state. Returns a ControllerResult.
 int executeCommand(ControllerState &state, const QByteArray &text);
 
 } // namespace simulation

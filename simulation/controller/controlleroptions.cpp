@@ -66,6 +66,7 @@ QString controllerHelpText()
 Simulates the Controller of a tracking system on the network: answers the queries and commands of frontends, sends them
 the tracking data, and, unless router mode is on, sends the data of each active channel to its destination by UDP.
 Connect a frontend with: frontend --controller HOST:PORT
+Defaults are in parentheses.
 
 The network:
   --address <address>  address to listen on; 0.0.0.0: all addresses of this computer (127.0.0.1)
@@ -78,7 +79,8 @@ The Controller:
                        the configuration lock from 1.9 (1.9.0)
   --locked             lock the configuration
   --router             start in router mode, so that the frontend's module sends the data
-  --channels <n>       number of channels to set up, 0 to 10, to ports 5001 and following of this computer (3)
+  --channels <n>       number of channels to set up, 0 to 10 (3); channel 1 sends to port 5001, channel 2 to port 5002,
+                       and so on: channels 3 and 8 to multicast groups, the others to this computer
   --answer-delay <ms>  delay of each answer, 0 to 2000 (0)
   --refuse <p>         probability that a command is refused, 0 to 1 (0)
 
@@ -92,8 +94,8 @@ The run:
   --version            print the version
   -h, --help           show this text
 
-When it is ready it prints one line with both addresses. Exit status: 0 when stopped; 1 if it cannot listen; 2 for
-wrong usage.
+When the program is ready, it prints one line with both addresses. Exit status: 0 when stopped; 1 if it cannot listen;
+2 for wrong usage, and if the recording cannot be used.
 )");
 }
 

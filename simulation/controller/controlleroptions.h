@@ -10,10 +10,10 @@ namespace simulation {
 /// The highest rate, in frames per second.
 constexpr int maximumRate = 2000;
 
-/// The longest answer delay. A frontend waits longer for an answer.
+/// The longest answer delay. It is shorter than the time that a frontend waits for an answer.
 constexpr int maximumAnswerDelayMs = 2000;
 
-/// The port of the commands if the command line names none; the data port is the next one.
+/// The port of the commands if the command line gives none.
 constexpr int defaultControllerPort = 5600;
 
 /// The settings of the command line of the program `controller`.
@@ -23,7 +23,7 @@ struct ControllerOptions
     bool version = false;
     QString address = QLatin1String("127.0.0.1");
     int port = defaultControllerPort;
-    int dataPort = -1; ///< -1: the port after port; 0: any free one
+    int dataPort = -1; ///< -1: the port after that of the commands; 0: any free one
     int channels = 3;
     int rate = 60; ///< frames per second
     BackendVersions controllerVersion = {{0, 0, 0}, 1, 9, 0};
@@ -35,7 +35,8 @@ struct ControllerOptions
     int seconds = 0; ///< 0: until interrupted
 };
 
-/// As parseOptions() of the frontend.
+/// Parses the command line \a arguments, which begin with the program's name. Returns false and sets \a
+/// problem to a message of one line if they are invalid.
 bool parseControllerOptions(const QStringList &arguments, ControllerOptions *options, QString *problem);
 
 /// Returns the text for "--help".

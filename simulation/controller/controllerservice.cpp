@@ -92,7 +92,8 @@ void ControllerService::followState()
     m_dataServer.setState(protocol::state + stateText(state));
 }
 
-/// Keeps the address of the frontend that has connected last: the Controller reports it as "my_ip".
+/// Stores the address of the client that has sent "hello" last. The query "output net chmon" returns this
+/// address, and "my_ip" in a command stands for it.
 void ControllerService::followClient(const QHostAddress &address)
 {
     const QByteArray text = QHostAddress(address.toIPv4Address()).toString().toLatin1();

@@ -15,8 +15,8 @@ namespace simulation {
 class DataThread;
 class FrameSource;
 
-/// The simulated Controller on a network: its command server, data server and UDP output. Belongs to the
-/// thread of its event loop.
+/// The simulated Controller on a network: its command server, data server and UDP output. Lives on a thread
+/// with an event loop; not thread-safe.
 class ControllerService : public QObject, public FrameSink
 {
     Q_OBJECT
@@ -25,18 +25,19 @@ public:
     explicit ControllerService(const ControllerOptions &options, QObject *parent = nullptr);
     ~ControllerService() override;
 
-    /// Reads the recording if the options name one. Returns false and sets \a problem to a message of one
-    /// line on failure.
+    /// Prepares the source of the frames: reads the recording if the options name one. Returns false and sets
+    /// \a problem to a message of one line on failure.
     bool openSource(QString *problem);
 
-    /// Listens and starts the data. Returns false and sets \a problem on failure.
+    /// Starts to listen and to produce data. Call openSource() first. Returns false and sets \a problem to a
+    /// message of one line on failure.
     bool start(QString *problem);
 
     SimulatedController &controller() { return m_controller; }
     quint16 commandPort() const { return m_commandServer.port(); }
     quint16 dataPort() const { return m_dataServer.port(); }
 
-    // FrameSink; called on the data thread.
+    // Functions of FrameSink, called on the data thread.
     void takeFrame(const Frame &frame) override;
     void takeReset() override;
     void takeIdle() override;

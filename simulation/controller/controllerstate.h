@@ -45,7 +45,7 @@ struct OutputChannel
 {
     Destination destination;
     bool active = false;
-    int divisor = 1;        ///< at least 1; only every n-th frame is sent
+    int divisor = 1;        ///< at least 1; only frames whose numbers are its multiples are sent
     QSet<QByteArray> types; ///< the ticked output types
 };
 
@@ -54,7 +54,7 @@ struct ControllerState
 {
     BackendVersions version{};
     bool locked = false;    ///< configuration changes are refused
-    bool viaRouter = false; ///< router mode: the frontend sends instead of the Controller
+    bool viaRouter = false; ///< router mode: the frontend's module sends the data
     int systemModel = 0;
     QByteArray monitorAddress; ///< the frontend's address as seen by the Controller
     QList<OutputType> catalogue;
@@ -62,10 +62,11 @@ struct ControllerState
 };
 
 /// Returns the state of a Controller of version 1.9 with the default catalogue and no channel destinations.
-/// Its model is 100, which may send to the computer that it runs on.
+/// Its system model is 100, the only one for which the module's dialog accepts the destination 127.0.0.1.
 ControllerState defaultControllerState();
 
-/// Returns the entry of \a catalogue for \a type, or null. Valid until the catalogue changes.
+/// Returns the entry of \a catalogue for \a type, or null. The pointer is valid until the catalogue
+/// changes.
 const OutputType *findOutputType(const QList<OutputType> &catalogue, const QByteArray &type);
 
 } // namespace simulation

@@ -8,10 +8,10 @@ namespace simulation {
 
 namespace {
 
-/// A client that has left so many bytes unread is disconnected.
+/// A client is disconnected if more than this many bytes cannot be sent because it does not read.
 constexpr qint64 unreadLimit = qint64{4} * 1024 * 1024;
 
-/// If the event loop is blocked, frames beyond this many bytes are dropped.
+/// The maximum size of the data that wait for the event loop. Frames and events that exceed it are dropped.
 constexpr int pendingLimit = 16 * 1024 * 1024;
 
 } // namespace
@@ -27,7 +27,8 @@ DataServer::DataServer(QObject *parent)
 
 DataServer::~DataServer()
 {
-    // m_server deletes the sockets, which then report that they are disconnected.
+    // m_server deletes the sockets, which then emit disconnected(). The function connected to this signal
+    // uses m_clients, which is destroyed before m_server.
     for (QTcpSocket *client : qAsConst(m_clients))
         client->disconnect(this);
 }
@@ -74,7 +75,7 @@ void DataServer::acceptConnection()
             m_clients.removeAll(socket);
             m_clientCount = m_clients.size();
         });
-        // Whatever a client sends here is ignored.
+        // Discard what a client sends, so that it does not accumulate in memory.
         connect(socket, &QTcpSocket::readyRead, socket, [socket] { socket->readAll(); });
         socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         socket->write(QByteArray(protocol::reset) + '\n' + m_state + '\n');
@@ -83,14 +84,15 @@ void DataServer::acceptConnection()
     }
 }
 
-/// Appends whole frames or lines only, so that a client that connects between two flushes starts at a
-/// boundary.
+/// \a text must consist of whole frames or lines, so that the first data of a client that connects between
+/// two flushes are not a part of a frame.
 void DataServer::enqueue(const QByteArray &text)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_pending.size() + text.size() > pendingLimit)
         return;
-    // Copied: a shared QByteArray would tie the two threads together by its reference count.
+    // Copy the bytes. Appending the QByteArray itself to an empty one would share its data between two
+    // threads; ThreadSanitizer does not see that Qt's reference counts are atomic.
     m_pending.append(text.constData(), text.size());
     if (!m_flushPosted)
         QMetaObject::invokeMethod(this, "flush", Qt::QueuedConnection);
@@ -110,7 +112,7 @@ void DataServer::flush()
 
 void DataServer::writeToAll(const QByteArray &text)
 {
-    // abort() removes the client from m_clients.
+    // Iterate over a copy, because abort() removes the client from m_clients.
     const QList<QTcpSocket *> clients = m_clients;
     for (QTcpSocket *client : clients) {
         if (client->bytesToWrite() > unreadLimit)

@@ -13,20 +13,21 @@ class QTcpSocket;
 
 namespace simulation {
 
-/// Streams frames and events to every connected frontend over TCP. Belongs to the thread of its event loop,
-/// except for the functions marked thread-safe.
+/// Streams frames and events to every connected frontend over TCP. Lives on a thread with an event loop. Only
+/// the functions that are marked as thread-safe may be called on other threads.
 class DataServer : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Further clients are refused.
+    /// The maximum number of simultaneous connections. Further clients are disconnected at once.
     static constexpr int ConnectionLimit = 64;
 
     explicit DataServer(QObject *parent = nullptr);
     ~DataServer() override;
 
-    /// As in CommandServer.
+    /// Starts to listen; with \a port 0 the system chooses a free port. Returns false and sets \a problem to
+    /// a message of one line on failure.
     bool listen(const QHostAddress &address, quint16 port, QString *problem);
     quint16 port() const { return m_server.serverPort(); }
 
@@ -36,7 +37,7 @@ public:
     /// Sends one line, such as protocol::reset. Thread-safe.
     void sendEvent(const QByteArray &line);
 
-    /// Sends the event \a line to all clients, and to each later one when it connects.
+    /// Sends the event \a line to all clients now, and to later clients when they connect.
     void setState(const QByteArray &line);
 
 private:
@@ -47,9 +48,9 @@ private:
 
     QTcpServer m_server;
     QTimer m_aliveTimer;
-    QByteArray m_state;
+    QByteArray m_state; ///< the line of the last setState()
     QList<QTcpSocket *> m_clients;
-    std::atomic<int> m_clientCount{0};
+    std::atomic<int> m_clientCount{0}; ///< size of m_clients, for other threads
 
     std::mutex m_mutex; ///< guards all members below
     QByteArray m_pending;

@@ -18,11 +18,11 @@ public:
     {
     }
 
-    /// Uses \a routes from now on. When it returns, no frame is being sent by the previous routes.
-    /// Thread-safe.
+    /// Uses \a routes from now on. When the function returns, no frame is being sent with the previous
+    /// routes. Thread-safe.
     void follow(const ChannelRoutes &routes);
 
-    /// Sends \a frame to each channel that is due. Call it on one thread at a time.
+    /// Sends \a frame on each active channel that has to send it. Call it on one thread at a time.
     void send(const Frame &frame);
 
 private:
@@ -31,9 +31,9 @@ private:
     UdpSocket m_socket;
 };
 
-/// Returns the datagram that a channel with \a content sends for \a frame: the lines of its types, each ended
-/// by one CR LF. It is empty if the divisor skips the frame, if it would exceed the size of a datagram, or if
-/// "fr" is not ticked.
+/// Returns the datagram that a channel with \a content sends for \a frame: the lines of the channel's types,
+/// each ended by CR LF. Returns an empty datagram if the frame is not due, if "fr" is not ticked, or if the
+/// lines do not fit into one datagram.
 QByteArray datagramOf(const Frame &frame, const Expectation &content);
 
 } // namespace simulation

@@ -24,12 +24,12 @@ constexpr int maximumLine = 4096;
 /// The longest line on the data connection, including its end.
 constexpr int maximumDataLine = 1024 * 1024;
 
-/// Interval of "#alive".
+/// The interval at which a Controller sends "#alive".
 constexpr int aliveIntervalMs = 1000;
 
 } // namespace protocol
 
-/// What a Controller tells a frontend that connects.
+/// What a Controller reports in its answer to "hello".
 struct Greeting
 {
     BackendVersions version{};
@@ -42,8 +42,8 @@ bool parseGreeting(const QByteArray &text, Greeting *greeting);
 /// Returns the parts of \a state that a frontend shows, as JSON without line ends.
 QByteArray stateText(const ControllerState &state);
 
-/// Sets these parts of \a state. Returns false and leaves \a state unchanged if \a text is not such a JSON
-/// object.
+/// Sets the parts of \a state that stateText() writes. Returns false and leaves \a state unchanged if \a text
+/// is not a JSON object with a version and all channels.
 bool parseState(const QByteArray &text, ControllerState *state);
 
 } // namespace simulation

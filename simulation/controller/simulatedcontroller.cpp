@@ -8,7 +8,8 @@ namespace {
 
 constexpr int failed = -1;
 
-/// Neither yes nor no, no number and no destination, with format directives and invalid characters.
+/// An answer that is neither yes nor no, nor a number, nor a destination. It contains directives of printf()
+/// and characters outside printable ASCII.
 constexpr char garbage[] = "\"%s%n\" 99999999999999 -\xfc\x7f ";
 
 } // namespace
@@ -148,7 +149,8 @@ void SimulatedController::clearRecord()
     m_record.clear();
 }
 
-/// Returns the result of the first matching fault, or Accepted. The caller holds m_mutex.
+/// Returns the result of the first matching fault, or Accepted. Removes a fault that is meant for one text
+/// only. The caller holds m_mutex.
 int SimulatedController::consumeFault(bool isCommand, const QByteArray &text)
 {
     for (int i = 0; i < m_textFaults.size(); ++i) {
@@ -169,7 +171,8 @@ int SimulatedController::consumeFault(bool isCommand, const QByteArray &text)
     return now == Fault::FailNext || now == Fault::FailEvery ? failed : int(Accepted);
 }
 
-/// Returns whether a fault determines the answer to the query \a text. The caller holds m_mutex.
+/// Returns whether overrideAnswer() or a fault determines the answer to the query \a text, and writes this
+/// answer. The caller holds m_mutex.
 bool SimulatedController::findAnswerFault(const QByteArray &text, QByteArray *answer) const
 {
     const auto override = m_overrides.constFind(text);
@@ -186,7 +189,7 @@ bool SimulatedController::findAnswerFault(const QByteArray &text, QByteArray *an
     return fault == Fault::AnswerEmpty || fault == Fault::AnswerGarbage;
 }
 
-/// The caller holds m_mutex.
+/// Appends \a exchange to the record. The caller holds m_mutex.
 void SimulatedController::keep(const Exchange &exchange)
 {
     if (m_record.size() >= RecordLimit)

@@ -14,14 +14,14 @@
 
 namespace simulation {
 
-/// A fault of the Controller for all texts of one kind. The last two apply to queries only.
+/// A fault of the Controller for the queries or commands of one kind.
 enum class Fault
 {
     None,
-    FailNext,  ///< the next text fails, later ones do not
-    FailEvery, ///< every text fails, without an answer and without effect
-    AnswerEmpty,
-    AnswerGarbage
+    FailNext,     ///< the next query or command fails, later ones do not
+    FailEvery,    ///< every query or command fails, without an answer and without effect
+    AnswerEmpty,  ///< every query gets an empty answer; no effect on commands
+    AnswerGarbage ///< every query gets an answer that makes no sense; no effect on commands
 };
 
 using Faults = std::array<Fault, commandKindCount>;
@@ -52,7 +52,7 @@ public:
     ControllerState state() const;
     QList<OutputType> catalogue() const;
 
-    /// The names of the available types, in the order of the catalogue.
+    /// Returns the names of the available types, in the order of the catalogue.
     QList<QByteArray> availableTypes() const;
 
     /// Changes the state directly, even if the configuration is locked.
@@ -63,7 +63,7 @@ public:
     void fail(const QByteArray &text, Match match = Match::Exact, Times times = Times::Always,
               int result = -1);
 
-    /// Makes the query \a text, known or not, return \a answer.
+    /// Makes the query \a text return \a answer, even if the Controller does not know this query.
     void overrideAnswer(const QByteArray &text, const QByteArray &answer);
 
     /// Sets the fault of \a kind, a position in commandKinds(). fail() and overrideAnswer() take precedence.
@@ -75,10 +75,10 @@ public:
     /// Returns the faults by position in commandKinds().
     Faults faults() const;
 
-    /// Undoes every fail(), overrideAnswer() and setFault().
+    /// Undoes every fail(), overrideAnswer() and setFault(). The probability of refusals stays.
     void clearFaults();
 
-    /// Returns the latest exchanges in order, at most RecordLimit.
+    /// Returns the latest exchanges in order, at most RecordLimit of them.
     QList<Exchange> record() const;
 
     /// Returns the texts of the recorded commands in order, including refused ones.
@@ -89,8 +89,9 @@ public:
     static constexpr int RecordLimit = 20000;
 
 signals:
+    /// A query or command was answered.
     void exchanged(const simulation::Exchange &exchange);
-    /// A command was executed, or change() was called.
+    /// A command was accepted, or change() was called.
     void stateChanged();
 
 private:
