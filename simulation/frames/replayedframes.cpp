@@ -22,7 +22,8 @@ bool openFile(QFile &file, const QString &name)
     return file.open(QIODevice::ReadOnly);
 }
 
-/// Reads in portions: a pipe has no known size, and reading a directory fails only here.
+/// Reads in portions, because the size of a pipe is unknown. Stops when \a content exceeds the limit, which
+/// accept() then reports.
 bool readAll(QFile &file, QByteArray *content)
 {
     constexpr int portionSize = 1024 * 1024;

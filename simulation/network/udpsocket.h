@@ -39,8 +39,8 @@ public:
     /// Sends one datagram. Returns false on failure.
     bool send(const QByteArray &datagram, quint32 address, quint16 port);
 
-    /// Receives the next pending datagram and, unless \a sender is null, the address that it came from.
-    /// Returns false if no datagram is pending; never blocks.
+    /// Receives the next pending datagram and, unless \a sender is null, the address and port that it came
+    /// from. Returns false if no datagram is pending; never blocks.
     bool receive(QByteArray *datagram, UdpEndpoint *sender = nullptr);
 
     /// Returns the file descriptor for poll(), or -1 if the socket could not be created.

@@ -94,7 +94,7 @@ void PortMonitor::take(const QByteArray &datagram)
         m_sinceFirst.start();
     m_statistics.frames += content.numbers.size();
     m_statistics.lastNumber = content.numbers.last();
-    // Only the last one: the first of two numbers need not be a multiple of the divisor.
+    // The first of two numbers need not be a multiple of the divisor, so only the last one is taken.
     m_sequence.take(content.numbers.last());
     if (m_recording)
         m_recording->write(datagram);
