@@ -1,5 +1,7 @@
 #include "datagramreceiver.h"
 
+#include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
@@ -37,8 +39,14 @@ bool DatagramReceiver::listen(quint32 address, quint16 port)
 {
     m_address = address;
     m_port = port;
-    if (!m_socket.listen(address, port) || ::pipe2(m_wake, O_CLOEXEC) != 0)
+    if (!m_socket.listen(address, port)) {
+        m_error = m_socket.error();
         return false;
+    }
+    if (::pipe2(m_wake, O_CLOEXEC) != 0) {
+        m_error = std::strerror(errno);
+        return false;
+    }
     m_port = m_socket.port();
     m_thread = std::thread([this] { run(); });
     return true;

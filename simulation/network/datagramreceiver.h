@@ -19,7 +19,7 @@ public:
     DatagramReceiver &operator=(const DatagramReceiver &) = delete;
 
     /// Binds to \a address and starts to receive; with \a port 0 the system chooses a free port. Call it
-    /// once. Returns false on failure. If the socket has failed, error() gives the reason.
+    /// once. Returns false on failure; error() then gives the reason.
     bool listen(quint32 address, quint16 port);
 
     /// Returns the address given to listen(), in host byte order.
@@ -29,7 +29,7 @@ public:
     quint16 port() const { return m_port; }
 
     bool isListening() const { return m_thread.joinable(); }
-    QByteArray error() const { return m_socket.error(); }
+    QByteArray error() const { return m_error; }
 
     /// Call the functions of FrameChecker with the same names. Before that they check the datagrams that wait
     /// in the socket, at most 256, against the previous expectation.
@@ -53,6 +53,7 @@ private:
     Expectation m_expectation;
     quint32 m_address = 0;
     quint16 m_port = 0;
+    QByteArray m_error;       ///< of listen()
     int m_wake[2] = {-1, -1}; ///< a pipe; closing its write end, the second one, ends the thread
     std::thread m_thread;
 };

@@ -67,6 +67,8 @@ UdpSocket::~UdpSocket()
 
 bool UdpSocket::listen(quint32 address, quint16 port, int interfaceIndex)
 {
+    if (m_descriptor < 0)
+        return false; // m_error is that of the constructor
     setsockopt(m_descriptor, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
     const bool isGroup = isMulticastGroup(address);
     // Several programs may receive a group from the network. Any other address and port belongs to one
