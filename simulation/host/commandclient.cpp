@@ -6,7 +6,7 @@ namespace simulation {
 
 namespace {
 
-/// A text with a control character cannot be sent as one line.
+/// Returns whether \a text can be sent as one line: it contains no control character and is short enough.
 bool isOneLine(const QByteArray &text)
 {
     for (const char letter : text) {
@@ -16,7 +16,7 @@ bool isOneLine(const QByteArray &text)
     return text.size() < protocol::maximumLine - 8;
 }
 
-/// Splits an answer line. Returns the result and sets \a answer if it is 0.
+/// Returns the result that an answer line contains. If it is 0, sets \a answer to the rest of the line.
 int parseAnswer(const QByteArray &line, QByteArray *answer)
 {
     constexpr int refused = -1;
@@ -28,8 +28,8 @@ int parseAnswer(const QByteArray &line, QByteArray *answer)
     return line.startsWith(protocol::refused) && result != 0 ? result : refused;
 }
 
-/// A copy that shares no data with \a text, for another thread: the sanitizer does not see Qt's reference
-/// counts.
+/// Returns a deep copy of \a text for another thread. ThreadSanitizer does not see the reference counting
+/// inside the Qt library and would report a data race on a shared QString.
 QString unshared(const QString &text)
 {
     return QString(text.constData(), text.size());

@@ -11,17 +11,18 @@
 
 namespace simulation {
 
-/// Queries and commands to a Controller over TCP. After start() it connects in the background, and again
-/// after each loss.
+/// Sends queries and commands to a Controller over TCP. After start() it connects in the background, and
+/// again after each loss of the connection.
 ///
-/// Thread safety: any thread may call query() and command(); calls are answered one after another. The
-/// connection lives on a thread of its own, so that it works while the GUI thread waits for an answer.
+/// Thread safety: any thread may call query() and command(), which wait for the answer; calls are answered
+/// one after another. The socket lives on a separate thread, so that it works while the GUI thread waits for
+/// an answer.
 ///
 /// Invariants:
 /// 1. At most one request is unanswered (m_requestMutex).
-/// 2. Without a connection, requests fail at once. A request that times out drops the connection: a late
-/// answer can
-///    never be taken for the answer to the next request, and the requests that follow do not wait.
+/// 2. Without a connection, requests fail at once.
+/// 3. A request that times out drops the connection. A late answer is therefore never taken for the answer to
+///    the next request, and the requests that follow do not wait.
 class CommandClient : public QObject, public CommandService
 {
     Q_OBJECT
@@ -36,8 +37,8 @@ public:
     /// Connects in the background. Connect the signals first, or the first connection may go unnoticed.
     void start();
 
-    /// Waits until the Controller has greeted. Returns false after \a milliseconds; problem() then gives the
-    /// reason.
+    /// Waits until the Controller has answered "hello". Returns false after \a milliseconds; problem() then
+    /// returns the reason.
     bool waitForConnected(int milliseconds);
 
     bool isConnected() const;
@@ -50,7 +51,7 @@ public:
 signals:
     void connected(const simulation::Greeting &greeting);
     void disconnected(const QString &reason);
-    /// Emitted on the thread of the request.
+    /// A query or command has returned. Emitted on the thread that called it.
     void exchanged(const simulation::Exchange &exchange);
 
 private:
@@ -63,12 +64,12 @@ private:
 
     const QString m_host;
     const quint16 m_port;
-    RetryingSocket *m_socket = nullptr; ///< lives on m_thread, on which the functions on...() run
-    QTimer *m_greetingTimer = nullptr;  ///< lives on m_thread; runs until the Controller greets
+    RetryingSocket *m_socket = nullptr; ///< lives on m_thread, which runs its slots on...()
+    QTimer *m_greetingTimer = nullptr;  ///< lives on m_thread; runs until the Controller answers "hello"
     TaskQueue m_owner;                  ///< emits the signals on the thread of this object
     std::mutex m_requestMutex;
 
-    mutable std::mutex m_mutex; ///< guards all members below
+    mutable std::mutex m_mutex; ///< guards the members from m_isConnected to m_problem
     mutable std::condition_variable m_changed;
     bool m_isConnected = false;
     bool m_isAnswered = false;
@@ -76,7 +77,7 @@ private:
     Greeting m_greeting;
     QString m_problem;
 
-    EventThread m_thread; ///< the last member: it ends before the others are destroyed
+    EventThread m_thread; ///< the last member, so that it ends before the others are destroyed
 };
 
 } // namespace simulation

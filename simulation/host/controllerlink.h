@@ -26,8 +26,9 @@ struct LogLine
 /// The host's command service on top of a Controller, and the delivery of data lines and messages to
 /// registered requesters and receivers.
 ///
-/// Thread-safe. No lock is held while a requester or a receiver is called, so it may call back. Removing one
-/// waits until no call to it is in progress.
+/// Thread-safe. No lock is held while a requester or a receiver is called, so it may call back, except to
+/// remove a requester or receiver: a removal waits until no call of the removed object is pending or in
+/// progress.
 class ControllerLink : public QObject, public IOManager
 {
     Q_OBJECT
@@ -53,7 +54,7 @@ public:
     /// threads may deliver at the same time.
     void deliver(const QByteArray &type, const QByteArray &line);
 
-    /// Notify every registered requester on the calling thread.
+    /// Call onOutputReset() or onOutputIdle() of every registered requester on the calling thread.
     void deliverReset();
     void deliverIdle();
 
@@ -73,7 +74,7 @@ public:
 
 signals:
     void logged(const simulation::LogLine &line);
-    /// The set of requested types has changed.
+    /// The set of requested types may have changed.
     void requestsChanged();
 
 private:

@@ -6,7 +6,7 @@ namespace simulation {
 
 namespace {
 
-/// A Controller sends something every second.
+/// A Controller sends at least one line per second, also while it sends no frames.
 constexpr int silenceLimitMs = 3 * protocol::aliveIntervalMs;
 
 constexpr int maximumLinesPerFrame = 10000;

@@ -7,9 +7,9 @@
 
 namespace simulation {
 
-/// Receives frames and events from a Controller over TCP and passes the frames to a sink, on a thread of its
-/// own. It connects again after each loss; a frame that was cut off by the loss is never passed on. Its
-/// functions belong to the thread that created it.
+/// Receives frames and events from a Controller over TCP on its own thread and passes the frames to a sink.
+/// After each loss of the connection it connects again; a frame that was cut off by the loss is never passed
+/// on. Call its functions only on the thread that created it.
 class DataClient : public QObject
 {
     Q_OBJECT
@@ -25,11 +25,11 @@ public:
     void stop();
 
 signals:
-    /// The Controller's state; only the parts of parseState() are set.
+    /// The Controller has sent its state. Only the members that parseState() sets are valid.
     void stateReceived(const simulation::ControllerState &state);
     /// The sink has handled a reset.
     void wasReset();
-    /// The data have ended.
+    /// The Controller has reported the end of its data, and the sink has handled it.
     void finished();
 
 private:
@@ -41,11 +41,11 @@ private:
     FrameSink &m_sink;
     bool m_isStopped = false;
     TaskQueue m_owner;                  ///< emits the signals on the thread of this object
-    RetryingSocket *m_socket = nullptr; ///< lives on m_thread, as do the next two
+    RetryingSocket *m_socket = nullptr; ///< used only on m_thread, as are the next two
     QTimer *m_silenceTimer = nullptr;   ///< runs while connected
     Frame m_frame;                      ///< the lines of the frame that is being received
 
-    EventThread m_thread; ///< the last member: it ends before the others are destroyed
+    EventThread m_thread; ///< the last member, so that it ends before the others are destroyed
 };
 
 } // namespace simulation

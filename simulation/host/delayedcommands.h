@@ -6,7 +6,7 @@
 
 namespace simulation {
 
-/// Delays each answer of another service, as a slow Controller does. Thread-safe.
+/// Passes queries and commands to another service after a delay, like a slow Controller. Thread-safe.
 class DelayedCommands : public CommandService
 {
 public:

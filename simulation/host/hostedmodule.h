@@ -20,21 +20,22 @@ public:
     HostedModule(const HostedModule &) = delete;
     HostedModule &operator=(const HostedModule &) = delete;
 
-    /// Loads \a file. Returns false and sets \a problem to a message of one line if it is missing or not a
-    /// module of this host.
+    /// Loads \a file. Returns false and sets \a problem to a message of one line if the file is missing,
+    /// cannot be loaded or is not a module of this host.
     bool load(const QString &file, QString *problem);
 
-    /// Returns the file that was loaded last.
+    /// Returns the file of the latest load().
     QString file() const { return m_loader.fileName(); }
 
     /// Returns the name and the version of the module.
     QString title() const;
 
-    /// Passes the host's services to the module and returns its actions, which are valid until end().
+    /// Passes the host's services to the module and returns the module's actions, which are valid until
+    /// end().
     QList<ModuleAction *> begin(IOManager *manager, QWidget *parent, BackendVersions *versions);
 
     /// Shuts the module down and unloads the library. Returns false and sets \a problem to a message of one
-    /// line if the library stays in memory.
+    /// line if no module is loaded or the library stays in memory.
     bool end(QString *problem);
 
 private:

@@ -5,8 +5,8 @@
 
 namespace simulation {
 
-/// A TCP socket that connects again after every failure and every loss of the connection. Belongs to the
-/// thread of its event loop.
+/// A TCP socket that connects again after every failure and every loss of the connection. Call its functions
+/// only on the thread that created it, which must run an event loop.
 class RetryingSocket : public QObject
 {
     Q_OBJECT
@@ -17,14 +17,15 @@ public:
     /// Connects to \a host now. An existing connection is dropped.
     void connectTo(const QString &host, quint16 port);
 
-    /// Drops the connection for \a reason; connects again later.
+    /// Drops the connection, emits failed() with \a reason, and connects again half a second later. Does
+    /// nothing if that is already pending.
     void drop(const QString &reason);
 
     QTcpSocket &socket() { return m_socket; }
 
 signals:
     void connected();
-    /// The connection was lost, dropped, or could not be made.
+    /// The connection was lost or dropped, or could not be established.
     void failed(const QString &reason);
     void readyRead();
 
