@@ -36,6 +36,21 @@ QString nameOf(const ReceiverReport &report)
     return Headless::tr("channel %1 at %2").arg(report.channel).arg(report.destination);
 }
 
+QString summary(const Session &session, int channels)
+{
+    if (session.isRemote())
+        return Headless::tr("summary: %1 frames received from the Controller, %2 channels")
+            .arg(session.frames())
+            .arg(channels);
+    const QString sent = Headless::tr("summary: %1 frames sent at %2 per second, %3 channels")
+                             .arg(session.frames())
+                             .arg(session.options().rate)
+                             .arg(channels);
+    if (session.options().replay.isEmpty())
+        return sent;
+    return sent + Headless::tr(", %1 recorded lines skipped").arg(session.skippedLines());
+}
+
 } // namespace
 
 Headless::Headless(Session &session, QObject *parent)
@@ -93,13 +108,7 @@ bool Headless::judge() const
 {
     QTextStream out(stdout);
     const QList<ReceiverReport> reports = m_session.receivers().finalReports();
-    out << tr("summary: %1 frames sent at %2 per second, %3 channels")
-               .arg(m_session.frames())
-               .arg(m_session.options().rate)
-               .arg(reports.size());
-    if (!m_session.options().replay.isEmpty())
-        out << tr(", %1 recorded lines skipped").arg(m_session.skippedLines());
-    out << '\n';
+    out << summary(m_session, reports.size()) << '\n';
     if (m_residentAtStart > 0)
         out << tr("resident memory: %1 KiB after the first second, %2 KiB at the end")
                    .arg(m_residentAtStart)

@@ -19,9 +19,8 @@ class Headless : public QObject
 public:
     explicit Headless(Session &session, QObject *parent = nullptr);
 
-    /// Starts the data and runs the event loop until the time is over, the recording has ended, or the
-    /// application quits. When it returns, the data have stopped and the receivers have read the pending
-    /// datagrams.
+    /// Starts the session and runs the event loop until the time set by --seconds is over, the data have
+    /// ended, or the application quits. Then stops the session.
     void run();
 
     /// Prints the summary. Returns whether every channel received its frames in order without loss.
@@ -31,9 +30,9 @@ private:
     void writeProgress();
 
     Session &m_session;
-    qint64 m_residentAtStart = 0; ///< KiB at the first progress line, when all buffers have been used
+    qint64 m_residentAtStart = 0; ///< in KiB, after a second of data has filled the buffers
     QElapsedTimer m_sinceProgress;
-    QHash<int, qint64> m_framesBefore; ///< by channel, at the previous progress line
+    QHash<int, qint64> m_framesBefore; ///< frames of each channel at the previous progress line
 };
 
 } // namespace simulation

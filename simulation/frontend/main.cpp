@@ -136,11 +136,11 @@ int main(int argc, char **argv)
         reportProblem(QLatin1String("there is no display; --headless runs without a window"));
         return WrongUsage;
     }
-    // Qt has options with the same names: it gets only the program's name.
-    int nameAlone = 1;
+    // Pass only the program's name to Qt, which has options of the same names, such as -plugin.
+    int argumentCount = 1;
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    QApplication application(nameAlone, argv);
+    QApplication application(argumentCount, argv);
     QApplication::setApplicationName(QLatin1String("frontend"));
     QApplication::setWindowIcon(windowIcon());
     SignalWatcher watcher;

@@ -28,7 +28,7 @@ void addOptions(QCommandLineParser &parser)
         parser.addOption({QLatin1String(name), QString(), QLatin1String("value")});
 }
 
-/// Returns an option that is set but belongs to the embedded Controller, or an empty text.
+/// Returns the first set option that is only for the embedded Controller, or an empty text.
 QString embeddedOption(const QCommandLineParser &parser)
 {
     for (const char *name :
@@ -70,7 +70,7 @@ bool parseOptions(const QStringList &arguments, Options *options, QString *probl
                          reader.text("replay", text("the name of a file"), &options->replay) &&
                          reader.text("plugin", text("the name of a file"), &options->plugin);
     if (isValid && options->controller.isSet() && !embeddedOption(parser).isEmpty()) {
-        *problem = text("--%1 belongs to the embedded Controller; give it to the program controller")
+        *problem = text("--%1 is only for the embedded Controller; pass it to the program controller instead")
                        .arg(embeddedOption(parser));
         return false;
     }

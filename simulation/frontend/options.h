@@ -24,7 +24,7 @@ struct Options
     int answerDelayMs = 0;
     Endpoint controller; ///< not set: the Controller is embedded
     QString replay;      ///< file of recorded lines, "-" for standard input; empty: synthetic frames
-    QString plugin;      ///< plug-in file; empty: the one beside this program
+    QString plugin;      ///< plug-in file; empty: the one in ../plugins, relative to this program's folder
 };
 
 /// Parses the command line \a arguments, which begin with the program's name. Returns false and sets \a

@@ -24,7 +24,8 @@ quint16 ReceiverPool::listen(int index, quint32 address)
 void ReceiverPool::follow(const ChannelRoutes &routes)
 {
     m_routes = routes;
-    // Close all that move before opening any: two channels may have swapped destinations.
+    // Close every receiver whose destination has changed before opening new ones: two channels may have
+    // swapped destinations.
     for (size_t i = 0; i < routes.size(); ++i) {
         const DatagramReceiver *receiver = m_receivers[i].get();
         if (receiver && (!receiver->isListening() || receiver->address() != routes[i].address ||
@@ -37,7 +38,7 @@ void ReceiverPool::follow(const ChannelRoutes &routes)
         const bool isNew = !m_receivers[i];
         if (isNew)
             m_receivers[i] = std::make_unique<DatagramReceiver>(m_ledger);
-        // Before listening: a Controller may be sending already.
+        // Set the expectation before listening, because the Controller may be sending already.
         m_receivers[i]->expect(routes[i].content);
         if (isNew)
             m_receivers[i]->listen(routes[i].address, routes[i].port);

@@ -18,8 +18,8 @@ struct ReceiverReport
 {
     int channel = 0;     ///< counted from 1
     QString destination; ///< "address:port"
-    QString problem;     ///< why it does not listen; empty if it does
-    bool active = false; ///< the channel is on
+    QString problem;     ///< why the receiver does not listen; empty if it listens
+    bool active = false; ///< whether the channel is active
     ReceiverStatistics statistics;
 };
 
@@ -30,7 +30,8 @@ public:
     explicit ReceiverPool(const FrameLedger &ledger);
     ~ReceiverPool();
 
-    /// Listens for channel \a index on \a address and a free port. Returns the port, or 0 on failure.
+    /// Makes a receiver for channel \a index listen on \a address and a free port. Returns the port, or 0 on
+    /// failure.
     quint16 listen(int index, quint32 address);
 
     /// Creates, moves and removes receivers, so that each channel with a destination on this computer has

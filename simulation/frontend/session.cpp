@@ -32,7 +32,7 @@ Session::Session(const Options &options, QObject *parent)
     connect(&m_controller, &SimulatedController::exchanged, this, &Session::exchanged, Qt::DirectConnection);
     if (isRemote())
         useRemote();
-    // A router that starts or stops begins a new sequence of frames.
+    // The module changes its requests when it starts or stops its routers. Frames may be skipped then.
     connect(&m_link, &ControllerLink::requestsChanged, this, [this] { m_receivers.join(); });
 }
 
@@ -154,7 +154,7 @@ void Session::resetOutput()
 void Session::announceTypes()
 {
     m_link.sendMessage("OutputTypesChanged");
-    // The routers restart their sequences with this message.
+    // On this message the module restarts its routers. Frames may be skipped then.
     m_receivers.join();
 }
 
@@ -196,7 +196,7 @@ void Session::start()
     }
     m_dataThread = std::make_unique<DataThread>(std::move(source), m_rate, *this);
     connect(m_dataThread.get(), &DataThread::finished, this, &Session::sourceEnded);
-    // A reset drops the partial frame of each router.
+    // On a reset each router drops its incomplete frame.
     connect(m_dataThread.get(), &DataThread::wasReset, this, [this] { m_receivers.join(); });
     m_receivers.begin();
     m_dataThread->start();
@@ -220,7 +220,7 @@ void Session::stop()
 void Session::followState()
 {
     const ChannelRoutes routes = m_routeFinder.routes(m_controller.state());
-    // A remote Controller sends its own data.
+    // A remote Controller sends its datagrams itself, so m_output gets no routes.
     if (isRemote()) {
         m_receivers.follow(routes);
         return;

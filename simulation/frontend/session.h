@@ -36,23 +36,26 @@ public:
     bool openSource(QString *problem);
 
     /// Waits for the remote Controller, if the options name one. Returns false and sets \a problem to a
-    /// message of one line if it cannot be reached.
+    /// message of one line if the Controller cannot be reached.
     bool connectController(QString *problem);
 
-    /// Sets up the channels of an embedded Controller and a receiver for each. Appends warnings for the user
-    /// to \a remarks. Returns false and sets \a problem to a message of one line if a receiver cannot listen.
+    /// Sets up the channels of an embedded Controller and a receiver for each; does nothing with a remote
+    /// one. Appends warnings for the user to \a remarks. Returns false and sets \a problem to a message of
+    /// one line if a receiver cannot listen.
     bool setUp(QStringList *remarks, QString *problem);
 
-    /// Starts the data. The receivers expect every frame from the first one on.
+    /// Starts the data thread of an embedded Controller; the receivers expect every frame from the first one
+    /// on. Does nothing with a remote Controller, whose data arrive as soon as it is connected.
     void start();
 
-    /// Stops the data, then waits a limited time for datagrams that are still in transit.
+    /// Stops the data. With an embedded Controller, waits up to two seconds for datagrams in transit.
     void stop();
 
-    /// The embedded Controller. With a remote one, a copy of the state that it has sent last.
+    /// Returns the embedded Controller. With a remote Controller, the object only holds a copy of the state
+    /// that the remote one has sent last.
     SimulatedController &controller() { return m_controller; }
 
-    /// Whether the Controller is a remote one.
+    /// Returns whether the Controller is a remote one.
     bool isRemote() const { return m_commands != nullptr; }
 
     /// The delay of the embedded Controller's answers.
@@ -63,10 +66,11 @@ public:
     ReceiverPool &receivers() { return m_receivers; }
     const Options &options() const { return m_options; }
 
-    /// The version record for the module, which reads it once.
+    /// Returns the record for the module's parameter "BackendVersions".
     BackendVersions *versions() { return &m_versions; }
 
-    /// Changes the Controller's version. No module may be loaded.
+    /// Changes the Controller's version. Call it only while no module is loaded, because the version must not
+    /// change while a module uses it.
     void setVersion(const BackendVersions &version);
 
     /// Returns the number of channels with a destination.
@@ -83,13 +87,14 @@ public:
     bool isPaused() const { return m_paused; }
     void setPaused(bool paused);
 
-    /// Resets the data, as after an interrupted connection.
+    /// Sends a reset to the module, as after an interrupted connection: the data start over.
     void resetOutput();
 
     /// Notifies the module that the Controller's output types have changed.
     void announceTypes();
 
-    /// Returns the number of frames sent.
+    /// Returns the number of frames that the embedded Controller has sent, or that were received from the
+    /// remote one.
     qint64 frames() const { return m_ledger.frames(); }
 
     /// Returns the number of skipped lines of the recording.
@@ -103,11 +108,14 @@ public:
 signals:
     /// A query or a command was answered. May be emitted on any thread.
     void exchanged(const simulation::Exchange &exchange);
-    /// The remote Controller was connected (\a problem is empty) or lost.
+    /// The connection to the remote Controller was established (\a problem is empty), was lost, or could not
+    /// be established.
     void connectionChanged(const QString &problem);
-    /// The remote Controller has connected again in another version than the module was started with.
+    /// The remote Controller has connected with a version other than the one that the module was started
+    /// with.
     void versionChanged(const BackendVersions &version);
-    /// The recording has ended.
+    /// The recording has ended, the remote Controller has reported the end of its data, or stop() has ended
+    /// the data thread.
     void sourceEnded();
 
 private:
