@@ -37,8 +37,8 @@ QPalette darkPalette()
     return palette;
 }
 
-/// Outlines check boxes in the text's colour. The style's own outline is darker than the window and
-/// disappears on a dark base.
+/// The Fusion style with check boxes outlined in the colour of the text. The outline of Fusion itself is
+/// darker than the window and invisible on a dark base.
 class DarkStyle : public QProxyStyle
 {
 public:
@@ -88,7 +88,7 @@ QPen channelPen(int number)
     static constexpr std::array<QRgb, 5> colors{0xff0072b2, 0xffd55e00, 0xff009e73, 0xffcc79a7, 0xffe69f00};
     const auto index = size_t(number - 1);
     QPen pen(QColor(colors[index % colors.size()]), 2.0);
-    // Short dashes, of which the small samples of the legend show two.
+    // Short dashes, so that even the small samples in the legend show two of them.
     if (index / colors.size() % 2 == 1)
         pen.setDashPattern({2.0, 1.5});
     return pen;
@@ -104,7 +104,7 @@ QIcon channelIcon(int number, const QPalette &palette)
     painter.setPen(pen);
     painter.drawLine(2, 8, 29, 8);
     QIcon icon(pixmap);
-    // Without a pixmap of its own, the style tints that of a selected item.
+    // Without a pixmap for selected items, the style would tint the normal one.
     icon.addPixmap(pixmap, QIcon::Selected);
     return icon;
 }

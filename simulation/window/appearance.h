@@ -14,11 +14,13 @@ bool isDark(const QPalette &palette);
 /// Returns the colour for failures, readable on the base of \a palette.
 QColor failureColor(const QPalette &palette);
 
-/// Returns the pen of channel \a number, counted from 1, for light and dark backgrounds. Colour and dash
-/// pattern together are unique; the colours differ for colour-blind people, too.
+/// Returns the pen of channel \a number, counted from 1, for light and dark backgrounds. The combination of
+/// colour and dash pattern is unique among ten channels; colour-blind people can distinguish the colours,
+/// too.
 QPen channelPen(int number);
 
-/// Returns a sample of channelPen() on the base of \a palette, in the same colours for a selected item.
+/// Returns an icon with a line in channelPen() on the base colour of \a palette. In a selected item it has
+/// the same colours.
 QIcon channelIcon(int number, const QPalette &palette);
 
 /// Switches the program to a dark palette or back to the desktop's palette. GUI thread only.

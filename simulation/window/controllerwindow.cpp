@@ -57,7 +57,8 @@ void ControllerWindow::hideEvent(QHideEvent *event)
     emit visibilityChanged(false);
 }
 
-/// Lets the wheel scroll the panels instead of changing a box under the pointer that has no focus.
+/// Lets the mouse wheel scroll the panels. Without this, it would change the combo box or spin box under the
+/// pointer even if that does not have the focus.
 void ControllerWindow::keepWheelFromBoxes()
 {
     const auto widgets = findChildren<QWidget *>();

@@ -23,7 +23,7 @@ public:
 
 signals:
     void versionWanted(const BackendVersions &version);
-    /// It was shown (\a visible true) or hidden.
+    /// The window was shown (\a visible true) or hidden.
     void visibilityChanged(bool visible);
 
 protected:

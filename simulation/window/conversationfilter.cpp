@@ -10,14 +10,14 @@ namespace {
 
 bool isOfKind(ConversationFilter::Kind kind, const QModelIndex &index)
 {
-    const auto speaker = index.data(ConversationModel::SpeakerRole).value<ConversationModel::Speaker>();
+    const auto entryKind = index.data(ConversationModel::KindRole).value<ConversationModel::EntryKind>();
     switch (kind) {
     case ConversationFilter::Kind::Queries:
-        return speaker == ConversationModel::Speaker::Query;
+        return entryKind == ConversationModel::EntryKind::Query;
     case ConversationFilter::Kind::Commands:
-        return speaker == ConversationModel::Speaker::Command;
+        return entryKind == ConversationModel::EntryKind::Command;
     case ConversationFilter::Kind::Log:
-        return speaker == ConversationModel::Speaker::Log;
+        return entryKind == ConversationModel::EntryKind::Log;
     case ConversationFilter::Kind::Failures:
         return index.data(ConversationModel::FailureRole).toBool();
     case ConversationFilter::Kind::All:

@@ -42,7 +42,7 @@ void ConversationModel::addExchange(const Exchange &exchange)
     const bool isCommand = exchange.kind == Exchange::Kind::Command;
     append({{{QString(), isCommand ? tr("set") : tr("get"), QString::fromLatin1(exchange.text),
               outcome(exchange)}},
-            isCommand ? Speaker::Command : Speaker::Query,
+            isCommand ? EntryKind::Command : EntryKind::Query,
             exchange.result != Accepted});
 }
 
@@ -50,7 +50,7 @@ void ConversationModel::addLogLine(const LogLine &line)
 {
     append({{{QString(), tr("log"), QString::fromLatin1(line.message),
               QString::fromLatin1(line.level + ", " + line.component)}},
-            Speaker::Log,
+            EntryKind::Log,
             true});
 }
 
@@ -93,12 +93,12 @@ QVariant ConversationModel::data(const QModelIndex &index, int role) const
         return entry.texts[index.column()];
     if (role == Qt::ForegroundRole && entry.isFailure)
         return failureColor(QGuiApplication::palette());
-    if (role == SpeakerRole)
-        return QVariant::fromValue(entry.speaker);
+    if (role == KindRole)
+        return QVariant::fromValue(entry.kind);
     if (role == FailureRole)
         return entry.isFailure;
     // Commands are bold, because they may change something.
-    if (role == Qt::FontRole && entry.speaker == Speaker::Command && index.column() != TimeColumn) {
+    if (role == Qt::FontRole && entry.kind == EntryKind::Command && index.column() != TimeColumn) {
         QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
         font.setBold(true);
         return font;

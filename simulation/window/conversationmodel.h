@@ -25,18 +25,18 @@ public:
         ColumnCount
     };
 
-    enum class Speaker
+    enum class EntryKind
     {
         Query,
         Command,
         Log
     };
-    Q_ENUM(Speaker)
+    Q_ENUM(EntryKind)
 
     enum Role
     {
-        SpeakerRole = Qt::UserRole,
-        FailureRole ///< whether it was refused or reports a failure
+        KindRole = Qt::UserRole,
+        FailureRole ///< whether it is a failed query or command, or a log line: the module logs failures only
     };
 
     /// The number of entries kept; the oldest are removed.
@@ -57,7 +57,7 @@ private:
     struct Entry
     {
         std::array<QString, ColumnCount> texts;
-        Speaker speaker = Speaker::Log;
+        EntryKind kind = EntryKind::Log;
         bool isFailure = false;
     };
 

@@ -135,7 +135,7 @@ void ConversationView::showCount()
     m_count->setText(shown == all ? tr("%1 lines").arg(all) : tr("%1 of %2 lines").arg(shown).arg(all));
 }
 
-/// Scrolls to the latest line unless the user has scrolled back.
+/// Keeps the latest line visible unless the user has scrolled back.
 void ConversationView::followEnd()
 {
     QScrollBar *bar = m_view->verticalScrollBar();

@@ -13,7 +13,8 @@ namespace simulation {
 class ConversationFilter;
 class ConversationModel;
 
-/// Shows the conversation with the Controller and the host's log as they arrive, with a filter and copying.
+/// Shows the queries and commands to the Controller and the lines of the host's log as they arrive. The user
+/// can filter and copy them.
 class ConversationView : public QWidget
 {
     Q_OBJECT

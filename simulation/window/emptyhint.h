@@ -6,7 +6,8 @@ class QAbstractItemView;
 
 namespace simulation {
 
-/// A text in the middle of a view that is visible while the view has no rows. The view must have its model.
+/// A text in the middle of a view, shown only while the view has no rows. The view must have its model before
+/// the hint is created.
 class EmptyHint : public QLabel
 {
     Q_OBJECT

@@ -21,27 +21,27 @@ FaultPanel::FaultPanel(SimulatedController &controller, QWidget *parent)
     connect(reset, &QPushButton::clicked, this, &FaultPanel::clearFaults);
     form->addRow(reset);
     for (int kind = 0; kind < commandKindCount; ++kind) {
-        const CommandKind &said = commandKinds()[size_t(kind)];
+        const CommandKind &entry = commandKinds()[size_t(kind)];
         if (kind == 0)
             form->addRow(new QLabel(tr("<b>Queries</b>")));
-        else if (said.isCommand && !commandKinds()[size_t(kind) - 1].isCommand)
+        else if (entry.isCommand && !commandKinds()[size_t(kind) - 1].isCommand)
             form->addRow(new QLabel(tr("<b>Commands</b>")));
         m_boxes[size_t(kind)] = makeBox(kind);
-        form->addRow(QCoreApplication::translate("CommandKinds", said.title) + ':', m_boxes[size_t(kind)]);
+        form->addRow(QCoreApplication::translate("CommandKinds", entry.title) + ':', m_boxes[size_t(kind)]);
     }
     showFaults();
-    // FailNext is reset by the exchange that fails.
+    // A query or command that fails because of FailNext resets this fault.
     connect(&m_controller, &SimulatedController::exchanged, this, &FaultPanel::showFaults);
 }
 
 QComboBox *FaultPanel::makeBox(int kind)
 {
-    const CommandKind &said = commandKinds()[size_t(kind)];
+    const CommandKind &entry = commandKinds()[size_t(kind)];
     auto *box = new QComboBox;
     box->addItem(tr("no fault"), int(Fault::None));
     box->addItem(tr("next fails"), int(Fault::FailNext));
     box->addItem(tr("every one fails"), int(Fault::FailEvery));
-    if (!said.isCommand) {
+    if (!entry.isCommand) {
         box->addItem(tr("answer is empty"), int(Fault::AnswerEmpty));
         box->addItem(tr("answer is garbage"), int(Fault::AnswerGarbage));
     }
@@ -51,7 +51,7 @@ QComboBox *FaultPanel::makeBox(int kind)
     box->setMinimumWidth(box->sizeHint().width() +
                          QFontMetrics(bold).horizontalAdvance(box->itemText(box->count() - 1)) -
                          box->fontMetrics().horizontalAdvance(box->itemText(box->count() - 1)));
-    box->setToolTip(QString::fromLatin1(said.opening));
+    box->setToolTip(QString::fromLatin1(entry.opening));
     connect(box, QOverload<int>::of(&QComboBox::activated), this, [this, kind, box] {
         m_controller.setFault(kind, Fault(box->currentData().toInt()));
         showFaults();

@@ -28,7 +28,7 @@ namespace simulation {
 
 namespace {
 
-/// Returns the user guide of an installation, or that of the source tree.
+/// Returns the user guide of the installation if there is one, otherwise that of the source tree.
 QString guideFile()
 {
     const QDir here(QCoreApplication::applicationDirPath());
@@ -72,10 +72,10 @@ void MainWindow::placeActions(const QList<ModuleAction *> &actions)
     });
     for (const ModuleAction *entry : qAsConst(ordered))
         menu(entry->menuTitle)->addAction(entry->action);
-    // The shortcuts of the actions work in the Controller's window, too.
+    // Add the actions to the Controller's window, too, so that their shortcuts work there.
     for (const ModuleAction *entry : qAsConst(ordered))
         m_controller.addAction(entry->action);
-    // New menus come before Help.
+    // Move the Help menu behind the new menus.
     menuBar()->addMenu(menu(tr("&Help")));
 }
 
@@ -227,7 +227,8 @@ void MainWindow::followConnection()
     const Endpoint &endpoint = m_session.options().controller;
     const QString address = endpoint.host + ':' + QString::number(endpoint.port);
     m_connection = new QLabel(tr("Connected to %1").arg(address));
-    m_connection->setToolTip(tr("After a loss, the frontend connects again every half second"));
+    m_connection->setToolTip(
+        tr("If the connection is lost, the frontend tries every half second to connect again"));
     statusBar()->insertWidget(0, m_connection);
     connect(&m_session, &Session::connectionChanged, this, [this, address](const QString &problem) {
         const bool isConnected = problem.isEmpty();

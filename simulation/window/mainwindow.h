@@ -15,7 +15,7 @@ class ReceiversPanel;
 class Session;
 
 /// The host's window: menus with the module's actions, the receivers, and the conversation with the
-/// Controller. It owns the Controller's window.
+/// Controller. It contains the Controller's window as a member.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -28,13 +28,15 @@ public:
     /// The actions whose shortcuts work in every window.
     QList<QAction *> globalActions() const { return m_globalActions; }
 
-    /// Shows the name and the version of the module in the title and in the version box.
+    /// Shows \a title, the name and the version of the module, in the window's title and in the message box
+    /// of Help > Versions.
     void setModuleTitle(const QString &title);
 
     /// Adds \a actions to the menus that they name; creates missing menus.
     void placeActions(const QList<ModuleAction *> &actions);
 
-    /// Shows this window and, if both fit on the screen, the Controller's window beside it.
+    /// Shows this window. With an embedded Controller, also shows the Controller's window beside it if both
+    /// fit on the screen.
     void showOnScreen();
 
 private:

@@ -15,8 +15,8 @@ class HostedModule;
 class MainWindow;
 class Session;
 
-/// Connects the module with the host's window: adds its actions, watches its dialog, and reloads it when the
-/// Controller's version changes. GUI thread only.
+/// Connects the module with the host's window: adds the module's actions, watches its dialog, and reloads the
+/// module when the Controller's version changes. GUI thread only.
 class ModuleController : public QObject
 {
     Q_OBJECT

@@ -19,7 +19,7 @@ namespace {
 
 constexpr double spanSeconds = 60.0;
 
-/// Returns the end of an axis with four equal integer steps that contains \a value.
+/// Returns the upper end of an axis that starts at 0, contains \a value and has four equal integer steps.
 double axisEnd(double value)
 {
     const double least = std::max(value * 1.05, 4.0);
@@ -61,7 +61,7 @@ void RatePlot::addRates(const QHash<int, double> &rates)
 {
     const double now = double(m_clock.restart()) / 1000.0;
     dropOthers(rates);
-    // In the order of the channels, which is that of the legend.
+    // Add new lines in the order of the channels, because the legend shows them in the order of addition.
     QList<int> channels = rates.keys();
     std::sort(channels.begin(), channels.end());
     double highest = 0.0;

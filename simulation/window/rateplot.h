@@ -12,7 +12,7 @@ QT_CHARTS_END_NAMESPACE
 
 namespace simulation {
 
-/// Plots the frames per second of each receiver over the last minute in the channel's colour.
+/// Plots the frames per second of each receiver over the last minute, each in the colour of its channel.
 class RatePlot : public QtCharts::QChartView
 {
     Q_OBJECT

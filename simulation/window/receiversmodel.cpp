@@ -47,7 +47,7 @@ void ReceiversModel::update(const QList<ReceiverReport> &reports)
 void ReceiversModel::takeSample(const ReceiverReport &report)
 {
     QQueue<Sample> &samples = m_samples[report.channel];
-    // A receiver that was moved counts from 0 again.
+    // A receiver whose counters were reset, or whose destination has changed, counts from 0 again.
     if (!samples.isEmpty() && samples.last().frames > report.statistics.frames)
         samples.clear();
     samples.enqueue({m_clock.elapsed(), report.statistics.frames});
@@ -138,12 +138,13 @@ QVariant ReceiversModel::headerData(int section, Qt::Orientation orientation, in
         {QT_TR_NOOP("Channel"), QT_TR_NOOP("Number and colour of the channel")},
         {QT_TR_NOOP("Destination"), QT_TR_NOOP("Where the receiver listens")},
         {QT_TR_NOOP("Frames"), QT_TR_NOOP("Frames that have arrived")},
-        {QT_TR_NOOP("Rate"), QT_TR_NOOP("Frames over the last second")},
+        {QT_TR_NOOP("Rate"), QT_TR_NOOP("Frames per second, averaged over the last second")},
         {QT_TR_NOOP("Bytes"), QT_TR_NOOP("Bytes of all datagrams")},
-        {QT_TR_NOOP("Lost"), QT_TR_NOOP("Frames that were due and did not arrive")},
+        {QT_TR_NOOP("Lost"), QT_TR_NOOP("Frames that the channel should have sent but that did not arrive")},
         {QT_TR_NOOP("Disorder"), QT_TR_NOOP("Frames that came twice or out of order")},
         {QT_TR_NOOP("Bad"),
-         QT_TR_NOOP("Datagrams that hold other lines than the channel's of one due frame")},
+         QT_TR_NOOP("Datagrams with incomplete lines, with types that are not ticked, or without the number "
+                    "of a frame that the channel should send")},
         {QT_TR_NOOP("Number"), QT_TR_NOOP("Number of the last frame")}};
     if (orientation == Qt::Horizontal && role == Qt::DisplayRole)
         return tr(titles[section].text);

@@ -79,7 +79,7 @@ void ReceiversPanel::makeTable()
     header->setSectionResizeMode(ReceiversModel::DestinationColumn, QHeaderView::Stretch);
     header->setHighlightSections(false);
     m_table->setIconSize({32, 16});
-    new EmptyHint(tr("No channel has a destination on this computer. Press F9 to give it one."), m_table);
+    new EmptyHint(tr("No channel has a destination on this computer. Press F9 to set one up."), m_table);
     connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &ReceiversPanel::showFrame);
 }

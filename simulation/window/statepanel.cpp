@@ -33,7 +33,7 @@ struct VersionChoice
 
 constexpr VersionChoice versionChoices[] = {
     {{{0, 0, 0}, 1, 9, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "all features")},
-    {{{0, 0, 0}, 1, 9, -2}, QT_TRANSLATE_NOOP("simulation::StatePanel", "1.9, third number -2, no lock")},
+    {{{0, 0, 0}, 1, 9, -2}, QT_TRANSLATE_NOOP("simulation::StatePanel", "test build before 1.9, no lock")},
     {{{0, 0, 0}, 1, 8, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "no lock")},
     {{{0, 0, 0}, 1, 5, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "no lock, no divisor")},
     {{{0, 0, 0}, 1, 3, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "no lock, divisor or router mode")},
@@ -62,8 +62,8 @@ StatePanel::StatePanel(Session &session, QWidget *parent)
 
 void StatePanel::makeVersions(QFormLayout *form)
 {
-    m_version->setToolTip(tr("Another version reloads the module, as a host does when it connects to another "
-                             "Controller. Close the dialog first."));
+    m_version->setToolTip(tr("A change of the version reloads the module, as a host does when it connects to "
+                             "another Controller. Close the dialog first."));
     const BackendVersions given = *m_session.versions();
     const bool isListed =
         std::any_of(std::begin(versionChoices), std::end(versionChoices),
@@ -92,7 +92,7 @@ void StatePanel::makeModels(QFormLayout *form)
 {
     m_model->addItem(tr("100, accepts 127.0.0.1"), 100);
     m_model->addItem(tr("200, refuses 127.0.0.1"), 200);
-    m_model->setToolTip(tr("On other models than 100 the module refuses 127.0.0.1 typed as a destination"));
+    m_model->setToolTip(tr("On models other than 100, the module refuses 127.0.0.1 as a destination"));
     connect(m_model, QOverload<int>::of(&QComboBox::activated), this, [this] {
         const int model = m_model->currentData().toInt();
         m_session.controller().change([model](ControllerState &state) { state.systemModel = model; });

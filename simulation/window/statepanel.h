@@ -20,7 +20,8 @@ class StatePanel : public QGroupBox
 public:
     explicit StatePanel(Session &session, QWidget *parent = nullptr);
 
-    /// Enables the choice of the version, which must be disabled while the module's dialog is open.
+    /// Enables or disables the choice of the version, which must be disabled while the module's dialog is
+    /// open.
     void setVersionChangeable(bool changeable);
 
 signals:
