@@ -13,8 +13,9 @@ class SimulatedController;
 
 namespace bench {
 
-/// The host's services for the benchmarks. Answers of the Controller come from a table, which the first query
-/// of each kind fills, so that they cost almost nothing. All queries are recorded. GUI thread.
+/// The host's services for the benchmarks. Passes each query to the Controller once and answers it from a
+/// table afterwards, so that answers cost almost nothing. Records all queries. GUI thread only, except for
+/// requester().
 class BenchLink : public simulation::ControllerLink
 {
     Q_OBJECT
@@ -26,16 +27,16 @@ public:
     int getIntValue(int *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
     int addRequester(Requester *requester) override;
 
-    /// The module's receiver of data lines; null before the module has registered one.
+    /// Returns the module's requester; null before the module has registered it.
     Requester *requester() const { return m_requester; }
 
     /// Clears the record of the queries.
     void startRecording();
 
-    /// Queries since startRecording(), in order.
+    /// Returns the queries since startRecording(), in order.
     const QList<QByteArray> &queries() const { return m_queries; }
 
-    /// When the last query was answered, in monotonic nanoseconds.
+    /// Returns when the last query was answered, in monotonic nanoseconds.
     int64_t lastAnswerNs() const { return m_lastAnswerNs; }
 
 private:

@@ -10,13 +10,16 @@ namespace bench {
 namespace {
 
 constexpr char help[] =
-    R"(Compares the cost of the module with the least that the same work can cost. script/bench [OPTION...]
+    R"(Usage: script/bench [OPTION...]
 
-  --quick          fewer and shorter repetitions
-  --only WORD      only the groups of rows whose name contains WORD:
-                   paced (cpu, latency), throughput, call, growth, opening, memory
-  --soak SECONDS   length of the data flow in the memory rows
-  --json FILE      also write the table to FILE
+Measures CPU time, latency and memory of the module, compares them with those of minimal implementations of the same
+work, and prints one table. docs/performance.md explains its rows.
+
+  --quick          a third of the repetitions, and a shorter data flow in the memory rows
+  --only GROUP     measure only this group of rows: paced (cpu and latency mean the same group), throughput, call,
+                   growth, opening or memory
+  --soak SECONDS   duration of the data flow in the memory rows (10, with --quick 4)
+  --json FILE      also write the table to FILE as JSON
   --help           print this text)";
 
 [[noreturn]] void exitWith(const QString &text, FILE *stream, int status)

@@ -5,20 +5,20 @@
 
 namespace bench {
 
-/// The command line of the benchmark.
+/// The options of the benchmark's command line.
 struct BenchOptions
 {
     QString json;        ///< file for the table as JSON; empty: none
-    QString only;        ///< part of the name of a group of rows; empty: all groups
-    bool quick = false;  ///< fewer and shorter repetitions
-    int soakSeconds = 0; ///< length of the data flow in the memory rows; 0: the default
+    QString only;        ///< measure the groups of rows with this text in their name; empty: all groups
+    bool quick = false;  ///< a third of the repetitions, and a shorter data flow in the memory rows
+    int soakSeconds = 0; ///< duration of the data flow in the memory rows; 0: the default
     QString probe;       ///< internal: set in the child process that the memory rows measure
 
-    /// \a usual repetitions, or a third of them in a quick run.
+    /// Returns \a usual, or, in a quick run, a third of it, rounded up.
     int repetitions(int usual) const { return quick ? (usual + 2) / 3 : usual; }
 };
 
-/// Parses the command line. Exits after --help, and with status 2 on a wrong option.
+/// Parses the command line. Exits with status 0 after --help, and with status 2 if an argument is invalid.
 BenchOptions parseOptions(const QStringList &arguments);
 
 } // namespace bench

@@ -13,14 +13,14 @@ namespace bench {
 
 namespace {
 
-/// The durations of the calls of one side.
+/// The durations of the calls of one side, in nanoseconds.
 struct Spent
 {
-    std::vector<double> inside; // one entry per call
-    int64_t last = 0;           // sum
+    std::vector<double> inside; // of each call but those with the last line of a frame
+    int64_t last = 0;           // sum of the CPU times of the calls with the last line of a frame
 };
 
-/// Does nothing, so that only reading the clocks costs time.
+/// A side that does nothing. Its cost, that of reading the clocks, is subtracted from the other sides' cost.
 struct Nothing
 {
     void setNumber(uint32_t /*number*/) {}
@@ -61,7 +61,7 @@ CopyLanes::CopyLanes(int lanes, bool waking)
     for (int i = 0; i < lanes; ++i) {
         m_lanes.push_back(std::make_unique<Lane>());
         if (waking)
-            m_lanes.back()->thread = std::thread(waitForever, std::ref(*m_lanes.back()));
+            m_lanes.back()->thread = std::thread(run, std::ref(*m_lanes.back()));
     }
 }
 
@@ -79,7 +79,7 @@ CopyLanes::~CopyLanes()
     }
 }
 
-void CopyLanes::waitForever(Lane &lane)
+void CopyLanes::run(Lane &lane)
 {
     std::unique_lock<std::mutex> lock(lane.mutex);
     while (!lane.stopping) {
@@ -93,7 +93,7 @@ void CopyLanes::deliver(int index)
 {
     const FrameLine &line = m_frame.lines()[size_t(index)];
     const bool frameEnds = index == linesPerFrame - 1;
-    // As in the module, the lengths of the texts are not known.
+    // Determine the lengths of the texts here, because the module has to do so, too.
     const char *type = line.type.c_str();
     const char *text = line.text.c_str();
     const size_t typeSize = std::strlen(type) + 1;
@@ -122,7 +122,7 @@ bool measureCalls(ModuleUnderTest &module, const Receivers &receivers, int frame
     Spent copies;
     Spent wakes;
     Spent clocks;
-    // A separate thread, like the host's data thread.
+    // Deliver on a separate thread, as the data thread of a host does.
     std::thread([&] {
         CopyLanes lanes(module.channels(), false);
         CopyLanes wakingLanes(module.channels(), true);
@@ -134,7 +134,7 @@ bool measureCalls(ModuleUnderTest &module, const Receivers &receivers, int frame
             measureFrame(module, &ours);
             arrived = waitForArrivals(receivers, goal) && arrived;
             measureFrame(nothing, &clocks);
-            // Sleep here too, so that both sides are measured after a sleep.
+            // Sleep, because the module, too, is measured after a sleep.
             sleepUs(500);
             measureFrame(lanes, &copies);
             measureFrame(wakingLanes, &wakes);

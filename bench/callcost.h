@@ -15,8 +15,8 @@ namespace bench {
 class ModuleUnderTest;
 class Receivers;
 
-/// The lower limit for delivering a line to some channels: for each channel, one plain lock and one copy of
-/// the type and the line into a preallocated buffer.
+/// The lower limit for delivering a line to several channels: for each channel, a lane locks one plain mutex
+/// and copies the type and the line into a preallocated buffer.
 class CopyLanes
 {
 public:
@@ -43,7 +43,7 @@ private:
         std::thread thread;
     };
 
-    static void waitForever(Lane &lane);
+    static void run(Lane &lane);
 
     std::vector<std::unique_ptr<Lane>> m_lanes;
     const bool m_waking;
@@ -60,13 +60,13 @@ struct LineCost
 
 struct CallCosts
 {
-    LineCost ours;
+    LineCost ours;   ///< of the module
     LineCost copies; ///< of CopyLanes
     LineCost wakes;  ///< of CopyLanes that wake their threads
 };
 
-/// Delivers frames one at a time, alternating between ours and the limits. Workers drain between frames; that
-/// time is not measured. Returns false if datagrams are lost.
+/// Delivers frames one at a time, alternating between the module and the limits. The workers send each frame
+/// before the next one is delivered; that time is not measured. Returns false if datagrams are lost.
 bool measureCalls(ModuleUnderTest &module, const Receivers &receivers, int frames, CallCosts *costs);
 
 } // namespace bench

@@ -17,15 +17,15 @@ struct FrameLine
     std::string text; ///< ends in CR LF
 };
 
-/// The frame that all rows send repeatedly: 12 lines, about 1 KB in total. Only its number changes, which
-/// always has nine digits at the same position, so that the bytes of every datagram are known in advance.
+/// The frame that the rows send repeatedly: 12 lines, about 1 KB in total. Only the frame number changes. It
+/// always has nine digits at the same position, so that datagrams can be prepared in advance.
 class Frame
 {
 public:
-    /// \a padding more bytes in the first line.
+    /// Adds \a padding blanks to the first line.
     explicit Frame(int padding = 0);
 
-    /// Writes \a number, of nine digits, into the first line.
+    /// Writes \a number, which must have nine digits, into the first line.
     void setNumber(uint32_t number);
 
     const std::array<FrameLine, linesPerFrame> &lines() const { return m_lines; }
@@ -34,7 +34,7 @@ private:
     std::array<FrameLine, linesPerFrame> m_lines;
 };
 
-/// The first frame number. All following numbers up to ten times this one have nine digits, too.
+/// The first frame number. All numbers below ten times this one have nine digits, too.
 constexpr uint32_t firstFrameNumber = 100'000'000;
 
 /// Position of the number in the first line, which is also the first line of each datagram.
@@ -45,10 +45,11 @@ void writeNumber(char *digits, uint32_t number);
 uint32_t readNumber(const char *digits);
 
 /// Returns the types that channel \a channel ticks: those of the first and the last line, and eight of the
-/// ten others, a different set for each channel.
+/// ten others. The set is different for each channel.
 std::vector<std::string> tickedTypes(int channel);
 
-/// Returns a datagram of channel \a channel: the lines that it ticks of a frame with \a padding.
+/// Returns the datagram of channel \a channel for a frame with \a padding: the lines whose types the channel
+/// ticks.
 std::string datagramOf(int channel, int padding = 0);
 
 } // namespace bench

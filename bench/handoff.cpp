@@ -35,7 +35,7 @@ int64_t HandOff::carry(uint32_t number)
             const std::lock_guard<std::mutex> lock(lane->mutex);
             lane->wanted = number;
         }
-        // Notify after unlocking; otherwise the woken thread would block on the mutex.
+        // Notify after unlocking; otherwise the woken thread would block on the mutex at once.
         lane->wake.notify_one();
     }
     return start;

@@ -15,7 +15,7 @@ class Receivers;
 
 /// The lower limit for one thread per channel: once per frame, the feeding thread wakes the thread of each
 /// channel with a plain mutex and condition variable, and that thread sends a prepared datagram. No line is
-/// copied, no frame assembled.
+/// copied, and no frame is assembled.
 class HandOff : public Pipeline
 {
 public:
@@ -32,8 +32,8 @@ private:
     {
         std::mutex mutex;
         std::condition_variable wake;
-        uint32_t wanted = 0; // the last frame to send; guarded by mutex
-        bool stopping = false;
+        uint32_t wanted = 0;   // the last frame to send; guarded by mutex
+        bool stopping = false; // guarded by mutex
         std::thread thread;
     };
 

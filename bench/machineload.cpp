@@ -22,7 +22,7 @@ QByteArray contents(const QByteArray &file)
     return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
 }
 
-/// The fields "idle" and "iowait" of all CPUs; see proc(5).
+/// Returns the sum of the fields "idle" and "iowait" of all CPUs; see proc(5).
 int64_t idleNs()
 {
     const QList<QByteArray> fields = contents("/proc/stat").split('\n').first().simplified().split(' ');
@@ -35,7 +35,7 @@ int64_t cpuNs(const timeval &time)
     return time.tv_sec * second + time.tv_usec * 1000;
 }
 
-/// Children that have ended.
+/// Returns the CPU time of the child processes that have ended.
 int64_t endedChildrenNs()
 {
     rusage usage{};
@@ -43,7 +43,8 @@ int64_t endedChildrenNs()
     return cpuNs(usage.ru_utime) + cpuNs(usage.ru_stime);
 }
 
-/// Children that run, such as the receivers. Only the main thread starts processes.
+/// Returns the CPU time of the running child processes, such as the receivers. The file lists only the
+/// children of the main thread, but no other thread starts processes.
 int64_t runningChildrenNs()
 {
     const QByteArray self = QByteArray::number(getpid());
@@ -67,10 +68,11 @@ MachineLoad::MachineLoad()
 
 double MachineLoad::othersShare()
 {
-    constexpr int64_t shortest = second / 5; // twenty ticks of the kernel's idle time
+    // The idle time is given in units of usually 10 ms. In 0.2 s, rounding changes it by a few percent only.
+    constexpr int64_t minInterval = second / 5;
     const Sample now = sample();
     const int64_t passed = now.time - m_last.time;
-    if (passed < shortest)
+    if (passed < minInterval)
         return m_share;
     const double all = double(passed) * double(sysconf(_SC_NPROCESSORS_ONLN));
     const double used = double(now.idle - m_last.idle) + double(now.own - m_last.own);

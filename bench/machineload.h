@@ -4,21 +4,22 @@
 
 namespace bench {
 
-/// Judges how busy the computer is with other work than this program's.
+/// Measures how much of the CPU time goes to other work than this program's.
 class MachineLoad
 {
 public:
     MachineLoad();
 
-    /// Returns the share, 0 to 1, of the time of all CPUs that neither was idle nor went to this process or
-    /// its children, since the previous call or the construction. That is the time of other processes, of
-    /// interrupts and, on a virtual machine, of its host. A span too short to judge gets the previous share.
+    /// Returns the share (0 to 1) of the time of all CPUs that went to other processes, interrupts and, on a
+    /// virtual machine, its host, since the previous call or the construction. It is computed as the time
+    /// that was neither idle nor used by this process and its children. If less than 0.2 s has passed,
+    /// returns the previous share and measures this time with the next call.
     double othersShare();
 
 private:
     struct Sample
     {
-        int64_t time = 0; ///< nanoseconds, as the members below
+        int64_t time = 0; ///< in nanoseconds, like the members below
         int64_t idle = 0; ///< of all CPUs
         int64_t own = 0;  ///< CPU time of this process and its children
     };

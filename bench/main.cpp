@@ -42,14 +42,15 @@ int run(const BenchOptions &options, const Receivers &receivers)
 
 } // namespace
 
-/// Returns 0 if all rows were measured and no datagram was lost, whether goals were met or not.
+/// Returns 0 if rows were measured and there are no remarks, such as lost datagrams. Goals that are not met
+/// do not change the result.
 int main(int argc, char *argv[])
 {
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
     const BenchOptions options = parseOptions(arguments);
-    // Forks, so it must come before any thread is created.
+    // Start the receivers before any thread is created, because start() forks.
     Receivers receivers;
     if (!receivers.start()) {
         std::fprintf(stderr, "benchmark: cannot start the receivers\n");

@@ -22,7 +22,8 @@ bool measurePipeline(const QString &name, const PipelineMaker &make, const Feed 
 
 void compareBytes(const QString &name, const Run &ours, const Run &limit, Report &report)
 {
-    // Lost datagrams are already reported, and the channels' datagrams differ in length.
+    // If datagrams are lost, which is reported already, the averages may differ: the datagrams of different
+    // channels have different lengths.
     if (ours.arrived != ours.sent || limit.arrived != limit.sent)
         return;
     if (ours.bytes * limit.arrived != limit.bytes * ours.arrived)

@@ -18,17 +18,18 @@ class Receivers;
 struct Setup
 {
     int channels = channelCount; ///< active channels with a destination, at least 1
-    int wanting = channelCount;  ///< how many of them tick types that occur in the frame; the others tick one
-                                 ///< that never occurs
+    int wanting = channelCount;  ///< how many of them tick types that occur in the frame; the others tick a
+                                 ///< type that never occurs
     bool allLines = false;       ///< wanting channels tick all twelve types instead of ten
     int types = 15;              ///< number of types in the catalogue, at least 13
     bool routing = true;         ///< the Controller is in router mode
-    int padding = 0;             ///< bytes by which the frame is larger
-    bool stalled = false;        ///< the last channel's socket is never ready; the channel is not counted
+    int padding = 0;             ///< additional bytes in the first line of the frame
+    bool stalled = false;        ///< the last channel's socket is never ready; channels() leaves it out
 };
 
-/// The plug-in in a host, from loading to unloading, as a pipeline to the receivers. carry() and deliver()
-/// may be called on a data thread, everything else on the GUI thread.
+/// The plug-in in a host, loaded by the constructor and unloaded by the destructor, as a pipeline to the
+/// receivers. carry(), setNumber() and deliver() may be called on any thread, but only on one at a time,
+/// everything else on the GUI thread only.
 class ModuleUnderTest : public Pipeline
 {
 public:
@@ -43,11 +44,11 @@ public:
     /// Makes deliver() pass the lines of frame \a number.
     void setNumber(uint32_t number) { m_frame.setNumber(number); }
 
-    /// Passes line \a index of the frame to the module. The last line wakes workers.
+    /// Passes line \a index of the frame to the module, which wakes workers at the last line.
     void deliver(int index);
 
-    /// Opens the dialog, closes it as soon as it is painted, and returns when it was painted, in monotonic
-    /// nanoseconds.
+    /// Opens the dialog and closes it as soon as it is painted. Returns the time at which it was painted, in
+    /// monotonic nanoseconds.
     int64_t openAndClose();
 
     BenchLink &link() { return m_link; }

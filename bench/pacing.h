@@ -24,16 +24,17 @@ struct Run
 /// first datagram, which holds two frames. Returns false if a channel's datagrams do not arrive.
 bool warmUp(Pipeline &pipeline, const Receivers &receivers);
 
-/// Feeds \a frames frames at \a rate frames per second on a separate data thread. All times are relative to
-/// the start, so delays do not accumulate. Returns when all datagrams have arrived or are lost.
+/// Feeds \a frames frames at \a rate frames per second on a separate data thread. The time of each frame is
+/// computed from the start, so that delays do not accumulate. Returns when all datagrams have arrived, or a
+/// second after the last frame.
 Run runPaced(Pipeline &pipeline, const Receivers &receivers, int rate, int frames);
 
-/// Feeds \a frames frames as fast as the receivers get them, at most a few hundred ahead, so that neither a
-/// queue nor a socket buffer overflows.
+/// Feeds \a frames frames without pacing, but at most 300 frames ahead of the slowest receiver, so that
+/// neither a queue nor a socket buffer overflows.
 Run runWindowed(Pipeline &pipeline, const Receivers &receivers, int frames);
 
-/// Waits until each receiver i has counted \a counts[i] datagrams since its start. Returns false if they do
-/// not arrive within a second.
+/// Waits until each receiver i has counted at least \a counts[i] datagrams since its start. Returns false if
+/// they do not arrive within a second.
 bool waitForArrivals(const Receivers &receivers, const std::vector<uint64_t> &counts);
 
 /// Returns how many datagrams each of the first \a channels receivers has counted.

@@ -22,7 +22,7 @@ int openSocket(uint16_t *port)
 {
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     const int bufferBytes = 64 * 1024 * 1024;
-    // The first option exceeds the system's limit, if the user has the permission.
+    // SO_RCVBUFFORCE ignores the system's limit for buffers but needs a privilege.
     if (setsockopt(descriptor, SOL_SOCKET, SO_RCVBUFFORCE, &bufferBytes, sizeof bufferBytes) != 0)
         setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &bufferBytes, sizeof bufferBytes);
     sockaddr_in address{};

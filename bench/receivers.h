@@ -10,7 +10,7 @@
 
 namespace bench {
 
-/// The receivers of all datagrams, one per channel, in a process of their own, so that their CPU time is not
+/// The receivers of all datagrams, one per channel, in a separate process, so that their CPU time is not
 /// counted. Each is a thread that blocks in recv(), as a real receiver does, and writes its counts and the
 /// time of each arrival to shared memory.
 class Receivers
@@ -21,7 +21,7 @@ public:
     Receivers(const Receivers &) = delete;
     Receivers &operator=(const Receivers &) = delete;
 
-    /// Opens the sockets and forks the process. Must come before any thread is created. Returns false on
+    /// Opens the sockets and forks the process. Call it before any thread is created. Returns false on
     /// failure.
     bool start();
 
@@ -32,7 +32,7 @@ public:
     uint64_t bytes(int channel) const;
 
     /// Returns when recv() returned the datagram of frame \a number, in monotonic nanoseconds; 0 if it has
-    /// not arrived. The latest 65536 frames are kept.
+    /// not arrived. Only the times of the latest 65536 frames are kept.
     int64_t arrival(int channel, uint32_t number) const;
 
 private:

@@ -7,7 +7,7 @@ namespace bench {
 
 namespace {
 
-/// A socket on a free port of this computer; -1 on failure.
+/// Returns a socket on a free port of this computer, or -1 on failure.
 int listeningSocket(uint16_t *port)
 {
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -22,7 +22,7 @@ int listeningSocket(uint16_t *port)
     return descriptor;
 }
 
-constexpr uint32_t lastNumber = 0; // ends the relay; no frame has it
+constexpr uint32_t endNumber = 0; // sent to end the relay; no frame has this number
 
 } // namespace
 
@@ -38,7 +38,7 @@ Relay::Relay(const Receivers &receivers, int channels)
 
 Relay::~Relay()
 {
-    m_feeder.front().send(lastNumber);
+    m_feeder.front().send(endNumber);
     m_thread.join();
     close(m_socket);
 }
@@ -56,11 +56,11 @@ void Relay::run()
     for (;;) {
         const ssize_t length = recv(m_socket, datagram, sizeof datagram, 0);
         if (length < 0)
-            return; // nothing arrives, which the benchmark reports
+            return; // the benchmark then reports that datagrams are lost
         if (length < numberPosition + numberDigits)
             continue;
         const uint32_t number = readNumber(datagram + numberPosition);
-        if (number == lastNumber)
+        if (number == endNumber)
             return;
         for (Sender &sender : m_senders)
             sender.send(number);

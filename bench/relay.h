@@ -30,7 +30,7 @@ private:
     int m_socket;
     SendSocket m_sendSocket;
     std::vector<Sender> m_senders;
-    std::vector<Sender> m_feeder; // one
+    std::vector<Sender> m_feeder; // one sender to m_socket; empty until the port of m_socket is known
     std::thread m_thread;
 };
 

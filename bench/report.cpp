@@ -57,7 +57,8 @@ void Report::add(const QString &what, double value, const Goal &goal)
     append(row);
 }
 
-// Rows that are added together were measured together, in the time since the rows before them.
+// Rows that were measured together are added immediately after one another. For all but the first of them,
+// othersShare() returns the same value again.
 void Report::append(Row row)
 {
     row.othersShare = m_load.othersShare();
@@ -96,8 +97,8 @@ void Report::finish() const
         std::printf("! %s\n", qPrintable(remark));
     if (std::any_of(m_rows.begin(), m_rows.end(), [](const Row &row) { return row.isBusy(); }))
         std::printf(
-            "Rows with ! were measured while other work took more than %.0f%% of the CPU time; \"NO (busy)\" "
-            "may be the computer's fault.\n",
+            "Rows with ! were measured while other work took more than %.0f%% of the CPU time. This may be "
+            "why a goal with \"NO (busy)\" was not met.\n",
             100 * BusyShare);
 }
 

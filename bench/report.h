@@ -34,14 +34,14 @@ struct Goal
 class Report
 {
 public:
-    /// Adds a row that compares ours with a limit. \a what names the measured value, with its unit at the
-    /// end.
+    /// Adds a row that compares the module ("ours") with a limit. \a what names the measured value, with its
+    /// unit at the end.
     void add(const QString &what, const Pairs &pairs, const Goal &goal);
 
     /// Adds a row without a limit; the goal applies to the value itself.
     void add(const QString &what, double value, const Goal &goal = Goal::shown());
 
-    /// Adds a note on something that makes the numbers doubtful, such as a lost datagram.
+    /// Adds a remark on something that makes the numbers doubtful, such as a lost datagram.
     void remark(const QString &text);
 
     bool hasRows() const { return !m_rows.isEmpty(); }
@@ -65,13 +65,13 @@ private:
         double greatest = 0;
         double deviation = 0;
         Goal goal;
-        double othersShare = 0; ///< of the CPU time while the row was measured
+        double othersShare = 0; ///< MachineLoad::othersShare() while the row was measured
 
         bool isBusy() const { return othersShare > BusyShare; }
         bool isMet() const { return goal.isMet(isPair ? ratio : ours); }
     };
 
-    /// Above this share of the CPU time for others, a row is marked as doubtful.
+    /// If other work took more than this share of the CPU time, a row is marked as doubtful.
     static constexpr double BusyShare = 0.05;
 
     void append(Row row);

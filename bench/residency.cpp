@@ -20,7 +20,8 @@ namespace {
 
 constexpr int rate = 1000;
 
-/// Returns the size of anonymous and file pages, without the memory shared with the receivers.
+/// Returns the resident anonymous and file pages of this process, without the memory shared with the
+/// receivers.
 double residentKiB()
 {
     QFile file(QLatin1String("/proc/self/status"));
@@ -77,7 +78,7 @@ int probeResidency(const BenchOptions &options, const Receivers &receivers)
     const int channels = words.value(1).toInt();
     const int seconds = words.value(2).toInt();
     const std::unique_ptr<Pipeline> pipeline = makePipeline(words.first(), receivers, channels, seconds > 0);
-    // Run for a second first, so that queues and buffers reach their size.
+    // Send data for a second first, so that queues and buffers reach their final size.
     if (seconds > 0 &&
         (!warmUp(*pipeline, receivers) || runPaced(*pipeline, receivers, rate, rate).arrived == 0))
         return 1;

@@ -6,13 +6,13 @@ struct BenchOptions;
 class Receivers;
 class Report;
 
-/// The groups of rows. Each function measures ours and its limits alternately and adds its rows to the
+/// The groups of rows. Each function measures the module and its limits alternately and adds its rows to the
 /// report.
 
 /// CPU time per datagram, and latency, at a given frame rate.
 void addPacedRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// Datagrams per CPU time without pacing.
+/// Datagrams per millisecond of CPU time, without pacing.
 void addThroughputRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
 /// Duration of onOutputData().
@@ -24,7 +24,7 @@ void addGrowthRows(const BenchOptions &options, const Receivers &receivers, Repo
 /// Time until the dialog is painted.
 void addOpeningRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// Resident memory per channel.
+/// Resident memory per channel, and its growth while data flow.
 void addMemoryRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
 } // namespace bench

@@ -13,7 +13,8 @@ namespace {
 constexpr int framesPerRun = 400;
 constexpr int fewestTypes = 13;
 
-/// Measures a newly loaded module in which \a wanting of ten channels tick every type.
+/// Measures a newly loaded module with \a types in the catalogue. Of its ten channels, \a wanting tick every
+/// type of the frame.
 bool measureSetup(int types, int wanting, const Receivers &receivers, Report &report, CallCosts *costs)
 {
     Setup setup;
@@ -23,7 +24,7 @@ bool measureSetup(int types, int wanting, const Receivers &receivers, Report &re
     ModuleUnderTest module(receivers, setup);
     const bool arrived = measureCalls(module, receivers, framesPerRun, costs);
     if (!arrived)
-        report.remark(QString::fromLatin1("call: datagrams of %1 channels are missing").arg(wanting));
+        report.remark(QString::fromLatin1("call: datagrams were lost with %1 ticking channels").arg(wanting));
     return arrived;
 }
 

@@ -21,7 +21,7 @@ struct Opening
 {
     double shown = 0;   ///< until the dialog is painted
     double read = 0;    ///< until the last answer
-    double answers = 0; ///< the same answers without a dialog
+    double answers = 0; ///< for the same queries without a dialog
     int queries = 0;
 };
 
@@ -62,7 +62,7 @@ Opening measureOpening(int types, const Receivers &receivers)
         read.push_back(milliseconds(start, module.link().lastAnswerNs()));
         answers.push_back(milliseconds(0, repeatQueries(module.link())));
     }
-    // Half of the recorded queries are those of repeatQueries().
+    // repeatQueries() has recorded every query a second time.
     return {median(shown), median(read), median(answers), module.link().queries().size() / 2};
 }
 

@@ -24,7 +24,8 @@ struct Pace
 
 constexpr int paddingTo60Kb = 59000;
 
-// A low rate needs time for enough frames; a high rate gets better numbers from more repetitions.
+// At a low rate, a repetition must be longer to contain enough frames. At a high rate, more and shorter
+// repetitions give more stable medians.
 const Pace paces[] = {{10, 1000, 1, 9, 0},
                       {10, 60, 2, 7, 0},
                       {1, 1000, 1, 9, 0},
@@ -53,7 +54,8 @@ void addLatency(const Run &ours, const Run &limit, double share, Pairs *pairs)
     pairs->add(quantile(ours.latenciesNs, share) / 1000, quantile(limit.latenciesNs, share) / 1000);
 }
 
-/// One sender and a relay stand for the absence of a hand-off to ten threads, so they are for ten channels.
+/// One sender and a relay show what the hand-off to ten threads costs, so they are measured with ten channels
+/// only.
 template <typename MeasureOne>
 void addLimitsForTen(const Receivers &receivers, const Run &ours, const MeasureOne &measureOne,
                      Measured *measured)
@@ -109,7 +111,7 @@ void addRow(const char *what, const QString &pace, const char *limit, const Pair
             pairs, goal);
 }
 
-/// Nine channels beside one whose socket is never ready, against nine of ten that all send.
+/// Compares nine channels beside one whose socket is never ready with ten channels that all send.
 void addStallRows(const BenchOptions &options, const Receivers &receivers, Report &report)
 {
     constexpr int rate = 60, frames = 120;
@@ -133,7 +135,7 @@ void addStallRows(const BenchOptions &options, const Receivers &receivers, Repor
     addRow("latency 99%", name, "none stalled", measured.late, Goal::atMost(1.2), report);
 }
 
-/// The goals of ten channels; one channel has nothing to share.
+/// Returns \a goal for ten channels, which share wake-ups, and \a goalForOne for one channel.
 Goal goalForTen(const Pace &pace, double goal, double goalForOne)
 {
     return Goal::atMost(pace.channels > 1 ? goal : goalForOne);

@@ -4,9 +4,9 @@
 
 namespace bench {
 
-/// The destination whose sockets are never ready: a send says so, and a wait lasts its time-out, which is 100
-/// ms in the module. The benchmark's own sendto() and poll() take the place of the C library's for the whole
-/// process.
+/// A socket that sends to this port is never ready: sendto() fails with EAGAIN, and a later poll() of the
+/// socket lasts until its time-out, which is at most 100 ms in the module. For this, the benchmark defines
+/// sendto() and poll(), which replace those of the C library in the whole process.
 constexpr uint16_t stalledPort = 9;
 
 } // namespace bench

@@ -9,7 +9,8 @@ double quantile(const std::vector<double> &sorted, double share);
 
 double median(std::vector<double> values);
 
-/// Values of ours and of the limit, measured alternately, one pair per repetition.
+/// Pairs of a value of the module ("ours") and a value of its limit, measured alternately, one pair per
+/// repetition.
 class Pairs
 {
 public:
@@ -19,12 +20,12 @@ public:
     double ours() const { return median(m_ours); }
     double limit() const { return median(m_limit); }
 
-    /// Median, minimum and maximum of the ratios of the pairs.
+    /// Returns the median, minimum and maximum of the ratios of the pairs.
     double ratio() const { return median(m_ratios); }
     double leastRatio() const;
     double greatestRatio() const;
 
-    /// Median absolute deviation of the ratios.
+    /// Returns the median absolute deviation of the ratios.
     double deviation() const;
 
 private:
