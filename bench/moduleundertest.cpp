@@ -37,7 +37,7 @@ QList<OutputType> catalogue(int size)
 
 QSet<QByteArray> ticksOf(int channel, const Setup &setup)
 {
-    if (channel >= setup.wanting)
+    if (channel >= setup.tickingChannels)
         return {spareType(1)};
     QSet<QByteArray> ticks;
     if (setup.allLines) {

@@ -17,14 +17,14 @@ class Receivers;
 /// The state of the Controller when the module is loaded.
 struct Setup
 {
-    int channels = channelCount; ///< active channels with a destination, at least 1
-    int wanting = channelCount;  ///< how many of them tick types that occur in the frame; the others tick a
-                                 ///< type that never occurs
-    bool allLines = false;       ///< wanting channels tick all twelve types instead of ten
-    int types = 15;              ///< number of types in the catalogue, at least 13
-    bool routing = true;         ///< the Controller is in router mode
-    int padding = 0;             ///< additional bytes in the first line of the frame
-    bool stalled = false;        ///< the last channel's socket is never ready; channels() leaves it out
+    int channels = channelCount;        ///< active channels with a destination, at least 1
+    int tickingChannels = channelCount; ///< how many of them, from the first on, tick types that occur in the
+                                        ///< frame; the others tick a type that never occurs
+    bool allLines = false;              ///< ticking channels tick all twelve types instead of ten
+    int types = 15;                     ///< number of types in the catalogue, at least 13
+    bool routing = true;                ///< the Controller is in router mode
+    int padding = 0;                    ///< additional bytes in the first line of the frame
+    bool stalled = false; ///< the last channel's socket is never ready; channels() leaves it out
 };
 
 /// The plug-in in a host, loaded by the constructor and unloaded by the destructor, as a pipeline to the
@@ -39,7 +39,7 @@ public:
     ModuleUnderTest &operator=(const ModuleUnderTest &) = delete;
 
     int64_t carry(uint32_t number) override;
-    int channels() const override { return m_setup.wanting - (m_setup.stalled ? 1 : 0); }
+    int channels() const override { return m_setup.tickingChannels - (m_setup.stalled ? 1 : 0); }
 
     /// Makes deliver() pass the lines of frame \a number.
     void setNumber(uint32_t number) { m_frame.setNumber(number); }

@@ -49,7 +49,7 @@ std::unique_ptr<Pipeline> makePipeline(const QString &what, const Receivers &rec
     if (what == QLatin1String("handoff"))
         return std::make_unique<HandOff>(receivers, channels);
     Setup setup;
-    setup.channels = setup.wanting = channels;
+    setup.channels = setup.tickingChannels = channels;
     setup.routing = routing;
     return std::make_unique<ModuleUnderTest>(receivers, setup);
 }

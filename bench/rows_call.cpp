@@ -13,18 +13,20 @@ namespace {
 constexpr int framesPerRun = 400;
 constexpr int fewestTypes = 13;
 
-/// Measures a newly loaded module with \a types in the catalogue. Of its ten channels, \a wanting tick every
-/// type of the frame.
-bool measureSetup(int types, int wanting, const Receivers &receivers, Report &report, CallCosts *costs)
+/// Measures a newly loaded module with \a types in the catalogue. Of its ten channels, \a tickingChannels
+/// tick every type of the frame.
+bool measureSetup(int types, int tickingChannels, const Receivers &receivers, Report &report,
+                  CallCosts *costs)
 {
     Setup setup;
     setup.types = types;
-    setup.wanting = wanting;
+    setup.tickingChannels = tickingChannels;
     setup.allLines = true;
     ModuleUnderTest module(receivers, setup);
     const bool arrived = measureCalls(module, receivers, framesPerRun, costs);
     if (!arrived)
-        report.remark(QString::fromLatin1("call: datagrams were lost with %1 ticking channels").arg(wanting));
+        report.remark(
+            QString::fromLatin1("call: datagrams were lost with %1 ticking channels").arg(tickingChannels));
     return arrived;
 }
 

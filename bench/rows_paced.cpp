@@ -83,7 +83,7 @@ Measured measurePace(const Pace &pace, const QString &name, const BenchOptions &
     Measured measured;
     for (int i = 0; i < options.repetitions(pace.repetitions); ++i) {
         Setup setup;
-        setup.channels = setup.wanting = pace.channels;
+        setup.channels = setup.tickingChannels = pace.channels;
         setup.padding = pace.padding;
         Run ours;
         Run handOff;
