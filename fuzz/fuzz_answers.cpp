@@ -20,8 +20,8 @@
 #include <sched.h>
 #include <thread>
 
-// Each input is a conversation between the module and a host and Controller that answer anything and call the
-// module at any time, with a few openings of the dialog.
+// Each input determines one run of the module: what the host and its Controller answer, when the host calls
+// the module, and what the user does in up to three openings of the dialog.
 
 namespace {
 
@@ -84,7 +84,8 @@ public:
     int releaseOutputType(const char *type, Requester *) override { return take(type); }
     int log(const char *level, const char *component, int number, const char *message) override
     {
-        require(number == 1 && std::strcmp(level, "standard") == 0 && *component != '\0', "log lines");
+        require(number == 1 && std::strcmp(level, "standard") == 0 && *component != '\0',
+                "a log line has the number 1, the level standard and a component");
         return take(message);
     }
 
@@ -93,28 +94,29 @@ public:
     int addMessageReceiver(const char *name, MessageReceiver *) override { return take(name, 1); }
     int removeMessageReceiver(const char *name, MessageReceiver *) override { return take(name, -1); }
 
-    /// Called after the shut-down: every later call by the module is a fault.
+    /// Makes every later call by the module a fault. Called after the shut-down.
     void shut()
     {
-        require(m_registered == 0, "what is registered is removed");
+        require(m_registered == 0, "requester and message receiver are removed at the shut-down");
         m_shut = true;
     }
 
 private:
-    /// How an answer is made.
+    /// The kinds of answers.
     enum Kind : quint8
     {
         Failing,
-        Steady,  // a correct answer that depends on the query only
-        Fitting, // a random answer of the right form
-        Chosen,
-        Raw,
-        FailingWithText,
-        Reentered, // the host calls the module, then answers
+        Steady,          // a correct answer that depends on the query only
+        Fitting,         // a random answer of the right form
+        Chosen,          // one of chosenTexts, or the longest answer
+        Raw,             // random bytes
+        FailingWithText, // a random answer and a nonzero result
+        Reentered,       // the host calls the module, then answers
         LastKind = Reentered
     };
 
-    /// An exhausted input gives zeros: all further answers are then steady, or all fail.
+    /// Returns the kind of the next answer. An exhausted input gives zeros: all further answers are then
+    /// Steady or Failing, depending on m_steady.
     Kind takeKind()
     {
         const int choice = m_input.ConsumeIntegralInRange(0, 9 + LastKind);
@@ -161,7 +163,7 @@ private:
         if (!toHost)
             return;
         const char *port = std::strrchr(m_text, ' ');
-        require(port && std::atoi(port) >= 0 && std::atoi(port) <= 65535, "ports fit");
+        require(port && std::atoi(port) >= 0 && std::atoi(port) <= 65535, "ports are from 0 to 65535");
     }
 
     int answerText(char *answer);
@@ -204,7 +206,7 @@ public:
         QCoreApplication::processEvents();
     }
 
-    /// The host calls the module from within a command.
+    /// Calls the module, or acts as the user, while the module waits for the answer to a query.
     void reenter()
     {
         if (!m_dialog || m_reentries >= mostReentries)
@@ -247,7 +249,7 @@ private:
         bool acted = false;
         QTimer user;
         QObject::connect(&user, &QTimer::timeout, [&] {
-            if (!m_dialog || !m_dialog->isVisible()) // the host runs its event loop within a command
+            if (!m_dialog || !m_dialog->isVisible()) // the host runs its event loop within a query
                 return;
             user.stop();
             acted = true;
@@ -255,7 +257,7 @@ private:
         });
         user.start(0);
         m_dialog->update_and_exec();
-        require(acted || m_ended, "the dialog has run");
+        require(acted || m_ended, "the dialog was shown, unless the module was shut down");
     }
 
     void use()
@@ -289,7 +291,7 @@ private:
         return buttons & QMessageBox::Ignore && choice % 2 == 0 ? QMessageBox::Ignore : QMessageBox::Cancel;
     }
 
-    /// Lets events happen while the dialog is closed.
+    /// Makes the host send messages, resets and data while the dialog is closed.
     void between()
     {
         if (!m_dialog)
@@ -330,12 +332,12 @@ private:
             const ChannelAsRouter *channel = shown->channel();
             require(channel->channelIndex() == tab, "tabs are in the order of the channels");
             require(channel->dataDivisor() >= 1, "a channel's divisor is positive");
-            require(shown->spinBox_port->value() >= 1024, "a page's port can be used");
+            require(shown->spinBox_port->value() >= 1024, "a page's port is at least 1024");
         }
         require(pages >= 1 && pages <= Channel::MaximumCount, "there are 1 to 10 pages");
     }
 
-    /// One action of the user or the host. Returns false to leave the dialog.
+    /// Performs one action of the user or the host. Returns false to leave the dialog.
     bool act()
     {
         switch (m_input.ConsumeIntegralInRange(0, 9)) {
@@ -406,7 +408,7 @@ private:
         current->tableViewItemDoubleClicked(rows->index(row, Channel::IdentifierColumn));
     }
 
-    /// The host sends a message, a reset or data.
+    /// Makes the host send a message, a reset or data.
     void notify()
     {
         switch (m_input.ConsumeIntegralInRange(0, 3)) {
@@ -452,7 +454,7 @@ int FuzzedHost::answerText(char *answer)
 {
     Kind kind = takeKind();
     if (kind == Reentered) {
-        // The query may come again before this one is answered.
+        // Queries and commands that the module sends meanwhile overwrite m_text.
         char mine[sizeof m_text];
         std::memcpy(mine, m_text, sizeof m_text);
         m_conversation.reenter();
@@ -465,7 +467,7 @@ int FuzzedHost::answerText(char *answer)
                              : kind == Fitting ? fittingText()
                              : kind == Chosen  ? chosenText()
                                                : m_input.ConsumeRandomLengthString(answerBytes - 1);
-    std::memcpy(answer, text.c_str(), text.size() + 1); // as a host does, which gets no length
+    std::memcpy(answer, text.c_str(), text.size() + 1); // no check of the size, because a host gets none
     return kind == FailingWithText ? 1 : 0;
 }
 
@@ -551,7 +553,7 @@ int FuzzedHost::answerNumber(int *answer)
     int number = kind == Steady ? 6 : m_input.ConsumeIntegralInRange(0, 12);
     if (kind != Steady && kind != Fitting)
         number = m_input.PickValueInArray({-1, 100, 10001, 65536, INT_MIN, INT_MAX});
-    if (types) // limits the length of a run
+    if (types) // limits the duration of a run
         number = qMin(number, qMin(mostTypes, 6 + static_cast<int>(m_input.remaining_bytes())));
     *answer = number;
     return kind == FailingWithText ? 1 : 0;
@@ -559,10 +561,11 @@ int FuzzedHost::answerNumber(int *answer)
 
 } // namespace
 
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker option --wrap determines these names
 extern "C" {
 
-/// Derives the address from the name: none, a multicast address, or one that several names share.
+/// Derives the address from the name. Some names have none, some a multicast address, and several names share
+/// an address.
 uint32_t __wrap_nativeLookUp(const char *name)
 {
     require(*name != '\0', "an empty text is not looked up");
@@ -580,8 +583,9 @@ int32_t __wrap_nativeSocketSend(NativeSocket /*socket*/, const void *data, int32
                                 uint16_t /*port*/)
 {
     require(length >= 2 && length <= networksettings2g::FrameAssembler::MaximumFrameBytes,
-            "a datagram has a frame's length");
-    require(std::memcmp(static_cast<const char *>(data) + length - 2, "\r\n", 2) == 0, "a frame ends a line");
+            "a datagram is neither empty nor longer than a frame");
+    require(std::memcmp(static_cast<const char *>(data) + length - 2, "\r\n", 2) == 0,
+            "a frame ends with CR LF");
     require(address != 0, "a datagram has a destination");
     return length;
 }

@@ -7,8 +7,8 @@
 
 #include <climits>
 
-// Each input is a stream of arbitrary lines and of events that happen to a worker. The assembler is compared
-// with the reference model of the tests, the queue with the lines that were appended.
+// Each input is a stream of arbitrary lines and of events that a worker handles. The assembler is compared
+// with the reference model of the tests, the queue with the lines that were appended to it.
 
 using namespace networksettings2g;
 
@@ -22,7 +22,8 @@ struct Line
     RouterLine routed() const { return {type, text}; }
 };
 
-/// Returns a line of up to more than a datagram; the smallest choices give lengths around the limit.
+/// Returns a line of \a choice characters, or, for a choice below 16, of a length around the limit for a
+/// datagram.
 std::string longText(int choice)
 {
     const int size = choice < 16 ? FrameAssembler::MaximumFrameBytes - 10 + choice : choice;
@@ -112,7 +113,7 @@ private:
     FrameAssembler m_frame;
     ReferenceModel m_model;
     WakeCondition m_wakeCondition;
-    std::size_t m_linesAhead = 0; // since m_wakeCondition was read
+    std::size_t m_linesAhead = 0; // lines since m_wakeCondition was read
     bool m_conditionMet = false;
 };
 
@@ -127,7 +128,8 @@ public:
         require(m_queue.lineCount() <= LineQueue::MaximumLines, "the queue is bounded");
     }
 
-    /// Returns the next line, and whether lines were lost before it; false if the queue is empty.
+    /// Sets \a line to the next line and \a gap to whether lines were lost before it. Returns false if the
+    /// queue is empty.
     bool take(Line *line, bool *gap)
     {
         RouterLine numbered;

@@ -3,8 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Aborts the run, which the fuzzer reports as a finding, unless \a holds. \a fact describes what must be
-/// true.
+/// Aborts the run unless \a holds; the fuzzer reports this as a finding. \a fact describes what must be true.
 inline void require(bool holds, const char *fact)
 {
     if (holds)
