@@ -32,7 +32,7 @@ bool startsWith(const std::string &text, const char *start)
 
 void CheckHost::answerWithTwoChannels(quint16 port)
 {
-    // The longest answer that fits, to find a module with less room for it.
+    // The longest answer that a host may give, to detect a module whose buffer is too small.
     const std::string longest(answerSize - 1, 'x');
     answers = {
         {"config is_changeable", "yes"},
@@ -228,7 +228,7 @@ void CheckHost::noteCall(const std::string &call)
         addFault(call + " came after prepareShutdown() had returned");
 }
 
-// Finds a query or command that the Controller's version does not know.
+// Records a fault if the Controller's version does not know the query or command \a text.
 void CheckHost::noteText(const std::string &text)
 {
     if ((startsWith(text, "output net_via_router") && !versionAtLeast(versions, 1, 4)) ||

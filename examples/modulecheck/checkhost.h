@@ -13,8 +13,8 @@
 #include <string>
 #include <thread>
 
-/// The services of a host, with a table as its Controller. It fulfils the host's obligations and records each
-/// call with which the module breaks one of its own.
+/// The services of a host, with a table in place of the Controller. Fulfils the obligations of a host, and
+/// records a fault for each call with which the module violates its own obligations.
 ///
 /// Thread safety: deliver(), reset() and isRequested() on any thread, all others on the GUI thread only.
 class CheckHost final : public IOManager
@@ -56,7 +56,7 @@ public:
     /// Returns whether a requester, a message receiver or a requested type is registered.
     bool isInUse();
 
-    /// Counts every later call of the module as a fault: prepareShutdown() has returned.
+    /// Makes every later call of the module a fault. Call it after prepareShutdown() has returned.
     void close() { m_closed = true; }
 
     int callCount() const { return m_callCount; }
@@ -75,8 +75,8 @@ private:
     int m_callCount = 0;
     MessageReceiver *m_receiver = nullptr;
 
-    // Held shared during each call of the requester, so that the data threads do not wait for each other.
-    // The module may remove the requester only when it holds the mutex alone.
+    // Locked in shared mode during each call of the requester, so that the data threads do not wait for each
+    // other, and exclusively to remove the requester, which therefore waits for calls in progress.
     std::shared_mutex m_dataMutex;
     Requester *m_requester = nullptr; // guarded by m_dataMutex
     std::set<std::string> m_types;    // guarded by m_dataMutex

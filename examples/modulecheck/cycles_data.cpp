@@ -15,7 +15,7 @@ namespace {
 
 constexpr int requestLimitMilliseconds = 10000;
 
-/// Runs the event loop until \a type is requested.
+/// Runs the event loop until \a type is requested. Returns false if the limit passes before.
 bool isRequestedSoon(Life &life, const char *type)
 {
     QElapsedTimer timer;
@@ -32,13 +32,14 @@ void messageOnAnotherThread(Life &life)
     life.begin();
     life.host.addType();
     int result = -1;
-    // The event loop stands still meanwhile: a module that waited for it would never return.
+    // join() blocks the event loop of the GUI thread, so a module that waited for the event loop would never
+    // return.
     std::thread([&life, &result] {
         result = life.host.messageReceiver()->onMessage(0, 0, "OutputTypesChanged");
     }).join();
     life.step("Call onMessage() on any thread, holding no lock: it does not wait for the GUI thread.",
               result == 0);
-    life.step("Run the event loop of the GUI thread: only then is the message followed.",
+    life.step("Run the event loop of the GUI thread: only then is the message handled.",
               isRequestedSoon(life, "mk"));
     life.host.answers.erase("output active ch01 mk");
     life.host.messageReceiver()->onMessage(0, 0, "OutputTypesChanged");
@@ -57,6 +58,6 @@ void dataOnFourThreads(Life &life)
     life.host.messageReceiver()->onMessage(0, 0, "OutputTypesChanged");
     life.step("Report a changed catalogue while data flow: frames get the new type.",
               life.frameArrives({"fr", "6d", "mk"}));
-    life.step("Go on delivering until removeRequester() was called, and beyond on all threads.", true);
+    life.step("Continue to deliver on all threads while the module shuts down.", true);
     life.end();
 }

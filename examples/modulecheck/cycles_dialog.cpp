@@ -1,4 +1,4 @@
-// Life cycles in which the dialog is on the screen.
+// Life cycles with the dialog and its parent widget.
 
 #include "cycles.h"
 
@@ -14,7 +14,7 @@ namespace {
 
 constexpr int pollMilliseconds = 10;
 
-/// Calls \a function from the event loop once a modal \a Window is on the screen.
+/// Calls \a function from the event loop as soon as the active modal widget is a \a Window.
 template <typename Window, typename Function>
 void whenShown(Function function)
 {
@@ -35,8 +35,8 @@ void press(QWidget *window, int key, Qt::KeyboardModifiers modifiers = Qt::NoMod
     QApplication::sendEvent(window, &event);
 }
 
-/// Presses the action and calls \a whenOpen in the event loop of the dialog. Returns whether the dialog was
-/// shown. The caller has to take care that it closes.
+/// Triggers the action and calls \a whenOpen in the event loop of the dialog. \a whenOpen must cause the
+/// dialog to close. Returns whether the dialog was shown.
 template <typename Function>
 bool open(Life &life, Function whenOpen)
 {
@@ -57,7 +57,7 @@ void dialogOpenedAndClosed(Life &life)
     life.begin();
     const bool shown = open(life, [](QDialog *dialog) { press(dialog, Qt::Key_Escape); });
     life.step("Trigger the action: the dialog runs modally and returns when the user leaves it.", shown);
-    life.step("Carry out its commands: every way out of the dialog writes the settings.",
+    life.step("Execute its commands: every way of closing the dialog writes the settings.",
               life.host.commands.contains(QLatin1String("output net_active ch01 yes")));
     life.host.commands.clear();
     life.host.answers["config is_changeable"] = "no";
@@ -97,7 +97,8 @@ void shutdownWithMessageBoxOpen(Life &life)
         press(dialog, Qt::Key_W, Qt::ControlModifier);
     });
     life.step("Shut down while a message box of the dialog is open.", asked);
-    life.step("Expect that this answers no question: nothing is written.", life.host.commands.isEmpty());
+    life.step("Expect that the shut-down does not answer the question with Yes: nothing is written.",
+              life.host.commands.isEmpty());
     life.unload();
 }
 
@@ -128,9 +129,8 @@ void eventLoopInQueries(Life &life)
         life.host.duringQuery = nullptr;
         press(dialog, Qt::Key_Escape);
     });
-    life.step(
-        "Run the event loop within a query if you must: a second press of the action only raises the dialog.",
-        shown && deepest == 1);
+    life.step("Run the event loop within a query: a second trigger of the action only raises the dialog.",
+              shown && deepest == 1);
     QApplication::processEvents();
     life.end();
 }

@@ -17,7 +17,7 @@ void loadOnly(Life &life)
 void ordinaryLife(Life &life)
 {
     life.begin();
-    life.step("Have the types of all channels requested when moduleActions() returns in router mode.",
+    life.step("Expect requests for the types of all channels when moduleActions() returns in router mode.",
               life.host.isRequested("fr") && life.host.isRequested("6d") && life.host.isRequested("3d"));
     life.end();
 }
@@ -43,7 +43,7 @@ void observerMode(Life &life)
     life.module()->setParameter(QLatin1String("ObserverMode"), true);
     for (int index = 0; index < 3; ++index)
         life.setParameter(index);
-    life.step("Pass \"ObserverMode\" true for a host that only watches: moduleActions() is empty.",
+    life.step("Pass \"ObserverMode\" with the value true: moduleActions() is empty.",
               life.module()->moduleActions().isEmpty());
     life.module()->prepareShutdown();
     life.module()->releaseResources();
@@ -58,7 +58,7 @@ void actionsTwice(Life &life)
     const QList<ModuleAction *> first = life.module()->moduleActions();
     const int calls = life.host.callCount();
     const QList<ModuleAction *> second = life.module()->moduleActions();
-    life.step("Call moduleActions() again at any time: it returns the same entry and asks nothing.",
+    life.step("Call moduleActions() again at any time: it returns the same entry and sends no query.",
               first.size() == 1 && first == second && life.host.callCount() == calls);
     life.end();
 }
@@ -87,7 +87,7 @@ void oldController(Life &life)
 {
     life.host.versions = {{0, 0, 0}, 1, 3, 0};
     life.begin();
-    life.step("Pass the Controller's true version: below 1.4 there is no router mode to be asked for.",
+    life.step("Pass the Controller's version: below 1.4 the module does not query the router mode.",
               !life.host.isRequested("fr"));
     life.end();
 }

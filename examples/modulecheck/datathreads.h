@@ -6,9 +6,9 @@
 
 class CheckHost;
 
-/// Delivers tracking data on threads of its own until it is destroyed, a frame each millisecond. The first
-/// thread delivers whole frames of the types "fr", "6d" and "mk". Each further one delivers lines of the type
-/// "3d", and the last of these also resets the data now and then.
+/// Delivers tracking data on its own threads until it is destroyed, about once per millisecond on each. The
+/// first thread delivers whole frames of the types "fr", "6d" and "mk". Each other thread delivers lines of
+/// the type "3d", and the last one also sends a reset after every 50 lines.
 class DataThreads
 {
 public:

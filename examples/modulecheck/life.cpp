@@ -21,13 +21,14 @@ namespace {
 constexpr int frameLimitMilliseconds = 20000;
 constexpr int threadLimitMilliseconds = 1000;
 
-/// The number of threads of this process; 0 on systems that do not list them there.
+/// Returns the number of threads of this process; 0 on systems that do not list them in this folder.
 int threadCount()
 {
     return QDir(QLatin1String("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
 }
 
-/// The system may list a thread for a moment after it was joined.
+/// Waits until at most \a expected threads exist, because the system may still list a thread just after it
+/// was joined. Returns false if the limit passes.
 bool threadsEnd(int expected)
 {
     QElapsedTimer timer;
@@ -70,14 +71,15 @@ Life::Life(const QString &file, Report *report)
     host.answerWithTwoChannels(m_receiver.localPort());
     m_loader.setLoadHints({}); // by default QPluginLoader never unloads the library
     m_module = qobject_cast<ModuleInterface *>(m_loader.instance());
-    // ThreadSanitizer starts a thread of its own with the first one.
+    // ThreadSanitizer starts a thread of its own when the program starts its first thread. Let it do so
+    // before the threads are counted.
     std::thread([] {}).join();
     m_threadsBefore = threadCount();
 }
 
 Life::~Life()
 {
-    // Without this the next life would get the same module object. Does nothing after unload().
+    // Otherwise the next Life in this process would get the same module object. Has no effect after unload().
     m_loader.unload();
 }
 

@@ -22,7 +22,8 @@ private:
     bool m_good = true;
 };
 
-/// One life of the module in a host: the plug-in file, loaded at construction, and all that it needs.
+/// One life cycle of the module: the plug-in file, which the constructor loads, and the host's services,
+/// window and receiver. Its functions are the steps that the life cycles have in common.
 class Life
 {
 public:
@@ -31,27 +32,27 @@ public:
     Life(const Life &) = delete;
     Life &operator=(const Life &) = delete;
 
-    /// Reports the step \a text, an instruction for the host. It has failed if \a good is false or if the
-    /// host has recorded a fault of the module since the previous step.
+    /// Reports the step that \a text describes as an instruction for a host. The step has failed if \a good
+    /// is false or if CheckHost has recorded a fault of the module since the previous step.
     void step(const char *text, bool good);
 
-    /// The module, null if the file is no plug-in with the interface of a module.
+    /// Returns the module; null if the file is not a plug-in with the interface of a module.
     ModuleInterface *module() const { return m_module; }
     QString file() const { return m_loader.fileName(); }
     QString error() const { return m_loader.errorString(); }
     Report *report() const { return m_report; }
 
-    /// Passes the parameter \a index, 0 to 3.
+    /// Passes the parameter \a index, 0 to 3, to the module.
     void setParameter(int index);
 
-    /// Gets the action, null if there is none, and adds it to the menu.
+    /// Gets the module's action and adds it to the menu. Returns null if there is not exactly one.
     QAction *takeAction();
 
-    /// Passes all parameters and gets the action. These are steps.
+    /// Passes all parameters, then calls takeAction(). Reports both as steps.
     void begin();
 
-    // Steps at the end of the module's life, with a check that nothing is left. shutDown() is the first two,
-    // end() all three.
+    // Each of the first three reports a step and checks that the module leaves nothing behind. shutDown()
+    // performs the first two, end() all three.
     void prepareShutdown();
     void releaseResources();
     void unload();

@@ -1,5 +1,5 @@
-// Checks a module as a host meets it: every life cycle that a host may lead it through, each in a process of
-// its own, so that a module that crashes or hangs in one of them is still tried in the others.
+// Checks the module in a plug-in file in every life cycle that a host may use. Each life cycle runs in a
+// separate process, so that the others are checked even if the module crashes or hangs in one of them.
 
 #include "cycles.h"
 
@@ -23,15 +23,15 @@ constexpr char inProcess[] = "--in-process";
 
 const std::vector<Cycle> cycles = {
     {"load", "The library is loaded and unloaded", loadOnly},
-    {"life", "The ordinary life", ordinaryLife},
+    {"life", "The usual life cycle", ordinaryLife},
     {"parameters", "Parameters in any order", parametersInAnyOrder},
-    {"observer", "A host that only watches", observerMode},
+    {"observer", "\"ObserverMode\" is true", observerMode},
     {"actions-twice", "moduleActions() twice", actionsTwice},
     {"release-first", "Release before moduleActions()", releaseBeforeActions},
     {"second-dialog", "A second start after the release", secondDialog},
     {"old-controller", "A Controller of version 1.3", oldController},
     {"refusing", "A Controller that cannot be reached", refusedCommands},
-    {"dialog", "The dialog is opened and left", dialogOpenedAndClosed},
+    {"dialog", "The dialog is opened and closed", dialogOpenedAndClosed},
     {"open-dialog", "Shut-down with the dialog open", shutdownWithDialogOpen},
     {"open-message-box", "Shut-down with a message box open", shutdownWithMessageBoxOpen},
     {"parent-first", "The parent widget is destroyed first", parentDestroyedFirst},
@@ -43,11 +43,12 @@ const std::vector<Cycle> cycles = {
 int usage(std::FILE *stream, ExitStatus status)
 {
     std::fputs("modulecheck [--in-process] PLUGIN [CYCLE...]\n"
-               "Leads the module in the file PLUGIN through every life cycle that a host may give it, or\n"
-               "only through those named, and prints what a host does in each step and whether the module\n"
-               "kept its side. With --in-process the cycles run in this process, for a debugger.\n"
-               "Exit status: 0 if every step is ok, 1 if one has failed, 2 if nothing could be checked.\n"
-               "Cycles:\n",
+               "Runs the module in the file PLUGIN through every life cycle that a host may use, or only\n"
+               "through the named ones. Prints for each step what the host does and whether the module\n"
+               "behaved correctly. With --in-process the life cycles run in this process, for a debugger.\n"
+               "Exit status: 0 if every step is ok, 1 if a step has failed, 2 if the file contains no\n"
+               "module or an argument is wrong.\n"
+               "Life cycles:\n",
                stream);
     for (const Cycle &cycle : cycles)
         std::fprintf(stream, "  %-17s %s\n", cycle.name, cycle.title);
@@ -60,7 +61,7 @@ int notUsable(const QString &file, const QString &reason)
     return NotUsable;
 }
 
-/// Returns the cycles named, all if there are no names, none if a name is unknown.
+/// Returns the life cycles with \a names: all if there are no names, none if a name is unknown.
 std::vector<Cycle> selected(const QStringList &names)
 {
     std::vector<Cycle> result;
@@ -96,13 +97,13 @@ int runInChild(const QString &file, const Cycle &cycle)
     if (!child.waitForFinished(cycleLimitSeconds * 1000)) {
         child.kill();
         child.waitForFinished();
-        std::printf("  FAILED  %s did not end within %d s, after the last step above.\n", cycle.name,
+        std::printf("  FAILED  %s did not end within %d s; its last completed step is above.\n", cycle.name,
                     cycleLimitSeconds);
-        std::fflush(stdout); // the next child writes to the same file
+        std::fflush(stdout); // the next child process writes to the same standard output
         return Faulty;
     }
     if (child.exitStatus() == QProcess::CrashExit || child.exitCode() > NotUsable) {
-        std::printf("  FAILED  %s ended with a crash, after the last step above.\n", cycle.name);
+        std::printf("  FAILED  %s ended with a crash after the last step above.\n", cycle.name);
         std::fflush(stdout);
         return Faulty;
     }
@@ -113,7 +114,7 @@ int runInChild(const QString &file, const Cycle &cycle)
 
 int main(int argc, char *argv[])
 {
-    // The dialogs need not be seen.
+    // The dialog need not be visible on a display.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
@@ -138,6 +139,6 @@ int main(int argc, char *argv[])
         status = qMax(status, result);
     }
     if (!here)
-        std::printf("%s\n", status == Good ? "The module keeps its side." : "The module has faults.");
+        std::printf("%s\n", status == Good ? "Every step is ok." : "At least one step has failed.");
     return status;
 }

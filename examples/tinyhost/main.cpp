@@ -1,5 +1,6 @@
-// The smallest host: it loads the module, performs every step of its life cycle and prints the result of
-// each. The exit status is 0 if every step succeeded. The optional argument names another plug-in file.
+// The smallest host: it loads the module, runs it with tracking data, shuts it down and unloads it, and
+// prints the result of each step. It does not open the dialog. The exit status is 0 if every step succeeded.
+// The optional argument names another plug-in file.
 
 #include "datathread.h"
 #include "tablemanager.h"
@@ -69,7 +70,8 @@ void addType(std::map<std::string, std::string> &answers)
     answers["output active ch01 3d"] = "yes";
 }
 
-/// Waits for a datagram with one complete frame that has exactly one line of each of \a types.
+/// Waits for a datagram with one complete frame that has exactly one line of each of \a types. Returns false
+/// if none arrives in time.
 bool frameArrives(QUdpSocket &receiver, const QList<QByteArray> &types)
 {
     QElapsedTimer timer;
@@ -130,7 +132,7 @@ int main(int argc, char *argv[])
     QUdpSocket receiver;
     if (!step("open a receiver", receiver.bind(QHostAddress(QHostAddress::LocalHost))))
         return 1;
-    // Both must outlive the module.
+    // manager and versions must outlive the module.
     TableManager manager;
     manager.answers = controllerAnswers(receiver.localPort());
     BackendVersions versions{{0, 0, 0}, 1, 9, 0};

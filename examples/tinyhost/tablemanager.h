@@ -38,7 +38,7 @@ public:
     bool isInUse();
 
 private:
-    std::mutex m_mutex; // guards the next two; held during each call of the requester
+    std::mutex m_mutex; // guards the next two members; held during each call of the requester
     Requester *m_requester = nullptr;
     std::set<std::string> m_types;
     MessageReceiver *m_receiver = nullptr; // used on the GUI thread only
