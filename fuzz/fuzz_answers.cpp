@@ -89,15 +89,32 @@ public:
         return take(message);
     }
 
-    int addRequester(Requester *) override { return take("requester", 1); }
-    int removeRequester(Requester *) override { return take("requester", -1); }
-    int addMessageReceiver(const char *name, MessageReceiver *) override { return take(name, 1); }
-    int removeMessageReceiver(const char *name, MessageReceiver *) override { return take(name, -1); }
+    int addRequester(Requester *) override
+    {
+        m_hasRequester = true;
+        return take("requester");
+    }
+    int removeRequester(Requester *) override
+    {
+        m_hasRequester = false;
+        return take("requester");
+    }
+    int addMessageReceiver(const char *name, MessageReceiver *) override
+    {
+        m_hasReceiver = true;
+        return take(name);
+    }
+    int removeMessageReceiver(const char *name, MessageReceiver *) override
+    {
+        m_hasReceiver = false;
+        return take(name);
+    }
 
     /// Makes every later call by the module a fault. Called after the shut-down.
     void shut()
     {
-        require(m_registered == 0, "requester and message receiver are removed at the shut-down");
+        require(!m_hasRequester && !m_hasReceiver,
+                "requester and message receiver are removed at the shut-down");
         m_shut = true;
     }
 
@@ -126,9 +143,8 @@ private:
     }
     int result() { return m_input.ConsumeIntegral<quint8>() % 4 == 1 ? 1 : 0; }
 
-    int take(const char *text, int registered = 0)
+    int take(const char *text)
     {
-        m_registered += registered;
         require(!m_shut, "no call after the shut-down");
         require(std::strlen(text) < sizeof m_text, "texts are shorter than the buffer");
         return result();
@@ -176,7 +192,8 @@ private:
     Conversation &m_conversation;
     const bool m_steady = m_input.ConsumeBool();
     char m_text[4096] = {};
-    int m_registered = 0;
+    bool m_hasRequester = false;
+    bool m_hasReceiver = false;
     bool m_shut = false;
 };
 
