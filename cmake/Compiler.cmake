@@ -1,7 +1,7 @@
-# The options of the compiler, for all targets.
+# Sets the compiler options of all targets.
 if(MSVC)
-    # Without /Zc:__cplusplus this macro does not give the standard in use. Warning 4324 is about the padding that
-    # alignas() asks for.
+    # Without /Zc:__cplusplus the macro __cplusplus does not tell which standard is in use. Warning 4324 reports the
+    # padding that alignas() causes on purpose.
     add_compile_options(/W4 /wd4324 /utf-8 /permissive- /Zc:__cplusplus)
     add_compile_definitions(_CRT_SECURE_NO_WARNINGS)
     set(warnings_as_errors /WX)
@@ -25,6 +25,7 @@ elseif(SANITIZE)
     add_link_options(-fsanitize=${SANITIZE})
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND UNIX)
-    # A unique symbol would pin the plug-in in the host's memory: unloading it would silently do nothing.
+    # A library with a unique symbol is never unloaded (see -fno-gnu-unique in the manual of GCC), but a host must be able
+    # to unload the plug-in.
     add_compile_options(-fno-gnu-unique)
 endif()

@@ -1,4 +1,4 @@
-# Compiles through ccache where it is installed, unless the caller has chosen a launcher, which may be empty.
+# Uses ccache if it is installed, unless CMAKE_CXX_COMPILER_LAUNCHER is set. An empty value switches ccache off.
 if(NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
     find_program(CCACHE_PROGRAM ccache PATHS ENV PATH NO_DEFAULT_PATH)
     mark_as_advanced(CCACHE_PROGRAM)

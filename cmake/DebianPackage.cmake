@@ -1,4 +1,4 @@
-# cpack, run in the build folder, makes a Debian package.
+# Makes cpack, which is run in the build folder, create a Debian package.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ${PACKAGE_NAME})
 set(CPACK_PACKAGE_VENDOR "GUI Output Settings developers")
@@ -12,7 +12,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Needed only to build a host.
+# These packages are needed only to build a host.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "cmake, qtbase5-dev")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "output settings dialog for an optical tracking frontend")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION

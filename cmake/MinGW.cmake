@@ -1,7 +1,8 @@
-# Toolchain file: builds for 64-bit Windows with MinGW on another system, Qt from a prefix in CMAKE_FIND_ROOT_PATH.
+# Toolchain file to build for 64-bit Windows with MinGW on another system. CMAKE_FIND_ROOT_PATH is the prefix of Qt for
+# MinGW.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR AMD64)
-# The variant with POSIX threads: the tests and hosts use std::thread.
+# This is the variant with POSIX threads, because the tests and hosts use std::thread.
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../tests/support/wine)

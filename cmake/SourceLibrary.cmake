@@ -1,7 +1,7 @@
 # add_source_library(NAME SOURCES ... LINKS ... USES ...)
-# Makes a static library of the current folder, which becomes the include path of every target that links it. An include
-# against the direction of the dependencies therefore finds no file.
-# LINKS are passed on to the targets that link the library, USES are not.
+# Makes a static library of the sources in the current folder, and adds that folder to the include path of every target
+# that links the library. An include against the direction of the dependencies therefore finds no file.
+# Targets that link the library also get the include paths of LINKS, but not those of USES.
 function(add_source_library name)
     cmake_parse_arguments(LIBRARY "" "" "SOURCES;LINKS;USES" ${ARGN})
     add_library(${name} STATIC ${LIBRARY_SOURCES})

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# Sourced by the scripts of the folder above.
+# Sourced by the scripts in script/.
 
-# Prints the comment at the head of the script and ends it, if one of the arguments asks for help.
+# If one of the arguments is --help or -h, prints the comment at the head of the script and exits.
 show_help_if_asked() {
     local argument
     for argument in "$@"; do

@@ -1,8 +1,8 @@
 # shellcheck shell=bash
-# Sourced by the scripts of the folder above.
+# Sourced by the scripts in script/.
 
-# Runs the tests of one preset in a network of their own: run_tests PRESET [CTEST-OPTION...]
-# The offscreen platform warns about each window that it cannot give size hints to; those lines are left out.
+# Runs the tests of one preset in an isolated network: run_tests PRESET [CTEST-OPTION...]
+# For each window Qt's offscreen platform prints a warning about size hints, which this function removes.
 run_tests() {
     local preset=$1
     shift
