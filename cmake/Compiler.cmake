@@ -25,7 +25,7 @@ elseif(SANITIZE)
     add_link_options(-fsanitize=${SANITIZE})
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND UNIX)
-    # A library with a unique symbol is never unloaded (see -fno-gnu-unique in the manual of GCC), but a host must be able
-    # to unload the plug-in.
+    # A library with a unique symbol is never unloaded (see this option in the manual of GCC), but a host must be able to
+    # unload the plug-in.
     add_compile_options(-fno-gnu-unique)
 endif()
