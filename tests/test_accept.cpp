@@ -1,10 +1,13 @@
+#include "dialogfixture.h"
 #include "gestures.h"
+#include "table.h"
 
 using Commands = QList<QByteArray>;
 using Edit = std::function<void(ChannelWidget *)>;
 using WayOut = std::function<void(NetworkDialog *)>;
 
 Q_DECLARE_METATYPE(Edit)
+Q_DECLARE_METATYPE(WayOut)
 
 namespace {
 
@@ -12,7 +15,7 @@ Commands activeCommands(int channels, const QByteArray &state)
 {
     Commands commands;
     for (int number = 1; number <= channels; ++number)
-        commands << "output net_active ch" + QByteArray::number(number).rightJustified(2, '0') + ' ' + state;
+        commands << "output net_active " + channelName(number) + ' ' + state;
     return commands;
 }
 
@@ -23,7 +26,7 @@ void clickExit(NetworkDialog *dialog)
 
 } // namespace
 
-/// The tab row and leaving the dialog: what a user does with mouse and keyboard, and which commands the
+/// Adding and closing tabs, editing and leaving the dialog with mouse and keyboard, and which commands the
 /// Controller gets.
 class TestAccept : public QObject
 {
@@ -36,29 +39,27 @@ private slots:
     void editsAreWrittenInOrder_data();
     void editsAreWrittenInOrder();
     void twoChangedChannelsAreSwitchedOffFirst();
-    void conflictsAreAskedOnEveryWayOut();
+    void everyWayOutAsksAboutConflicts_data();
+    void everyWayOutAsksAboutConflicts();
     void failedCheckShowsItsTab();
     void refusedCommandsAreLogged();
-    void routerStepRunsOnlyAfterAChange();
-
-private:
-    void answerConflicts(const WayOut &leave, int yeses);
+    void routerModeIsWrittenOnlyAfterAChange();
 };
 
 void TestAccept::plusTabAndCtrlTAddChannels()
 {
     DialogFixture fixture(withChannels(8));
     fixture.open([&] {
-        // F9 skips the "+" tab, and T without Ctrl adds nothing.
+        // F9 goes to the next channel, from the last one to the first. T without Ctrl adds no channel.
         fixture.tabs()->setCurrentIndex(7);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_F9);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_F9);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_T);
         QCOMPARE(fixture.tabs()->currentIndex(), 1);
-        clickTab(fixture, 8);
+        clickTab(fixture.tabs()->tabBar(), 8);
         QCOMPARE(fixture.tabs()->currentIndex(), 8);
         QCOMPARE(fixture.titles().mid(7), QStringList({"Channel 8", "Channel 9", "+"}));
-        // A new channel is not sent before accept().
+        // Adding a channel sends no command.
         QVERIFY(fixture.controller.commands().isEmpty());
         QVERIFY(!fixture.page(7)->pushButton_closeTab->isVisibleTo(fixture.page(7)));
         QVERIFY(fixture.page(8)->pushButton_closeTab->isVisible());
@@ -73,19 +74,16 @@ void TestAccept::plusTabAndCtrlTAddChannels()
 
 void TestAccept::closingAsksAndResetsTheChannel_data()
 {
-    QTest::addColumn<int>("channels");
-    QTest::addColumn<bool>("locked");
-    QTest::addColumn<QByteArray>("command");
-    QTest::newRow("third") << 3 << false << QByteArray("output net ch03 none");
-    QTest::newRow("tenth") << 10 << false << QByteArray("output net ch10 none");
-    QTest::newRow("locked") << 2 << true << QByteArray("output net ch02 none");
+    const Table<int, bool> row("channels", "locked");
+    row("third channel", 3, false);
+    row("tenth channel", 10, false);
+    row("locked Controller", 2, true);
 }
 
 void TestAccept::closingAsksAndResetsTheChannel()
 {
     QFETCH(int, channels);
     QFETCH(bool, locked);
-    QFETCH(QByteArray, command);
     DialogFixture fixture([&](ControllerState &state) {
         withChannels(channels)(state);
         state.locked = locked;
@@ -107,7 +105,8 @@ void TestAccept::closingAsksAndResetsTheChannel()
         QTRY_VERIFY(!last);
         QCOMPARE(fixture.tabs()->count(), locked ? channels - 1 : channels);
         QCOMPARE(fixture.tabs()->currentIndex(), channels - 2);
-        QCOMPARE(fixture.sent(), Commands({command, "config is_changeable"}));
+        QCOMPARE(fixture.sent(),
+                 Commands({"output net " + channelName(channels) + " none", "config is_changeable"}));
 
         const QString question = QString("Close Channel %1?").arg(channels);
         QCOMPARE(boxes.texts, QStringList({question, question}));
@@ -117,44 +116,38 @@ void TestAccept::closingAsksAndResetsTheChannel()
 
 void TestAccept::editsAreWrittenInOrder_data()
 {
-    QTest::addColumn<int>("minor"); // of the Controller's version
-    QTest::addColumn<Edit>("edit");
-    QTest::addColumn<Commands>("commands"); // after the active state of the second of three channels
-    const auto row = [](const char *name, const Edit &edit, const Commands &commands, int minor = 9) {
-        QTest::newRow(name) << minor << edit << commands;
-    };
+    // The minor version of the Controller, the commands that follow the active state of the second of three
+    // channels, and the edit.
+    const Table<int, Commands, Edit> row("minor", "commands", "edit");
     const QByteArray destination = "output net ch02 udp '127.0.0.1' 5002";
     const QByteArray divisor = "output net_divisor ch02 1";
     const QByteArray otherPort = "output net ch02 udp '127.0.0.1' 6002";
     const auto typePort = [](ChannelWidget *page) { typeInto(page->spinBox_port, "6002"); };
 
-    row("untick by double click",
+    row("untick by double click", 9, {"output active ch02 6d no", destination, divisor},
         [](ChannelWidget *page) {
-            // Next to the box, which reacts to single clicks. A double click is the second of two clicks.
+            // Beside the check box, which reacts to single clicks. A double click begins with a single click.
             const QModelIndex index = page->channel()->typeModel()->findItems("6d").first()->index();
             const QPoint text = page->tableView->visualRect(index).center();
             QTest::mouseClick(page->tableView->viewport(), Qt::LeftButton, {}, text);
             QTest::mouseDClick(page->tableView->viewport(), Qt::LeftButton, {}, text);
-        },
-        {"output active ch02 6d no", destination, divisor});
-    row("host, left by Escape",
+        });
+    row("host, left by Escape", 9, {"output net ch02 udp '127.0.0.7' 5002", divisor},
         [](ChannelWidget *page) {
-            page->lineEdit_host->setFocus();
             typeInto(page->lineEdit_host, "127.0.0.7");
             QTest::keyClick(page->lineEdit_host, Qt::Key_Escape);
-        },
-        {"output net ch02 udp '127.0.0.7' 5002", divisor});
-    row("much",
+        });
+    row("divisor, port and two ticks", 9,
+        {"output active ch02 ts yes", "output active ch02 3d yes", otherPort, "output net_divisor ch02 7"},
         [=](ChannelWidget *page) {
             typeInto(page->spinBox_sendDataDivisor, "7");
             typePort(page);
             clickTick(page, "3d");
             clickTick(page, "ts");
-        },
-        {"output active ch02 ts yes", "output active ch02 3d yes", otherPort, "output net_divisor ch02 7"});
-    row("port, old Controller", typePort, {otherPort}, 3);
-    row("port, Controller with router", typePort, {otherPort}, 5);
-    row("port, Controller with divisor", typePort, {otherPort, divisor}, 6);
+        });
+    row("port, Controller without router mode", 3, {otherPort}, typePort);
+    row("port, Controller without divisor", 5, {otherPort}, typePort);
+    row("port, Controller with divisor", 6, {otherPort, divisor}, typePort);
 }
 
 void TestAccept::editsAreWrittenInOrder()
@@ -171,7 +164,7 @@ void TestAccept::editsAreWrittenInOrder()
         edit(fixture.page(1));
     }));
     commands = activeCommands(2, "yes") + commands + activeCommands(3, "yes").mid(2);
-    // The first accept() after a start always has a router step.
+    // The first accept() after a start always writes the router mode, if the Controller has it.
     if (minor >= 4)
         commands << "output net_via_router no";
     QCOMPARE(fixture.controller.commands(), commands);
@@ -192,19 +185,20 @@ void TestAccept::twoChangedChannelsAreSwitchedOffFirst()
                            "output net_divisor ch03 1", "output net_via_router no"}));
 }
 
-void TestAccept::conflictsAreAskedOnEveryWayOut()
+void TestAccept::everyWayOutAsksAboutConflicts_data()
 {
-    const QList<WayOut> ways{[](NetworkDialog *dialog) { dialog->close(); },
-                             [](NetworkDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); },
-                             clickExit};
-    for (int yeses = 0; yeses < ways.size(); ++yeses)
-        answerConflicts(ways.at(yeses), yeses);
+    // How often the user answers Yes before the first No, and how the user leaves.
+    const Table<int, WayOut> row("yeses", "leave");
+    row("close button, No", 0, [](NetworkDialog *dialog) { dialog->close(); });
+    row("Escape, Yes and No", 1, [](NetworkDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+    row("Exit, Yes twice", 2, clickExit);
 }
 
-/// Leaves by \a leave and answers Yes \a yeses times before the first No.
-void TestAccept::answerConflicts(const WayOut &leave, int yeses)
+void TestAccept::everyWayOutAsksAboutConflicts()
 {
-    // Three ways to write one destination, and a fourth channel that does not send.
+    QFETCH(int, yeses);
+    QFETCH(WayOut, leave);
+    // Three spellings of one destination, and a fourth channel with that destination that is not active.
     DialogFixture fixture([](ControllerState &state) {
         withChannels(4)(state);
         state.channels[1].destination = {Destination::Kind::Udp, "127.1", 5001};
@@ -278,32 +272,28 @@ void TestAccept::refusedCommandsAreLogged()
                        "Error: Unable to set value act as router"}));
 }
 
-void TestAccept::routerStepRunsOnlyAfterAChange()
+void TestAccept::routerModeIsWrittenOnlyAfterAChange()
 {
     DialogFixture fixture(withChannels(2));
     fixture.create();
-    QList<bool> switches;
-    QObject scope;
-    connect(fixture.dialog.get(), &NetworkDialog::deferedRouterActiveToggled, &scope,
-            [&](bool enable) { switches << enable; });
     const auto toggle = [&] { clickBox(fixture.dialog->checkBox_actAsRouter); };
     fixture.open(toggle);
-    QCOMPARE(switches, QList<bool>({true}));
+    QCOMPARE(fixture.routerSwitches, QList<bool>({true}));
     QCOMPARE(fixture.link.requestedTypes(fixture.dialog.get()), QSet<QByteArray>({"fr", "6d"}));
-    // The step also runs after the box was toggled twice, but not if it was not touched.
+    // Toggling the box twice counts as a change. Without a click, the mode is not written.
     fixture.open([&] {
         toggle();
         toggle();
     });
     fixture.open([] {});
-    // Nor does it run after somebody else has changed the Controller's mode.
+    // A change that came from the Controller is not written either.
     fixture.change([](ControllerState &state) { state.viaRouter = false; });
     fixture.open([] {});
-    QCOMPARE(switches, QList<bool>({true, true}));
+    QCOMPARE(fixture.routerSwitches, QList<bool>({true, true}));
     QCOMPARE(fixture.controller.commands().count("output net_via_router yes"), 2);
     fixture.change([](ControllerState &state) { state.viaRouter = true; });
     fixture.open(toggle);
-    QCOMPARE(switches, QList<bool>({true, true, false}));
+    QCOMPARE(fixture.routerSwitches, QList<bool>({true, true, false}));
     QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
 }
 

@@ -1,9 +1,9 @@
 #include "backendversions.h"
 #include "channel.h"
 #include "fakeiomanager.h"
+#include "table.h"
 
 #include <QHostAddress>
-#include <QtTest>
 
 #include <dlfcn.h>
 #include <functional>
@@ -16,7 +16,7 @@ int lookUps = 0;
 
 } // namespace
 
-// Replaces the look-up, so that the tests depend on no name service and can count look-ups.
+// Replaces the look-up of the C library, so that the tests need no name service and can count look-ups.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the declaration's names are reserved
 extern "C" int getaddrinfo(const char *name, const char *service, const addrinfo *hints, addrinfo **found)
 {
@@ -30,7 +30,6 @@ using namespace networksettings2g;
 
 namespace {
 
-using Answers = QHash<QByteArray, QByteArray>;
 using Edit = std::function<void(Channel &)>;
 
 QString latin(const char *text)
@@ -38,7 +37,8 @@ QString latin(const char *text)
     return QString::fromLatin1(text);
 }
 
-/// Types with the names \a names, described by their position. A "-" after a name means not available.
+/// Returns output types with the given names; their descriptions are their positions. A type whose name is
+/// followed by "-" is not available.
 QList<OutputTypeInfo> catalogue(const char *names)
 {
     QList<OutputTypeInfo> types;
@@ -48,8 +48,8 @@ QList<OutputTypeInfo> catalogue(const char *names)
     return types;
 }
 
-/// A host with a Controller of version 1.6, and its first channel, as loaded: active, divisor 4, destination
-/// "tracker" port 5100, with the rows fr, 6d (ticked), 3d (not available) and 2dmon (hidden).
+/// A host with a Controller of version 1.6 and the first channel as loaded: active, divisor 4, host
+/// "tracker", port 5100, with the rows fr, 6d (ticked), 3d (not available) and 2dmon (hidden).
 struct Setup
 {
     Setup()
@@ -67,15 +67,15 @@ struct Setup
         lookUps = 0;
     }
 
-    void tick(int row, bool on = true)
-    {
-        channel.typeModel()->item(row)->setCheckState(on ? Qt::Checked : Qt::Unchecked);
-    }
-
     FakeIOManager manager;
     BackendVersions versions{{9, 9, 9}, 1, 6, 0};
     Channel channel{&manager, 0, &versions};
 };
+
+void tick(Channel &channel, int row, bool on)
+{
+    channel.typeModel()->item(row)->setCheckState(on ? Qt::Checked : Qt::Unchecked);
+}
 
 QString describe(const Channel &channel)
 {
@@ -87,7 +87,8 @@ QString describe(const Channel &channel)
              channel.hasChanges() ? "changed" : "unchanged");
 }
 
-/// The rows as "name", with "(fixed)" if the user cannot change the tick, "(unavailable)" and "(hidden)".
+/// Returns the names of the rows, marked with "(fixed)" if the user cannot change the tick, with
+/// "(unavailable)" and with "(hidden)".
 QStringList describeRows(Channel &channel)
 {
     QStringList rows;
@@ -103,16 +104,15 @@ QStringList describeRows(Channel &channel)
 
 } // namespace
 
-Q_DECLARE_METATYPE(Answers)
 Q_DECLARE_METATYPE(Edit)
 
-/// The catalogue, the model of one channel, and what it reads from and writes to the Controller.
+/// The catalogue, the model of one channel, and its queries and commands to the Controller.
 class TestChannel : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void catalogueLosesQuotesOfDescriptions();
+    void catalogueRemovesDoubleQuotesFromDescriptions();
     void catalogueContinuesAfterFailures();
     void monitorIpIsTheSecondFieldOfTheAnswer();
     void rowsFollowTheFixedOrder_data();
@@ -131,11 +131,10 @@ private slots:
     void commitSendsPendingEdits_data();
     void commitSendsPendingEdits();
     void commitSendsEachEditOnce();
-    void commitWritesWhatThePageFlushes();
     void refusedCommandsCountAsCommitted();
 };
 
-void TestChannel::catalogueLosesQuotesOfDescriptions()
+void TestChannel::catalogueRemovesDoubleQuotesFromDescriptions()
 {
     FakeIOManager manager;
     manager.answers = {{"output number_of_types", "1"},
@@ -186,15 +185,13 @@ void TestChannel::monitorIpIsTheSecondFieldOfTheAnswer()
 
 void TestChannel::rowsFollowTheFixedOrder_data()
 {
-    QTest::addColumn<QByteArray>("types");
-    QTest::addColumn<QString>("rows");
-    QTest::newRow("known types first, others in the order of the catalogue")
-        << QByteArray("new gl glcal 6dmtr 6dmt2 6df2 3d 6di 6d 6dcal st ts ts2 fr 2dmon 6D")
-        << "fr(fixed) ts2 ts st 6dcal 6d 6di 3d 6df2 6dmt2 6dmtr glcal gl new 2dmon(hidden) 6D";
-    QTest::newRow("unavailable types, one without a name, one listed twice")
-        << QByteArray("2dmon z - 2dmon fr- 6d-")
-        << "fr(fixed)(unavailable) 6d(fixed)(unavailable) 2dmon(hidden) z 2dmon(hidden)";
-    QTest::newRow("empty catalogue") << QByteArray() << "";
+    const Table<QByteArray, QString> row("types", "rows");
+    row("known types first, others in the order of the catalogue",
+        "new gl glcal 6dmtr 6dmt2 6df2 3d 6di 6d 6dcal st ts ts2 fr 2dmon 6D",
+        "fr(fixed) ts2 ts st 6dcal 6d 6di 3d 6df2 6dmt2 6dmtr glcal gl new 2dmon(hidden) 6D");
+    row("unavailable types, one without a name, one listed twice", "2dmon z - 2dmon fr- 6d-",
+        "fr(fixed)(unavailable) 6d(fixed)(unavailable) 2dmon(hidden) z 2dmon(hidden)");
+    row("empty catalogue", "", "");
 }
 
 void TestChannel::rowsFollowTheFixedOrder()
@@ -207,34 +204,15 @@ void TestChannel::rowsFollowTheFixedOrder()
 
 void TestChannel::thisComputerHasThreeNames_data()
 {
-    QTest::addColumn<QString>("hostName");
-    QTest::addColumn<QString>("domain");
-    QTest::addColumn<QString>("candidate");
-    QTest::addColumn<bool>("mine");
-    QTest::newRow("address") << "pc"
-                             << "lab.org"
-                             << "10.1.2.3" << true;
-    QTest::newRow("name") << "pc"
-                          << "lab.org"
-                          << "pc" << true;
-    QTest::newRow("name with domain") << "pc"
-                                      << "lab.org"
-                                      << "pc.lab.org" << true;
-    QTest::newRow("name in upper case") << "pc"
-                                        << "lab.org"
-                                        << "PC" << false;
-    QTest::newRow("empty, name unknown") << ""
-                                         << "lab.org"
-                                         << "" << false;
-    QTest::newRow("domain only, name unknown") << ""
-                                               << "lab.org"
-                                               << ".lab.org" << false;
-    QTest::newRow("name, domain unknown") << "pc"
-                                          << ""
-                                          << "pc" << true;
-    QTest::newRow("name with a dot, domain unknown") << "pc"
-                                                     << ""
-                                                     << "pc." << false;
+    const Table<QString, QString, QString, bool> row("hostName", "domain", "candidate", "isMine");
+    row("address", "pc", "lab.org", "10.1.2.3", true);
+    row("name", "pc", "lab.org", "pc", true);
+    row("name with domain", "pc", "lab.org", "pc.lab.org", true);
+    row("name in upper case", "pc", "lab.org", "PC", false);
+    row("empty, name unknown", "", "lab.org", "", false);
+    row("domain only, name unknown", "", "lab.org", ".lab.org", false);
+    row("name, domain unknown", "pc", "", "pc", true);
+    row("name with a dot, domain unknown", "pc", "", "pc.", false);
 }
 
 void TestChannel::thisComputerHasThreeNames()
@@ -245,25 +223,19 @@ void TestChannel::thisComputerHasThreeNames()
     Setup setup;
     setup.channel.setHostName(hostName);
     setup.channel.setDomainName(domain);
-    QTEST(setup.channel.isMyIp(candidate), "mine");
+    QTEST(setup.channel.isMyIp(candidate), "isMine");
 }
 
 void TestChannel::loadReadsTheState_data()
 {
-    QTest::addColumn<QByteArray>("query");
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<bool>("fails"); // although it is answered
-    QTest::addColumn<QString>("state");
-    const auto row = [](const char *name, const char *query, const char *answer, bool fails,
-                        const char *state) {
-        QTest::newRow(name) << QByteArray(query) << QByteArray(answer) << fails << latin(state);
-    };
+    const Table<QByteArray, QByteArray, bool, QString> row("query", "answer", "fails", "state");
     const char *destination = "output net ch01";
     row("no destination", destination, "none", false, "'' 0.0.0.0:5000 divisor 4 on unicast unchanged");
     row("multicast, query fails", destination, "multicast alias 6000", true,
         "'alias' 10.0.0.7:6000 divisor 4 on multicast unchanged");
-    row("kind in another case, Latin-1, fourth field", destination, "Multicast tr\xe4ger 6000 7000", false,
-        "'tr\xe4ger' 10.0.0.8:6000 divisor 4 on unicast unchanged");
+    row("kind with a capital letter, Latin-1 host, fourth field", destination,
+        "Multicast tr\xe4ger 6000 7000", false,
+        latin("'tr\xe4ger' 10.0.0.8:6000 divisor 4 on unicast unchanged"));
     row("empty host, port too large", destination, "udp  65536", false,
         "'' 0.0.0.0:5100 divisor 4 on unicast unchanged");
     row("port is no number", destination, "udp alias x", false,
@@ -311,14 +283,14 @@ void TestChannel::numbersAndNamesAreSentUnchanged()
     tenth.setOutputTypes(catalogue("\xe4%1%s"));
     tenth.load();
     QVERIFY(!tenth.hasChanges());
-    tenth.typeModel()->item(0)->setCheckState(Qt::Unchecked);
+    tick(tenth, 0, false);
     setup.manager.journal.clear();
     tenth.commit();
     QCOMPARE(setup.manager.takeJournal().mid(0, 2),
              QStringList({"output net_active ch10 yes", latin("output active ch10 \xe4%1%s no")}));
 }
 
-/// Otherwise the data threads would break up a frame at each refresh.
+/// Otherwise each refresh would break up a frame.
 void TestChannel::loadPublishesTicksOnceAtItsEnd()
 {
     Setup setup;
@@ -350,49 +322,32 @@ void TestChannel::valuesClampedByThePageAreEdits()
 
 void TestChannel::editsAreStored_data()
 {
-    QTest::addColumn<Edit>("edit");
-    QTest::addColumn<QString>("state");
-    const auto row = [](const char *name, const Edit &edit, const char *state) {
-        QTest::newRow(name) << edit << latin(state);
-    };
+    const Table<QString, Edit> row("state", "edit");
     const char *unchanged = "'tracker' 10.0.0.7:5100 divisor 4 on unicast unchanged";
-    row(
-        "port below the range", [](Channel &channel) { channel.setPort(-1); }, unchanged);
-    row(
-        "port above the range", [](Channel &channel) { channel.setPort(65536); }, unchanged);
-    row(
-        "divisor below 1", [](Channel &channel) { channel.setDataDivisor(0); }, unchanged);
-    row(
-        "everything as it was",
-        [](Channel &channel) {
-            channel.setPort(5100);
-            channel.setDataDivisor(4);
-            channel.setActive(true);
-            channel.setMulticast(false);
-            channel.setHost("tracker");
-        },
-        unchanged);
-    row(
-        "lowest port", [](Channel &channel) { channel.setPort(0); },
-        "'tracker' 10.0.0.7:0 divisor 4 on unicast changed");
-    row(
-        "highest port", [](Channel &channel) { channel.setPort(65535); },
-        "'tracker' 10.0.0.7:65535 divisor 4 on unicast changed");
-    row(
-        "divisor", [](Channel &channel) { channel.setDataDivisor(1); },
-        "'tracker' 10.0.0.7:5100 divisor 1 on unicast changed");
-    row(
-        "off", [](Channel &channel) { channel.setActive(false); },
-        "'tracker' 10.0.0.7:5100 divisor 4 off unicast changed");
-    row(
-        "multicast", [](Channel &channel) { channel.setMulticast(true); },
-        "'tracker' 10.0.0.7:5100 divisor 4 on multicast changed");
-    row(
-        "address", [](Channel &channel) { channel.setIp(0x0a000007); },
-        "'10.0.0.7' 10.0.0.7:5100 divisor 4 on unicast changed");
-    row(
-        "tick", [](Channel &channel) { channel.typeModel()->item(3)->setCheckState(Qt::Checked); },
-        "'tracker' 10.0.0.7:5100 divisor 4 on unicast changed");
+    row("port below the range", unchanged, [](Channel &channel) { channel.setPort(-1); });
+    row("port above the range", unchanged, [](Channel &channel) { channel.setPort(65536); });
+    row("divisor below 1", unchanged, [](Channel &channel) { channel.setDataDivisor(0); });
+    row("all values as they were", unchanged, [](Channel &channel) {
+        channel.setPort(5100);
+        channel.setDataDivisor(4);
+        channel.setActive(true);
+        channel.setMulticast(false);
+        channel.setHost("tracker");
+    });
+    row("lowest port", "'tracker' 10.0.0.7:0 divisor 4 on unicast changed",
+        [](Channel &channel) { channel.setPort(0); });
+    row("highest port", "'tracker' 10.0.0.7:65535 divisor 4 on unicast changed",
+        [](Channel &channel) { channel.setPort(65535); });
+    row("divisor", "'tracker' 10.0.0.7:5100 divisor 1 on unicast changed",
+        [](Channel &channel) { channel.setDataDivisor(1); });
+    row("inactive", "'tracker' 10.0.0.7:5100 divisor 4 off unicast changed",
+        [](Channel &channel) { channel.setActive(false); });
+    row("multicast", "'tracker' 10.0.0.7:5100 divisor 4 on multicast changed",
+        [](Channel &channel) { channel.setMulticast(true); });
+    row("address", "'10.0.0.7' 10.0.0.7:5100 divisor 4 on unicast changed",
+        [](Channel &channel) { channel.setIp(0x0a000007); });
+    row("tick", "'tracker' 10.0.0.7:5100 divisor 4 on unicast changed",
+        [](Channel &channel) { tick(channel, 3, true); });
 }
 
 void TestChannel::editsAreStored()
@@ -416,56 +371,43 @@ void TestChannel::failedLookUpIsRepeated()
 
 void TestChannel::commitSendsPendingEdits_data()
 {
-    QTest::addColumn<Edit>("edit");
-    QTest::addColumn<QStringList>("commands");
-    const auto row = [](const char *name, const Edit &edit, const QStringList &commands) {
-        QTest::newRow(name) << edit << commands;
-    };
-    const auto tick = [](Channel &channel, int number, bool on) {
-        channel.typeModel()->item(number)->setCheckState(on ? Qt::Checked : Qt::Unchecked);
-    };
+    const Table<QStringList, Edit> row("commands", "edit");
     const QString on = "output net_active ch01 yes";
     const QString off = "output net_active ch01 no";
     const QString destination = "output net ch01 udp 'tracker' 5100";
     const QString divisor = "output net_divisor ch01 4";
-    row("nothing", [](Channel &) {}, {on});
-    row("tick set and taken back",
-        [=](Channel &channel) {
-            tick(channel, 3, true);
-            tick(channel, 3, false);
-        },
-        {on});
+    row("no edit", {on}, [](Channel &) {});
+    row("tick set and cleared again", {on}, [](Channel &channel) {
+        tick(channel, 3, true);
+        tick(channel, 3, false);
+    });
     row("ticks, also of fixed, unavailable and hidden rows",
-        [=](Channel &channel) {
+        {on, "output active ch01 fr yes", "output active ch01 6d no", "output active ch01 3d yes",
+         "output active ch01 2dmon yes", destination, divisor},
+        [](Channel &channel) {
             tick(channel, 3, true);
             tick(channel, 2, true);
             tick(channel, 0, true);
             tick(channel, 1, false);
-        },
-        {on, "output active ch01 fr yes", "output active ch01 6d no", "output active ch01 3d yes",
-         "output active ch01 2dmon yes", destination, divisor});
-    row("multicast with the name of this computer",
+        });
+    row("multicast with the name of this computer", {on, "output net ch01 multicast 'pc' 5100", divisor},
         [](Channel &channel) {
             channel.setMulticast(true);
             channel.setHost("pc");
-        },
-        {on, "output net ch01 multicast 'pc' 5100", divisor});
-    row("host is this computer", [](Channel &channel) { channel.setHost("pc.lab.org"); },
-        {on, "output net ch01 udp my_ip 5100", divisor});
-    row("off with a pending port",
-        [](Channel &channel) {
-            channel.setPort(80);
-            channel.setActive(false);
-        },
-        {off});
-    row("switched off, committed, switched on again",
-        [=](Channel &channel) {
+        });
+    row("host is this computer", {on, "output net ch01 udp my_ip 5100", divisor},
+        [](Channel &channel) { channel.setHost("pc.lab.org"); });
+    row("inactive with a pending port", {off}, [](Channel &channel) {
+        channel.setPort(80);
+        channel.setActive(false);
+    });
+    row("made inactive, committed, made active again",
+        {off, on, "output active ch01 6d no", destination, divisor}, [](Channel &channel) {
             channel.setActive(false);
             tick(channel, 1, false);
             channel.commit();
             channel.setActive(true);
-        },
-        {off, on, "output active ch01 6d no", destination, divisor});
+        });
 }
 
 void TestChannel::commitSendsPendingEdits()
@@ -480,7 +422,7 @@ void TestChannel::commitSendsPendingEdits()
 void TestChannel::commitSendsEachEditOnce()
 {
     Setup setup;
-    setup.versions.major = 2; // later than 1.6 although its minor number is smaller
+    setup.versions.major = 2; // 2.0 is later than 1.6 although its minor number is smaller
     setup.versions.minor = 0;
     setup.channel.setDataDivisor(7);
     setup.channel.commit();
@@ -491,21 +433,13 @@ void TestChannel::commitSendsEachEditOnce()
     QCOMPARE(setup.manager.takeJournal(), QStringList({"output net_active ch01 yes"}));
 }
 
-void TestChannel::commitWritesWhatThePageFlushes()
-{
-    Setup setup;
-    connect(&setup.channel, &Channel::committingChanges, this, [&] { setup.channel.setActive(false); });
-    setup.channel.commit();
-    QCOMPARE(setup.manager.takeJournal(), QStringList({"output net_active ch01 no"}));
-}
-
 void TestChannel::refusedCommandsCountAsCommitted()
 {
     Setup setup;
     setup.manager.failing = {"output net_active ch01 yes", "output active ch01 6d no",
                              "output net ch01 udp 'tracker' 80", "output net_divisor ch01 4"};
     setup.channel.setPort(80);
-    setup.tick(1, false);
+    tick(setup.channel, 1, false);
     setup.channel.commit();
     QCOMPARE(setup.manager.takeJournal(),
              QStringList(

@@ -2,24 +2,11 @@
 
 #include "fedchannel.h"
 #include "receiver.h"
-
-#include <QtTest>
+#include "table.h"
 
 #include <future>
 
 using namespace networksettings2g;
-
-namespace {
-
-QList<OutputTypeInfo> catalogueOf(const QByteArrayList &types)
-{
-    QList<OutputTypeInfo> catalogue;
-    for (const QByteArray &type : types)
-        catalogue << OutputTypeInfo{QString::fromLatin1(type), QString(), true};
-    return catalogue;
-}
-
-} // namespace
 
 class TestChannelFanOut : public QObject
 {
@@ -28,26 +15,22 @@ class TestChannelFanOut : public QObject
 private slots:
     void lineReachesTheChannelsThatTickItsType_data();
     void lineReachesTheChannelsThatTickItsType();
-    void nothingPassesWhileRouterModeIsOff();
+    void noLineOrResetPassesWhileRouterModeIsOff();
     void publishWaitsForReadersOfThePreviousTable();
 };
 
 void TestChannelFanOut::lineReachesTheChannelsThatTickItsType_data()
 {
-    QTest::addColumn<QByteArray>("ticked");
-    QTest::addColumn<QByteArray>("offered");
-    QTest::addColumn<bool>("arrives");
-
-    QTest::newRow("the same type") << QByteArray("6d") << QByteArray("6d") << true;
-    QTest::newRow("another type") << QByteArray("6d") << QByteArray("3d") << false;
-    QTest::newRow("a longer type") << QByteArray("6d") << QByteArray("6df2") << false;
-    QTest::newRow("a shorter type") << QByteArray("6df2") << QByteArray("6d") << false;
-    QTest::newRow("another case") << QByteArray("6d") << QByteArray("6D") << false;
-    QTest::newRow("the same first eight bytes")
-        << QByteArray("12345678a") << QByteArray("12345678b") << false;
-    QTest::newRow("a long type") << QByteArray("12345678b") << QByteArray("12345678b") << true;
-    QTest::newRow("bytes above 127") << QByteArray("\xfc\xe4") << QByteArray("\xfc\xe4") << true;
-    QTest::newRow("an empty type") << QByteArray("6d") << QByteArray("") << false;
+    const Table<QByteArray, QByteArray, bool> row("ticked", "offered", "arrives");
+    row("the same type", "6d", "6d", true);
+    row("another type", "6d", "3d", false);
+    row("a longer type", "6d", "6df2", false);
+    row("a shorter type", "6df2", "6d", false);
+    row("another case", "6d", "6D", false);
+    row("the same first eight bytes", "12345678a", "12345678b", false);
+    row("a long type", "12345678b", "12345678b", true);
+    row("bytes above 127", "\xfc\xe4", "\xfc\xe4", true);
+    row("an empty type", "6d", "", false);
 }
 
 void TestChannelFanOut::lineReachesTheChannelsThatTickItsType()
@@ -56,20 +39,19 @@ void TestChannelFanOut::lineReachesTheChannelsThatTickItsType()
     QFETCH(const QByteArray, offered);
     QFETCH(const bool, arrives);
 
-    Receiver receiver;
-    FedChannel channel(receiver.port());
-    channel.setOutputTypes(catalogueOf({"fr", "12345678a", ticked}));
-    for (const QByteArray &type : {QByteArray("fr"), QByteArray("12345678a"), ticked})
+    RunningChannel channel;
+    const QByteArrayList types{"fr", "12345678a", ticked};
+    channel.setCatalogue(types);
+    for (const QByteArray &type : types)
         channel.tick(type.constData(), true);
-    channel.updateRouterActiveState(true);
     for (const char *number : {"1", "2"}) {
         channel.feed("fr", (QByteArray("fr ") + number + "\r\n").constData());
         channel.feed(offered.constData(), "offered\r\n");
     }
-    QCOMPARE(receiver.next().count("offered"), arrives ? 2 : 0);
+    QCOMPARE(channel.receiver.next().count("offered"), arrives ? 2 : 0);
 }
 
-void TestChannelFanOut::nothingPassesWhileRouterModeIsOff()
+void TestChannelFanOut::noLineOrResetPassesWhileRouterModeIsOff()
 {
     std::atomic<bool> isRouterActive{true};
     const auto fanOut = std::make_shared<ChannelFanOut>(isRouterActive);
@@ -89,21 +71,19 @@ void TestChannelFanOut::nothingPassesWhileRouterModeIsOff()
 
 void TestChannelFanOut::publishWaitsForReadersOfThePreviousTable()
 {
-    Receiver receiver;
-    FedChannel channel(receiver.port());
-    channel.updateRouterActiveState(true);
+    RunningChannel channel;
     const std::atomic<bool> isRouterActive{true};
     ChannelFanOut fanOut(isRouterActive);
     fanOut.publish({&channel});
 
-    // A data thread that resets frames uses its table until the send ends.
+    // A thread that resets frames waits for the blocked send, and remains a reader of its table until then.
     HeldSends sends;
     channel.feed("fr1 6d1 fr2 6d2");
     QVERIFY(sends.hold());
     std::future<void> reset = std::async(std::launch::async, [&fanOut] { fanOut.resetFrames(); });
     std::future<void> publish;
     bool readerIsAwaited = false;
-    // A publication before the reader has entered does not wait for it, so try again with the same list.
+    // publish() does not wait for a reader that has not registered yet, so repeat it until it has to wait.
     for (int attempt = 0; attempt < 200 && !readerIsAwaited; ++attempt) {
         publish = std::async(std::launch::async, [&fanOut, &channel] { fanOut.publish({&channel}); });
         readerIsAwaited = publish.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout;
@@ -115,7 +95,7 @@ void TestChannelFanOut::publishWaitsForReadersOfThePreviousTable()
     QVERIFY(delivered);
     publish.get();
     reset.get();
-    QCOMPARE(receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
+    QCOMPARE(channel.receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
     fanOut.publish({});
 }
 

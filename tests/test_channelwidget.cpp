@@ -1,10 +1,8 @@
 #include "backendversions.h"
-#include "channelasrouter.h"
-#include "channelwidget.h"
 #include "fakeiomanager.h"
+#include "gestures.h"
 #include "messageboxes.h"
-
-#include <QtTest>
+#include "table.h"
 
 #include <dlfcn.h>
 #include <netdb.h>
@@ -16,7 +14,7 @@ int lookUpsWithBusyCursor = 0;
 
 } // namespace
 
-// Watches the look-ups.
+// Counts the look-ups, and those during which the mouse cursor shows that the program is busy.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the declaration's names are reserved
 extern "C" int getaddrinfo(const char *name, const char *service, const addrinfo *hints, addrinfo **found)
 {
@@ -30,17 +28,17 @@ extern "C" int getaddrinfo(const char *name, const char *service, const addrinfo
 
 namespace {
 
-// The identities of this computer.
+// The address and the name of this computer.
 const QString monitorIp("0x0a000005");
 const QString hostName("localhost");
 
-// Host texts with letters that need no name server: a hexadecimal address, and a name with invalid syntax.
+// Host texts with letters that need no name server: a hexadecimal address, and a syntactically invalid name.
 const QString otherName("0x0a000007");
 const QString badName("bad..name");
 
 const QString otherIp("10.1.2.3");
 
-/// A visible page with its channel, the third one, and a Controller of the newest version.
+/// A visible page of the third channel, with a Controller of version 1.9.
 struct Page
 {
     Page()
@@ -59,25 +57,13 @@ struct Page
         widget.updateFromChannel();
     }
 
-    void type(const QString &text)
-    {
-        widget.lineEdit_host->setFocus();
-        widget.lineEdit_host->selectAll();
-        QTest::keyClick(widget.lineEdit_host, Qt::Key_Delete);
-        QTest::keyClicks(widget.lineEdit_host, text);
-    }
+    void type(const QString &text) { typeInto(widget.lineEdit_host, text); }
 
     FakeIOManager manager;
     BackendVersions versions{{0, 0, 0}, 1, 9, 0};
     ChannelAsRouter channel{&manager, 2, &versions};
     ChannelWidget widget{&manager, &channel, &versions};
 };
-
-/// A check box reacts only to clicks on its square and its text, and it may be wider than these.
-void click(QAbstractButton *button)
-{
-    QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(6, button->height() / 2));
-}
 
 } // namespace
 
@@ -86,7 +72,6 @@ class TestChannelWidget : public QObject
     Q_OBJECT
 
 private slots:
-    void metaObjectsHaveExactlyTheseMethods();
     void controlsFollowChannelAndVersion();
     void boxesChangeTheHostField_data();
     void boxesChangeTheHostField();
@@ -96,27 +81,6 @@ private slots:
     void validateWarnsOfBadDestinations();
 };
 
-/// Hosts can reach signals and slots by name, so none may be missing or be added.
-void TestChannelWidget::metaObjectsHaveExactlyTheseMethods()
-{
-    const auto methods = [](const QMetaObject &type) {
-        QByteArrayList signatures;
-        for (int i = type.methodOffset(); i < type.methodCount(); ++i)
-            signatures << type.method(i).methodSignature();
-        return signatures.join(' ');
-    };
-    QCOMPARE(methods(Channel::staticMetaObject),
-             QByteArray("updated() committingChanges() setPort(int) setActive(bool) setMulticast(bool) "
-                        "setDataDivisor(int) setIp(uint) setHost(QString)"));
-    QCOMPARE(methods(ChannelAsRouter::staticMetaObject), QByteArray("updateRouterActiveState(bool)"));
-    QCOMPARE(methods(ChannelWidget::staticMetaObject),
-             QByteArray("closeTab(int) changeChannelTabTitleFontColor(int,QColor) "
-                        "checkBox_active_channel_toggled() updateFromChannel() flushChangesToChannel() "
-                        "tableViewItemDoubleClicked(QModelIndex) on_checkBox_multicast_toggled(bool) "
-                        "on_checkBox_my_ip_toggled(bool) on_checkBox_active_channel_toggled(bool) "
-                        "on_lineEdit_host_editingFinished() on_pushButton_closeTab_clicked()"));
-}
-
 void TestChannelWidget::controlsFollowChannelAndVersion()
 {
     Page page;
@@ -125,7 +89,7 @@ void TestChannelWidget::controlsFollowChannelAndVersion()
         for (const QString &host : {otherIp, monitorIp}) {
             page.showActive(host);
             for (const bool active : {false, true}) {
-                click(page.widget.checkBox_active_channel);
+                clickBox(page.widget.checkBox_active_channel);
                 QCOMPARE(page.channel.isActive(), active);
                 for (const char *name : {"tableView", "label_host", "label_port", "spinBox_port",
                                          "checkBox_my_ip", "checkBox_multicast"})
@@ -140,16 +104,11 @@ void TestChannelWidget::controlsFollowChannelAndVersion()
 
 void TestChannelWidget::boxesChangeTheHostField_data()
 {
-    // Steps: "m" clicks multicast, "t" clicks this computer, any other text is typed.
-    QTest::addColumn<QString>("host"); // at first
-    QTest::addColumn<QStringList>("steps");
-    QTest::addColumn<QString>("field");
-    QTest::addColumn<QString>("expected"); // state of the boxes and the field
-    QTest::addColumn<QString>("channelHost");
-    const auto row = [](const char *name, const QString &host, const QStringList &steps, const QString &field,
-                        const QString &expected, const QString &channelHost) {
-        QTest::newRow(name) << host << steps << field << expected << channelHost;
-    };
+    // The first host, the steps, the final text of the field, the final state of boxes and field, and the
+    // host that the channel has then. Step "m" clicks the multicast box, "t" the box "this computer"; any
+    // other step is typed.
+    const Table<QString, QStringList, QString, QString, QString> row("host", "steps", "field", "state",
+                                                                     "channelHost");
     const QString group("239.1.2.3");
 
     row("multicast on, name", otherName, {"m"}, "", "multicast open", otherName);
@@ -171,18 +130,18 @@ void TestChannelWidget::boxesChangeTheHostField()
     page.showActive(host);
     for (const QString &step : qAsConst(steps)) {
         if (step == "m")
-            click(page.widget.checkBox_multicast);
+            clickBox(page.widget.checkBox_multicast);
         else if (step == "t")
-            click(page.widget.checkBox_my_ip);
+            clickBox(page.widget.checkBox_my_ip);
         else
             page.type(step);
     }
     const QString multicast = page.widget.checkBox_multicast->isChecked() ? "multicast " : "";
     const QString mine = page.widget.checkBox_my_ip->isChecked() ? "mine " : "";
-    QTEST(multicast + mine + (page.widget.lineEdit_host->isEnabled() ? "open" : "closed"), "expected");
+    QTEST(multicast + mine + (page.widget.lineEdit_host->isEnabled() ? "open" : "closed"), "state");
     QTEST(page.widget.lineEdit_host->text(), "field");
     QTEST(page.channel.host(), "channelHost");
-    // In any state of the boxes, the text in the field is what commit() writes.
+    // Whatever the boxes show, commit() writes the text of the field, because it first asks for a flush.
     page.widget.flushChangesToChannel();
     QTEST(page.channel.host(), "field");
 }
@@ -191,7 +150,7 @@ void TestChannelWidget::hostFieldTakesOnlyAllowedCharacters()
 {
     Page page;
     const QLineEdit *field = page.widget.lineEdit_host;
-    page.showActive(otherName, true); // multicast does not accept a name
+    page.showActive(otherName, true); // a multicast host must be an address
     QCOMPARE(field->text(), QString());
     page.type("x224-.0 .1.0y");
     QCOMPARE(field->text(), QString("224.0.1.0"));
@@ -226,39 +185,34 @@ void TestChannelWidget::cursorIsBusyDuringLookUps()
 
 void TestChannelWidget::validateWarnsOfBadDestinations_data()
 {
-    QTest::addColumn<QString>("field");
-    QTest::addColumn<bool>("multicast");
-    QTest::addColumn<int>("model");       // 0: the query answers 100, but fails
-    QTest::addColumn<QString>("message"); // its beginning; empty: no box
-    QTest::addColumn<int>("answer");
-    const auto row = [](const QString &field, bool multicast, int model, const QString &message = "",
-                        int answer = QMessageBox::Cancel) {
-        QTest::addRow("%s %d %d %d", qPrintable(field), multicast, model, answer)
-            << field << multicast << model << message << answer;
-    };
+    // The message is the beginning of the text, empty if no box opens. With model 0, the query of the model
+    // fails although it writes 100.
+    const Table<QString, bool, int, QString, int> row("field", "multicast", "model", "message", "answer");
+    const int cancel = QMessageBox::Cancel;
     const QString loopback("If you intend this computer");
     const QString noGroup("Invalid multicast ip");
     const QString noHost("Invalid host");
     const QString unresolved("Cannot resolve host name '%1' for channel 3");
+    const QString unresolvedGroup("Multicast ip cannot resolve host name '%1'");
 
-    row("", false, 1, "Invalid empty host for channel 3");
-    row("LocalHost", true, 1, loopback);
-    row("127.0.0.1", false, 0, loopback);
-    row("127.0.0.1", false, 100);
-    row(badName, false, 1, unresolved.arg(badName));
-    row(badName, false, 1, unresolved.arg(badName), QMessageBox::Ignore);
-    row(badName, true, 1, "Multicast ip cannot resolve host name 'bad..name' for channel 3");
-    row("%1%2", false, 1, unresolved.arg("%1%2"));
-    row("<b>x</b>", false, 1, unresolved.arg("<b>x</b>")); // not as markup
-    row("<b>x</b>", true, 1, "Multicast ip cannot resolve host name '<b>x</b>'");
-    row("224.0.0.255", true, 1, noGroup);
-    row("224.0.1.0", true, 1);
-    row("239.255.255.255", true, 1);
-    row("240.0.0.0", true, 1, noGroup);
-    row("223.255.255.255", false, 1);
-    row("224.0.0.0", false, 1, noHost);
-    row("239.255.255.255", false, 1, noHost);
-    row("240.0.0.0", false, 1);
+    row("empty host", "", false, 1, "Invalid empty host for channel 3", cancel);
+    row("localhost as a group, with capital letters", "LocalHost", true, 1, loopback, cancel);
+    row("loopback address, model unknown", "127.0.0.1", false, 0, loopback, cancel);
+    row("loopback address, the model that allows it", "127.0.0.1", false, 100, "", cancel);
+    row("unresolved host", badName, false, 1, unresolved.arg(badName), cancel);
+    row("unresolved host, ignored", badName, false, 1, unresolved.arg(badName), QMessageBox::Ignore);
+    row("unresolved group", badName, true, 1, unresolvedGroup.arg(badName) + " for channel 3", cancel);
+    row("host with place markers", "%1%2", false, 1, unresolved.arg("%1%2"), cancel);
+    row("host with markup", "<b>x</b>", false, 1, unresolved.arg("<b>x</b>"), cancel);
+    row("group with markup", "<b>x</b>", true, 1, unresolvedGroup.arg("<b>x</b>"), cancel);
+    row("address below the groups", "224.0.0.255", true, 1, noGroup, cancel);
+    row("lowest group", "224.0.1.0", true, 1, "", cancel);
+    row("highest group", "239.255.255.255", true, 1, "", cancel);
+    row("address above the groups", "240.0.0.0", true, 1, noGroup, cancel);
+    row("host below the multicast range", "223.255.255.255", false, 1, "", cancel);
+    row("host at the lower end of the multicast range", "224.0.0.0", false, 1, noHost, cancel);
+    row("host at the upper end of the multicast range", "239.255.255.255", false, 1, noHost, cancel);
+    row("host above the multicast range", "240.0.0.0", false, 1, "", cancel);
 }
 
 void TestChannelWidget::validateWarnsOfBadDestinations()
@@ -286,7 +240,7 @@ void TestChannelWidget::validateWarnsOfBadDestinations()
         const QString text = boxes.texts.value(0, "");
         QVERIFY2(text.startsWith(message), qPrintable(text));
         QVERIFY(!boxes.anyRichText);
-        // An inactive channel is valid with any text, and the Controller is not queried.
+        // Any text is valid on an inactive channel, and the Controller is not queried.
         page.channel.setActive(false);
         page.manager.takeJournal();
         QVERIFY(page.widget.validate());

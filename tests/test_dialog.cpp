@@ -1,4 +1,6 @@
+#include "dialogfixture.h"
 #include "gestures.h"
+#include "table.h"
 
 #include <QAccessible>
 #include <QNetworkDatagram>
@@ -14,7 +16,7 @@ QList<QByteArray> destinationQueries()
 {
     QList<QByteArray> queries;
     for (int number = 1; number <= outputChannelCount; ++number)
-        queries << "output net ch" + QByteArray::number(number).rightJustified(2, '0');
+        queries << "output net " + channelName(number);
     return queries;
 }
 
@@ -43,17 +45,16 @@ QSize takeHelp()
 
 } // namespace
 
-/// Start, opening, read-only state, routing and end of the dialog. TestAccept tests what leaving it sends.
+/// Start, opening, lock, keyboard and routing of the dialog. TestAccept tests the commands sent on leaving.
 class TestDialog : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void metaObjectHasExactlyTheseMethods();
+    void metaObjectsHaveExactlyTheseMethods();
     void tabsFollowHighestChannelInUse();
     void openingBringsEverythingUpToDate();
     void cursorIsBusyOnlyWhileTheControllerWorks();
-    void actionPressedDuringOpeningDoesNothing();
     void changedChannelCountRebuildsTheTabs();
     void openingFollowsTheLock_data();
     void openingFollowsTheLock();
@@ -61,19 +62,31 @@ private slots:
     void openingShowsTheRouterMode();
     void keyboardReachesEveryControl();
     void routerModeAtStartForwards();
-    void closedChannelGetsNoDataWhileControllerIsTold();
-    void catalogueChangeIsFollowedWhenRouting_data();
-    void catalogueChangeIsFollowedWhenRouting();
+    void closedChannelGetsNoDataDuringItsResetCommand();
+    void catalogueChangeIsHandledOnlyInRouterMode_data();
+    void catalogueChangeIsHandledOnlyInRouterMode();
 };
 
 /// Hosts can reach signals and slots by name, so none may be missing or be added.
-void TestDialog::metaObjectHasExactlyTheseMethods()
+void TestDialog::metaObjectsHaveExactlyTheseMethods()
 {
-    const QMetaObject &type = NetworkDialog::staticMetaObject;
-    QByteArrayList signatures;
-    for (int i = type.methodOffset(); i < type.methodCount(); ++i)
-        signatures << type.method(i).methodSignature();
-    QCOMPARE(signatures.join(' '),
+    const auto methods = [](const QMetaObject &type) {
+        QByteArrayList signatures;
+        for (int i = type.methodOffset(); i < type.methodCount(); ++i)
+            signatures << type.method(i).methodSignature();
+        return signatures.join(' ');
+    };
+    QCOMPARE(methods(Channel::staticMetaObject),
+             QByteArray("updated() committingChanges() setPort(int) setActive(bool) setMulticast(bool) "
+                        "setDataDivisor(int) setIp(uint) setHost(QString)"));
+    QCOMPARE(methods(ChannelAsRouter::staticMetaObject), QByteArray("updateRouterActiveState(bool)"));
+    QCOMPARE(methods(ChannelWidget::staticMetaObject),
+             QByteArray("closeTab(int) changeChannelTabTitleFontColor(int,QColor) "
+                        "checkBox_active_channel_toggled() updateFromChannel() flushChangesToChannel() "
+                        "tableViewItemDoubleClicked(QModelIndex) on_checkBox_multicast_toggled(bool) "
+                        "on_checkBox_my_ip_toggled(bool) on_checkBox_active_channel_toggled(bool) "
+                        "on_lineEdit_host_editingFinished() on_pushButton_closeTab_clicked()"));
+    QCOMPARE(methods(NetworkDialog::staticMetaObject),
              QByteArray("deferedRouterActiveToggled(bool) update_and_exec() "
                         "onCheckBox_active_channel_toggled() keyPressEvent(QKeyEvent*) closeCurrentTab() "
                         "closeLastTab() onTabBarClicked(int) on_checkBox_actAsRouter_toggled(bool) accept() "
@@ -111,7 +124,7 @@ void TestDialog::openingBringsEverythingUpToDate()
         QCOMPARE(sent.mid(0, 13), QList<QByteArray>() << "config is_changeable"
                                                       << "output net_via_router" << destinationQueries()
                                                       << "output number_of_types");
-        // The identities are queried before the channels, because their pages use them.
+        // The address of this computer is queried before the channels, because their pages use it.
         QVERIFY(sent.indexOf("output net ch01", 13) > sent.indexOf("output net chmon"));
         QCOMPARE(sent.last(), QByteArray("config is_changeable"));
 
@@ -122,7 +135,7 @@ void TestDialog::openingBringsEverythingUpToDate()
         QVERIFY(page->tableView->isRowHidden(types->findItems("2dmon").first()->row()));
         QVERIFY(!page->channel()->isTypeActive("6d"));
 
-        // While the dialog is open, the action queries nothing.
+        // While the dialog is open, the action sends no query.
         fixture.change(withChannels(4));
         fixture.dialog->update_and_exec();
         QCOMPARE(fixture.titles(), tabTitles(2));
@@ -135,8 +148,7 @@ void TestDialog::cursorIsBusyOnlyWhileTheControllerWorks()
     DialogFixture fixture(withChannels(2));
     fixture.create();
     QStringList idle; // exchanges without the busy cursor
-    QObject scope;
-    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
+    fixture.onExchange([&](const Exchange &exchange) {
         const QCursor *cursor = QGuiApplication::overrideCursor();
         if (!cursor || cursor->shape() != Qt::WaitCursor)
             idle << exchange.text;
@@ -152,42 +164,15 @@ void TestDialog::cursorIsBusyOnlyWhileTheControllerWorks()
             busyInBox = QGuiApplication::overrideCursor();
             return QMessageBox::Cancel;
         };
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_Escape); // the check fails
+        QTest::keyClick(fixture.dialog.get(), Qt::Key_Escape); // opens the box about the empty host
         QVERIFY(!busyInBox);
         fixture.page(0)->lineEdit_host->setText("127.0.0.1");
         fixture.page(0)->spinBox_port->setValue(6001);
     }));
     QVERIFY(!QGuiApplication::overrideCursor());
     QVERIFY(fixture.controller.commands().contains("output net ch01 udp '127.0.0.1' 6001"));
-    idle.removeAll("system model"); // validation
+    idle.removeAll("system model"); // queried by the validation, which opens boxes
     QCOMPARE(idle, QStringList());
-}
-
-void TestDialog::actionPressedDuringOpeningDoesNothing()
-{
-    DialogFixture fixture(withChannels(2));
-    fixture.create();
-    int presses = 0;
-    QObject scope;
-    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&] {
-        if (fixture.dialog->isVisible())
-            return;
-        ++presses;
-        QCOMPARE(fixture.dialog->update_and_exec(), int(QDialog::Rejected));
-    });
-    int openings = 0;
-    QTimer opened;
-    connect(&opened, &QTimer::timeout, [&] {
-        if (!fixture.dialog->isVisible())
-            return;
-        ++openings;
-        fixture.dialog->done(QDialog::Rejected);
-    });
-    opened.start(0);
-    fixture.dialog->update_and_exec();
-    QVERIFY(presses > 30);
-    QCoreApplication::processEvents();
-    QCOMPARE(openings, 1);
 }
 
 void TestDialog::changedChannelCountRebuildsTheTabs()
@@ -196,7 +181,7 @@ void TestDialog::changedChannelCountRebuildsTheTabs()
     fixture.create();
     const int width = fixture.dialog->width();
     const QPointer<ChannelWidget> first = fixture.page(0);
-    // Higher than the screen: the height must stay.
+    // The height must stay, although it exceeds that of the screen.
     const int height = QGuiApplication::primaryScreen()->size().height() + 100;
     fixture.dialog->resize(width, height);
     fixture.open([&] {
@@ -213,16 +198,12 @@ void TestDialog::changedChannelCountRebuildsTheTabs()
 
 void TestDialog::openingFollowsTheLock_data()
 {
-    QTest::addColumn<int>("minor");
-    QTest::addColumn<int>("third");
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<bool>("locked");
-
-    QTest::newRow("locked") << 9 << 0 << QByteArray("no") << true;
-    QTest::newRow("trailing blank") << 9 << 0 << QByteArray("no ") << false;
-    QTest::newRow("third number -1") << 9 << -1 << QByteArray("no") << true;
-    QTest::newRow("third number -2") << 9 << -2 << QByteArray("no") << false;
-    QTest::newRow("old") << 8 << 9 << QByteArray("no") << false;
+    const Table<int, int, QByteArray, bool> row("minor", "third", "answer", "locked");
+    row("locked", 9, 0, "no", true);
+    row("answer with a trailing blank", 9, 0, "no ", false);
+    row("version 1.9.-1", 9, -1, "no", true);
+    row("version 1.9.-2", 9, -2, "no", false);
+    row("version 1.8.9", 8, 9, "no", false);
 }
 
 void TestDialog::openingFollowsTheLock()
@@ -251,8 +232,7 @@ void TestDialog::openingFollowsTheLock()
     }));
     QCOMPARE(fixture.controller.commands().isEmpty(), locked);
 
-    // The Controller is unlocked again.
-    fixture.controller.clearFaults();
+    fixture.controller.clearFaults(); // the Controller is no longer locked
     fixture.open([&] {
         QCOMPARE(fixture.titles(), tabTitles(2));
         QVERIFY(fixture.page(0)->isEnabled());
@@ -261,17 +241,12 @@ void TestDialog::openingFollowsTheLock()
 
 void TestDialog::openingShowsTheRouterMode_data()
 {
-    QTest::addColumn<int>("minor");
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<bool>("anyActive");
-    QTest::addColumn<bool>("checked");
-    QTest::addColumn<bool>("enabled");
-
-    QTest::newRow("on, no channel active") << 9 << QByteArray("yes") << false << true << true;
-    QTest::newRow("off") << 4 << QByteArray("no") << true << false << true;
-    QTest::newRow("off, no channel active") << 9 << QByteArray("no") << false << false << false;
-    QTest::newRow("too old") << 3 << QByteArray("yes") << true << false << false;
-    QTest::newRow("too old, no channel active") << 3 << QByteArray("yes") << false << false << false;
+    const Table<int, QByteArray, bool, bool, bool> row("minor", "answer", "anyActive", "checked", "enabled");
+    row("router mode on, no channel active", 9, "yes", false, true, true);
+    row("router mode off", 4, "no", true, false, true);
+    row("router mode off, no channel active", 9, "no", false, false, false);
+    row("Controller without router mode", 3, "yes", true, false, false);
+    row("Controller without router mode, no channel active", 3, "yes", false, false, false);
 }
 
 void TestDialog::openingShowsTheRouterMode()
@@ -290,7 +265,7 @@ void TestDialog::openingShowsTheRouterMode()
         QTEST(box->isChecked(), "checked");
         QTEST(box->isEnabled(), "enabled");
         QCOMPARE(fixture.sent().contains("output net_via_router"), minor >= 4);
-        // Ticking an active box by hand enables the router box, whatever the version.
+        // A click on the first channel's active box enables or disables the router box, whatever the version.
         clickBox(fixture.page(0)->checkBox_active_channel);
         QCOMPARE(box->isEnabled(), !anyActive);
         clickBox(fixture.page(0)->checkBox_active_channel);
@@ -316,13 +291,13 @@ void TestDialog::keyboardReachesEveryControl()
             const QSize help = takeHelp();
             QVERIFY2(!help.isEmpty(), name);
             if (widget == fixture.dialog->checkBox_actAsRouter)
-                QVERIFY(help.width() > 364 && help.height() > 142); // the picture
+                QVERIFY(help.width() > 364 && help.height() > 142); // the size of the picture in the help
             QTest::keyClick(widget, Qt::Key_Tab);
         } while (fixture.dialog->focusWidget() != bar && visited.size() < 20);
         QCOMPARE(visited.join(' '), QLatin1String("tabwidget_tabbar active_channel host multicast  my_ip "
                                                   "closeTab port sendDataDivisor actAsRouter ok"));
 
-        // The first row, the frame counter's, cannot be ticked.
+        // The row of the frame counter, the first one, cannot be ticked.
         QTableView *types = fixture.page(1)->tableView;
         QTest::keyClick(types, Qt::Key_Down);
         QTest::keyClick(types, Qt::Key_Space);
@@ -347,15 +322,11 @@ void TestDialog::routerModeAtStartForwards()
     });
     int frame = 0;
     const auto deliverFrame = [&] {
-        std::thread data([&] {
-            fixture.link.deliver("fr", "fr " + QByteArray::number(++frame) + "\r\n");
-            fixture.link.deliver("6d", "6d 0\r\n");
-        });
-        data.join();
+        std::thread([&] { fixture.deliverFrame(++frame); }).join();
         return receiver.waitForReadyRead(20);
     };
     fixture.create();
-    // Only the tick counts: a type is requested also for a channel that is off.
+    // The ticked types of an inactive channel are requested, too.
     QCOMPARE(fixture.link.requestedTypes(fixture.dialog.get()), QSet<QByteArray>({"fr", "6d", "3d"}));
     QTRY_VERIFY(deliverFrame());
     // Unticking the box stops forwarding at once, before accept().
@@ -370,7 +341,8 @@ void TestDialog::routerModeAtStartForwards()
     QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
 }
 
-void TestDialog::closedChannelGetsNoDataWhileControllerIsTold()
+/// Data that the host delivers while it sends the command reach only the other channel.
+void TestDialog::closedChannelGetsNoDataDuringItsResetCommand()
 {
     QUdpSocket kept, closed;
     QVERIFY(kept.bind(QHostAddress::LocalHost));
@@ -383,13 +355,11 @@ void TestDialog::closedChannelGetsNoDataWhileControllerIsTold()
     });
     fixture.create();
     int received = 0;
-    QObject scope;
-    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
+    fixture.onExchange([&](const Exchange &exchange) {
         if (exchange.text != "output net ch02 none")
             return;
         for (int frame = 1; frame <= 1000 && received < 20; ++frame) {
-            fixture.link.deliver("fr", "fr " + QByteArray::number(frame) + "\r\n");
-            fixture.link.deliver("6d", "6d 0\r\n");
+            fixture.deliverFrame(frame);
             received += kept.waitForReadyRead(20) && kept.receiveDatagram().isValid();
         }
     });
@@ -401,14 +371,14 @@ void TestDialog::closedChannelGetsNoDataWhileControllerIsTold()
     QVERIFY(!closed.hasPendingDatagrams());
 }
 
-void TestDialog::catalogueChangeIsFollowedWhenRouting_data()
+void TestDialog::catalogueChangeIsHandledOnlyInRouterMode_data()
 {
-    QTest::addColumn<bool>("routing");
-    QTest::newRow("routing") << true;
-    QTest::newRow("not routing") << false;
+    const Table<bool> row("routing");
+    row("router mode on", true);
+    row("router mode off", false);
 }
 
-void TestDialog::catalogueChangeIsFollowedWhenRouting()
+void TestDialog::catalogueChangeIsHandledOnlyInRouterMode()
 {
     QFETCH(bool, routing);
     DialogFixture fixture([&](ControllerState &state) {
@@ -427,9 +397,8 @@ void TestDialog::catalogueChangeIsFollowedWhenRouting()
         steps << QString(enable ? "on" : "off") + (known ? ", new type requested" : "");
     });
     fixture.controller.clearRecord();
-    // From another thread it is queued to the GUI thread.
-    std::thread host([&] { fixture.link.sendMessage("OutputTypesChanged"); });
-    host.join();
+    // A message that comes on another thread is queued to the GUI thread.
+    std::thread([&] { fixture.link.sendMessage("OutputTypesChanged"); }).join();
     QVERIFY(fixture.sent().isEmpty());
     QCoreApplication::processEvents();
     QCOMPARE(!fixture.sent().isEmpty(), routing);

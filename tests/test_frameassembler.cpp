@@ -2,14 +2,11 @@
 //
 // Streams and datagrams are written as words: "fr100" stands for the line "fr 100" of the type fr, "6d7" for
 // the line "6d 7" of the type 6d, and a bare type for a line of that type without text; "gl*9" is nine such
-// lines. In a stream, "restart" is a new worker, "reset" drops the frame, and "gap" means that lines were
+// lines. In a stream, "restart" starts a new worker, "reset" drops the frame, and "gap" means that lines were
 // lost.
 
 #include "frameassembler.h"
-
-#include <QtTest>
-
-#include <climits>
+#include "table.h"
 
 using namespace networksettings2g;
 
@@ -41,7 +38,7 @@ public:
             m_assembler.startRun();
     }
 
-    /// Adds the stream and returns the sent datagrams, separated by bars.
+    /// Adds the lines of \a stream. Returns the datagrams that a worker would send, separated by bars.
     QByteArray sent(const QByteArray &stream)
     {
         QByteArrayList datagrams;
@@ -76,33 +73,29 @@ class TestFrameAssembler : public QObject
 private slots:
     void datagramsAreTheFramesOfTheStream_data();
     void datagramsAreTheFramesOfTheStream();
-    void frameNumberIsReadFromTheLine_data();
-    void frameNumberIsReadFromTheLine();
     void oversizedFrameIsDroppedWhole_data();
     void oversizedFrameIsDroppedWhole();
 };
 
 void TestFrameAssembler::datagramsAreTheFramesOfTheStream_data()
 {
-    QTest::addColumn<QByteArray>("stream");
-    QTest::addColumn<QByteArray>("datagrams");
-    const auto row = [](const char *name, const QByteArray &stream, const QByteArray &datagrams) {
-        QTest::newRow(name) << stream << datagrams;
-    };
-    /// Two regular frames come first, which are sent together.
+    const Table<QByteArray, QByteArray> row("stream", "datagrams");
+    // Begins the stream with two regular frames, which are sent together.
     const auto steady = [&row](const char *name, const QByteArray &stream, const QByteArray &datagrams) {
         const QByteArray first = "fr1 6d1 3d1 fr2 6d2 3d2";
         row(name, first + ' ' + stream, first + " | " + datagrams);
     };
 
-    row("frames of the line fr only", "fr1 fr2 fr3", "fr1 fr2 | fr3");
-    row("no line fr, so no number", "6d1 3d1 6d2 3d2 6d3 3d3", "");
+    row("frames of one line", "fr1 fr2 fr3", "fr1 fr2 | fr3");
+    row("frames without the line fr have no number", "6d1 3d1 6d2 3d2 6d3 3d3", "");
     row("stream begins within a frame", "6d1 3d1 fr2 6d2 3d2 fr3 6d3 3d3 fr4",
         "6d1 3d1 fr2 6d2 3d2 fr3 | 6d3 3d3 fr4");
     steady("frame number 0", "fr0 6d0 3d0 fr4 6d4 3d4", "fr4 6d4 3d4");
-    steady("frame with a line fewer", "fr3 6d3 fr4 6d4 3d4 fr5 6d5 3d5 fr6 6d6 3d6",
+    steady("negative frame number", "fr-3 6d3 3d3 fr4 6d4 3d4", "fr-3 6d3 3d3 | fr4 6d4 3d4");
+    steady("frame number above 32 bits", "fr4294967299 6d3 3d3 fr4 6d4 3d4", "fr4 6d4 3d4");
+    steady("frame with one line less", "fr3 6d3 fr4 6d4 3d4 fr5 6d5 3d5 fr6 6d6 3d6",
            "fr3 6d3 fr4 6d4 | 3d4 fr5 6d5 3d5 | fr6 6d6 3d6");
-    steady("frame with a line more", "fr3 6d3 3d3 gl3 fr4 6d4 3d4 fr5 6d5 3d5 fr6 6d6 3d6",
+    steady("frame with one line more", "fr3 6d3 3d3 gl3 fr4 6d4 3d4 fr5 6d5 3d5 fr6 6d6 3d6",
            "fr3 6d3 3d3 | gl3 fr4 6d4 3d4 fr5 6d5 3d5 | fr6 6d6 3d6");
     steady("lines without text count", "fr3 6d 3d3 fr4 6d4 3d fr5 6d5 3d5",
            "fr3 3d3 | fr4 6d4 | fr5 6d5 3d5");
@@ -117,15 +110,15 @@ void TestFrameAssembler::datagramsAreTheFramesOfTheStream_data()
            "fr5 6d5 3d5 fr6 6d6 3d6 | fr7 6d7 3d7");
     row("gap in the first frame", "fr1 6d1 gap 3d4 fr5 6d5 3d5 fr6 6d6 3d6", "fr5 6d5 3d5 fr6 6d6 3d6");
 
-    // The opening type is switched off. The count starts with the line after its last one.
-    static_assert(FrameAssembler::MaximumLinesWithoutStart == 1000, "the streams below count on it");
+    // The opening type is switched off. Lines are counted from the one after its last line.
+    static_assert(FrameAssembler::MaximumLinesWithoutStart == 1000, "the streams below depend on the limit");
     row("new opening type after 1000 lines", "6d1 fr1 6d2 fr2 gl*999 3d7 fr7 3d8 fr8 3d9 fr9",
         "6d1 fr1 6d2 fr2 | 3d7 fr7 3d8 fr8 | 3d9 fr9");
     row("no new opening type after 999 lines", "6d1 fr1 6d2 fr2 gl*998 3d7 fr7 3d8 fr8 3d9",
         "6d1 fr1 6d2 fr2 | fr7 3d8 fr8 3d9");
     row("new opening type after a gap", "6d1 fr1 6d2 fr2 gap gl*1000 3d7 fr7 3d8 fr8",
         "6d1 fr1 6d2 fr2 | 3d7 fr7 3d8 fr8");
-    row("new opening type drops the old text", "6d1 fr1 6d2 fr2 6d3 gl3 gl*999 3d7 fr7 3d8 fr8",
+    row("new opening type drops the incomplete frame", "6d1 fr1 6d2 fr2 6d3 gl3 gl*999 3d7 fr7 3d8 fr8",
         "6d1 fr1 6d2 fr2 | 3d7 fr7 3d8 fr8");
 }
 
@@ -138,42 +131,14 @@ void TestFrameAssembler::datagramsAreTheFramesOfTheStream()
     QCOMPARE(assembly.sent(stream), datagrams);
 }
 
-void TestFrameAssembler::frameNumberIsReadFromTheLine_data()
-{
-    QTest::addColumn<int>("number");
-
-    QTest::newRow("fr 17\r\n") << 17;
-    QTest::newRow("fr:\t +29x5 41") << 29;
-    QTest::newRow("fr -31\r\n") << -31;
-    QTest::newRow("fr 2147483647\r\n") << INT_MAX;
-    // A number that is missing or does not fit drops the frame.
-    for (const char *line :
-         {"fr 2147483648\r\n", "fr -2147483649", "fr 99999999999999999999", "fr x43\r\n", "fr -", "fr", "f"})
-        QTest::newRow(line) << 0;
-}
-
-void TestFrameAssembler::frameNumberIsReadFromTheLine()
-{
-    QFETCH(const int, number);
-
-    FrameAssembler assembler;
-    QVERIFY(!assembler.add({"fr", "fr 97"}));
-    QVERIFY(assembler.add({"fr", QTest::currentDataTag()}));
-    QCOMPARE(assembler.isSendable(1), number != 0);
-    QCOMPARE(assembler.isSendable(qMax(qAbs(number), 1)), number != 0);
-    QVERIFY(number == 0 || !assembler.isSendable(qAbs(number) - 1));
-}
-
 void TestFrameAssembler::oversizedFrameIsDroppedWhole_data()
 {
-    QTest::addColumn<int>("bytes");
-    QTest::addColumn<bool>("isSent");
-
+    const Table<int, bool> row("bytes", "isSent");
     // The frame also has the CR LF of the long line and two lines of 6 bytes.
     constexpr int room = FrameAssembler::MaximumFrameBytes - 2 - 6 - 6;
-    QTest::newRow("exactly fits") << room << true;
-    QTest::newRow("the following short line does not fit") << room + 1 << false;
-    QTest::newRow("the long line does not fit") << room + 7 << false;
+    row("exactly fits", room, true);
+    row("the following short line does not fit", room + 1, false);
+    row("the long line does not fit", room + 7, false);
 }
 
 void TestFrameAssembler::oversizedFrameIsDroppedWhole()

@@ -1,6 +1,6 @@
-// Random streams of lines through a real worker and a real socket. The received datagrams must equal, byte
-// for byte, those of an independently written model. No wait of the worker for lines times out, so each
-// datagram is sent at the line that completes it. MODEL_SEED=N repeats a run.
+// Random streams of lines pass through a real worker and a real socket. The received datagrams must equal,
+// byte for byte, those of an independently written model. No wait of the worker for lines times out, so each
+// datagram is sent at the line that completes its frame. MODEL_SEED=N repeats a run.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -47,7 +47,7 @@ private:
     std::mt19937 m_engine;
 };
 
-/// Produces frames whose length changes sometimes, with missing, additional and malformed lines.
+/// Produces frames whose length sometimes changes, with missing, additional and malformed lines.
 class Source
 {
 public:
@@ -71,8 +71,7 @@ public:
         return m_frame[m_at++];
     }
 
-    /// Returns a line of \a type. \a room is the free space in the datagram; a few lines fill it almost or
-    /// exactly.
+    /// Returns a line of \a type. A few lines take \a room bytes of the datagram.
     Line line(const std::string &type, int room)
     {
         if (m_random->oneIn(30))
@@ -120,8 +119,8 @@ private:
     int m_number = 0;
 };
 
-/// A channel and its model. Events happen to both while the worker sleeps, so that all complete frames are
-/// sent before.
+/// A channel and its model. Both get the same lines and events. Events come while the worker sleeps, so that
+/// all complete frames have been sent before.
 class Stream
 {
 public:
@@ -134,7 +133,7 @@ public:
         start();
     }
 
-    /// Feeds some lines, then lets one event happen to the channel. Returns false on a time-out.
+    /// Feeds some lines and then takes a random event. Returns false on a time-out.
     bool step()
     {
         for (int lines = m_random.oneIn(10) ? 1500 : m_random.between(1, 150); lines > 0; --lines)
@@ -247,7 +246,7 @@ private:
             m_model.reset();
             return hasThreads(1);
         case 5:
-            return !m_random.oneIn(3) || overfillQueue();
+            return !m_random.oneIn(3) || queueWithoutWorker();
         case 6:
             return !m_random.oneIn(4) || feedWithoutOpening();
         default:
@@ -275,8 +274,8 @@ private:
         return fallsAsleep();
     }
 
-    /// Fills the queue, sometimes beyond its limit, while there is no worker.
-    bool overfillQueue()
+    /// Queues lines while there is no worker, in half of the cases more than the queue holds.
+    bool queueWithoutWorker()
     {
         m_channel.setActive(false);
         faults::timeOuts = true;
@@ -287,7 +286,7 @@ private:
             return false;
         std::deque<Line> queued = fillQueue(m_random.oneIn(2) ? LineQueue::MaximumLines : 0);
         const bool overflows = queued.size() > LineQueue::MaximumLines;
-        m_event = overflows ? "a gap" : "a full queue";
+        m_event = overflows ? "a gap" : "lines that were queued without a worker";
         start();
         if (overflows) {
             queued.erase(queued.begin(), queued.begin() + LineBlock::MaximumLines);
@@ -303,7 +302,7 @@ private:
         std::deque<Line> queued;
         count += static_cast<std::size_t>(m_random.below(100));
         while (queued.size() < count && !m_ticked.empty()) {
-            // Short lines, so that only the limit of lines applies to the queue and its blocks.
+            // The lines are short, so that only the limit of lines applies to the queue and its blocks.
             Line line = nextLine();
             line.text.resize(std::min<std::size_t>(line.text.size(), 40));
             feedChannel(line);
@@ -358,7 +357,7 @@ void TestFramesAgainstModel::datagramsOfRandomStreamsMatchTheModel()
     }
     qInfo("%d lines, %d datagrams", lines, datagrams);
     QVERIFY(lines >= 100000);
-    QVERIFY(datagrams >= lines / 40); // enough frames were complete for a meaningful comparison
+    QVERIFY(datagrams >= lines / 40); // fewer datagrams would compare too little
 }
 
 QTEST_GUILESS_MAIN(TestFramesAgainstModel)

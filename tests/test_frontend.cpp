@@ -1,41 +1,16 @@
 #include "cataloguesets.h"
 #include "controlleroptions.h"
+#include "program.h"
 #include "requester.h"
 #include "session.h"
-
-#include <QProcess>
-#include <QTest>
-
-#include <csignal>
+#include "table.h"
 
 using namespace simulation;
 
 namespace {
 
-constexpr int waitMs = 30000;
-
-/// The frontend as a process. "MODULE" in the arguments stands for the plug-in file.
-class Frontend : public QProcess
-{
-public:
-    explicit Frontend(QString arguments, const QByteArray &input = {})
-    {
-        arguments.replace(QLatin1String("MODULE"), QLatin1String(PLUGIN_PATH));
-        start(QLatin1String(FRONTEND_PATH), arguments.split(' '));
-        write(input);
-        closeWriteChannel();
-    }
-
-    /// Waits for the end. Returns the exit status, or -1 if the process crashed or did not end.
-    int status()
-    {
-        const bool ended = waitForFinished(waitMs) && exitStatus() == QProcess::NormalExit;
-        out = readAllStandardOutput();
-        return ended ? exitCode() : -1;
-    }
-
-    QByteArray out;
-};
+constexpr int waitMs = Program::LimitMs;
+const QString headless = QLatin1String("--headless --plugin " PLUGIN_PATH " ");
 
 class ResetCounter final : public Requester
 {
@@ -57,7 +32,8 @@ private slots:
     void checkerCountsFramesAndErrors_data();
     void checkerCountsFramesAndErrors();
     void frameAboveTheDatagramLimitIsNotSent();
-    void invalidArgumentsEndWithStatus2();
+    void invalidArgumentsAreRefused_data();
+    void invalidArgumentsAreRefused();
     void headlessRunReportsWhetherAllFramesArrived();
     void windowWithoutADisplayIsRefused();
     void versionIsPrinted();
@@ -69,28 +45,21 @@ private slots:
 /// malformed, and lost at the end of the run.
 void TestFrontend::checkerCountsFramesAndErrors_data()
 {
-    QTest::addColumn<bool>("viaRouter");
-    QTest::addColumn<int>("divisor");
-    QTest::addColumn<QByteArray>("datagrams");
-    QTest::addColumn<QByteArray>("counts");
-    const auto row = [](const char *name, bool viaRouter, int divisor, const char *datagrams,
-                        const char *counts) {
-        QTest::newRow(name) << viaRouter << divisor << QByteArray(datagrams) << QByteArray(counts);
-    };
-    row("the last five are outstanding", false, 1, "fr 1\n|fr 2\n6d 0\n|fr 3\n", "3 0 0 0 5");
-    row("all due frames by a divisor", false, 4, "fr 4\n|fr 8\n", "2 0 0 0 0");
-    row("gap of two due frames", false, 2, "fr 2\n|fr 8\n", "2 2 0 0 2");
+    const Table<bool, int, QByteArray, QByteArray> row("viaRouter", "divisor", "datagrams", "counts");
+    row("the last five frames are outstanding", false, 1, "fr 1\n|fr 2\n6d 0\n|fr 3\n", "3 0 0 0 5");
+    row("all frames that a divisor selects", false, 4, "fr 4\n|fr 8\n", "2 0 0 0 0");
+    row("gap of two selected frames", false, 2, "fr 2\n|fr 8\n", "2 2 0 0 2");
     row("first frames are lost", false, 1, "fr 4\n|fr 6\n", "2 3 0 0 6");
     row("a frame arrives late", false, 1, "fr 1\n|fr 3\n|fr 2\n", "3 1 1 0 6");
     row("a frame arrives twice", false, 1, "fr 1\n|fr 1\n", "2 0 1 0 7");
-    row("a router joins the first two", true, 1, "fr 1\n6d 0\nfr 2\n|fr 3\n", "3 0 0 0 5");
+    row("a router joins the first two frames", true, 1, "fr 1\n6d 0\nfr 2\n|fr 3\n", "3 0 0 0 5");
     row("a router with a divisor", true, 3, "fr 3\n|fr 6\n", "2 0 0 0 1");
     row("gap after the joined frames", true, 1, "fr 1\nfr 2\n|fr 6\n", "3 2 0 0 5");
-    row("a frame that is not due", false, 2, "fr 2\n|fr 3\n", "2 0 0 1 3");
+    row("a frame that the divisor skips", false, 2, "fr 2\n|fr 3\n", "2 0 0 1 3");
     row("no line end", false, 1, "fr 1\n6d 0", "1 0 0 1 7");
     row("doubled line end", false, 1, "fr 1\n6d 0\r\n", "1 0 0 1 7");
     row("a type that is not ticked", false, 1, "fr 1\n3d 0\n", "1 0 0 1 7");
-    row("no frame number, and nothing", false, 1, "6d 0\n|", "0 0 0 2 8");
+    row("no frame number, and an empty datagram", false, 1, "6d 0\n|", "0 0 0 2 8");
 }
 
 void TestFrontend::checkerCountsFramesAndErrors()
@@ -124,19 +93,22 @@ void TestFrontend::frameAboveTheDatagramLimitIsNotSent()
         QCOMPARE(datagramOf({{"fr", "fr 3"}, {"6d", text}}, {{"fr", "6d"}, 3}).isEmpty(), text != longest);
 }
 
-void TestFrontend::invalidArgumentsEndWithStatus2()
+void TestFrontend::invalidArgumentsAreRefused_data()
 {
-    const auto uses =
-        QString::fromLatin1("--nonsense|stray|--rate 0|--rate 2001|--rate many|--seconds -1|"
-                            "--channels 11|--controller-version 1|--replay|"
-                            "--headless --plugin /nonexistent/file|--headless --plugin MODULE --replay -|"
-                            "--headless --plugin MODULE --replay /nonexistent/file");
-    const QStringList all = uses.split('|');
-    for (const QString &arguments : all) {
-        Frontend frontend(arguments, QByteArray("fr 1\n\0\n", 7));
-        QVERIFY2(frontend.status() == 2 && frontend.out.isEmpty(), qPrintable(arguments));
-        QVERIFY2(frontend.readAllStandardError().count("frontend: ") == 1, qPrintable(arguments));
-    }
+    const Table<QString> row("arguments");
+    for (const QString &arguments : {QString("--nonsense"), QString("stray"), QString("--rate 0"),
+                                     QString("--rate 2001"), QString("--rate many"), QString("--seconds -1"),
+                                     QString("--channels 11"), QString("--controller-version 1"),
+                                     QString("--replay"), QString("--headless --plugin /nonexistent/file"),
+                                     headless + "--replay -", headless + "--replay /nonexistent/file"})
+        row(qPrintable(arguments), arguments);
+}
+
+void TestFrontend::invalidArgumentsAreRefused()
+{
+    QFETCH(const QString, arguments);
+    Program frontend(FRONTEND_PATH, arguments, QByteArray("fr 1\n\0\n", 7)); // no valid recording
+    QVERIFY(frontend.hasRefusedArguments("frontend"));
 }
 
 void TestFrontend::headlessRunReportsWhetherAllFramesArrived()
@@ -147,27 +119,28 @@ void TestFrontend::headlessRunReportsWhetherAllFramesArrived()
     for (const char *arguments :
          {"--seconds 1 --rate 200 --channels 10", "--seconds 1 --rate 500 --channels 10 --router",
           "--seconds 1 --controller-version 1.5 --router --locked", "--replay -", "--replay - --router"}) {
-        Frontend frontend(QLatin1String("--headless --plugin MODULE ") + arguments, recording);
+        Program frontend(FRONTEND_PATH, headless + arguments, recording);
         const int status = frontend.status();
-        QVERIFY2(status == 0 && !frontend.out.contains(": BAD\n"), frontend.out.constData());
-        QCOMPARE(frontend.out.contains("14 recorded lines skipped"),
-                 QByteArray(arguments).contains("replay"));
+        const QByteArray out = frontend.readAllStandardOutput();
+        QVERIFY2(status == 0 && !out.contains(": BAD\n"), out);
+        QCOMPARE(out.contains("14 recorded lines skipped"), QByteArray(arguments).contains("replay"));
     }
-    // The divisor of channel 3 skips both frames.
-    Frontend frontend(QLatin1String("--headless --plugin MODULE --replay -"), "fr 1\n6d 0\nfr 2\n6d 0\n");
+    // Channel 3 receives nothing, because its divisor skips both frames.
+    Program frontend(FRONTEND_PATH, headless + "--replay -", "fr 1\n6d 0\nfr 2\n6d 0\n");
     QCOMPARE(frontend.status(), 1);
-    QVERIFY(frontend.out.count(": good\n") == 2 && frontend.out.count(": BAD\n") == 1);
+    const QByteArray out = frontend.readAllStandardOutput();
+    QVERIFY2(out.count(": good\n") == 2 && out.count(": BAD\n") == 1, out);
 }
 
 void TestFrontend::signalEndsTheRunWithItsSummary()
 {
     for (const int number : {SIGINT, SIGTERM}) {
-        Frontend frontend(QLatin1String("--headless --plugin MODULE --seconds 0 --router"));
+        Program frontend(FRONTEND_PATH, headless + "--seconds 0 --router");
         // The first progress line is printed after one second of data.
         QVERIFY(frontend.waitForReadyRead(waitMs));
-        QCOMPARE(::kill(pid_t(frontend.processId()), number), 0);
+        frontend.sendSignal(number);
         QCOMPARE(frontend.status(), 0);
-        QVERIFY(frontend.out.contains("summary: "));
+        QVERIFY(frontend.readAllStandardOutput().contains("summary: "));
     }
 }
 
@@ -181,13 +154,13 @@ void TestFrontend::sessionAppliesRatePauseResetAndTypes()
     QVERIFY2(session.setUp(&remarks, &problem), qPrintable(problem));
     session.start();
     const auto received = [&] { return session.receivers().reports().value(0).statistics.frames; };
-    session.setRate(1); // would take half an hour
+    session.setRate(1); // at this rate the frames below would take half an hour
     session.setRate(maximumRate);
     QTRY_VERIFY_WITH_TIMEOUT(received() > 1500, waitMs);
 
     session.setPaused(true);
     qint64 frames = 0;
-    // Resets are delivered on the data thread between frames.
+    // While the session is paused, the data thread still delivers resets, but no frame.
     for (const int resets : {2, 3}) {
         session.resetOutput();
         QTRY_COMPARE_WITH_TIMEOUT(requester.resets, resets, waitMs);
@@ -213,22 +186,19 @@ void TestFrontend::sessionAppliesRatePauseResetAndTypes()
 
 void TestFrontend::windowWithoutADisplayIsRefused()
 {
-    QProcess frontend;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
         environment.remove(QLatin1String(name));
-    frontend.setProcessEnvironment(environment);
-    frontend.start(QLatin1String(FRONTEND_PATH), {QLatin1String("--plugin"), QLatin1String(PLUGIN_PATH)});
-    QVERIFY(frontend.waitForFinished(waitMs));
-    QCOMPARE(frontend.exitCode(), 2);
+    Program frontend(FRONTEND_PATH, QLatin1String("--plugin " PLUGIN_PATH), {}, environment);
+    QCOMPARE(frontend.status(), 2);
     QVERIFY(frontend.readAllStandardError().contains("there is no display"));
 }
 
 void TestFrontend::versionIsPrinted()
 {
-    Frontend frontend(QLatin1String("--version"));
+    Program frontend(FRONTEND_PATH, QLatin1String("--version"));
     QCOMPARE(frontend.status(), 0);
-    QCOMPARE(frontend.out, QByteArray("frontend " PROJECT_VERSION "\n"));
+    QCOMPARE(frontend.readAllStandardOutput(), QByteArray("frontend " PROJECT_VERSION "\n"));
 }
 
 QTEST_GUILESS_MAIN(TestFrontend)

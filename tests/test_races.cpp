@@ -1,14 +1,14 @@
 // Race conditions whose window is only a few instructions wide, each provoked thousands of times. Every
-// crossing delays the two sides differently, and counters show that both orders have occurred.
+// crossing, that is every attempt, delays the two sides differently. Counters show that both orders occur.
 
 #include "condition.h"
 #include "fedchannel.h"
 #include "loop.h"
+#include "table.h"
 #include "threads.h"
 #include "waiting.h"
 
 #include <QRandomGenerator>
-#include <QtTest>
 
 #include <algorithm>
 #include <array>
@@ -31,25 +31,25 @@ constexpr quint16 firstPort = 9000;
 const std::thread::id mainThread = std::this_thread::get_id();
 std::atomic<int> becameWorker{0}; // threads that became the worker
 std::atomic<int> foundWorker{0};  // threads that found another worker
-std::atomic<int> workerYields{0}; // before a worker locks a mutex
+std::atomic<int> workerYields{0}; // yields of a worker before it locks a mutex
 std::atomic<NativeMutex *> runMutex{nullptr};
-std::atomic<int> leaveYields{0}; // before a worker unlocks the run mutex
+std::atomic<int> leaveYields{0}; // yields of a worker before it unlocks the run mutex
 std::atomic<bool> destroying{false};
-std::atomic<int> lateAttempts{0}; // to become the worker, during destruction
-std::atomic<int> publishWaits{0}; // sleeps of publish() while a reader uses the previous table
-std::atomic<int> joinedDatagrams{0};
+std::atomic<int> lateAttempts{0};    // attempts to become the worker during a destruction
+std::atomic<int> publishWaits{0};    // sleeps of publish() while a reader uses the previous table
+std::atomic<int> joinedDatagrams{0}; // datagrams that do not consist of complete frames
 std::atomic<int> lastSentNumber{0};
-std::atomic<int> timeOutYields{0};                        // between the time-out of a wait and its accounting
-std::array<std::atomic<int>, servedChannels> lastNumbers; // sent by each channel
-std::array<std::atomic<int>, servedChannels> datagrams;
-std::atomic<int> servedSends{0};   // by a thread whose previous datagram was of another channel
-std::atomic<int> lateDatagrams{0}; // after a stop has returned
-std::atomic<int> disorder{0};      // datagrams whose number is not above the previous one
+std::atomic<int> timeOutYields{0}; // yields after the time-out of a wait, before it is counted
+std::array<std::atomic<int>, servedChannels> lastNumbers; // the last frame that each channel has sent
+std::array<std::atomic<int>, servedChannels> datagrams;   // sent by each channel
+std::atomic<int> servedSends{0};   // datagrams from a thread that has sent for another channel just before
+std::atomic<int> lateDatagrams{0}; // datagrams after a stop has returned
+std::atomic<int> disorder{0};      // datagrams whose number is not above the channel's previous one
 enum Waits
 {
     Usual,
     Endless, // a wait of a worker ends only by a wake-up
-    Short    // such a wait may time out at once
+    Short    // a wait of a worker may time out at once
 };
 std::atomic<Waits> waits{Usual};
 
@@ -59,7 +59,7 @@ void spin(int turns)
     }
 }
 
-/// Whether \a datagram consists of complete frames of the lines "fr N" and "6d N".
+/// Whether \a datagram consists of complete frames: pairs of lines "fr N" and "6d N".
 bool isWhole(const QByteArray &datagram)
 {
     const QList<QByteArray> lines = datagram.split('\n');
@@ -80,11 +80,11 @@ int lastNumberIn(const QByteArray &datagram)
 
 } // namespace
 
-// The linker redirects calls of the platform's functions to these (--wrap).
-// NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's.
+// The linker redirects calls of the platform's functions to the functions below (--wrap).
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker prescribes the names.
 extern "C" {
 
-// Sleeps are shortened: a stop takes 10 ms, a wait in publish() 1 ms; neither duration matters here.
+// Shortens the sleeps of 10 ms in a stop and of 1 ms in publish(), whose durations do not matter here.
 void __real_nativeSleep(uint32_t);
 void __wrap_nativeSleep(uint32_t milliseconds)
 {
@@ -159,26 +159,29 @@ namespace {
 /// How often each race is provoked. Only sanitized builds, about ten times slower, read RACE_CROSSINGS.
 int crossings()
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    const int given = qEnvironmentVariableIntValue("RACE_CROSSINGS");
+    const int given = isSanitized ? qEnvironmentVariableIntValue("RACE_CROSSINGS") : 0;
     return given > 0 ? given : fullCrossings;
-#else
-    return fullCrossings;
-#endif
 }
 
-void feedFrame(FedChannel *channel, int number)
+std::vector<quint16> servedPorts()
 {
-    const QByteArray text = QByteArray::number(number);
-    channel->feed("fr" + text + " 6d" + text);
+    std::vector<quint16> ports;
+    for (quint16 port = firstPort; port < firstPort + servedChannels; ++port)
+        ports.push_back(port);
+    return ports;
 }
 
-/// Whether a worker sends what is queued. Three frames are needed, because a new worker sends the first one
+bool haveAllSent(int number)
+{
+    return std::all_of(lastNumbers.begin(), lastNumbers.end(), [number](int last) { return last == number; });
+}
+
+/// Feeds three frames. Returns whether a worker sends the last one. A new worker sends the first frame
 /// together with the second.
 bool forwards(FedChannel *channel, int *number)
 {
     for (int frames = 0; frames < 3; ++frames)
-        feedFrame(channel, ++*number);
+        channel->feed(frameOf(++*number));
     return comesTrue([number] { return lastSentNumber == *number; });
 }
 
@@ -203,8 +206,8 @@ private slots:
 private:
     int below(int bound) { return static_cast<int>(m_random.bounded(bound)); }
 
-    /// Whether another crossing should follow after \a made ones. On a busy computer, a tenth of them is
-    /// enough.
+    /// Whether another crossing should follow after \a made ones. On a busy computer, a tenth of all
+    /// crossings is enough.
     bool wantsMore(int made) const
     {
         return made < crossings() && (made < crossings() / 10 || !m_patience.hasExpired());
@@ -249,7 +252,7 @@ void TestRaces::startWhileAWorkerEndsLeavesOneWorker()
             channel.updateRouterActiveState(false);
         } else {
             channel.setActive(false);
-            feedFrame(&channel, 0); // ignored, so a sleeping worker is not woken
+            channel.feed(frameOf(0)); // an inactive channel ignores it, so a sleeping worker is not woken
         }
         if (crossing % 10 == 0)
             QVERIFY(comesTrue([this] { return threadCount() == m_threads; }));
@@ -271,10 +274,10 @@ void TestRaces::destructorJoinsThreadsThatHaveJustStarted()
     for (int crossing = 0; wantsMore(crossing); ++crossing) {
         auto channel = std::make_unique<FedChannel>(9);
         workerYields = below(4);
-        for (int starts = 1 + below(3); starts > 0; --starts)
+        for (int starts = below(5); starts > 0; --starts)
             channel->updateRouterActiveState(true);
-        if (below(2) == 0)
-            feedFrame(channel.get(), crossing);
+        for (int frames = below(100) == 0 ? 1000 : below(2); frames > 0; --frames)
+            channel->feed(frameOf(crossing));
         spin(below(200));
         destroying = true;
         channel.reset();
@@ -313,23 +316,6 @@ void TestRaces::noLineReachesADestroyedChannel()
     fanOut->publish({});
 }
 
-namespace {
-
-std::vector<quint16> servedPorts()
-{
-    std::vector<quint16> ports;
-    for (quint16 port = firstPort; port < firstPort + servedChannels; ++port)
-        ports.push_back(port);
-    return ports;
-}
-
-bool haveAllSent(int number)
-{
-    return std::all_of(lastNumbers.begin(), lastNumbers.end(), [number](int last) { return last == number; });
-}
-
-} // namespace
-
 /// Changes the channel with the given index. The mutex keeps the data thread from starting a frame.
 using Change = std::function<void(FedChannels &, int, std::mutex &)>;
 
@@ -337,9 +323,8 @@ Q_DECLARE_METATYPE(Change)
 
 void TestRaces::framesStayInOrderWhileAServedChannelChanges_data()
 {
-    QTest::addColumn<Change>("change");
-    QTest::addColumn<bool>("keepsFramesWhole"); // a stop drops the frame but not the lines in the queue
-
+    // A stop drops the current frame but not the lines in the queue, so it may break up a frame.
+    const Table<bool, Change> row("keepsFramesWhole", "change");
     const auto restart = [](FedChannels &channels, int index, std::mutex &betweenFrames) {
         channels.at(index).updateRouterActiveState(false);
         const int sent = datagrams[std::size_t(index)];
@@ -348,25 +333,22 @@ void TestRaces::framesStayInOrderWhileAServedChannelChanges_data()
         const std::lock_guard<std::mutex> guard(betweenFrames);
         channels.at(index).updateRouterActiveState(true);
     };
-    QTest::newRow("a channel is stopped") << Change(restart) << false;
-    QTest::newRow("the serving channel is stopped")
-        << Change([restart](FedChannels &channels, int index, std::mutex &mutex) {
-               restart(channels, index < 5 ? 4 : 9, mutex); // the channels whose workers are woken first
-           })
-        << false;
-    QTest::newRow("a channel is reset")
-        << Change([](FedChannels &channels, int index, std::mutex &) { channels.at(index).resetFrame(); })
-        << true;
-    QTest::newRow("a channel is destroyed")
-        << Change([](FedChannels &channels, int index, std::mutex &betweenFrames) {
-               channels.replace(index, quint16(firstPort + index));
-               const std::lock_guard<std::mutex> guard(betweenFrames);
-               channels.at(index).updateRouterActiveState(true);
-           })
-        << true;
+    row("a channel is stopped", false, restart);
+    row("the serving channel is stopped", false,
+        [restart](FedChannels &channels, int index, std::mutex &mutex) {
+            restart(channels, index < 5 ? 4 : 9,
+                    mutex); // deliver() wakes their workers, which serve the others
+        });
+    row("a channel is reset", true,
+        [](FedChannels &channels, int index, std::mutex &) { channels.at(index).resetFrame(); });
+    row("a channel is destroyed", true, [](FedChannels &channels, int index, std::mutex &betweenFrames) {
+        channels.replace(index, quint16(firstPort + index));
+        const std::lock_guard<std::mutex> guard(betweenFrames);
+        channels.at(index).updateRouterActiveState(true);
+    });
 }
 
-// Data flow without a pause while one of ten channels changes.
+/// Data flow without a pause while one of ten channels changes.
 void TestRaces::framesStayInOrderWhileAServedChannelChanges()
 {
     QFETCH(const Change, change);
@@ -375,7 +357,8 @@ void TestRaces::framesStayInOrderWhileAServedChannelChanges()
     m_patience.setRemainingTime(patienceMilliseconds / 4);
     FedChannels channels(servedPorts());
     channels.start();
-    // Of a channel's very first frame, what follows a reset is sent with the second one.
+    // Begin with complete frames: after a reset within a channel's very first frame, the rest of that frame
+    // would be sent together with the second one.
     std::atomic<int> number{2};
     channels.feedFrame(1);
     channels.feedFrame(2);
@@ -408,10 +391,9 @@ void TestRaces::framesStayInOrderWhileAServedChannelChanges()
 
 void TestRaces::everyFrameIsServedWithoutALaterLine_data()
 {
-    QTest::addColumn<int>("waitsOfWorkers");
-
-    QTest::newRow("workers sleep until they are woken") << int(Endless);
-    QTest::newRow("workers time out while they are called") << int(Short);
+    const Table<int> row("waitsOfWorkers");
+    row("workers sleep until they are woken", Endless);
+    row("workers time out while they are called", Short);
 }
 
 void TestRaces::everyFrameIsServedWithoutALaterLine()
@@ -439,8 +421,8 @@ void TestRaces::everyFrameIsServedWithoutALaterLine()
         QCOMPARE(count.load(), number - 1);
 }
 
-// The waiter is a minimal worker: it checks its queue after each wait, however that ended. The queue is a
-// number of tokens; each is added and signalled under the mutex.
+/// The waiter is a minimal worker: it checks its queue after each wait, whether that was woken or timed out.
+/// The queue is a number of tokens. Each token is added and signalled under the mutex.
 void TestRaces::signalDuringATimeOutIsNotLost()
 {
     Mutex *mutex = nullptr;
@@ -458,14 +440,14 @@ void TestRaces::signalDuringATimeOutIsNotLost()
         for (int round = 1; round <= crossings(); ++round) {
             rounds = round;
             int result = condTimedWait(condition, mutex, 0);
-            met += result == 1 && tokens > 0;
-            woken += result == 0;
-            wokenWithoutToken += result == 0 && tokens == 0;
+            met += result == WaitTimedOut && tokens > 0;
+            woken += result == Succeeded;
+            wokenWithoutToken += result == Succeeded && tokens == 0;
             while (tokens == 0) {
                 result = condTimedWait(condition, mutex, limitMilliseconds);
-                lost += result != 0;
-                wokenWithoutToken += result == 0 && tokens == 0;
-                if (result != 0)
+                lost += result != Succeeded;
+                wokenWithoutToken += result == Succeeded && tokens == 0;
+                if (result != Succeeded)
                     break;
             }
             tokens = 0;

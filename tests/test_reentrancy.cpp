@@ -1,14 +1,19 @@
+#include "dialogfixture.h"
 #include "fakeiomanager.h"
 #include "gestures.h"
+#include "table.h"
 #include "waiting.h"
 
 #include <thread>
 
 namespace {
 
+/// An edit for a Controller in router mode with three channels. The second one differs from the first only in
+/// its host.
 void routing(ControllerState &state)
 {
     withChannels(3)(state);
+    state.channels[1].destination = {Destination::Kind::Udp, "127.0.0.2", 5001};
     state.viaRouter = true;
 }
 
@@ -16,8 +21,8 @@ void routing(ControllerState &state)
 class ShutdownWithinCall
 {
 public:
-    /// The host shuts the module down within call number \a call, counted from 1; with 0 not within a call.
-    /// With \a release it also releases the dialog there.
+    /// The host shuts the module down within call number \a call, counted from 1, or only after run() if it
+    /// is 0. With \a release it also releases the dialog within that call.
     ShutdownWithinCall(int call, bool release)
         : m_call(call)
         , m_release(release)
@@ -115,7 +120,14 @@ private:
 
 using Gesture = std::function<void(const DialogFixture &)>;
 
-/// What the user sees of the first channel and of the tabs.
+/// Presses \a key in the host field of the first page; W together with Ctrl.
+void pressInHostField(const DialogFixture &fixture, Qt::Key key)
+{
+    QTest::keyClick(fixture.page(0)->lineEdit_host, key,
+                    key == Qt::Key_W ? Qt::ControlModifier : Qt::NoModifier);
+}
+
+/// Describes what the user sees of the first channel and of the tabs.
 QString shownState(const DialogFixture &fixture)
 {
     const ChannelWidget *page = fixture.page(0);
@@ -133,8 +145,8 @@ QString shownState(const DialogFixture &fixture)
 
 Q_DECLARE_METATYPE(Gesture)
 
-/// Calls at unexpected moments: shut-down while a message box is open, and a host that calls the module from
-/// within a command.
+/// Calls at unexpected moments: a shut-down while the dialog or a message box is open, and a host that calls
+/// the module from within a command.
 class TestReentrancy : public QObject
 {
     Q_OBJECT
@@ -142,14 +154,14 @@ class TestReentrancy : public QObject
 private slots:
     void shutdownEndsTheOpenDialog_data();
     void shutdownEndsTheOpenDialog();
-    void nothingIsSentAfterTeardown();
     void shutdownDismissesOpenBox_data();
     void shutdownDismissesOpenBox();
     void noCallFollowsShutdownWithinCall_data();
     void noCallFollowsShutdownWithinCall();
     void inputIsRefusedWhileChangesAreWritten_data();
     void inputIsRefusedWhileChangesAreWritten();
-    void actionPressedDuringCatalogueChangeOpensDialog();
+    void actionPressedDuringAnOperationOpensTheDialogOnce_data();
+    void actionPressedDuringAnOperationOpensTheDialogOnce();
     void nestedCallsStartNoSecondOperation_data();
     void nestedCallsStartNoSecondOperation();
     void closedAndInactiveChannelsHaveNoWorker();
@@ -157,13 +169,7 @@ private slots:
 
 void TestReentrancy::shutdownEndsTheOpenDialog_data()
 {
-    QTest::addColumn<Qt::Key>("key");
-    QTest::addColumn<QString>("host"); // of the first channel
-    QTest::addColumn<QString>("box");
-
-    const auto row = [](const char *name, Qt::Key key, const QString &host, const QString &box) {
-        QTest::newRow(name) << key << host << box;
-    };
+    const Table<Qt::Key, QString, QString> row("key", "host", "box");
     row("close question", Qt::Key_W, "127.0.0.1", "Close Channel 3?");
     row("conflict", Qt::Key_Escape, "127.0.0.2", "Channel 1 and 2 have");
     row("empty host", Qt::Key_Escape, "", "Invalid empty host");
@@ -176,10 +182,7 @@ void TestReentrancy::shutdownEndsTheOpenDialog()
     QFETCH(Qt::Key, key);
     QFETCH(QString, host);
     QFETCH(QString, box);
-    DialogFixture fixture([](ControllerState &state) {
-        routing(state);
-        state.channels[1].destination = {Destination::Kind::Udp, "127.0.0.2", 5001};
-    });
+    DialogFixture fixture(routing);
     fixture.create();
     QString text("");
     QTimer::singleShot(0, fixture.dialog.get(), [&] {
@@ -191,8 +194,7 @@ void TestReentrancy::shutdownEndsTheOpenDialog()
             fixture.dialog->teardownRequests();
             fixture.dialog.reset();
         });
-        QTest::keyClick(fixture.page(0)->lineEdit_host, key,
-                        key == Qt::Key_W ? Qt::ControlModifier : Qt::NoModifier);
+        pressInHostField(fixture, key);
     });
     NetworkDialog *dialog = fixture.dialog.get();
     QCOMPARE(dialog->update_and_exec(), int(QDialog::Rejected));
@@ -200,82 +202,64 @@ void TestReentrancy::shutdownEndsTheOpenDialog()
     QVERIFY(fixture.controller.commands().isEmpty());
 }
 
-void TestReentrancy::nothingIsSentAfterTeardown()
-{
-    DialogFixture fixture(routing);
-    fixture.create();
-    fixture.open([&] {
-        fixture.page(0)->spinBox_port->setValue(7001);
-        std::thread host([&] { fixture.link.sendMessage("OutputTypesChanged"); });
-        host.join();
-        fixture.dialog->teardownRequests();
-        fixture.controller.clearRecord();
-        QCOMPARE(fixture.link.registeredCount(), 0);
-        QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
-        MessageBoxes boxes({QMessageBox::Yes});
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::ControlModifier);
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_T, Qt::ControlModifier);
-        QCoreApplication::processEvents();
-    });
-    fixture.dialog->update_and_exec();
-    QVERIFY(fixture.sent().isEmpty());
-}
-
 void TestReentrancy::shutdownDismissesOpenBox_data()
 {
-    QTest::addColumn<Qt::Key>("key");
-    QTest::addColumn<QString>("host"); // of the first channel
-    QTest::addColumn<int>("button");   // pressed after the shut-down
-
-    const auto rows = [](const char *name, Qt::Key key, const QString &host,
-                         const QList<QMessageBox::StandardButton> &buttons) {
-        for (const QMessageBox::StandardButton button : buttons)
-            QTest::addRow("%s, button %x", name, button) << key << host << int(button);
-    };
-    rows("close question", Qt::Key_W, "127.0.0.1", {QMessageBox::Yes, QMessageBox::No});
-    rows("conflict", Qt::Key_Escape, "127.0.0.2", {QMessageBox::Yes, QMessageBox::No});
-    rows("empty host", Qt::Key_Escape, "", {QMessageBox::Cancel});
-    rows("loopback", Qt::Key_Escape, "localhost", {QMessageBox::Cancel});
-    rows("multicast address", Qt::Key_Escape, "239.1.1.1", {QMessageBox::Cancel});
-    rows("unresolved host", Qt::Key_Escape, "no-such-host.invalid",
-         {QMessageBox::Ignore, QMessageBox::Cancel});
+    // The button is pressed in the box after the shut-down.
+    const Table<Qt::Key, QString, int> row("key", "host", "button");
+    row("no box", Qt::Key_7, "127.0.0.1", QMessageBox::NoButton);
+    row("close question, Yes", Qt::Key_W, "127.0.0.1", QMessageBox::Yes);
+    row("close question, No", Qt::Key_W, "127.0.0.1", QMessageBox::No);
+    row("conflict, Yes", Qt::Key_Escape, "127.0.0.2", QMessageBox::Yes);
+    row("conflict, No", Qt::Key_Escape, "127.0.0.2", QMessageBox::No);
+    row("empty host", Qt::Key_Escape, "", QMessageBox::Cancel);
+    row("loopback address", Qt::Key_Escape, "localhost", QMessageBox::Cancel);
+    row("multicast address", Qt::Key_Escape, "239.1.1.1", QMessageBox::Cancel);
+    row("unresolved host, Ignore", Qt::Key_Escape, "no-such-host.invalid", QMessageBox::Ignore);
+    row("unresolved host, Cancel", Qt::Key_Escape, "no-such-host.invalid", QMessageBox::Cancel);
 }
 
+/// Afterwards nothing that the user or the host does in the dialog has an effect outside of it.
 void TestReentrancy::shutdownDismissesOpenBox()
 {
     QFETCH(Qt::Key, key);
     QFETCH(QString, host);
     QFETCH(int, button);
     const int threads = threadCount();
-    DialogFixture fixture([](ControllerState &state) {
-        routing(state);
-        state.channels[1].destination = {Destination::Kind::Udp, "127.0.0.2", 5001};
-    });
+    DialogFixture fixture(routing);
     fixture.controller.overrideAnswer("system model", "1");
-    bool dismissed = false;
+    bool isShutDown = false;
     fixture.open([&] {
         fixture.page(0)->lineEdit_host->setText(host);
         fixture.page(0)->flushChangesToChannel();
         QTimer::singleShot(0, &fixture.window, [&] {
             auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            QVERIFY(box);
+            QCOMPARE(box != nullptr, button != QMessageBox::NoButton);
+            std::thread([&] { fixture.link.sendMessage("OutputTypesChanged"); }).join();
             fixture.dialog->teardownRequests();
+            QCOMPARE(fixture.link.registeredCount(), 0);
             fixture.controller.clearRecord();
-            dismissed = !box->isVisible();
-            box->button(QMessageBox::StandardButton(button))->click();
+            isShutDown = !box || !box->isVisible();
+            if (box)
+                box->button(QMessageBox::StandardButton(button))->click();
         });
-        QTest::keyClick(fixture.page(0)->lineEdit_host, key,
-                        key == Qt::Key_W ? Qt::ControlModifier : Qt::NoModifier);
+        pressInHostField(fixture, key);
+        QTRY_VERIFY(isShutDown);
         QVERIFY(fixture.dialog->isVisible());
-        // What the user does in the open dialog must not start the routers again.
-        clickBox(fixture.page(1)->checkBox_active_channel);
-        clickBox(fixture.page(1)->checkBox_active_channel);
-        clickBox(fixture.dialog->checkBox_actAsRouter);
-        clickBox(fixture.dialog->checkBox_actAsRouter);
+        const MessageBoxes boxes({QMessageBox::Yes});
+        for (const Qt::Key shortcut : {Qt::Key_W, Qt::Key_T})
+            QTest::keyClick(fixture.dialog.get(), shortcut, Qt::ControlModifier);
+        QCoreApplication::processEvents(); // handles the message that came before the shut-down
+        // The boxes that are clicked twice must not start the routers again.
+        for (QAbstractButton *check :
+             {fixture.page(1)->checkBox_active_channel, fixture.dialog->checkBox_actAsRouter}) {
+            clickBox(check);
+            clickBox(check);
+        }
         QTest::keyClick(fixture.dialog.get(), Qt::Key_Escape);
         QVERIFY(!fixture.dialog->isVisible());
     });
-    QVERIFY(dismissed);
+    QVERIFY(isShutDown);
+    fixture.dialog->update_and_exec();
     QCOMPARE(fixture.sent(), QList<QByteArray>());
     QCOMPARE(fixture.logged(), QList<QByteArray>());
     QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
@@ -284,9 +268,9 @@ void TestReentrancy::shutdownDismissesOpenBox()
 
 void TestReentrancy::noCallFollowsShutdownWithinCall_data()
 {
-    QTest::addColumn<bool>("release");
-    QTest::newRow("shut down, released later") << false;
-    QTest::newRow("shut down and released") << true;
+    const Table<bool> row("release");
+    row("shut down, released later", false);
+    row("shut down and released", true);
 }
 
 void TestReentrancy::noCallFollowsShutdownWithinCall()
@@ -312,8 +296,7 @@ void TestReentrancy::noCallFollowsShutdownWithinCall()
 
 void TestReentrancy::inputIsRefusedWhileChangesAreWritten_data()
 {
-    QTest::addColumn<Gesture>("gesture");
-    const auto row = [](const char *name, const Gesture &gesture) { QTest::newRow(name) << gesture; };
+    const Table<Gesture> row("gesture");
     row("typed text", [](const DialogFixture &fixture) {
         QTest::keyClick(fixture.page(0)->lineEdit_host, Qt::Key_End);
         QTest::keyClick(fixture.page(0)->lineEdit_host, Qt::Key_1);
@@ -330,8 +313,8 @@ void TestReentrancy::inputIsRefusedWhileChangesAreWritten_data()
     row("active box",
         [](const DialogFixture &fixture) { clickBox(fixture.page(0)->checkBox_active_channel); });
     row("router box", [](const DialogFixture &fixture) { clickBox(fixture.dialog->checkBox_actAsRouter); });
-    row("current tab", [](const DialogFixture &fixture) { clickTab(fixture, 1); });
-    row("new tab", [](const DialogFixture &fixture) { clickTab(fixture, 3); });
+    row("current tab", [](const DialogFixture &fixture) { clickTab(fixture.tabs()->tabBar(), 1); });
+    row("new tab", [](const DialogFixture &fixture) { clickTab(fixture.tabs()->tabBar(), 3); });
 }
 
 /// An edit made while the host runs its event loop inside a command could be shown and yet not be written.
@@ -342,8 +325,7 @@ void TestReentrancy::inputIsRefusedWhileChangesAreWritten()
         DialogFixture fixture(withChannels(3));
         fixture.create();
         QString before, after;
-        QObject scope;
-        connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
+        fixture.onExchange([&](const Exchange &exchange) {
             if (exchange.text != trigger || !before.isEmpty())
                 return;
             before = shownState(fixture);
@@ -366,61 +348,68 @@ void TestReentrancy::inputIsRefusedWhileChangesAreWritten()
     }
 }
 
-void TestReentrancy::actionPressedDuringCatalogueChangeOpensDialog()
+void TestReentrancy::actionPressedDuringAnOperationOpensTheDialogOnce_data()
 {
+    const Table<bool> row("isOpening");
+    row("during an opening", true);
+    row("while a changed catalogue is read", false);
+}
+
+void TestReentrancy::actionPressedDuringAnOperationOpensTheDialogOnce()
+{
+    QFETCH(bool, isOpening);
     DialogFixture fixture(routing);
     fixture.create();
+    int presses = 0;
     int openings = 0;
+    fixture.onExchange([&](const Exchange &) {
+        if (openings > 0)
+            return;
+        ++presses;
+        QCOMPARE(fixture.dialog->update_and_exec(), int(QDialog::Rejected));
+        QVERIFY(!fixture.dialog->isVisible());
+    });
     QTimer opened;
     connect(&opened, &QTimer::timeout, [&] {
         if (!fixture.dialog->isVisible())
             return;
         ++openings;
-        QTest::mouseClick(fixture.dialog->pushButton_ok, Qt::LeftButton);
+        fixture.dialog->done(QDialog::Rejected);
     });
-    QObject scope;
-    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
-        if (exchange.text != "output number_of_types" || openings > 0)
-            return;
-        QCOMPARE(fixture.dialog->update_and_exec(), int(QDialog::Rejected));
-        QCOMPARE(fixture.dialog->update_and_exec(), int(QDialog::Rejected));
-        QVERIFY(!fixture.dialog->isVisible());
-        opened.start(0);
-    });
-    fixture.link.sendMessage("OutputTypesChanged");
+    opened.start(0);
+    if (isOpening)
+        fixture.dialog->update_and_exec();
+    else
+        fixture.link.sendMessage("OutputTypesChanged");
     QTRY_COMPARE(openings, 1);
+    QVERIFY(presses > 30);
     QCoreApplication::processEvents();
     QCOMPARE(openings, 1);
-    QVERIFY(!fixture.dialog->isVisible());
 }
 
 void TestReentrancy::nestedCallsStartNoSecondOperation_data()
 {
-    QTest::addColumn<QByteArray>("trigger");
+    const Table<QByteArray> row("trigger");
     for (const char *trigger :
          {"config is_changeable", "output net ch01", "output type t02", "output active ch01 6d",
           "output net ch03 none", "system model", "output active ch01 3d yes"})
-        QTest::newRow(trigger) << QByteArray(trigger);
+        row(trigger, trigger);
 }
 
-/// A changed catalogue is followed later; what the user starts is refused.
+/// A changed catalogue is handled after the operation. Operations that the user starts are refused.
 void TestReentrancy::nestedCallsStartNoSecondOperation()
 {
     QFETCH(QByteArray, trigger);
     DialogFixture fixture(routing);
     fixture.create();
     fixture.change([](ControllerState &state) { state.catalogue.append({"7d", "New", true}); });
-    QList<bool> switches;
-    QObject scope;
-    connect(fixture.dialog.get(), &NetworkDialog::deferedRouterActiveToggled, &scope,
-            [&](bool enable) { switches << enable; });
     bool sent = false;
-    connect(&fixture.controller, &SimulatedController::exchanged, &scope, [&](const Exchange &exchange) {
+    fixture.onExchange([&](const Exchange &exchange) {
         if (sent || exchange.text != trigger)
             return;
         sent = true;
         fixture.link.sendMessage("OutputTypesChanged");
-        QVERIFY(switches.isEmpty());
+        QVERIFY(fixture.routerSwitches.isEmpty());
         QCOMPARE(fixture.dialog->update_and_exec(), int(QDialog::Rejected));
         QTest::keyClick(fixture.dialog.get(), Qt::Key_T, Qt::ControlModifier);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_Escape);
@@ -436,8 +425,8 @@ void TestReentrancy::nestedCallsStartNoSecondOperation()
     QVERIFY(fixture.controller.state().channels[0].types.contains("3d"));
     QCOMPARE(fixture.controller.state().channels[1].destination.port, 7777);
     QVERIFY(sent);
-    // Off and on for the message, and once for the first accept().
-    QCOMPARE(switches.size(), 3);
+    // The changed catalogue switches routing off and on again, and the first accept() switches it on.
+    QCOMPARE(fixture.routerSwitches.size(), 3);
 }
 
 void TestReentrancy::closedAndInactiveChannelsHaveNoWorker()
@@ -449,7 +438,7 @@ void TestReentrancy::closedAndInactiveChannelsHaveNoWorker()
         MessageBoxes boxes({QMessageBox::Yes});
         QTRY_COMPARE(threadCount(), before + 3);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::ControlModifier);
-        // Before the event loop has deleted the closed channel.
+        // The message comes before the event loop has deleted the closed channel.
         fixture.link.sendMessage("OutputTypesChanged");
         QTRY_COMPARE(threadCount(), before + 2);
         clickBox(fixture.page(0)->checkBox_active_channel);

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int waitMs = 20000;
 
-/// Types \a value into the divisor's field of the first tab, and leaves the dialog by the escape key.
+/// Types \a value into the divisor field of the first tab and leaves the dialog with Escape.
 void editAndLeave(QDialog *dialog, int value)
 {
     auto *field =
@@ -29,8 +29,8 @@ void editAndLeave(QDialog *dialog, int value)
 
 } // namespace
 
-/// Uses the dialog before the Controller at $CONTROLLER, an address and a port, whatever the network between
-/// them does.
+/// The dialog with the Controller whose address and port the environment variable CONTROLLER contains, such
+/// as "10.0.0.1:5600". script/network runs this test over a slow, lossy network.
 class TestRemoteDialog : public QObject
 {
     Q_OBJECT

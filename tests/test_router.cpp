@@ -1,11 +1,9 @@
-// Forwarding with real workers and real sockets on the loopback interface. Waits of workers for lines do not
-// time out, unless a step says so, so each datagram is sent at the line that completes it.
+// Forwarding with real workers and real sockets on the loopback interface. The waits of workers for lines do
+// not time out, unless a step says so, so each datagram is sent at the line that completes its frame.
 
 #include "fedchannel.h"
 #include "receiver.h"
-#include "waiting.h"
-
-#include <QtTest>
+#include "table.h"
 
 #include <future>
 
@@ -29,15 +27,13 @@ private slots:
     void cleanup();
     void datagramsFollowFromTheSteps_data();
     void datagramsFollowFromTheSteps();
-    void eachFrameTakesOneWakeUp();
+    void eachFrameTakesOneWakeUpAndNoWaitForTheSocket();
     void resetWaitsForAStalledSendButDeliveryDoesNot();
     void resetComesBetweenTwoFramesOfABacklog();
     void noDatagramIsSentAfterAStop();
     void laterLineRepeatsADelayedWakeUp();
     void stalledChannelDelaysNoOther();
     void nextFrameGoesToTheNewDestination();
-    void destructorLeavesNoThreadOrSocket_data();
-    void destructorLeavesNoThreadOrSocket();
     void runningWorkerContinuesIfAThreadIsRefused();
 
 private:
@@ -54,7 +50,7 @@ void TestRouter::init()
     m_descriptors = descriptorCount();
 }
 
-// No test leaves a thread or a descriptor behind.
+/// No test leaves a thread or a descriptor behind.
 void TestRouter::cleanup()
 {
     faults::locksUnfairly = false;
@@ -63,15 +59,16 @@ void TestRouter::cleanup()
     QCOMPARE(descriptorCount(), m_descriptors);
 }
 
-/// Does one step. A word that is no command is a line; with \a isSlow, the worker falls asleep after each
-/// line. "off gone on" leaves the router running without a worker, so that lines stay in the queue.
+/// Does one step. A word that is no command is a line; with \a isSlow, the next step waits until the worker
+/// has fallen asleep. "off gone on" leaves the router running without a worker, so that lines stay in the
+/// queue.
 void TestRouter::take(const QByteArray &step, FedChannel *channel, bool isSlow)
 {
     if (step == "start" || step == "stop") {
         channel->updateRouterActiveState(step == "start");
     } else if (step == "on" || step == "off") {
         channel->setActive(step == "on");
-        faults::timeOuts = step == "off"; // a sleeping worker notices it by its time-out
+        faults::timeOuts = step == "off"; // a sleeping worker notices the change at its time-out
     } else if (step == "tick" || step == "untick") {
         for (const char *type : {"fr", "6d", "3d"})
             channel->tick(type, step == "tick");
@@ -94,11 +91,7 @@ void TestRouter::take(const QByteArray &step, FedChannel *channel, bool isSlow)
 
 void TestRouter::datagramsFollowFromTheSteps_data()
 {
-    QTest::addColumn<QByteArray>("steps");
-    QTest::addColumn<QByteArray>("datagrams");
-    const auto row = [](const char *name, const QByteArray &steps, const QByteArray &datagrams) {
-        QTest::newRow(name) << steps << datagrams;
-    };
+    const Table<QByteArray, QByteArray> row("steps", "datagrams");
     const QByteArray first = "fr1 6d1 fr2 6d2";
 
     row("lines before the start", "fr90 6d90 start " + first, first);
@@ -110,7 +103,7 @@ void TestRouter::datagramsFollowFromTheSteps_data()
     row("only ticked types", "start fr1 gl1 6d1 xx1 fr2 gl2 6d2", first);
     row("frame length unknown after a restart", "start " + first + " asleep stop gone start fr3 6d3 fr4 6d4",
         first + "|fr3 6d3 fr4 6d4");
-    // The line of fr3 stays in the queue, because no frame can be complete with it.
+    // The line fr3 stays in the queue, because no frame can be complete with it.
     row("second start within a frame", "start " + first + " asleep fr3 start 6d3 fr4 6d4",
         first + "|fr4 6d4");
     row("reset within a frame", "start " + first + " asleep fr3 reset 6d3 fr4 6d4", first + "|fr4 6d4");
@@ -120,9 +113,9 @@ void TestRouter::datagramsFollowFromTheSteps_data()
     row("queued lines stay after a stop",
         "start off gone on " + first + " fr3 6d3 fr4 stop fr90 start 6d4 fr5 6d5",
         first + "|fr3 6d3|fr4 6d4|fr5 6d5");
-    row("lines queued, then no address",
+    row("no frame is sent while the address is unknown",
         "start off gone on " + first + " fr3 6d3 fr4 nowhere start asleep here 6d4", "fr4 6d4");
-    // The line of fr15 exceeds the limit, so the block that begins with fr11 is dropped.
+    // The line fr15 exceeds the limit of lines, so the block that begins with fr11 is dropped.
     row("overflow leaves only complete frames",
         "start " + first +
             " fr3 asleep reset off gone on fr11 6d11 fr12 6d12 fr13 6d13 many fr14 6d14 fr15 "
@@ -150,32 +143,30 @@ void TestRouter::datagramsFollowFromTheSteps()
     }
 }
 
-void TestRouter::eachFrameTakesOneWakeUp()
+void TestRouter::eachFrameTakesOneWakeUpAndNoWaitForTheSocket()
 {
     constexpr int frames = 200;
-    Receiver receiver;
-    FedChannel channel(receiver.port());
-    channel.updateRouterActiveState(true);
+    RunningChannel channel;
     channel.feed("fr1 6d1 3d1 fr2 6d2 3d2");
-    receiver.next();
+    channel.receiver.next();
     QVERIFY(fallsAsleep());
     const int wakeUps = faults::wakeUps;
+    const int waits = faults::writableWaits;
     for (int frame = 0; frame < frames; ++frame) {
         for (const char *word : {"fr3", "6d3", "3d3"}) {
             channel.feed(word);
             QVERIFY(fallsAsleep());
         }
-        QCOMPARE(receiver.next(), bytesOf("fr3 6d3 3d3"));
+        QCOMPARE(channel.receiver.next(), bytesOf("fr3 6d3 3d3"));
     }
     QCOMPARE(faults::wakeUps - wakeUps, frames);
+    QCOMPARE(faults::writableWaits.load(), waits);
 }
 
-// The reset drops no line that was delivered after the frame being sent.
+/// The reset drops no line that was delivered after the lines of the frame being sent.
 void TestRouter::resetWaitsForAStalledSendButDeliveryDoesNot()
 {
-    Receiver receiver;
-    FedChannel channel(receiver.port());
-    channel.updateRouterActiveState(true);
+    RunningChannel channel;
     HeldSends sends;
     channel.feed("fr1 6d1 fr2 6d2");
     QVERIFY(sends.hold());
@@ -187,20 +178,18 @@ void TestRouter::resetWaitsForAStalledSendButDeliveryDoesNot()
     sends.release();
     QVERIFY(delivered);
     QVERIFY(waits);
-    QCOMPARE(receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
-    QCOMPARE(receiver.next(), bytesOf("fr3 6d3"));
+    QCOMPARE(channel.receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
+    QCOMPARE(channel.receiver.next(), bytesOf("fr3 6d3"));
     reset.get();
 }
 
 void TestRouter::resetComesBetweenTwoFramesOfABacklog()
 {
     constexpr int resets = 6;
-    Receiver receiver;
-    FedChannel channel(receiver.port());
-    channel.updateRouterActiveState(true);
+    RunningChannel channel;
     faults::path = faults::Slow;
     for (int number = 1; number <= 10 * resets; ++number)
-        channel.feed("fr" + QByteArray::number(number) + " 6d0");
+        channel.feed(frameOf(number));
     faults::locksUnfairly = true;
     int sendsDuringResets = 0;
     for (int reset = 0; reset < resets; ++reset) {
@@ -217,26 +206,23 @@ void TestRouter::resetComesBetweenTwoFramesOfABacklog()
 
 void TestRouter::noDatagramIsSentAfterAStop()
 {
-    Receiver receiver;
-    FedChannel channel(receiver.port());
-    channel.updateRouterActiveState(true);
+    RunningChannel channel;
     QVERIFY(fallsAsleep());
     faults::holdWokenWorkers = true;
     channel.feed("fr1 6d1 fr2 6d2");
     channel.updateRouterActiveState(false);
     faults::holdWokenWorkers = false;
     QVERIFY(comesTrue([this] { return hasNoWorker(); }));
-    QVERIFY(receiver.isEmpty());
+    QVERIFY(channel.receiver.isEmpty());
 }
 
-// A data thread is preempted between queuing the line that completes a frame and waking the worker.
+/// The data thread is preempted after it has queued the line that completes a frame, before it wakes the
+/// worker.
 void TestRouter::laterLineRepeatsADelayedWakeUp()
 {
-    Receiver receiver;
-    FedChannel channel(receiver.port());
-    channel.updateRouterActiveState(true);
+    RunningChannel channel;
     channel.feed("fr1 6d1 fr2 6d2");
-    QCOMPARE(receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
+    QCOMPARE(channel.receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
     QVERIFY(fallsAsleep());
     channel.feed("fr3");
     std::atomic<bool> held{true};
@@ -247,12 +233,12 @@ void TestRouter::laterLineRepeatsADelayedWakeUp()
     });
     QVERIFY(comesTrue([heldBefore] { return faults::threadsHeldAfterUnlock > heldBefore; }));
     channel.feed("fr4");
-    const QByteArray datagram = receiver.next();
+    const QByteArray datagram = channel.receiver.next();
     held = false;
     QCOMPARE(datagram, bytesOf("fr3 6d3"));
 }
 
-// The socket of one of ten channels is never ready, and its worker waits for it indefinitely.
+/// The socket of one of ten channels is never ready, and the channel's worker waits for it indefinitely.
 void TestRouter::stalledChannelDelaysNoOther()
 {
     constexpr int channelCount = 10, frames = 200;
@@ -271,8 +257,7 @@ void TestRouter::stalledChannelDelaysNoOther()
         for (int frame = 2; frame <= frames; ++frame) {
             channels.feedFrame(frame);
             for (int i = 0; i < channelCount; ++i) {
-                const QByteArray digits = QByteArray::number(frame);
-                const QByteArray expected = bytesOf("fr" + digits + " 6d" + digits);
+                const QByteArray expected = bytesOf(frameOf(frame));
                 if (i != stalled)
                     QVERIFY2(receivers[std::size_t(i)]->next().endsWith(expected), expected);
             }
@@ -286,60 +271,29 @@ void TestRouter::stalledChannelDelaysNoOther()
 
 void TestRouter::nextFrameGoesToTheNewDestination()
 {
-    Receiver receiver, other;
-    FedChannel channel(receiver.port());
-    channel.updateRouterActiveState(true);
+    Receiver other;
+    RunningChannel channel;
     channel.feed("fr1 6d1 fr2 6d2 fr3");
-    QCOMPARE(receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
+    QCOMPARE(channel.receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
     channel.setPort(other.port());
     channel.feed("6d3 fr4 6d4");
     QCOMPARE(other.next(), bytesOf("fr3 6d3"));
     QCOMPARE(other.next(), bytesOf("fr4 6d4"));
-    channel.setPort(receiver.port());
+    channel.setPort(channel.receiver.port());
     channel.feed("fr5 6d5");
-    QCOMPARE(receiver.next(), bytesOf("fr5 6d5"));
+    QCOMPARE(channel.receiver.next(), bytesOf("fr5 6d5"));
     QVERIFY(other.isEmpty());
-}
-
-void TestRouter::destructorLeavesNoThreadOrSocket_data()
-{
-    QTest::addColumn<int>("starts");
-    QTest::addColumn<int>("frames");
-
-    QTest::newRow("never started") << 0 << 0;
-    QTest::newRow("destroyed right after the start") << 1 << 0;
-    QTest::newRow("several threads that have not become the worker") << 5 << 0;
-    QTest::newRow("lines in the queue") << 1 << 1000;
-}
-
-void TestRouter::destructorLeavesNoThreadOrSocket()
-{
-    QFETCH(const int, starts);
-    QFETCH(const int, frames);
-
-    const int rounds = frames > 0 ? 30 : 1000 / qMax(starts, 1);
-    for (int round = 0; round < rounds; ++round) {
-        FedChannel channel(9);
-        for (int start = 0; start < starts; ++start)
-            channel.updateRouterActiveState(true);
-        for (int frame = 0; frame < frames; ++frame)
-            channel.feed("fr1 6d1");
-        for (int turn = round % 50; turn > 0; --turn) // a different stage of the worker's start each time
-            nativeSleep(0);
-    }
 }
 
 void TestRouter::runningWorkerContinuesIfAThreadIsRefused()
 {
-    Receiver receiver;
-    FedChannel channel(receiver.port());
-    channel.updateRouterActiveState(true);
+    RunningChannel channel;
     channel.feed("fr1 6d1 fr2 6d2");
-    QCOMPARE(receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
+    QCOMPARE(channel.receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
     const faults::Refusal refusal(faults::ThreadCreate);
     channel.updateRouterActiveState(true);
     channel.feed("fr3 6d3");
-    QCOMPARE(receiver.next(), bytesOf("fr3 6d3"));
+    QCOMPARE(channel.receiver.next(), bytesOf("fr3 6d3"));
 }
 
 QTEST_GUILESS_MAIN(TestRouter)

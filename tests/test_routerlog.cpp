@@ -1,10 +1,10 @@
-// What a channel logs for a support engineer. Messages of workers are logged on the GUI thread's event loop.
+// What a channel logs for a support engineer. The GUI thread's event loop logs the messages of workers.
 
 #include "fedchannel.h"
 #include "receiver.h"
+#include "table.h"
 
 #include <QLoggingCategory>
-#include <QtTest>
 
 #include <mutex>
 
@@ -17,7 +17,7 @@ void keepMessage(QtMsgType /*type*/, const QMessageLogContext &context, const QS
 {
     if (qstrcmp(context.category, "networksettings.router") != 0)
         return;
-    // A host may show the message on the GUI thread and wait for that.
+    // Like a host that shows each message on the GUI thread and waits until it is shown.
     if (QThread::currentThread() != QCoreApplication::instance()->thread())
         QMetaObject::invokeMethod(
             QCoreApplication::instance(), [] {}, Qt::BlockingQueuedConnection);
@@ -50,8 +50,8 @@ private slots:
     void cleanup();
     void nothingIsLoggedUnlessEnabled();
     void eachEventIsLoggedOncePerSecond();
-    void droppedFrameIsLogged_data();
-    void droppedFrameIsLogged();
+    void failureIsLogged_data();
+    void failureIsLogged();
     void linesLostBeforeAResetAreLogged();
     void handlerMayBlockOnTheGuiThreadDuringDestruction();
 };
@@ -65,9 +65,7 @@ void TestRouterLog::cleanup()
 
 void TestRouterLog::nothingIsLoggedUnlessEnabled()
 {
-    Receiver receiver;
-    FedChannel channel(receiver.port());
-    channel.updateRouterActiveState(true);
+    RunningChannel channel;
     const faults::Refusal refusal(faults::SocketSend);
     channel.feed("fr1 6d1 fr2 6d2");
     QVERIFY(comesTrue([] { return faults::refusals == 1; }));
@@ -92,36 +90,34 @@ void TestRouterLog::eachEventIsLoggedOncePerSecond()
     }));
 }
 
-void TestRouterLog::droppedFrameIsLogged_data()
+void TestRouterLog::failureIsLogged_data()
 {
-    QTest::addColumn<int>("refused");
-    QTest::addColumn<QByteArray>("words");
-    QTest::addColumn<QString>("reason");
-
+    const Table<faults::Call, QByteArray, QString> row("refused", "words", "reason");
     const QByteArray frames = "fr1 6d1 fr2 6d2";
-    QTest::newRow("socket refused") << int(faults::SocketCreate) << frames
-                                    << "its socket could not be opened; the next start tries again";
-    QTest::newRow("frame without a socket")
-        << int(faults::SocketCreate) << frames << "frame dropped: there is no socket";
-    QTest::newRow("thread refused") << int(faults::ThreadCreate) << frames
-                                    << "stopped: its thread could not be started";
-    QTest::newRow("frame without a number")
-        << int(faults::NoCall) << QByteArray("fr 6d1 fr 6d2") << "frame dropped: it has no frame number";
-    QTest::newRow("frame too long") << int(faults::NoCall) << "fr1 6d1 fr2 6d" + QByteArray(70000, 'x')
-                                    << "frame dropped: it is longer than a datagram";
-    QTest::newRow("send timed out") << int(faults::SocketWaitInTime) << frames
-                                    << "frame dropped: the socket was not ready in time";
-    QTest::newRow("send failed") << int(faults::SocketSend) << frames << "frame dropped: sending it failed";
+    row("socket refused", faults::SocketCreate, frames,
+        "its socket could not be opened; the next start tries again");
+    row("frame without a socket", faults::SocketCreate, frames, "frame dropped: there is no socket");
+    row("thread refused", faults::ThreadCreate, frames, "stopped: its thread could not be started");
+    row("frame without a number", faults::NoCall, "fr 6d1 fr 6d2", "frame dropped: it has no frame number");
+    row("frame too long", faults::NoCall, "fr1 6d1 fr2 6d" + QByteArray(70000, 'x'),
+        "frame dropped: it is longer than a datagram");
+    const QString timedOut = "frame dropped: the socket was not ready in time";
+    row("socket not ready after a wait", faults::SocketNotReady, frames, timedOut);
+    row("wait for the socket timed out", faults::SocketWaitInTime, frames, timedOut);
+    const QString failed = "frame dropped: sending it failed";
+    row("wait for the socket failed", faults::SocketWait, frames, failed);
+    row("send failed", faults::SocketSend, frames, failed);
+    row("only a part was sent", faults::SocketSendShort, frames, failed);
 }
 
-void TestRouterLog::droppedFrameIsLogged()
+void TestRouterLog::failureIsLogged()
 {
-    QFETCH(int, refused);
+    QFETCH(faults::Call, refused);
     QFETCH(QByteArray, words);
     QFETCH(QString, reason);
     QLoggingCategory::setFilterRules("networksettings.router=true");
     Receiver receiver;
-    const faults::Refusal refusal(static_cast<faults::Call>(refused));
+    const faults::Refusal refusal(refused);
     FedChannel channel(receiver.port());
     channel.updateRouterActiveState(true);
     channel.feed(words);
@@ -131,11 +127,9 @@ void TestRouterLog::droppedFrameIsLogged()
 void TestRouterLog::linesLostBeforeAResetAreLogged()
 {
     QLoggingCategory::setFilterRules("networksettings.router=true");
-    Receiver receiver;
-    FedChannel channel(receiver.port());
-    channel.updateRouterActiveState(true);
+    RunningChannel channel;
     channel.feed("fr1 6d1 fr2 6d2");
-    receiver.next();
+    channel.receiver.next();
     QVERIFY(comesTrue(faults::isAsleep));
     channel.feed("fr3");
     channel.feed("6d", QByteArray(networksettings2g::LineQueue::MaximumBytes, 'x').constData());
@@ -144,7 +138,7 @@ void TestRouterLog::linesLostBeforeAResetAreLogged()
     QVERIFY(comesTrue([] { return isLogged("lines dropped: more arrived than could be sent"); }));
 }
 
-// The destructor joins the worker on the thread that the message handler waits for.
+/// The destructor joins the worker on the GUI thread, for which the message handler may be waiting.
 void TestRouterLog::handlerMayBlockOnTheGuiThreadDuringDestruction()
 {
     QLoggingCategory::setFilterRules("networksettings.router=true");

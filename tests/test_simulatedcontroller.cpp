@@ -1,9 +1,9 @@
 #include "controllerlink.h"
 #include "requester.h"
 #include "simulatedcontroller.h"
+#include "table.h"
 
 #include <QSemaphore>
-#include <QTest>
 
 #include <thread>
 
@@ -34,7 +34,8 @@ public:
     Texts calls;
 };
 
-/// Returns the answer, "accepted" for a command, or the result of a refusal.
+/// Sends a command or a query. Returns the answer of a query, "accepted" for a command, or the result if it
+/// is refused.
 QByteArray say(SimulatedController &controller, bool isCommand, const QByteArray &text)
 {
     QByteArray answer = "accepted";
@@ -59,36 +60,26 @@ private slots:
 
 void TestSimulatedController::refusedTextsChangeNothing_data()
 {
-    QTest::addColumn<bool>("isCommand");
-    QTest::addColumn<bool>("isLocked");
-    QTest::addColumn<int>("result");
-    QTest::addColumn<QByteArray>("texts");
-    const auto row = [](const char *name, bool isCommand, bool isLocked, int result, const char *texts) {
-        QTest::newRow(name) << isCommand << isLocked << result << QByteArray(texts);
-    };
+    const Table<bool, bool, int, Texts> row("isCommand", "isLocked", "result", "texts");
     row("unknown type or channel", false, false, OutOfRange,
-        "output type t16|output available nothing|output active ch01 nothing|output net ch00|output net "
-        "ch11");
+        {"output type t16", "output available nothing", "output active ch01 nothing", "output net ch00",
+         "output net ch11"});
     row("malformed query", false, false, NotUnderstood,
-        "|output net|output net ch1|output net ch-1|output  net ch01|output net ch01 |output active "
-        "ch01|output type "
-        "t1|output net ch01 none");
+        {"", "output net", "output net ch1", "output net ch-1", "output  net ch01", "output net ch01 ",
+         "output active ch01", "output type t1", "output net ch01 none"});
     row("value out of range", true, false, OutOfRange,
-        "output net ch01 udp 'other' 65536|output net ch11 none|output net_divisor ch01 0|output active ch01 "
-        "gl yes");
+        {"output net ch01 udp 'other' 65536", "output net ch11 none", "output net_divisor ch01 0",
+         "output active ch01 gl yes"});
     row("malformed destination", true, false, NotUnderstood,
-        "output net ch01|output net ch1 none|output net ch01 tcp 'other' 5000|output net ch01 udp other "
-        "5000|output "
-        "net ch01 udp '' 5000|output net ch01 udp 'a'b' 5000|output net ch01 udp 'a b' 5000|output net ch01 "
-        "udp "
-        "'other' -1");
+        {"output net ch01", "output net ch1 none", "output net ch01 tcp 'other' 5000",
+         "output net ch01 udp other 5000", "output net ch01 udp '' 5000", "output net ch01 udp 'a'b' 5000",
+         "output net ch01 udp 'a b' 5000", "output net ch01 udp 'other' -1"});
     row("malformed value", true, false, NotUnderstood,
-        "output net_active ch01 NO|output net_divisor ch01 99999999999|output active ch01 6d|output "
-        "net_via_router on");
+        {"output net_active ch01 NO", "output net_divisor ch01 99999999999", "output active ch01 6d",
+         "output net_via_router on"});
     row("locked configuration", true, true, Locked,
-        "output net ch01 none|output net_active ch01 no|output active ch01 6d no|output net_divisor ch01 "
-        "2|output "
-        "net_via_router yes");
+        {"output net ch01 none", "output net_active ch01 no", "output active ch01 6d no",
+         "output net_divisor ch01 2", "output net_via_router yes"});
 }
 
 void TestSimulatedController::refusedTextsChangeNothing()
@@ -96,15 +87,14 @@ void TestSimulatedController::refusedTextsChangeNothing()
     QFETCH(const bool, isCommand);
     QFETCH(const bool, isLocked);
     QFETCH(const int, result);
-    QFETCH(const QByteArray, texts);
+    QFETCH(const Texts, texts);
     SimulatedController controller;
     const OutputChannel before{{Destination::Kind::Udp, "somehost", 5001}, true, 4, {"fr", "6d"}};
     controller.change([&](ControllerState &state) {
         state.channels[0] = before;
         state.locked = isLocked;
     });
-    const Texts all = texts.split('|');
-    for (const QByteArray &text : all) {
+    for (const QByteArray &text : texts) {
         QVERIFY2(say(controller, isCommand, text) == QByteArray::number(result), text.constData());
         const ControllerState state = controller.state();
         const OutputChannel &channel = state.channels[0];
@@ -127,7 +117,7 @@ void TestSimulatedController::versionDeterminesTheFeatures()
 
 void TestSimulatedController::faultAffectsOneKindOfText()
 {
-    // The text with the fault, and a text with a similar opening of another kind.
+    // The text with the fault, and a text of another kind that begins similarly.
     const std::tuple<bool, QByteArray, QByteArray> cases[] = {
         {false, "output net ch02", "output net chmon"},
         {false, "output type t01", "output type_desc fr"},

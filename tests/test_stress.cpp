@@ -8,28 +8,12 @@
 #include <QTableView>
 #include <QUdpSocket>
 
-#include <malloc.h>
-#include <unistd.h>
 #include <vector>
-
-#ifdef __SANITIZE_THREAD__
-// Qt is not instrumented, so ThreadSanitizer does not see the lock of its event queue.
-extern "C" __attribute__((visibility("default"))) const char *__tsan_default_suppressions()
-{
-    return "race:announceFromOutside";
-}
-#endif
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool sanitized = true; // a sanitizer keeps freed memory and maps files for symbol names
-#else
-constexpr bool sanitized = false;
-#endif
-
 constexpr int openingsPerLoad = 5;
-constexpr int allocatedSlackKilobytes = 8 * 1024;
+constexpr long long allocatedSlack = 8 * 1024 * 1024;
 
 quint32 numberFromEnvironment(const char *name, quint32 fallback)
 {
@@ -37,15 +21,7 @@ quint32 numberFromEnvironment(const char *name, quint32 fallback)
     return given.isEmpty() ? fallback : given.toUInt();
 }
 
-/// Returns the allocated memory in all arenas. Resident memory would also count free memory that the C
-/// library keeps for later allocations.
-qint64 allocatedKilobytes()
-{
-    const struct mallinfo2 memory = mallinfo2();
-    return static_cast<qint64>((memory.uordblks + memory.hblkhd) / 1024);
-}
-
-/// Called on a thread of the host other than the GUI thread.
+/// Sends a message on another thread than the GUI thread.
 void announceFromOutside(ControllerLink &link)
 {
     link.sendMessage("OutputTypesChanged");
@@ -66,7 +42,7 @@ struct Host : PluginHost
     void shutDown()
     {
         module->prepareShutdown();
-        direct.clear(); // a host delivers nothing to a requester that has been removed
+        direct.clear(); // a host must not deliver to a requester that has been removed
         module->releaseResources();
     }
 
@@ -78,7 +54,7 @@ struct Host : PluginHost
 
     QAction *action = nullptr;
     QDialog *dialog = nullptr;
-    std::vector<std::unique_ptr<Loop>> direct; ///< data threads that call the dialog directly
+    std::vector<std::unique_ptr<Loop>> direct; ///< data threads that call the requester without the link
 };
 
 /// Returns the function of a data thread: it delivers one frame, and sometimes a reset.
@@ -95,9 +71,9 @@ std::function<void(int)> frames(Deliver deliver, Reset reset)
 
 } // namespace
 
-/// Data threads deliver without a pause while a user, a Controller and a host do random things: nothing
+/// Data threads deliver without a pause while a user, a Controller and a host do random things. Nothing
 /// crashes or blocks, and no thread, descriptor or memory is left. STRESS_SECONDS sets the duration,
-/// STRESS_SEED repeats the random things.
+/// STRESS_SEED the seed of the random numbers.
 class TestStress : public QObject
 {
     Q_OBJECT
@@ -122,7 +98,7 @@ private:
     QRandomGenerator m_random;
     QUdpSocket m_receiver; // destination of the first channel
     int m_datagrams = 0;
-    std::atomic<int> m_messagesWanted{0};
+    std::atomic<int> m_messagesWanted{0}; // changes of the catalogue that a thread should announce
 };
 
 void TestStress::initTestCase()
@@ -134,7 +110,8 @@ void TestStress::initTestCase()
     QVERIFY(m_receiver.bind(QHostAddress::LocalHost));
 }
 
-/// Changes the Controller while the dialog is closed: number of channels, types, lock, mostly router mode.
+/// Changes the number of channels, the output types, the lock and the router mode while the dialog is closed.
+/// Router mode is mostly on.
 void TestStress::changeController(SimulatedController &controller)
 {
     const int channels = 1 + below(outputChannelCount);
@@ -184,7 +161,7 @@ void TestStress::openDialog(Host &host, bool shutsDown)
     host.action->trigger();
 }
 
-/// Each step is an event of its own, so that deferred work of one step is done before the next.
+/// Does one step and posts the next one as an event, so that deferred work of a step is done before the next.
 void TestStress::step(Host &host, int stepsLeft, bool shutsDown)
 {
     if (stepsLeft > 0) {
@@ -244,8 +221,8 @@ void TestStress::editPage(const Host &host)
     }
 }
 
-/// Gives each channel without a destination its own one. A new channel has none but may be active, because
-/// closing its tab has removed only the destination on the Controller.
+/// Gives each channel without a destination a destination of its own. A new channel may be active without a
+/// destination, because closing a tab resets only the destination on the Controller.
 void TestStress::setMissingDestinations(const QTabWidget &tabs) const
 {
     for (int index = 0; index < tabs.count(); ++index) {
@@ -268,9 +245,9 @@ void TestStress::leave(const Host &host)
     QFAIL("the dialog did not close");
 }
 
-/// Loads, uses and unloads the plug-in file. Some data threads call the module directly, because the locks of
-/// the link would order what they do. Another thread announces a changed catalogue whenever m_messagesWanted
-/// is set.
+/// Loads, uses and unloads the plug-in file. Two data threads call the module without the link, because the
+/// locks of the link would synchronise them. Another thread announces a changed catalogue whenever
+/// m_messagesWanted is above 0.
 void TestStress::useModuleOnce()
 {
     Host host;
@@ -296,16 +273,17 @@ void TestStress::useModuleOnce()
         openSeveralTimes(host);
     }
     QVERIFY(host.loader.unload());
-    QVERIFY(sanitized || !isPluginMapped());
+    QVERIFY(isSanitized || !isPluginMapped());
 }
 
-/// The first use is not counted, because Qt and the C library keep some of its memory until the process ends.
+/// The first use is not measured, because Qt and the C library keep some of its memory until the process
+/// ends.
 void TestStress::nothingIsLeftAfterRandomUse()
 {
     useModuleOnce();
     const int threads = threadCount();
     const int descriptors = descriptorCount();
-    const qint64 allocated = allocatedKilobytes();
+    const long long allocated = allocatedBytes();
     QElapsedTimer timer;
     timer.start();
     int uses = 0;
@@ -313,9 +291,9 @@ void TestStress::nothingIsLeftAfterRandomUse()
         useModuleOnce();
     QTRY_COMPARE(threadCount(), threads);
     QCOMPARE(descriptorCount(), descriptors);
-    const qint64 grown = allocatedKilobytes() - allocated;
-    qInfo("%d uses, %d datagrams, %lld KiB more than after the first", uses, m_datagrams, grown);
-    QVERIFY(sanitized || grown < allocatedSlackKilobytes);
+    const long long grown = allocatedBytes() - allocated;
+    qInfo("%d uses, %d datagrams, %lld KiB more than after the first use", uses, m_datagrams, grown / 1024);
+    QVERIFY(isSanitized || grown < allocatedSlack);
     QVERIFY(m_datagrams > 0);
 }
 

@@ -12,19 +12,11 @@
 #include <pthread.h>
 #endif
 
-#ifdef __SANITIZE_THREAD__
-// One test unlocks a mutex that it does not hold, and expects the refusal.
-extern "C" __attribute__((visibility("default"))) const char *__tsan_default_options()
-{
-    return "report_mutex_bugs=0";
-}
-#endif
-
 namespace {
 
 using Counts = QList<int>;
 
-constexpr uint32_t longWait = 60000; // longer than any test: only a wake-up ends such a wait
+constexpr uint32_t longWait = 60000; // longer than any test takes: only a wake-up ends such a wait
 
 int onAnotherThread(int (*operation)(Mutex *), Mutex *mutex)
 {
@@ -45,7 +37,7 @@ int countOf(NativeSemaphore *semaphore)
     return count == 0 || nativeSemaphorePost(semaphore, count) == 0 ? count : -1;
 }
 
-/// Like thread-local data of a host, which the C library keeps on each thread's stack.
+/// Stands for thread-local data of a host, which the C library keeps on each thread's stack.
 thread_local volatile char hostData[95000];
 
 /// Uses nearly all of the guaranteed stack of a thread.
@@ -80,12 +72,12 @@ private slots:
     void cleanup();
     void mutexBelongsToItsThread() UNCHECKED_LOCKING; // it breaks the rules on purpose
     void timedOutWaitersAreSubtracted();
-    void wakeUpsReachOneOrAll();
+    void condSignalWakesOneWaiterAndCondWakeAll();
     void endedThreadsLeaveNoStack();
 #ifdef Q_OS_UNIX
     void threadBlocksSignalsMeantForTheHost();
 #endif
-    void threadHasItsWholeStackBesideThreadLocalData();
+    void threadLocalDataTakeNoStackFromAThread();
 
 private:
     std::future<int> wait(uint32_t milliseconds);
@@ -136,11 +128,11 @@ void TestThreads::mutexBelongsToItsThread()
 {
     QCOMPARE(mutexLock(m_mutex), 0);
     QCOMPARE(mutexTryLock(m_mutex), 0);
-    QCOMPARE(onAnotherThread(mutexUnlock, m_mutex), -1);
+    QCOMPARE(onAnotherThread(mutexUnlock, m_mutex), int(PlatformFailed));
     QCOMPARE(mutexUnlock(m_mutex), 0);
-    QCOMPARE(onAnotherThread(mutexTryLock, m_mutex), 1);
+    QCOMPARE(onAnotherThread(mutexTryLock, m_mutex), int(MutexHeldElsewhere));
     QCOMPARE(mutexUnlock(m_mutex), 0);
-    QCOMPARE(mutexUnlock(m_mutex), -1);
+    QCOMPARE(mutexUnlock(m_mutex), int(PlatformFailed));
     QCOMPARE(onAnotherThread(tryLockAndUnlock, m_mutex), 0);
 }
 
@@ -148,9 +140,9 @@ void TestThreads::timedOutWaitersAreSubtracted()
 {
     QElapsedTimer timer;
     timer.start();
-    QCOMPARE(wait(30).get(), 1);
+    QCOMPARE(wait(30).get(), int(WaitTimedOut));
     QVERIFY(timer.elapsed() >= 30);
-    QCOMPARE(wait(0).get(), 1);
+    QCOMPARE(wait(0).get(), int(WaitTimedOut));
     QCOMPARE(counts(), (Counts{2, 0, 2, 0, 0, 1}));
 
     std::future<int> woken = wait(longWait);
@@ -158,16 +150,16 @@ void TestThreads::timedOutWaitersAreSubtracted()
     QCOMPARE(condSignal(m_condition), 0);
     QCOMPARE(woken.get(), 0);
     QCOMPARE(counts(), m_idle);
-    // Without any wake-up, waitersGone is subtracted at its limit.
+    // Without any wake-up, waitersGone is subtracted when it reaches its limit.
     m_condition->waitersBlocked = 499999998;
     m_condition->waitersGone = 499999998;
-    QCOMPARE(wait(0).get(), 1);
+    QCOMPARE(wait(0).get(), int(WaitTimedOut));
     QCOMPARE(counts(), (Counts{499999999, 0, 499999999, 0, 0, 1}));
-    QCOMPARE(wait(0).get(), 1);
+    QCOMPARE(wait(0).get(), int(WaitTimedOut));
     QCOMPARE(counts(), m_idle);
 }
 
-void TestThreads::wakeUpsReachOneOrAll()
+void TestThreads::condSignalWakesOneWaiterAndCondWakeAll()
 {
     std::vector<std::future<int>> waits;
     waits.reserve(4);
@@ -176,7 +168,7 @@ void TestThreads::wakeUpsReachOneOrAll()
     QVERIFY(hasBlocked(3));
     QCOMPARE(condSignal(m_condition), 0);
     QCOMPARE(m_condition->waitersBlocked.load(), 2);
-    // The woken waiter opens the gate for new waiters, although two others still sleep.
+    // The woken waiter opens the gate for new waiters, although two others sleep on.
     waits.push_back(wait(longWait));
     QVERIFY(hasBlocked(3));
     QCOMPARE(condWake(m_condition, 1), 0);
@@ -185,7 +177,7 @@ void TestThreads::wakeUpsReachOneOrAll()
     QCOMPARE(counts(), m_idle);
 }
 
-/// Holds for awaited and unawaited threads, while other threads start and await theirs.
+/// Four threads start threads and await only some of them.
 void TestThreads::endedThreadsLeaveNoStack()
 {
     constexpr int rounds = 300;
@@ -211,7 +203,7 @@ void TestThreads::endedThreadsLeaveNoStack()
         QCOMPARE(missed.get(), 0);
     QVERIFY(threadRemainsCount() - remains < rounds);
 
-    // Two threads may wait for the same one.
+    // Two threads may await the same thread.
     threadStart(countUp, &unawaited);
     std::future<int> seenByOther = std::async(std::launch::async, [&unawaited] {
         threadAwait(&unawaited);
@@ -238,7 +230,7 @@ void TestThreads::threadBlocksSignalsMeantForTheHost()
 }
 #endif
 
-void TestThreads::threadHasItsWholeStackBesideThreadLocalData()
+void TestThreads::threadLocalDataTakeNoStackFromAThread()
 {
     int touched = 0;
     QCOMPARE(threadStart(useWholeStack, &touched), 0);

@@ -1,5 +1,6 @@
 #include "messageboxes.h"
 #include "pluginhost.h"
+#include "table.h"
 
 #include <QAction>
 #include <QCheckBox>
@@ -11,13 +12,13 @@
 #include <QTabWidget>
 #include <QTableView>
 #include <QTranslator>
-#include <QtTest>
 
 #include <functional>
 
 namespace {
 
-/// Pads the texts of one context, so that a translated text shows its context. '?' stands for any other.
+/// Returns the letter that pads the texts of \a context, so that a translated text shows its context; '?' if
+/// the context is not the module's.
 QChar padding(const QString &context)
 {
     static const QHash<QString, char> letters{
@@ -25,7 +26,8 @@ QChar padding(const QString &context)
     return QLatin1Char(letters.value(context, '?'));
 }
 
-/// The pseudo-translation: in brackets, and half as long again. The text of a shortcut gets another key.
+/// Returns the pseudo-translation: the text in brackets with padding, half as long again. A shortcut gets
+/// another key instead.
 QString pseudo(const QString &context, const QString &text)
 {
     if (text == QLatin1String("F9") || text.startsWith(QLatin1String("Alt+")))
@@ -44,14 +46,14 @@ public:
     QString translate(const char *context, const char *sourceText, const char * /*disambiguation*/,
                       int /*n*/) const override
     {
-        // Qt reads the key names of shortcuts in this context.
+        // Qt translates the names of keys in this context.
         if (qstrcmp(context, "QShortcut") == 0)
             return {};
         return pseudo(QString::fromLatin1(context), QString::fromUtf8(sourceText));
     }
 };
 
-/// A host in another language, with two channels.
+/// A host that runs in another language, and a Controller with two channels.
 struct TranslatedHost
 {
     TranslatedHost()
@@ -96,7 +98,7 @@ struct TranslatedHost
     QTabWidget *tabs = nullptr;
 };
 
-/// The texts of \a widget that a user sees or hears.
+/// Returns the texts of \a widget that a user can see or that a screen reader reads.
 QStringList textsOf(const QWidget *widget)
 {
     QStringList texts{widget->windowTitle(), widget->whatsThis(),      widget->toolTip(),
@@ -107,7 +109,7 @@ QStringList textsOf(const QWidget *widget)
     return texts;
 }
 
-/// Describes the first label, button or column title that is not shown as a whole; empty if there is none.
+/// Names the first label, button or column title that is not shown as a whole; empty if there is none.
 QString firstCutOff(const QDialog *dialog)
 {
     const QList<QWidget *> widgets = dialog->findChildren<QWidget *>();
@@ -151,13 +153,10 @@ private slots:
 
 void TestTranslation::textOfAFormIsTranslatedInItsContext_data()
 {
-    QTest::addColumn<QString>("form");
-    QTest::addColumn<QString>("object");
-    QTest::addColumn<QString>("property");
-    QTest::addColumn<QString>("text");
-    const auto add = [](const char *form, const char *object, const char *property, const char *text) {
-        QTest::addRow("%s, %s", object, property)
-            << QString(form) << QString(object) << QString(property) << QString(text);
+    const Table<QString, QString, QString, QString> row("form", "object", "property", "text");
+    const auto add = [&row](const QByteArray &form, const QByteArray &object, const QByteArray &property,
+                            const char *text) {
+        row(object + ", " + property, form, object, property, text);
     };
     const char *dialog = "NetworkDialog";
     add(dialog, dialog, "windowTitle", "Output Settings");
@@ -208,7 +207,7 @@ void TestTranslation::textOfAFormIsTranslatedInItsContext()
     QVERIFY(top);
     const QObject *found = object == form ? top : top->findChild<QObject *>(object);
     QVERIFY(found);
-    // A shortcut is converted to its text.
+    // toString() also converts a shortcut to its text.
     QCOMPARE(found->property(property.toLatin1()).toString(), pseudo(form, text));
 }
 
@@ -232,31 +231,24 @@ void TestTranslation::textsOfTheModuleAndTheTableAreTranslated()
 
 void TestTranslation::messageOfThePageIsTranslated_data()
 {
-    QTest::addColumn<QString>("host");
-    QTest::addColumn<bool>("multicast");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addRow("empty") << "" << false << "Invalid empty host for channel %1" << QStringList{"1"};
-    QTest::addRow("loopback")
-        << "localhost" << false
-        << "If you intend this computer to be the destination host of channel %1 please \n"
-           "use the 'this computer' check box instead of '%2'."
-        << QStringList{"1", "localhost"};
-    QTest::addRow("group without an address")
-        << "0.0.0.0" << true << "Multicast ip cannot resolve host name '%1' for channel %2"
-        << QStringList{"0.0.0.0", "1"};
-    QTest::addRow("name without an address")
-        << "0.0.0.0" << false << "Cannot resolve host name '%1' for channel %2"
-        << QStringList{"0.0.0.0", "1"};
-    QTest::addRow("no group") << "10.0.0.1" << true
-                              << "Invalid multicast ip address '%1' for channel %2\n"
-                                 "Multicast ip addresses are valid\nfrom 224.0.1.0 to 239.255.255.255."
-                              << QStringList{"10.0.0.1", "1"};
-    QTest::addRow("group not allowed")
-        << "224.0.0.1" << false
-        << "Invalid host '%1' for channel %2\nValid hosts don't include multicast "
-           "ip addresses\nfrom 224.0.0.0 to 239.255.255.255."
-        << QStringList{"224.0.0.1", "1"};
+    const Table<QString, bool, QString, QStringList> row("host", "multicast", "text", "arguments");
+    row("empty", "", false, "Invalid empty host for channel %1", {"1"});
+    row("loopback address", "localhost", false,
+        "If you intend this computer to be the destination host of channel %1 please \n"
+        "use the 'this computer' check box instead of '%2'.",
+        {"1", "localhost"});
+    row("group without an address", "0.0.0.0", true,
+        "Multicast ip cannot resolve host name '%1' for channel %2", {"0.0.0.0", "1"});
+    row("name without an address", "0.0.0.0", false, "Cannot resolve host name '%1' for channel %2",
+        {"0.0.0.0", "1"});
+    row("no group", "10.0.0.1", true,
+        "Invalid multicast ip address '%1' for channel %2\n"
+        "Multicast ip addresses are valid\nfrom 224.0.1.0 to 239.255.255.255.",
+        {"10.0.0.1", "1"});
+    row("group not allowed", "224.0.0.1", false,
+        "Invalid host '%1' for channel %2\nValid hosts don't include multicast "
+        "ip addresses\nfrom 224.0.0.0 to 239.255.255.255.",
+        {"224.0.0.1", "1"});
 }
 
 void TestTranslation::messageOfThePageIsTranslated()
@@ -323,7 +315,7 @@ void TestTranslation::onlyTheDialogsOwnTextsAreNotTranslated()
 void TestTranslation::longerTextsAreNotCutOff()
 {
     TranslatedHost translated;
-    // With a new catalogue the table gets new columns.
+    // A changed catalogue makes the table create its columns anew.
     translated.host.controller.change([](ControllerState &state) { state.catalogue.removeLast(); });
     QStringList cutOff;
     translated.open([&] {

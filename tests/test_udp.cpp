@@ -1,9 +1,64 @@
+#include "native.h"
 #include "sockethandle.h"
-#include "sockets.h"
 #include "udp.h"
 #include "waiting.h"
 
+#ifdef _WIN32
+#include <winsock2.h>
+
+#include <ws2tcpip.h>
+#else
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/select.h>
+#include <sys/socket.h>
+#endif
+
 #include <QtTest>
+
+namespace {
+
+#ifdef _WIN32
+using SystemSocket = SOCKET;
+
+bool isInherited(NativeSocket socket)
+{
+    DWORD flags = 0;
+    return !GetHandleInformation(reinterpret_cast<HANDLE>(socket), &flags) || (flags & HANDLE_FLAG_INHERIT);
+}
+#else
+using SystemSocket = int;
+
+bool isInherited(NativeSocket socket)
+{
+    return !(fcntl(static_cast<int>(socket), F_GETFD) & FD_CLOEXEC);
+}
+#endif
+
+/// Returns the port of \a socket; 0 if it is not bound.
+uint16_t portOf(NativeSocket socket)
+{
+    sockaddr_in name = {};
+    socklen_t size = sizeof name;
+    getsockname(static_cast<SystemSocket>(socket), reinterpret_cast<sockaddr *>(&name), &size);
+    return ntohs(name.sin_port);
+}
+
+/// Returns the next datagram at \a socket, or "none" after two seconds.
+QByteArray receivedAt(NativeSocket socket)
+{
+    const auto handle = static_cast<SystemSocket>(socket);
+    fd_set waited;
+    FD_ZERO(&waited);
+    FD_SET(handle, &waited);
+    timeval limit = {2, 0};
+    char data[70000];
+    if (select(static_cast<int>(handle) + 1, &waited, nullptr, nullptr, &limit) != 1)
+        return "none";
+    return {data, static_cast<int>(recv(handle, data, sizeof data, 0))};
+}
+
+} // namespace
 
 class TestUdp : public QObject
 {
@@ -18,7 +73,6 @@ private slots:
 
 private:
     int send(SocketHandle *from, const QByteArray &data, uint32_t address = INADDR_LOOPBACK);
-    QByteArray received() const;
 
     SocketHandle *m_sender = nullptr;
     SocketHandle *m_receiver = nullptr;
@@ -44,20 +98,15 @@ int TestUdp::send(SocketHandle *from, const QByteArray &data, uint32_t address)
     return udpSend(from, data.constData(), data.size(), address, portOf(m_receiver->socket), 100000);
 }
 
-/// Returns the next datagram, or "none" after two seconds.
-QByteArray TestUdp::received() const
-{
-    return receivedAt(m_receiver->socket);
-}
-
 void TestUdp::datagramArrivesWholeOrNotAtAll()
 {
-    QCOMPARE(send(m_sender, QByteArray(65508, 'x')), -2);
+    QCOMPARE(send(m_sender, QByteArray(65508, 'x')), int(UdpFailed));
     for (const int32_t negative : {-1, -2, INT32_MIN})
-        QCOMPARE(udpSend(m_sender, "", negative, INADDR_LOOPBACK, portOf(m_receiver->socket), 0), -2);
+        QCOMPARE(udpSend(m_sender, "", negative, INADDR_LOOPBACK, portOf(m_receiver->socket), 0),
+                 int(UdpFailed));
     for (const QByteArray &data : {QByteArray(65507, 'x'), QByteArray("a\0\xff\0", 4), QByteArray()}) {
         QCOMPARE(send(m_sender, data), 0);
-        QCOMPARE(received(), data);
+        QCOMPARE(receivedAt(m_receiver->socket), data);
     }
 }
 
@@ -65,18 +114,18 @@ void TestUdp::flagsAndPortSelectTheBinding()
 {
     const uint16_t taken = portOf(m_receiver->socket);
     SocketHandle *handle = m_sender;
-    QCOMPARE(udpOpen(&handle, taken, 0), -2);
+    QCOMPARE(udpOpen(&handle, taken, 0), int(UdpFailed));
     QCOMPARE(handle, m_sender);
     QCOMPARE(udpOpen(&handle, taken, UdpAnyPort), 0);
     QVERIFY(portOf(handle->socket) != 0 && portOf(handle->socket) != taken);
     QVERIFY(!isInherited(handle->socket));
     QCOMPARE(udpClose(handle), 0);
     const uint32_t broadcast = 0x7fffffff; // of the loopback network
-    QCOMPARE(send(m_sender, "all", broadcast), -2);
+    QCOMPARE(send(m_sender, "all", broadcast), int(UdpFailed));
     QCOMPARE(udpOpen(&handle, 0, UdpBroadcast), 0);
     QCOMPARE(portOf(handle->socket), uint16_t(0));
     QCOMPARE(send(handle, "all", broadcast), 0);
-    QCOMPARE(received(), QByteArray("all"));
+    QCOMPARE(receivedAt(m_receiver->socket), QByteArray("all"));
     QCOMPARE(udpClose(handle), 0);
 
     QCOMPARE(udpClose(m_receiver), 0);

@@ -1,5 +1,5 @@
-// The plug-in file in a host that does not use the network library itself, on a real display in the style of
-// the system.
+// The plug-in file in a host that does not link Qt's network library, on a real display in the system's
+// style.
 
 #include "backendversions.h"
 #include "moduleaction.h"
@@ -49,15 +49,15 @@ bool isInMemory(const QString &file)
     return GetModuleHandleW(reinterpret_cast<const wchar_t *>(path.utf16())) != nullptr;
 }
 
-/// Keeps a picture of \a widget in the folder that NATIVE_PICTURES names, if it does.
-void keepPicture(QWidget *widget, const char *name)
+/// Saves a screenshot of \a widget in the folder NATIVE_PICTURES, if that environment variable is set.
+void savePicture(QWidget *widget, const char *name)
 {
     const QString folder = qEnvironmentVariable("NATIVE_PICTURES");
     if (!folder.isEmpty())
         QVERIFY(widget->grab().save(folder + '/' + QLatin1String(name)));
 }
 
-/// Calls \a visit with the modal window once it is on the screen and of type \a Window.
+/// Calls \a visit with the modal window once it has the type \a Window and is on the screen.
 template <typename Window, typename Visit>
 void whenShown(QObject *context, Visit visit)
 {
@@ -83,11 +83,11 @@ private:
     void enterMulticastHost(QDialog *dialog);
 };
 
-/// Types a group's address as that of one computer and accepts, which brings the message up, then another
-/// address.
+/// Types a multicast address as a host and accepts, which opens the message box. Then types a valid address
+/// and accepts again.
 void TestWindowsDialog::enterMulticastHost(QDialog *dialog)
 {
-    keepPicture(dialog, "dialog.png");
+    savePicture(dialog, "dialog.png");
     auto *host = dialog->findChild<QLineEdit *>(QStringLiteral("lineEdit_host"));
     auto *ok = dialog->findChild<QPushButton *>(QStringLiteral("pushButton_ok"));
     QVERIFY(host && ok);
@@ -96,7 +96,7 @@ void TestWindowsDialog::enterMulticastHost(QDialog *dialog)
     QString message;
     whenShown<QMessageBox>(dialog, [&message](QMessageBox *box) {
         message = box->text();
-        keepPicture(box, "message.png");
+        savePicture(box, "message.png");
         QTest::keyClick(box, Qt::Key_Escape);
     });
     QTest::mouseClick(ok, Qt::LeftButton);
@@ -136,7 +136,7 @@ void TestWindowsDialog::wrongHostIsRefusedInAMessageBox()
     module->releaseResources();
     QVERIFY(loader.unload());
     QVERIFY(!isInMemory(loader.fileName()));
-    // This program does not link it, so only the plug-in can have kept it.
+    // This program does not link the library, so only the plug-in can have kept it in memory.
     QVERIFY(isInMemory(QStringLiteral("Qt5Network.dll")));
 }
 

@@ -12,8 +12,8 @@
 #include <dlfcn.h>
 #include <thread>
 
-/// Passes every call on to the real module, except for the one fault that the environment variable
-/// MODULE_FAULT names. Without the variable it has no fault.
+/// Passes every call on to the real module, but has the fault that the environment variable MODULE_FAULT
+/// names. If the variable is empty or not set, it has no fault.
 class BrokenModule : public QObject, public ModuleInterface
 {
     Q_OBJECT
@@ -96,10 +96,10 @@ void BrokenModule::releaseResources()
 
 QList<ModuleAction *> BrokenModule::moduleActions()
 {
-    if (has("needs an order") && m_firstKey != QLatin1String("CommandManager"))
+    if (has("requires CommandManager first") && m_firstKey != QLatin1String("CommandManager"))
         return {};
     QList<ModuleAction *> actions = m_module->moduleActions();
-    if (has("asks whatever the version"))
+    if (has("ignores the version"))
         query();
     if (has("calls on a thread"))
         std::thread([this] { query(); }).join();

@@ -21,7 +21,7 @@ class DialogFixture
 public:
     explicit DialogFixture(const std::function<void(ControllerState &)> &edit = {})
     {
-        // Differs from the address that channels send to, so that those do not count as this computer.
+        // Not the address that the channels send to: their destination must not count as this computer.
         change([](ControllerState &state) { state.monitorAddress = "127.0.0.9"; });
         if (edit)
             change(edit);
@@ -29,11 +29,12 @@ public:
 
     ~DialogFixture()
     {
+        controller.disconnect(&window); // an observer may refer to variables that no longer exist
         if (dialog)
             dialog->teardownRequests();
     }
 
-    /// Edits the Controller's state; the version that the module is told follows it.
+    /// Edits the Controller's state and passes its version on to the dialog.
     void change(const std::function<void(ControllerState &)> &edit)
     {
         controller.change(edit);
@@ -45,10 +46,18 @@ public:
     {
         dialog = std::make_unique<NetworkDialog>(&link, &window, &versions);
         dialog->start();
+        QObject::connect(dialog.get(), &NetworkDialog::deferedRouterActiveToggled, &window,
+                         [this](bool enable) { routerSwitches << enable; });
     }
 
-    /// Opens the dialog, runs \a action in it and presses E&xit if the dialog is still open. Returns false if
-    /// E&xit did not close it; it is then closed without changes.
+    /// Calls \a observe after each query and command that the Controller has answered.
+    void onExchange(const std::function<void(const Exchange &)> &observe)
+    {
+        QObject::connect(&controller, &SimulatedController::exchanged, &window, observe);
+    }
+
+    /// Opens the dialog, runs \a action in it and presses the Exit button if the dialog is still open.
+    /// Returns false if the button did not close the dialog, which is then rejected.
     bool open(const std::function<void()> &action)
     {
         if (!dialog)
@@ -56,7 +65,7 @@ public:
         bool left = true;
         QTimer::singleShot(0, dialog.get(), [&] {
             action();
-            const MessageBoxes refused; // refuses unexpected boxes, which would block the test
+            const MessageBoxes rejecting; // an unexpected box would block the test
             if (dialog->isVisible())
                 QTest::mouseClick(dialog->pushButton_ok, Qt::LeftButton);
             left = !dialog->isVisible();
@@ -67,9 +76,16 @@ public:
         return left;
     }
 
+    /// Delivers the lines of one frame.
+    void deliverFrame(int number)
+    {
+        link.deliver("fr", "fr " + QByteArray::number(number) + "\r\n");
+        link.deliver("6d", "6d 0\r\n");
+    }
+
     NetworkDialogTabWidget *tabs() const { return dialog->findChild<NetworkDialogTabWidget *>(); }
 
-    /// The page on tab \a index; null for the "+" tab.
+    /// Returns the page on tab \a index; null for the "+" tab.
     ChannelWidget *page(int index) const { return qobject_cast<ChannelWidget *>(tabs()->widget(index)); }
 
     QStringList titles() const
@@ -80,7 +96,7 @@ public:
         return titles;
     }
 
-    /// The texts of all queries and commands since the record was last cleared.
+    /// Returns the texts of all queries and commands since the record was last cleared.
     QList<QByteArray> sent() const
     {
         QList<QByteArray> texts;
@@ -103,21 +119,24 @@ public:
     ControllerLink link{controller};
     BackendVersions versions{};
     QWidget window;
+    QList<bool> routerSwitches; ///< the values of deferedRouterActiveToggled() since create()
     std::unique_ptr<NetworkDialog> dialog;
 };
 
-/// An edit that puts the channels 1 to \a count on 127.0.0.1, each on a port of its own from 5001 on.
+/// Returns the name of channel \a number in commands, such as "ch07".
+inline QByteArray channelName(int number)
+{
+    return "ch" + QByteArray::number(number).rightJustified(2, '0');
+}
+
+/// Returns an edit that leaves only the channels 1 to \a count in use. They are active and send the types fr
+/// and 6d to 127.0.0.1, channel N to port 5000 + N.
 inline std::function<void(ControllerState &)> withChannels(int count)
 {
     return [count](ControllerState &state) {
-        for (int i = 0; i < outputChannelCount; ++i) {
-            OutputChannel channel;
-            if (i < count) {
-                channel.destination = {Destination::Kind::Udp, "127.0.0.1", 5001 + i};
-                channel.active = true;
-                channel.types = {"fr", "6d"};
-            }
-            state.channels[static_cast<size_t>(i)] = channel;
-        }
+        state.channels = {};
+        for (int i = 0; i < count; ++i)
+            state.channels[static_cast<size_t>(i)] = {
+                {Destination::Kind::Udp, "127.0.0.1", 5001 + i}, true, 1, {"fr", "6d"}};
     };
 }

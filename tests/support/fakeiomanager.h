@@ -13,7 +13,7 @@
 #include <functional>
 
 /// A host for tests of single classes: answers from a table, fails on demand, and records all calls in order.
-/// One thread.
+/// Not thread-safe.
 class FakeIOManager : public IOManager
 {
 public:
@@ -29,7 +29,7 @@ public:
     /// "request", "release", "add" and "remove".
     QStringList journal;
 
-    /// Called within each call, before it returns, with its line of the journal.
+    /// If set, each call invokes it with its line of the journal before it returns.
     std::function<void(const QByteArray &)> onCall;
 
     int getValue(char *answer, const char *format, ...) override

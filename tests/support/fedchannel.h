@@ -23,7 +23,14 @@ inline QByteArray bytesOf(const QByteArray &words)
     return bytes;
 }
 
-/// A fan-out whose router mode is on.
+/// Returns the words of a frame.
+inline QByteArray frameOf(int number)
+{
+    const QByteArray digits = QByteArray::number(number);
+    return "fr" + digits + " 6d" + digits;
+}
+
+/// Returns a fan-out whose router mode is on.
 inline std::shared_ptr<networksettings2g::ChannelFanOut> makeFanOut()
 {
     static const std::atomic<bool> isRouterActive{true};
@@ -53,10 +60,7 @@ public:
         , m_fanOut(std::move(fanOut))
     {
         setFanOut(m_fanOut);
-        QList<networksettings2g::OutputTypeInfo> types;
-        for (const char *type : {"fr", "6d", "3d", "gl", "6dcal", "fr2"})
-            types.append({QString::fromLatin1(type), QString(), true});
-        setOutputTypes(types);
+        setCatalogue({"fr", "6d", "3d", "gl", "6dcal", "fr2"});
         for (const char *type : {"fr", "6d", "3d"})
             tick(type, true);
         setIp(Loopback);
@@ -67,6 +71,14 @@ public:
     {
         if (m_isOnlyChannel)
             m_fanOut->publish({});
+    }
+
+    void setCatalogue(const QByteArrayList &names)
+    {
+        QList<networksettings2g::OutputTypeInfo> types;
+        for (const QByteArray &name : names)
+            types.append({QString::fromLatin1(name), QString(), true});
+        setOutputTypes(types);
     }
 
     void tick(const char *type, bool on)
@@ -103,8 +115,6 @@ public:
     FedChannels &operator=(const FedChannels &) = delete;
 
     FedChannel &at(int index) { return *m_channels[std::size_t(index)]; }
-    int count() const { return int(m_channels.size()); }
-    networksettings2g::ChannelFanOut &fanOut() { return *m_fanOut; }
 
     void start()
     {

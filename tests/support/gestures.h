@@ -1,12 +1,13 @@
 #pragma once
 
 #include "channelasrouter.h"
-#include "dialogfixture.h"
+#include "channelwidget.h"
 
 #include <QTabBar>
 #include <QToolButton>
+#include <QtTest>
 
-// What a user does with mouse and keyboard.
+// Functions that act like a user with mouse and keyboard.
 
 /// Scrolls the tab row with its arrows until tab \a tab is fully visible.
 inline void scrollToTab(QTabBar *bar, int tab)
@@ -23,19 +24,19 @@ inline void scrollToTab(QTabBar *bar, int tab)
     }
 }
 
-/// Clicks on the title of tab \a tab.
-inline void clickTab(const DialogFixture &fixture, int tab)
+/// Clicks the title of tab \a tab.
+inline void clickTab(QTabBar *bar, int tab)
 {
-    QTabBar *bar = fixture.tabs()->tabBar();
     scrollToTab(bar, tab);
     QTest::mouseClick(bar, Qt::LeftButton, Qt::NoModifier, bar->tabRect(tab).center());
 }
 
-/// Replaces the text of \a field by typing.
-inline void typeInto(QWidget *field, const char *text)
+/// Moves the focus to \a field and replaces its text.
+inline void typeInto(QWidget *field, const QString &text)
 {
+    field->setFocus();
     QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClicks(field, QLatin1String(text));
+    QTest::keyClicks(field, text);
 }
 
 /// Clicks the check box of the row of \a type.
@@ -49,7 +50,8 @@ inline void clickTick(const ChannelWidget *page, const char *type)
                       view->visualRect(rows.value(0)->index()).topLeft() + QPoint(10, cell.height() / 2));
 }
 
-/// Clicks the square of the check box \a button.
+/// Clicks the square of the check box \a button. Clicks beside the square and the text have no effect, and
+/// the box may be wider than these.
 inline void clickBox(QAbstractButton *button)
 {
     QTest::mouseClick(button, Qt::LeftButton, Qt::NoModifier, QPoint(8, button->height() / 2));

@@ -4,8 +4,8 @@
 #include <functional>
 #include <thread>
 
-/// A thread that calls a function repeatedly, without a pause, until it is destroyed. Calls are numbered
-/// from 1.
+/// A thread that calls a function without a pause until this object is destroyed. The function gets the
+/// number of the call, from 1 on.
 class Loop
 {
 public:

@@ -28,10 +28,10 @@ public:
     QStringList titles;
     QList<QMessageBox::StandardButton> defaults;
 
-    /// Whether a box would interpret its text as markup.
+    /// Whether any box so far interpreted its text as markup.
     bool anyRichText = false;
 
-    /// Chooses the button when the given ones are used up.
+    /// If set, chooses the button once the given answers are used up.
     std::function<QMessageBox::StandardButton(const QMessageBox *)> decide;
 
 private:

@@ -10,8 +10,8 @@
 #include <utility>
 
 // Platform fault injection: a test observes the waits of a worker, delays its sends, and makes platform
-// functions fail. The linker redirects calls of the platform's functions to those below (--wrap). Only one
-// source file of a program may include this header.
+// functions fail. The linker redirects calls of the platform's functions to the functions below (--wrap).
+// Only one source file of a program may include this header, because it defines functions.
 
 namespace faults {
 
@@ -23,21 +23,21 @@ enum Call
     MutexTryLock,
     SemaphoreCreate,
     SemaphoreWait,
-    GatePost, ///< a post to a semaphore that is not the queue of a condition
-    LineWait, ///< a wait with a time-out, which is a worker's wait for lines
+    GatePost, ///< a post to another semaphore than lineQueue
+    LineWait, ///< a worker's wait for lines, recognised by its time-out
     LockCreate,
     ThreadCreate,
     SocketCreate,
     SocketNotReady,   ///< a send would have to wait
-    SocketWait,       ///< as SocketNotReady, and the wait fails
-    SocketWaitInTime, ///< as SocketNotReady, and the wait times out
+    SocketWait,       ///< no socket is ready, and the wait for it fails
+    SocketWaitInTime, ///< no socket is ready, and the wait for it times out
     SocketSend,
-    SocketSendShort,
+    SocketSendShort, ///< a send reports one byte less than the datagram has
     LookUp
 };
 
 inline std::atomic<Call> refused{NoCall};
-inline std::atomic<int> granted{0}; // calls that succeed before the refusals begin
+inline std::atomic<int> granted{0}; // calls that will succeed before the refusals begin
 inline std::atomic<int> refusals{0};
 inline std::atomic<int> mostRefusals{0};
 
@@ -65,15 +65,16 @@ public:
     Refusal &operator=(const Refusal &) = delete;
 };
 
-// Only workers that wait for lines use a time-out. These waits end only by a wake-up, unless timeOuts is set.
+// Only a worker's wait for lines has a time-out. It ends only by a wake-up, unless timeOuts is set.
 inline std::atomic<bool> timeOuts{false};
 inline std::atomic<int> lineWaits{0};
 inline std::atomic<int> endedLineWaits{0};
-inline std::atomic<NativeSemaphore *> lineQueue{nullptr}; // of the last condition that was made
+inline std::atomic<NativeSemaphore *> lineQueue{nullptr}; // the queue of the condition that was made last
 inline std::atomic<int> wakeUps{0};                       // posts to it
 inline std::atomic<int> takenWakeUps{0};
 
-/// Whether the only worker sleeps and no wake-up is under way: it has handled all lines that it can handle.
+/// Whether the program's only worker sleeps and no wake-up is pending. Every complete frame has then been
+/// handled.
 inline bool isAsleep()
 {
     return wakeUps == takenWakeUps && lineWaits == endedLineWaits + 1;
@@ -82,35 +83,35 @@ inline bool isAsleep()
 enum Path
 {
     Open,
-    Slow, ///< a send takes 100 ms, the maximum
+    Slow, ///< each send takes 100 ms, as long as a worker waits for a socket at most
     Held  ///< sends do not return
 };
 
 inline std::atomic<Path> path{Open};
 inline std::atomic<int> sends{0};         // started
 inline std::atomic<int> writableWaits{0}; // started
-inline std::atomic<bool> isPaced{false};  // a send waits until the receiver has room
+inline std::atomic<bool> isPaced{false};  // a send waits until the receiver's buffer has room
 inline std::atomic<int> bytesUnderWay{0}; // sent but not yet received
-inline std::atomic<int> stalledPort{0};   // sockets are never ready for this destination
-inline std::atomic<NativeSocket> stalledSocket{nativeNoSocket}; // the socket that sends there
-inline std::atomic<bool> isStallHeld{false};                    // waits for such a socket do not return
-inline std::atomic<bool> holdWokenWorkers{false}; // a worker's wait does not return after its wake-up
+inline std::atomic<int> stalledPort{0};   // no socket is ever ready to send to this port
+inline std::atomic<NativeSocket> stalledSocket{nativeNoSocket}; // the socket that sends to stalledPort
+inline std::atomic<bool> isStallHeld{false};                    // a worker's wait for it does not return
+inline std::atomic<bool> holdWokenWorkers{false};               // a worker's wait for lines does not return
 
-/// The calling thread stops after its next unlock of a mutex until the flag is cleared.
+/// If set, the calling thread stops after its next unlock of a mutex until the flag is cleared.
 inline thread_local std::atomic<bool> *heldAfterUnlock = nullptr;
 inline std::atomic<int> threadsHeldAfterUnlock{0};
 
-/// The calling thread gets a mutex only if it finds it free when it looks, every 0.2 ms: mutexes may be that
-/// unfair.
+/// If set, the calling thread polls for a mutex every 0.2 ms instead of queuing for it: the worst case of an
+/// unfair mutex.
 inline thread_local bool locksUnfairly = false;
 
-/// The space that a datagram takes in the receiver's buffer.
+/// Returns about how much space a datagram of \a length bytes takes in the receiver's buffer.
 inline int bytesTaken(int length)
 {
     return length + 500;
 }
 
-inline std::atomic<bool> holdLookUps{false}; // each for at most ten seconds
+inline std::atomic<bool> holdLookUps{false}; // look-ups do not return, each for at most ten seconds
 inline std::atomic<int> lookUpsStarted{0};
 inline std::atomic<int> lookUpsEnded{0};
 
@@ -121,7 +122,7 @@ void *operator new(std::size_t size, const std::nothrow_t &) noexcept
     return faults::refuses(faults::Memory) ? nullptr : ::operator new(size);
 }
 
-// NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's.
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker prescribes the names.
 
 /// Defines a function that returns \a refusal if the test makes it fail.
 #define FAULT_POINT(Result, call, parameters, arguments, refusal)                                            \

@@ -18,7 +18,7 @@ inline bool isPluginMapped()
     return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("NetworkSettings2GModule");
 }
 
-/// A link that gives access to the requester.
+/// A link that remembers the requester.
 class ObservedLink : public ControllerLink
 {
 public:
@@ -38,13 +38,14 @@ struct PluginHost
 {
     PluginHost()
     {
-        // By default Qt keeps a plug-in mapped after unload(); then a leftover would not be noticed.
+        // By default Qt keeps a plug-in mapped after unload(), so code that is still used would not be
+        // noticed.
         loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
         module = qobject_cast<ModuleInterface *>(loader.instance());
     }
 
-    /// Passes the host's services and the Controller's present version to the module. Does not set
-    /// ObserverMode.
+    /// Sets all parameters of the module except ObserverMode. BackendVersions is the Controller's present
+    /// version.
     void handOver()
     {
         versions = controller.state().version;

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <malloc.h>
 #include <unistd.h>
 
 namespace {
@@ -26,7 +27,7 @@ int descriptorCount()
     return entryCount("/proc/self/fd");
 }
 
-// The stack of such a thread stays mapped.
+// The number of memory mappings: the stack of a thread that was not joined stays mapped.
 int threadRemainsCount()
 {
     std::ifstream maps("/proc/self/maps");
@@ -39,4 +40,10 @@ long long residentBytes()
     long long size = 0, resident = 0;
     std::ifstream("/proc/self/statm") >> size >> resident;
     return resident * sysconf(_SC_PAGESIZE);
+}
+
+long long allocatedBytes()
+{
+    const struct mallinfo2 memory = mallinfo2();
+    return static_cast<long long>(memory.uordblks + memory.hblkhd);
 }

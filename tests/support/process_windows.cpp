@@ -8,8 +8,8 @@
 
 namespace {
 
-/// Looks at the values that handles have; the system's own count is not there under every system that runs
-/// this.
+/// Counts the handles that \a wanted accepts by trying all values that a handle may have, because not every
+/// system that runs Windows programs counts the handles of a process.
 template <typename Predicate>
 int handlesThat(Predicate wanted)
 {
@@ -44,7 +44,7 @@ int descriptorCount()
     });
 }
 
-// Nobody has closed the handle of such a thread.
+// The number of handles: the handle of a thread that was not joined stays open.
 int threadRemainsCount()
 {
     return handlesThat([](HANDLE handle) {

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "fedchannel.h"
 #include "platformfaults.h"
 #include "waiting.h"
 
 #include <QUdpSocket>
+
+Q_DECLARE_METATYPE(faults::Call)
 
 /// Receives datagrams at a port of this computer.
 class Receiver
@@ -44,6 +47,20 @@ public:
 
 private:
     QUdpSocket m_socket;
+};
+
+/// A running channel and the receiver to which it sends.
+class RunningChannel : public FedChannel
+{
+public:
+    RunningChannel()
+        : FedChannel(0)
+    {
+        setPort(receiver.port());
+        updateRouterActiveState(true);
+    }
+
+    Receiver receiver;
 };
 
 /// Blocks every send until release() or its destruction.

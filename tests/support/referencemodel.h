@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
-/// Computes what a channel's worker should send, in a different way than the worker does: without counters,
-/// from the positions of lines in a list of all lines. Deliberately slow and simple.
+/// Computes which datagrams a channel's worker should send, in another way than FrameAssembler: from the
+/// positions of lines in a list of all lines, without counters. Deliberately slow and simple.
 class ReferenceModel
 {
 public:
     void setDivisor(int divisor) { m_divisor = divisor; }
 
-    /// A worker starts. Only the opening type stays known.
+    /// Models the start of a worker. Only the opening type stays known.
     void start()
     {
         m_lines.clear();
@@ -26,7 +26,7 @@ public:
     /// Drops the lines of the current frame.
     void reset() { m_frameBegin = m_lines.size(); }
 
-    /// Lines were lost before the next one.
+    /// Models a loss of lines before the next one.
     void loseLines()
     {
         start();
@@ -122,7 +122,7 @@ private:
     std::vector<Line> m_lines;    // since the worker started or lines were lost
     std::size_t m_frameBegin = 0; // index of the first line of the current frame
     std::string m_openingType;
-    int m_linesWithoutOpening = 0; // at most since the worker started or lines were lost
-    bool m_skipsToOpening = false; // the next lines are the rest of an incomplete frame
+    int m_linesWithoutOpening = 0; // since the last opening line, the worker's start or the last loss
+    bool m_skipsToOpening = false; // lines were lost: the next ones are the rest of an incomplete frame
     int m_divisor = 1;
 };
