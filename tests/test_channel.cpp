@@ -296,14 +296,15 @@ void TestChannel::loadPublishesTicksOnceAtItsEnd()
     Setup setup;
     setup.manager.answers["output active ch01 6d"] = "no";
     setup.manager.answers["output active ch01 6di"] = "yes";
+    setup.manager.answers["output active ch01 3d"] = "yes";
     QList<QVector<QByteArray>> published;
     setup.channel.setTickedTypesCallback([&] { published << setup.channel.tickedTypes(); });
     setup.manager.onCall = [&](const QByteArray &) {
         QCOMPARE(setup.channel.tickedTypes(), QVector<QByteArray>({"6d"}));
     };
-    setup.channel.setOutputTypes(catalogue("6d 6di fr-"));
+    setup.channel.setOutputTypes(catalogue("6d 6di 3d fr-"));
     setup.channel.load();
-    QCOMPARE(published, QList<QVector<QByteArray>>({{"6di"}}));
+    QCOMPARE(published, QList<QVector<QByteArray>>({{"3d", "6di"}}));
 }
 
 void TestChannel::valuesClampedByThePageAreEdits()

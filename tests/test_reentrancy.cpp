@@ -4,6 +4,8 @@
 #include "table.h"
 #include "waiting.h"
 
+#include <QProxyStyle>
+
 #include <thread>
 
 namespace {
@@ -156,10 +158,13 @@ private slots:
     void shutdownEndsTheOpenDialog();
     void shutdownDismissesOpenBox_data();
     void shutdownDismissesOpenBox();
+    void shutdownWithinACheckOpensNoBox_data();
+    void shutdownWithinACheckOpensNoBox();
     void noCallFollowsShutdownWithinCall_data();
     void noCallFollowsShutdownWithinCall();
     void inputIsRefusedWhileChangesAreWritten_data();
     void inputIsRefusedWhileChangesAreWritten();
+    void heldArrowStopsWhileChangesAreWritten();
     void actionPressedDuringAnOperationOpensTheDialogOnce_data();
     void actionPressedDuringAnOperationOpensTheDialogOnce();
     void nestedCallsStartNoSecondOperation_data();
@@ -244,6 +249,8 @@ void TestReentrancy::shutdownDismissesOpenBox()
         });
         pressInHostField(fixture, key);
         QTRY_VERIFY(isShutDown);
+        QCOMPARE(fixture.tabs()->count(), 4);
+        QVERIFY(fixture.page(1)->channel()->isActive());
         QVERIFY(fixture.dialog->isVisible());
         const MessageBoxes boxes({QMessageBox::Yes});
         for (const Qt::Key shortcut : {Qt::Key_W, Qt::Key_T})
@@ -264,6 +271,33 @@ void TestReentrancy::shutdownDismissesOpenBox()
     QCOMPARE(fixture.logged(), QList<QByteArray>());
     QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
     QTRY_COMPARE(threadCount(), threads);
+}
+
+void TestReentrancy::shutdownWithinACheckOpensNoBox_data()
+{
+    const Table<QString> row("host");
+    row("loopback address", "localhost");
+    row("multicast address", "239.1.1.1");
+    row("unresolved host", "no-such-host.invalid");
+}
+
+void TestReentrancy::shutdownWithinACheckOpensNoBox()
+{
+    QFETCH(QString, host);
+    DialogFixture fixture(routing);
+    fixture.create();
+    fixture.controller.overrideAnswer("system model", "1");
+    bool isShutDown = false;
+    fixture.onExchange([&](const Exchange &exchange) {
+        if (exchange.text != "system model")
+            return;
+        isShutDown = true;
+        fixture.dialog->teardownRequests();
+    });
+    const MessageBoxes boxes({QMessageBox::Cancel});
+    fixture.open([&] { typeInto(fixture.page(0)->lineEdit_host, host); });
+    QVERIFY(isShutDown);
+    QCOMPARE(boxes.texts, QStringList());
 }
 
 void TestReentrancy::noCallFollowsShutdownWithinCall_data()
@@ -317,6 +351,19 @@ void TestReentrancy::inputIsRefusedWhileChangesAreWritten_data()
     row("new tab", [](const DialogFixture &fixture) { clickTab(fixture.tabs()->tabBar(), 3); });
 }
 
+/// Makes the arrows of a spin box step once per millisecond while the mouse button is held.
+class FastArrowStyle : public QProxyStyle
+{
+public:
+    int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                  QStyleHintReturn *returned) const override
+    {
+        const bool isInterval =
+            hint == SH_SpinBox_ClickAutoRepeatRate || hint == SH_SpinBox_ClickAutoRepeatThreshold;
+        return isInterval ? 1 : QProxyStyle::styleHint(hint, option, widget, returned);
+    }
+};
+
 /// An edit made while the host runs its event loop inside a command could be shown and yet not be written.
 void TestReentrancy::inputIsRefusedWhileChangesAreWritten()
 {
@@ -346,6 +393,31 @@ void TestReentrancy::inputIsRefusedWhileChangesAreWritten()
         QVERIFY(!before.isEmpty());
         QCOMPARE(after, before);
     }
+}
+
+void TestReentrancy::heldArrowStopsWhileChangesAreWritten()
+{
+    FastArrowStyle style;
+    DialogFixture fixture(withChannels(1));
+    fixture.create();
+    int before = 0, after = 0;
+    fixture.onExchange([&](const Exchange &exchange) {
+        if (exchange.text != "system model")
+            return;
+        before = fixture.page(0)->spinBox_port->value();
+        QTest::qWait(20); // many steps, if they were not refused
+        after = fixture.page(0)->spinBox_port->value();
+    });
+    fixture.open([&] {
+        QSpinBox *port = fixture.page(0)->spinBox_port;
+        port->setStyle(&style);
+        const int first = port->value();
+        QTest::mousePress(port, Qt::LeftButton, {}, QPoint(port->width() - 5, 5));
+        QTRY_VERIFY(port->value() > first + 3);
+        QTest::keyClick(fixture.dialog.get(), Qt::Key_Escape);
+    });
+    QVERIFY(before > 0);
+    QCOMPARE(after, before);
 }
 
 void TestReentrancy::actionPressedDuringAnOperationOpensTheDialogOnce_data()
@@ -438,9 +510,9 @@ void TestReentrancy::closedAndInactiveChannelsHaveNoWorker()
         MessageBoxes boxes({QMessageBox::Yes});
         QTRY_COMPARE(threadCount(), before + 3);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::ControlModifier);
-        // The message comes before the event loop has deleted the closed channel.
+        // The message comes, and the thread ends, before the event loop has deleted the closed channel.
         fixture.link.sendMessage("OutputTypesChanged");
-        QTRY_COMPARE(threadCount(), before + 2);
+        QVERIFY(comesTrue([before] { return threadCount() == before + 2; }));
         clickBox(fixture.page(0)->checkBox_active_channel);
         QTRY_COMPARE(threadCount(), before + 1);
         clickBox(fixture.page(0)->checkBox_active_channel);

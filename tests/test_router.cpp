@@ -29,6 +29,7 @@ private slots:
     void datagramsFollowFromTheSteps();
     void eachFrameTakesOneWakeUpAndNoWaitForTheSocket();
     void resetWaitsForAStalledSendButDeliveryDoesNot();
+    void stopWaitsForAStalledSend();
     void resetComesBetweenTwoFramesOfABacklog();
     void noDatagramIsSentAfterAStop();
     void laterLineRepeatsADelayedWakeUp();
@@ -181,6 +182,21 @@ void TestRouter::resetWaitsForAStalledSendButDeliveryDoesNot()
     QCOMPARE(channel.receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
     QCOMPARE(channel.receiver.next(), bytesOf("fr3 6d3"));
     reset.get();
+}
+
+void TestRouter::stopWaitsForAStalledSend()
+{
+    RunningChannel channel;
+    HeldSends sends;
+    channel.feed("fr1 6d1 fr2 6d2");
+    QVERIFY(sends.hold());
+    std::future<void> stop =
+        std::async(std::launch::async, [&channel] { channel.updateRouterActiveState(false); });
+    // A stop that did not wait for the send would return after 10 ms.
+    const bool waits = stop.wait_for(std::chrono::milliseconds(100)) == std::future_status::timeout;
+    sends.release();
+    QVERIFY(waits);
+    stop.get();
 }
 
 void TestRouter::resetComesBetweenTwoFramesOfABacklog()

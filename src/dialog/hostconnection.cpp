@@ -35,8 +35,7 @@ int HostConnection::pass(Call call)
     if (!m_ioManager)
         return failed;
     const QScopedValueRollback<int> underWay(m_callsUnderWay, m_callsUnderWay + 1);
-    const int result = call(m_ioManager);
-    return m_ioManager ? result : failed; // the host may have caused close() from within the call
+    return call(m_ioManager);
 }
 
 int HostConnection::getValue(char *answer, const char *format, ...)

@@ -83,6 +83,8 @@ void NetworkDialog::teardownRequests()
     const Operation operation(&m_gate);
     m_gate.close();
     closeMessageBoxes();
+    for (ChannelWidget *page : qAsConst(m_pages))
+        page->silence();
     setRouterActive(false);
     emit deferedRouterActiveToggled(false);
     const QList<OutputTypeInfo> types = m_outputTypes;
@@ -205,6 +207,8 @@ bool NetworkDialog::isConfigLocked()
 bool NetworkDialog::ask(QMessageBox::Icon icon, const QString &title, const QString &question,
                         QMessageBox::StandardButton defaultButton)
 {
+    if (m_gate.isClosed())
+        return false;
     const QPointer<OperationGate> gate(&m_gate);
     const auto answer =
         showMessage(this, icon, title, question, QMessageBox::Yes | QMessageBox::No, defaultButton);

@@ -143,8 +143,9 @@ private:
     void enablePages(bool enable);
     bool isConfigLocked();
 
-    /// Asks the user \a question and returns whether the answer is Yes. Returns false also if the module was
-    /// shut down while the box was open; the dialog may then have been deleted.
+    /// Asks the user \a question and returns whether the answer is Yes. Returns false also if the module has
+    /// been shut down, before the box was opened or while it was open; in the latter case the dialog may have
+    /// been deleted.
     bool ask(QMessageBox::Icon icon, const QString &title, const QString &question,
              QMessageBox::StandardButton defaultButton);
 

@@ -2,6 +2,7 @@
 
 #include "ui_channelwidget.h"
 
+#include <QMessageBox>
 #include <QWidget>
 
 struct BackendVersions;
@@ -45,6 +46,9 @@ public:
     /// and returns false. If its name cannot be resolved, lets the user choose. Does not change the channel.
     /// May block for a query, a name look-up and a message box.
     bool validate();
+
+    /// From now on validate() shows no message box and continues as if the user had chosen Cancel.
+    void silence() { m_silenced = true; }
 
 signals:
     /// Emitted when the user asks to close the tab of channel index \a id.
@@ -93,7 +97,8 @@ private:
     bool judgeUnicast(const QString &host, quint32 address);
     quint32 addressOf(const QString &host) const;
     int systemModel() const;
-    void warn(const QString &message);
+    QMessageBox::StandardButton warn(const QString &message,
+                                     QMessageBox::StandardButtons buttons = QMessageBox::Cancel);
 
     IOManager *m_ioManager;
     BackendVersions *m_versions;
@@ -102,4 +107,5 @@ private:
     QRegExpValidator *m_ipDigitsValidator = nullptr;
     bool m_myIpSlotArmed = true; // false while the page itself sets checkBox_my_ip
     bool m_routerMode = false;
+    bool m_silenced = false;
 };

@@ -69,8 +69,7 @@ bool ChannelWidget::judgeUnresolved(const QString &host)
     }
     const QString question =
         tr("Cannot resolve host name '%1' for channel %2").arg(host, QString::number(m_channel->number()));
-    return showMessage(this, QMessageBox::Warning, tr("Network Settings"), question,
-                       QMessageBox::Cancel | QMessageBox::Ignore, QMessageBox::Cancel) != QMessageBox::Cancel;
+    return warn(question, QMessageBox::Cancel | QMessageBox::Ignore) != QMessageBox::Cancel;
 }
 
 bool ChannelWidget::judgeMulticast(const QString &host, quint32 address)
@@ -108,7 +107,10 @@ int ChannelWidget::systemModel() const
     return m_ioManager->getIntValue(&model, commands::systemModel) == 0 ? model : -1;
 }
 
-void ChannelWidget::warn(const QString &message)
+QMessageBox::StandardButton ChannelWidget::warn(const QString &message, QMessageBox::StandardButtons buttons)
 {
-    showMessage(this, QMessageBox::Warning, tr("Network Settings"), message, QMessageBox::Cancel);
+    if (m_silenced)
+        return QMessageBox::Cancel;
+    return showMessage(this, QMessageBox::Warning, tr("Network Settings"), message, buttons,
+                       QMessageBox::Cancel);
 }
