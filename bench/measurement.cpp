@@ -10,7 +10,7 @@ bool measurePipeline(const QString &name, const PipelineMaker &make, const Feed 
 {
     const std::unique_ptr<Pipeline> pipeline = make();
     if (!warmUp(*pipeline, receivers)) {
-        report.remark(name + QLatin1String(": no datagram arrives"));
+        report.remark(name + QLatin1String(": a channel sends no datagrams"));
         return false;
     }
     *run = feed(*pipeline);

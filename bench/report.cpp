@@ -12,7 +12,7 @@ namespace bench {
 
 namespace {
 
-constexpr char headFormat[] = "%-58s %10s %10s %7s %17s %8s %-9s %6s\n";
+constexpr char headFormat[] = "%-68s %10s %10s %7s %17s %8s %-9s %6s\n";
 
 QString number(double value)
 {

@@ -6,10 +6,12 @@ struct BenchOptions;
 class Receivers;
 class Report;
 
-/// The groups of rows. Each function measures the module and its limits alternately and adds its rows to the
-/// report.
+/// The groups of rows. Each function adds one group to the report. Where a row compares two measurements, the
+/// two are made alternately. Usually the second one is that of a limit: a minimal implementation of the same
+/// work.
 
-/// CPU time per datagram, and latency, at a given frame rate.
+/// CPU time per datagram, and latency, at 60 and 1000 frames per second; latency also beside a stalled
+/// channel.
 void addPacedRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
 /// Datagrams per millisecond of CPU time, without pacing.
@@ -24,7 +26,7 @@ void addGrowthRows(const BenchOptions &options, const Receivers &receivers, Repo
 /// Time until the dialog is painted.
 void addOpeningRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// Resident memory per channel, and its growth while data flow.
+/// Resident memory per channel, and the growth of a process with ten channels that forwards data.
 void addMemoryRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
 } // namespace bench

@@ -54,8 +54,8 @@ void addLatency(const Run &ours, const Run &limit, double share, Pairs *pairs)
     pairs->add(quantile(ours.latenciesNs, share) / 1000, quantile(limit.latenciesNs, share) / 1000);
 }
 
-/// One sender and a relay show what the hand-off to ten threads costs, so they are measured with ten channels
-/// only.
+/// DirectSender and Relay send to all channels from one thread, so the comparison with them shows what the
+/// hand-off to ten threads costs. They are measured only with ten channels and with frames of normal length.
 template <typename MeasureOne>
 void addLimitsForTen(const Receivers &receivers, const Run &ours, const MeasureOne &measureOne,
                      Measured *measured)
@@ -111,31 +111,35 @@ void addRow(const char *what, const QString &pace, const char *limit, const Pair
             pairs, goal);
 }
 
-/// Compares nine channels beside one whose socket is never ready with ten channels that all send.
+/// Compares two latencies: that of nine channels while the socket of the tenth is never ready, and that of
+/// ten channels that all send.
 void addStallRows(const BenchOptions &options, const Receivers &receivers, Report &report)
 {
     constexpr int rate = 60, frames = 120;
     const Feed feed = [&](Pipeline &pipeline) { return runPaced(pipeline, receivers, rate, frames); };
-    const QString name = QLatin1String("9 channels beside a stalled one, 60 frames/s");
+    const QString name = QLatin1String("9 channels, 60 frames/s, one stalled");
     Measured measured;
     for (int i = 0; i < options.repetitions(7); ++i) {
         Setup setup;
         Run free;
         Run stalled;
         const auto make = [&] { return std::make_unique<ModuleUnderTest>(receivers, setup); };
-        if (!measurePipeline(name + QLatin1String(", none stalled"), make, feed, receivers, report, &free))
+        if (!measurePipeline(QLatin1String("10 channels, none stalled"), make, feed, receivers, report,
+                             &free))
             continue;
         setup.stalled = true;
-        if (!measurePipeline(name + QLatin1String(", one stalled"), make, feed, receivers, report, &stalled))
+        if (!measurePipeline(QLatin1String("10 channels, one stalled"), make, feed, receivers, report,
+                             &stalled))
             continue;
         addLatency(stalled, free, 0.5, &measured.median);
         addLatency(stalled, free, 0.99, &measured.late);
     }
-    addRow("latency median", name, "none stalled", measured.median, Goal::atMost(1.1), report);
-    addRow("latency 99%", name, "none stalled", measured.late, Goal::atMost(1.2), report);
+    addRow("latency median", name, "none", measured.median, Goal::atMost(1.1), report);
+    addRow("latency 99%", name, "none", measured.late, Goal::atMost(1.2), report);
 }
 
-/// Returns \a goal for ten channels, which share wake-ups, and \a goalForOne for one channel.
+/// Returns at most \a goal for ten channels, because one wake-up of the module serves several of them, and at
+/// most \a goalForOne for one channel.
 Goal goalForTen(const Pace &pace, double goal, double goalForOne)
 {
     return Goal::atMost(pace.channels > 1 ? goal : goalForOne);

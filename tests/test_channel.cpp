@@ -87,8 +87,9 @@ QString describe(const Channel &channel)
              channel.hasChanges() ? "changed" : "unchanged");
 }
 
-/// Returns the names of the rows, marked with "(fixed)" if the user cannot change the tick, with
-/// "(unavailable)" and with "(hidden)".
+/// Returns the names of the rows, each followed by "(fixed)" if the user cannot change the tick, by
+/// "(unavailable)" if the Controller reports the type as unavailable, and by "(hidden)" if the page does not
+/// show the row.
 QStringList describeRows(Channel &channel)
 {
     QStringList rows;
@@ -121,8 +122,8 @@ private slots:
     void thisComputerHasThreeNames();
     void loadReadsTheState_data();
     void loadReadsTheState();
-    void failedQueriesAreLogged();
-    void numbersAndNamesAreSentUnchanged();
+    void failedQueriesOfDivisorAndTicksAreLogged();
+    void twoDigitChannelAndSpecialTypeNameAreSentCorrectly();
     void loadPublishesTicksOnceAtItsEnd();
     void valuesClampedByThePageAreEdits();
     void editsAreStored_data();
@@ -189,7 +190,7 @@ void TestChannel::rowsFollowTheFixedOrder_data()
     row("known types first, others in the order of the catalogue",
         "new gl glcal 6dmtr 6dmt2 6df2 3d 6di 6d 6dcal st ts ts2 fr 2dmon 6D",
         "fr(fixed) ts2 ts st 6dcal 6d 6di 3d 6df2 6dmt2 6dmtr glcal gl new 2dmon(hidden) 6D");
-    row("unavailable types, one without a name, one listed twice", "2dmon z - 2dmon fr- 6d-",
+    row("unavailable types, a type without a name, a type listed twice", "2dmon z - 2dmon fr- 6d-",
         "fr(fixed)(unavailable) 6d(fixed)(unavailable) 2dmon(hidden) z 2dmon(hidden)");
     row("empty catalogue", "", "");
 }
@@ -262,7 +263,7 @@ void TestChannel::loadReadsTheState()
     QTEST(describe(setup.channel), "state");
 }
 
-void TestChannel::failedQueriesAreLogged()
+void TestChannel::failedQueriesOfDivisorAndTicksAreLogged()
 {
     Setup setup;
     setup.manager.failing = {"output net_divisor ch01", "output active ch01 6d"};
@@ -274,7 +275,7 @@ void TestChannel::failedQueriesAreLogged()
     QVERIFY(!setup.channel.isTypeActive("6d"));
 }
 
-void TestChannel::numbersAndNamesAreSentUnchanged()
+void TestChannel::twoDigitChannelAndSpecialTypeNameAreSentCorrectly()
 {
     Setup setup;
     Channel tenth(&setup.manager, 9, &setup.versions);
@@ -290,7 +291,8 @@ void TestChannel::numbersAndNamesAreSentUnchanged()
              QStringList({"output net_active ch10 yes", latin("output active ch10 \xe4%1%s no")}));
 }
 
-/// Otherwise each refresh would break up a frame.
+/// During a refresh all ticks are off until they have been read. If each change was published, frames that
+/// arrive meanwhile would lack lines.
 void TestChannel::loadPublishesTicksOnceAtItsEnd()
 {
     Setup setup;

@@ -6,12 +6,13 @@
 
 #include <QProxyStyle>
 
+#include <memory>
 #include <thread>
 
 namespace {
 
-/// An edit for a Controller in router mode with three channels. The second one differs from the first only in
-/// its host.
+/// Puts the Controller into router mode with three channels. The second channel differs from the first only
+/// in its host.
 void routing(ControllerState &state)
 {
     withChannels(3)(state);
@@ -19,7 +20,8 @@ void routing(ControllerState &state)
     state.viaRouter = true;
 }
 
-/// Runs a dialog from start to end with a host that shuts the module down from within one of its calls.
+/// Runs a dialog from start to end with a host that shuts the module down while it handles one of the
+/// module's calls.
 class ShutdownWithinCall
 {
 public:
@@ -53,10 +55,11 @@ public:
         delete m_dialog;
     }
 
-    /// Starts the dialog, opens it, edits, adds and closes a tab, accepts, and reports a catalogue change.
+    /// Starts the dialog, opens it, edits a channel, adds and closes a tab, accepts, and reports a catalogue
+    /// change.
     void run()
     {
-        m_dialog = new NetworkDialog(&m_host, &m_window, &m_versions);
+        m_dialog = new NetworkDialog(&m_host, m_window.get(), &m_versions);
         m_dialog->start();
         if (m_dialog) {
             QTimer::singleShot(0, m_dialog, [this] { useDialog(); });
@@ -86,8 +89,10 @@ private:
         m_shuttingDown = true;
         m_dialog->teardownRequests();
         m_shutDown = true;
-        if (m_release && m_call > 0)
+        if (m_release && m_call > 0) {
             m_dialog->release();
+            m_window.reset(); // the host's window
+        }
         QCoreApplication::processEvents();
     }
 
@@ -115,7 +120,7 @@ private:
     bool m_shuttingDown = false;
     bool m_shutDown = false;
     FakeIOManager m_host;
-    QWidget m_window;
+    std::unique_ptr<QWidget> m_window = std::make_unique<QWidget>();
     BackendVersions m_versions{{0, 0, 0}, 1, 9, 0};
     QPointer<NetworkDialog> m_dialog;
 };
@@ -129,7 +134,7 @@ void pressInHostField(const DialogFixture &fixture, Qt::Key key)
                     key == Qt::Key_W ? Qt::ControlModifier : Qt::NoModifier);
 }
 
-/// Describes what the user sees of the first channel and of the tabs.
+/// Describes what the user sees of the first channel, of the router check box and of the tabs.
 QString shownState(const DialogFixture &fixture)
 {
     const ChannelWidget *page = fixture.page(0);
@@ -154,17 +159,17 @@ class TestReentrancy : public QObject
     Q_OBJECT
 
 private slots:
-    void shutdownEndsTheOpenDialog_data();
-    void shutdownEndsTheOpenDialog();
+    void shutdownAndDestructionEndTheOpenDialog_data();
+    void shutdownAndDestructionEndTheOpenDialog();
     void shutdownDismissesOpenBox_data();
     void shutdownDismissesOpenBox();
     void shutdownWithinACheckOpensNoBox_data();
     void shutdownWithinACheckOpensNoBox();
     void noCallFollowsShutdownWithinCall_data();
     void noCallFollowsShutdownWithinCall();
-    void inputIsRefusedWhileChangesAreWritten_data();
-    void inputIsRefusedWhileChangesAreWritten();
-    void heldArrowStopsWhileChangesAreWritten();
+    void inputIsRefusedDuringAccept_data();
+    void inputIsRefusedDuringAccept();
+    void heldArrowStopsDuringAccept();
     void actionPressedDuringAnOperationOpensTheDialogOnce_data();
     void actionPressedDuringAnOperationOpensTheDialogOnce();
     void nestedCallsStartNoSecondOperation_data();
@@ -172,7 +177,7 @@ private slots:
     void closedAndInactiveChannelsHaveNoWorker();
 };
 
-void TestReentrancy::shutdownEndsTheOpenDialog_data()
+void TestReentrancy::shutdownAndDestructionEndTheOpenDialog_data()
 {
     const Table<Qt::Key, QString, QString> row("key", "host", "box");
     row("close question", Qt::Key_W, "127.0.0.1", "Close Channel 3?");
@@ -182,7 +187,7 @@ void TestReentrancy::shutdownEndsTheOpenDialog_data()
     row("no box", Qt::Key_7, "127.0.0.1", "");
 }
 
-void TestReentrancy::shutdownEndsTheOpenDialog()
+void TestReentrancy::shutdownAndDestructionEndTheOpenDialog()
 {
     QFETCH(Qt::Key, key);
     QFETCH(QString, host);
@@ -223,7 +228,8 @@ void TestReentrancy::shutdownDismissesOpenBox_data()
     row("unresolved host, Cancel", Qt::Key_Escape, "no-such-host.invalid", QMessageBox::Cancel);
 }
 
-/// Afterwards nothing that the user or the host does in the dialog has an effect outside of it.
+/// After the shut-down, neither the user's input nor an earlier message of the host has an effect outside the
+/// dialog.
 void TestReentrancy::shutdownDismissesOpenBox()
 {
     QFETCH(Qt::Key, key);
@@ -256,7 +262,7 @@ void TestReentrancy::shutdownDismissesOpenBox()
         for (const Qt::Key shortcut : {Qt::Key_W, Qt::Key_T})
             QTest::keyClick(fixture.dialog.get(), shortcut, Qt::ControlModifier);
         QCoreApplication::processEvents(); // handles the message that came before the shut-down
-        // The boxes that are clicked twice must not start the routers again.
+        // Clicking each check box twice must not start the routers again.
         for (QAbstractButton *check :
              {fixture.page(1)->checkBox_active_channel, fixture.dialog->checkBox_actAsRouter}) {
             clickBox(check);
@@ -328,7 +334,7 @@ void TestReentrancy::noCallFollowsShutdownWithinCall()
     }
 }
 
-void TestReentrancy::inputIsRefusedWhileChangesAreWritten_data()
+void TestReentrancy::inputIsRefusedDuringAccept_data()
 {
     const Table<Gesture> row("gesture");
     row("typed text", [](const DialogFixture &fixture) {
@@ -364,8 +370,9 @@ public:
     }
 };
 
-/// An edit made while the host runs its event loop inside a command could be shown and yet not be written.
-void TestReentrancy::inputIsRefusedWhileChangesAreWritten()
+/// If input was accepted while the host runs its event loop within a command, an edit could be shown and yet
+/// not be written.
+void TestReentrancy::inputIsRefusedDuringAccept()
 {
     QFETCH(Gesture, gesture);
     for (const QByteArray trigger : {"system model", "output net_active ch01 yes"}) {
@@ -395,7 +402,7 @@ void TestReentrancy::inputIsRefusedWhileChangesAreWritten()
     }
 }
 
-void TestReentrancy::heldArrowStopsWhileChangesAreWritten()
+void TestReentrancy::heldArrowStopsDuringAccept()
 {
     FastArrowStyle style;
     DialogFixture fixture(withChannels(1));

@@ -30,6 +30,7 @@ private slots:
     void eachFrameTakesOneWakeUpAndNoWaitForTheSocket();
     void resetWaitsForAStalledSendButDeliveryDoesNot();
     void stopWaitsForAStalledSend();
+    void startWhileAWorkerStopsWaitsForItsEnd();
     void resetComesBetweenTwoFramesOfABacklog();
     void noDatagramIsSentAfterAStop();
     void laterLineRepeatsADelayedWakeUp();
@@ -197,6 +198,33 @@ void TestRouter::stopWaitsForAStalledSend()
     sends.release();
     QVERIFY(waits);
     stop.get();
+}
+
+// A thread that tried to become the worker after the old one has decided to stop, and before it has stopped,
+// would find a worker that will not check again.
+void TestRouter::startWhileAWorkerStopsWaitsForItsEnd()
+{
+    LineMonitor *monitor = nullptr;
+    std::future<bool> start;
+    int questions = 0;
+    const auto startWorker = [&] {
+        const bool becameWorker = monitor->tryBecomeWorker();
+        if (becameWorker)
+            monitor->tryStopWorker();
+        return becameWorker;
+    };
+    const auto isRunWanted = [&] {
+        if (++questions == 1) {
+            start = std::async(std::launch::async, startWorker);
+            start.wait_for(std::chrono::milliseconds(50)); // the thread returns only if it does not wait
+        }
+        return false;
+    };
+    LineMonitor stopping(isRunWanted);
+    monitor = &stopping;
+    QVERIFY(stopping.tryBecomeWorker());
+    QVERIFY(stopping.tryStopWorker());
+    QVERIFY(start.get());
 }
 
 void TestRouter::resetComesBetweenTwoFramesOfABacklog()

@@ -26,8 +26,8 @@ QChar padding(const QString &context)
     return QLatin1Char(letters.value(context, '?'));
 }
 
-/// Returns the pseudo-translation: the text in brackets with padding, half as long again. A shortcut gets
-/// another key instead.
+/// Returns the pseudo-translation: the text in brackets with padding, half as long again. A shortcut gets the
+/// modifier Ctrl instead.
 QString pseudo(const QString &context, const QString &text)
 {
     if (text == QLatin1String("F9") || text.startsWith(QLatin1String("Alt+")))
@@ -35,7 +35,7 @@ QString pseudo(const QString &context, const QString &text)
     return QLatin1Char('[') + text + QString((text.size() + 1) / 2, padding(context)) + QLatin1Char(']');
 }
 
-/// Translates every text that passes through Qt's translation, whatever its context.
+/// Translates every text that Qt looks up, whatever its context, except the names of keys.
 class PseudoTranslator : public QTranslator
 {
 public:
@@ -46,7 +46,7 @@ public:
     QString translate(const char *context, const char *sourceText, const char * /*disambiguation*/,
                       int /*n*/) const override
     {
-        // Qt translates the names of keys in this context.
+        // In this context Qt looks up the names of keys.
         if (qstrcmp(context, "QShortcut") == 0)
             return {};
         return pseudo(QString::fromLatin1(context), QString::fromUtf8(sourceText));
@@ -77,7 +77,7 @@ struct TranslatedHost
         host.module->releaseResources();
     }
 
-    /// Opens the dialog and runs \a action in it.
+    /// Opens the dialog, runs \a action while it is open, and closes it without applying changes.
     void open(const std::function<void()> &action)
     {
         QTimer::singleShot(0, dialog, [&] {
@@ -98,7 +98,8 @@ struct TranslatedHost
     QTabWidget *tabs = nullptr;
 };
 
-/// Returns the texts of \a widget that a user can see or that a screen reader reads.
+/// Returns the title of \a widget, its texts for help and for screen readers, and its label if it is a QLabel
+/// or a button. The titles of tabs and columns are not included.
 QStringList textsOf(const QWidget *widget)
 {
     QStringList texts{widget->windowTitle(), widget->whatsThis(),      widget->toolTip(),
@@ -147,7 +148,7 @@ private slots:
     void messageOfThePageIsTranslated_data();
     void messageOfThePageIsTranslated();
     void questionsAndTabTitlesOfTheDialogAreNotTranslated();
-    void onlyTheDialogsOwnTextsAreNotTranslated();
+    void onlyTextsThatTheDialogSetsInCodeAreNotTranslated();
     void longerTextsAreNotCutOff();
 };
 
@@ -232,20 +233,20 @@ void TestTranslation::textsOfTheModuleAndTheTableAreTranslated()
 void TestTranslation::messageOfThePageIsTranslated_data()
 {
     const Table<QString, bool, QString, QStringList> row("host", "multicast", "text", "arguments");
-    row("empty", "", false, "Invalid empty host for channel %1", {"1"});
-    row("loopback address", "localhost", false,
+    row("empty host", "", false, "Invalid empty host for channel %1", {"1"});
+    row("localhost", "localhost", false,
         "If you intend this computer to be the destination host of channel %1 please \n"
         "use the 'this computer' check box instead of '%2'.",
         {"1", "localhost"});
-    row("group without an address", "0.0.0.0", true,
+    row("multicast, unresolved host", "0.0.0.0", true,
         "Multicast ip cannot resolve host name '%1' for channel %2", {"0.0.0.0", "1"});
-    row("name without an address", "0.0.0.0", false, "Cannot resolve host name '%1' for channel %2",
+    row("unicast, unresolved host", "0.0.0.0", false, "Cannot resolve host name '%1' for channel %2",
         {"0.0.0.0", "1"});
-    row("no group", "10.0.0.1", true,
+    row("multicast, unicast address", "10.0.0.1", true,
         "Invalid multicast ip address '%1' for channel %2\n"
         "Multicast ip addresses are valid\nfrom 224.0.1.0 to 239.255.255.255.",
         {"10.0.0.1", "1"});
-    row("group not allowed", "224.0.0.1", false,
+    row("unicast, multicast address", "224.0.0.1", false,
         "Invalid host '%1' for channel %2\nValid hosts don't include multicast "
         "ip addresses\nfrom 224.0.0.0 to 239.255.255.255.",
         {"224.0.0.1", "1"});
@@ -290,7 +291,7 @@ void TestTranslation::questionsAndTabTitlesOfTheDialogAreNotTranslated()
                                                            "Deactivate channel 2?"}));
 }
 
-void TestTranslation::onlyTheDialogsOwnTextsAreNotTranslated()
+void TestTranslation::onlyTextsThatTheDialogSetsInCodeAreNotTranslated()
 {
     const TranslatedHost translated;
     QStringList untranslated;
@@ -315,8 +316,6 @@ void TestTranslation::onlyTheDialogsOwnTextsAreNotTranslated()
 void TestTranslation::longerTextsAreNotCutOff()
 {
     TranslatedHost translated;
-    // A changed catalogue makes the table create its columns anew.
-    translated.host.controller.change([](ControllerState &state) { state.catalogue.removeLast(); });
     QStringList cutOff;
     translated.open([&] {
         for (int channel = 0; channel < 2; ++channel) {

@@ -26,16 +26,17 @@ void parametersInAnyOrder(Life &life)
 {
     life.unload();
     std::array<int, 4> order = {0, 1, 2, 3};
-    int good = 0;
+    bool good = true;
     do {
         Life next(life.file(), life.report());
         for (const int index : order)
             next.setParameter(index);
-        good += next.takeAction() ? 1 : 0;
+        const bool hasAction = next.takeAction() != nullptr;
         next.module()->prepareShutdown();
         next.module()->releaseResources();
+        good = good && hasAction && next.host.takeFaults().isEmpty();
     } while (std::next_permutation(order.begin(), order.end()));
-    life.step("Pass the four parameters in any of the 24 orders before moduleActions().", good == 24);
+    life.step("Pass the four parameters in any of the 24 orders before moduleActions().", good);
 }
 
 void observerMode(Life &life)

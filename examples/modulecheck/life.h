@@ -11,7 +11,7 @@
 
 #include <memory>
 
-/// Prints one line per step and remembers whether one has failed.
+/// Prints each step with its faults and remembers whether a step has failed.
 class Report
 {
 public:
@@ -22,8 +22,9 @@ private:
     bool m_good = true;
 };
 
-/// One life cycle of the module: the plug-in file, which the constructor loads, and the host's services,
-/// window and receiver. Its functions are the steps that the life cycles have in common.
+/// One life cycle of the module: the plug-in file, which the constructor loads, and the host's services and
+/// window, and a socket that receives the module's datagrams. Its functions are the steps that the life
+/// cycles have in common.
 class Life
 {
 public:
@@ -36,7 +37,8 @@ public:
     /// is false or if CheckHost has recorded a fault of the module since the previous step.
     void step(const char *text, bool good);
 
-    /// Returns the module; null if the file is not a plug-in with the interface of a module.
+    /// Returns the module; null if the file is not a plug-in with the interface of a module, and after
+    /// unload().
     ModuleInterface *module() const { return m_module; }
     QString file() const { return m_loader.fileName(); }
     QString error() const { return m_loader.errorString(); }
@@ -45,7 +47,8 @@ public:
     /// Passes the parameter \a index, 0 to 3, to the module.
     void setParameter(int index);
 
-    /// Gets the module's action and adds it to the menu. Returns null if there is not exactly one.
+    /// Gets the module's action and adds it to a new menu with the title that the module gives. Returns null
+    /// if there is not exactly one.
     QAction *takeAction();
 
     /// Passes all parameters, then calls takeAction(). Reports both as steps.
@@ -59,7 +62,8 @@ public:
     void shutDown();
     void end();
 
-    /// Waits for a datagram with one complete frame that has exactly one line of each of \a types.
+    /// Waits for a datagram that consists of one line of each of \a types, in this order, with the same
+    /// number. Returns false after 20 seconds.
     bool frameArrives(const QList<QByteArray> &types);
 
     CheckHost host;

@@ -37,7 +37,8 @@ public:
     /// Sends one line, such as protocol::reset. Thread-safe.
     void sendEvent(const QByteArray &line);
 
-    /// Sends the event \a line to all clients now, and to later clients when they connect.
+    /// Sends the event \a line to all clients and, until the next call, also to each new client when it
+    /// connects.
     void setState(const QByteArray &line);
 
 private:

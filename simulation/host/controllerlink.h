@@ -27,7 +27,7 @@ struct LogLine
 /// registered requesters and receivers.
 ///
 /// Thread-safe. No lock is held while a requester or a receiver is called, so it may call back, except to
-/// remove a requester or receiver: a removal waits until no call of the removed object is pending or in
+/// remove a requester or receiver: a removal waits until no call to the removed object is pending or in
 /// progress.
 class ControllerLink : public QObject, public IOManager
 {
@@ -61,7 +61,7 @@ public:
     /// Passes \a text to every message receiver on the calling thread.
     void sendMessage(const QByteArray &text);
 
-    /// Returns the types that \a requester has requested and not released.
+    /// Returns the types that \a requester has requested and not released. Its removal releases all.
     QSet<QByteArray> requestedTypes(Requester *requester) const;
 
     /// Returns the number of registered requesters and message receivers.
@@ -83,7 +83,7 @@ private:
         Requester *requester = nullptr;
         QSet<QByteArray> types;
         bool registered = false;
-        int busy = 0; ///< calls in progress
+        int busy = 0; ///< calls pending or in progress
     };
     struct Listener
     {

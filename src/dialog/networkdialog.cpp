@@ -48,7 +48,7 @@ void NetworkDialog::describeForScreenReaders()
 {
     m_tabWidget->setAccessibleName(QLatin1String("Channels"));
     m_plusPage->setAccessibleName(QLatin1String("Add a channel with Ctrl + T"));
-    // The check box's What's This help is rich text with an image; a screen reader would read the markup.
+    // Otherwise the only explanation of this check box is its What's This help, rich text with an image.
     checkBox_actAsRouter->setAccessibleDescription(
         QLatin1String("Passes the tracking data on to receivers outside the Controller's network"));
 }
@@ -81,10 +81,8 @@ void NetworkDialog::teardownRequests()
         return;
     const CallFromHost call(this);
     const Operation operation(&m_gate);
-    m_gate.close();
+    refuseOperations();
     closeMessageBoxes();
-    for (ChannelWidget *page : qAsConst(m_pages))
-        page->silence();
     setRouterActive(false);
     emit deferedRouterActiveToggled(false);
     const QList<OutputTypeInfo> types = m_outputTypes;
@@ -95,14 +93,22 @@ void NetworkDialog::teardownRequests()
     m_host.close();
 }
 
+void NetworkDialog::refuseOperations()
+{
+    m_gate.close();
+    for (ChannelWidget *page : qAsConst(m_pages))
+        page->silence();
+}
+
 void NetworkDialog::release()
 {
     if (!m_host.isCallUnderWay()) {
         delete this;
         return;
     }
-    // The function that sent the command has not returned yet and will use the dialog again.
-    m_gate.close();
+    // The host makes this call from within a command of the dialog. The function that sent the command has
+    // not returned yet and will use the dialog again.
+    refuseOperations();
     m_host.close();
     m_releaseDue = true;
     setParent(nullptr); // the host may destroy the parent before that function returns
@@ -133,7 +139,8 @@ int NetworkDialog::update_and_exec()
 {
     const CallFromHost call(this);
     if (isVisible() || !m_gate.mayBegin()) {
-        // If the operation is an opening, the postponed call finds the dialog visible and only raises it.
+        // Postpone the opening until the operation in progress has ended. If that operation is an opening
+        // too, the postponed call finds the dialog visible and only raises it.
         m_openingDue = !isVisible() && !isTornDown();
         raise();
         activateWindow();
@@ -180,7 +187,9 @@ void NetworkDialog::doPostponed()
 void NetworkDialog::applyLock()
 {
     m_locked = isConfigLocked();
-    setWindowIcon(m_locked ? m_lockIcon : m_parentWidget->windowIcon());
+    // The host may have released this dialog and destroyed the parent within the query.
+    const QIcon icon = m_parentWidget ? m_parentWidget->windowIcon() : QIcon();
+    setWindowIcon(m_locked ? m_lockIcon : icon);
     setAccessibleDescription(m_locked ? QLatin1String("The configuration is locked") : QLatin1String());
     enablePages(!m_locked);
     if (m_locked) {
@@ -207,8 +216,6 @@ bool NetworkDialog::isConfigLocked()
 bool NetworkDialog::ask(QMessageBox::Icon icon, const QString &title, const QString &question,
                         QMessageBox::StandardButton defaultButton)
 {
-    if (m_gate.isClosed())
-        return false;
     const QPointer<OperationGate> gate(&m_gate);
     const auto answer =
         showMessage(this, icon, title, question, QMessageBox::Yes | QMessageBox::No, defaultButton);

@@ -46,8 +46,8 @@ class NetworkDialog : public QDialog, public Ui::NetworkDialog, public Requester
     Q_OBJECT
 
 public:
-    /// Builds the window. The host keeps ownership of all three arguments; they must outlive the dialog, and
-    /// none may be null.
+    /// Builds the window. The host keeps ownership of all three arguments. None may be null, and all must
+    /// outlive the dialog, except that \a parent may be destroyed after release().
     NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersions *versions);
 
     /// Waits until no data thread uses a channel and every worker has ended. teardownRequests() must have
@@ -137,15 +137,15 @@ private:
     void setupTabs();
     void describeForScreenReaders();
     QList<QMessageBox *> closeMessageBoxes();
+    void refuseOperations();
     void bringUpToDate();
     void doPostponed();
     void applyLock();
     void enablePages(bool enable);
     bool isConfigLocked();
 
-    /// Asks the user \a question and returns whether the answer is Yes. Returns false also if the module has
-    /// been shut down, before the box was opened or while it was open; in the latter case the dialog may have
-    /// been deleted.
+    /// Asks the user \a question and returns whether the answer is Yes. Returns false also if the module was
+    /// shut down while the box was open; the dialog may then have been deleted.
     bool ask(QMessageBox::Icon icon, const QString &title, const QString &question,
              QMessageBox::StandardButton defaultButton);
 
@@ -191,7 +191,7 @@ private:
     networksettings2g::HostConnection m_host;
     networksettings2g::OperationGate m_gate;
     BackendVersions *m_versions;
-    QWidget *m_parentWidget; // source of the window icon
+    QPointer<QWidget> m_parentWidget; // source of the window icon
     NetworkDialogTabWidget *m_tabWidget = nullptr;
     QList<ChannelAsRouter *> m_channels; // owned
     QList<ChannelWidget *> m_pages;

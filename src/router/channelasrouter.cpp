@@ -12,8 +12,8 @@ namespace {
 constexpr uint32_t stopMilliseconds = 10;
 constexpr uint32_t sendTimeoutMicroseconds = 100000;
 
-/// The number of frames that a server handles for one channel before it leaves the rest to the channel's
-/// worker.
+/// The largest number of frames that a server handles for one channel before it leaves the rest to the
+/// channel's worker.
 constexpr int framesPerService = 4;
 
 uint32_t workerEntry(void *channel)
@@ -96,9 +96,10 @@ void ChannelAsRouter::startRouter()
     // Repeat a look-up that has failed. No lock is held, because data threads must not wait for a look-up.
     setHost(host());
     {
-        // Done under one lock, before the new thread starts. A previous worker that still has unread lines
-        // either adds them before this, and they are dropped, or sees m_routerRunning set and continues.
-        // Lines of the new worker's frame are never dropped.
+        // Drop the old frame and set m_routerRunning under one lock, before the new thread starts. A previous
+        // worker with unread lines either adds them to the frame before it is dropped, or sees
+        // m_routerRunning set and continues. If the router was stopped, no line of the new run is dropped
+        // here, because none is queued before m_routerRunning is set.
         const PriorityFrameLock lock(this);
         hasSocket = m_socketHandle || udpOpen(&m_socketHandle, 0, UdpAnyPort) == UdpSucceeded;
         dropFrame();
@@ -203,8 +204,10 @@ bool ChannelAsRouter::serveFrames(LogEvent *dropped)
         return false;
     Service service = m_lines.beginService(&m_block);
     for (int frames = 0; service == Service::Granted; ++frames) {
-        if (frames < framesPerService)
-            *dropped = assembleFrame(0);
+        if (frames < framesPerService) {
+            if (const LogEvent event = assembleFrame(0))
+                *dropped = event;
+        }
         if (!m_block.isRead() || m_frame.isComplete()) {
             m_lines.abandonService();
             return false;
@@ -257,7 +260,7 @@ ChannelAsRouter::LogEvent ChannelAsRouter::sendFrame(uint32_t timeoutMicrosecond
         return RouterLog::FrameWithoutSocket;
     if (to.address == 0)
         return RouterLog::FrameWithoutAddress;
-    if (!m_routerRunning) // checked last: the frame may belong to a run that has been stopped
+    if (!m_routerRunning) // the frame belongs to a run that has been stopped
         return {};
     const QByteArray &text = m_frame.text();
     switch (

@@ -34,10 +34,12 @@ namespace networksettings2g {
 /// Invariants:
 /// 1. Only the worker leaves Awake, and only the worker returns to it, after each sleep. So a lost or a late
 ///    signal costs one time-out at most, and a needless signal only makes the worker check the queue.
-/// 2. In state Called a thread is about to signal or to serve the channel. append() also returns true for
-///    each further line, so a delivering thread that is preempted before its signal does not delay the frame.
+/// 2. In state Called a thread has signalled, or is about to signal or to serve the channel. append() also
+///    returns true for each further line, so if a delivering thread is preempted before its signal, the next
+///    line from another thread wakes the worker.
 /// 3. In state Asleep no lines were lost before those in the queue: losing lines leads to Called.
-/// 4. At most one thread is the worker. Becoming and ceasing to be the worker exclude each other, because
+/// 4. Unless the platform fails, at most one thread is the worker. Becoming and ceasing to be the worker
+/// exclude each other, because
 ///    both lock m_mutex. So if a thread fails to become the worker, the current worker has yet to check
 ///    whether the run is still wanted.
 class LineMonitor
@@ -51,7 +53,8 @@ public:
     LineMonitor(const LineMonitor &) = delete;
     LineMonitor &operator=(const LineMonitor &) = delete;
 
-    /// Returns false if the locks could not be created; then no other function may be called.
+    /// Returns false if the locks could not be created; then only isCalled() and the destructor may be
+    /// called.
     bool isUsable() const { return m_mutex && m_runMutex && m_condition; }
 
     /// Queues a copy of \a line. Returns whether the state is Called afterwards. The caller must then call
@@ -67,7 +70,8 @@ public:
     /// to false.
     void interruptWorker();
 
-    /// Makes the calling thread the worker. Returns false if another thread is the worker.
+    /// Makes the calling thread the worker. Returns false if another thread is the worker. Returns
+    /// true also if the platform fails to tell, so that the channel forwards nevertheless.
     bool tryBecomeWorker() UNCHECKED_LOCKING;
 
     /// Worker: ceases to be the worker, unless the run is still wanted. Returns whether it has ceased.
@@ -76,8 +80,8 @@ public:
     /// Returns whether another thread is the worker.
     bool hasWorker() UNCHECKED_LOCKING;
 
-    /// Worker: sleeps until a line meets \a next, a signal comes, or 100 ms have passed. Returns at once if
-    /// lines are queued or the run is not wanted.
+    /// Worker: sleeps until a signal comes or 100 ms have passed. Meanwhile a line that meets \a next, or a
+    /// backlog, leads to Called. Returns at once if lines are queued or the run is not wanted.
     void waitForLines(WakeCondition next);
 
     enum class Taken
@@ -90,8 +94,8 @@ public:
     /// Worker: takes the oldest lines.
     Taken take(LineBlock *block);
 
-    /// In state Asleep, takes the oldest lines and makes the next line call the channel. Returns false in any
-    /// other state, or if the queue is empty.
+    /// In state Asleep, lets the next line lead to Called and takes the oldest lines; returns false if the
+    /// queue is empty. In any other state changes nothing and returns false.
     bool takeLinesOfSleepingWorker(LineBlock *block);
 
     /// Returns whether the state is Called. Only a hint, because it does not lock the mutex.

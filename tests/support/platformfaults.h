@@ -29,8 +29,8 @@ enum Call
     ThreadCreate,
     SocketCreate,
     SocketNotReady,   ///< a send would have to wait
-    SocketWait,       ///< no socket is ready, and the wait for it fails
-    SocketWaitInTime, ///< no socket is ready, and the wait for it times out
+    SocketWait,       ///< no socket is ready, and a wait for one fails
+    SocketWaitInTime, ///< no socket is ready, and a wait for one times out
     SocketSend,
     SocketSendShort, ///< a send reports one byte less than the datagram has
     LookUp
@@ -91,13 +91,14 @@ inline std::atomic<Path> path{Open};
 inline std::atomic<int> sends{0};         // started
 inline std::atomic<int> writableWaits{0}; // started
 inline std::atomic<bool> isPaced{false};  // a send waits until the receiver's buffer has room
-inline std::atomic<int> bytesUnderWay{0}; // sent but not yet received
+inline std::atomic<int> bytesUnderWay{0}; // buffer space of datagrams sent but not yet received
 inline std::atomic<int> stalledPort{0};   // no socket is ever ready to send to this port
 inline std::atomic<NativeSocket> stalledSocket{nativeNoSocket}; // the socket that sends to stalledPort
 inline std::atomic<bool> isStallHeld{false};                    // a worker's wait for it does not return
 inline std::atomic<bool> holdWokenWorkers{false};               // a worker's wait for lines does not return
 
-/// If set, the calling thread stops after its next unlock of a mutex until the flag is cleared.
+/// If not null, this thread stops after its next unlock of a mutex until the flag that this points to is
+/// cleared.
 inline thread_local std::atomic<bool> *heldAfterUnlock = nullptr;
 inline std::atomic<int> threadsHeldAfterUnlock{0};
 
