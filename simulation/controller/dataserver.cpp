@@ -1,6 +1,7 @@
 #include "dataserver.h"
 
 #include "networkprotocol.h"
+#include "queuedcall.h"
 
 #include <QTcpSocket>
 
@@ -95,7 +96,7 @@ void DataServer::enqueue(const QByteArray &text)
     // threads; ThreadSanitizer does not see that Qt's reference counts are atomic.
     m_pending.append(text.constData(), text.size());
     if (!m_flushPosted)
-        QMetaObject::invokeMethod(this, "flush", Qt::QueuedConnection);
+        queueCall(this, "flush");
     m_flushPosted = true;
 }
 

@@ -1,5 +1,7 @@
 #include "eventthread.h"
 
+#include "queuedcall.h"
+
 #include <QEventLoop>
 
 #include <future>
@@ -11,14 +13,7 @@ void TaskQueue::post(Task task)
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_tasks.push_back(std::move(task));
     if (m_tasks.size() == 1)
-        wake();
-}
-
-/// Not inlined, so that post() stays visible in ThreadSanitizer's stack traces, which lack the function that
-/// calls Qt. tests/support/tsan.supp suppresses reports by the name of post().
-Q_NEVER_INLINE void TaskQueue::wake()
-{
-    QMetaObject::invokeMethod(this, "runTasks", Qt::QueuedConnection);
+        queueCall(this, "runTasks");
 }
 
 void TaskQueue::runTasks()

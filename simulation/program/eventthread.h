@@ -26,7 +26,6 @@ public:
 
 private:
     Q_INVOKABLE void runTasks();
-    void wake();
 
     std::mutex m_mutex;
     std::vector<Task> m_tasks; ///< guarded by m_mutex
