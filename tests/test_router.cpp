@@ -34,6 +34,7 @@ private slots:
     void resetComesBetweenTwoFramesOfABacklog();
     void noDatagramIsSentAfterAStop();
     void laterLineRepeatsADelayedWakeUp();
+    void linesThatComeDuringAServiceAreSent();
     void stalledChannelDelaysNoOther();
     void nextFrameGoesToTheNewDestination();
     void runningWorkerContinuesIfAThreadIsRefused();
@@ -280,6 +281,28 @@ void TestRouter::laterLineRepeatsADelayedWakeUp()
     const QByteArray datagram = channel.receiver.next();
     held = false;
     QCOMPARE(datagram, bytesOf("fr3 6d3"));
+}
+
+// The second channel's worker serves the first channel, for which no further line comes.
+void TestRouter::linesThatComeDuringAServiceAreSent()
+{
+    Receiver first, second;
+    FedChannels channels({first.port(), second.port()});
+    channels.start();
+    channels.feedFrame(1);
+    channels.feedFrame(2);
+    for (Receiver *receiver : {&first, &second})
+        QCOMPARE(receiver->next(), bytesOf(frameOf(1) + ' ' + frameOf(2)));
+    QVERIFY(comesTrue([] { return faults::areAsleep(2); }));
+    HeldSends sends;
+    channels.feedFrame(3);
+    QVERIFY(sends.hold());
+    channels.feedFrame(4);
+    sends.release();
+    for (Receiver *receiver : {&first, &second}) {
+        QCOMPARE(receiver->next(), bytesOf(frameOf(3)));
+        QCOMPARE(receiver->next(), bytesOf(frameOf(4)));
+    }
 }
 
 /// The socket of one of ten channels is never ready, and the channel's worker waits for it indefinitely.

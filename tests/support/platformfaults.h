@@ -73,11 +73,17 @@ inline std::atomic<NativeSemaphore *> lineQueue{nullptr}; // the queue of the co
 inline std::atomic<int> wakeUps{0};                       // posts to it
 inline std::atomic<int> takenWakeUps{0};
 
-/// Whether the program's only worker sleeps and no wake-up is pending. Every complete frame has then been
-/// handled.
+/// Returns whether the program has \a workers workers, all of which sleep, and no wake-up is pending. Every
+/// complete frame has then been handled.
+inline bool areAsleep(int workers)
+{
+    return wakeUps == takenWakeUps && lineWaits == endedLineWaits + workers;
+}
+
+/// The same for the program's only worker.
 inline bool isAsleep()
 {
-    return wakeUps == takenWakeUps && lineWaits == endedLineWaits + 1;
+    return areAsleep(1);
 }
 
 enum Path
