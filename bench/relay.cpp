@@ -3,26 +3,30 @@
 #include "clocks.h"
 #include "receivers.h"
 
+#include <cerrno>
+
 namespace bench {
 
 namespace {
 
-/// Returns a socket on a free port of this computer, or -1 on failure.
+/// Returns a UDP socket bound to a free loopback port, which is written to \a port, or -1 on failure.
 int listeningSocket(uint16_t *port)
 {
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const timeval patience{1, 0}; // then run() checks whether the relay ends
+    setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     if (bind(descriptor, reinterpret_cast<sockaddr *>(&address), size) != 0 ||
-        getsockname(descriptor, reinterpret_cast<sockaddr *>(&address), &size) != 0)
+        getsockname(descriptor, reinterpret_cast<sockaddr *>(&address), &size) != 0) {
+        close(descriptor);
         return -1;
+    }
     *port = ntohs(address.sin_port);
     return descriptor;
 }
-
-constexpr uint32_t endNumber = 0; // sent to end the relay; no frame has this number
 
 } // namespace
 
@@ -38,7 +42,8 @@ Relay::Relay(const Receivers &receivers, int channels)
 
 Relay::~Relay()
 {
-    m_feeder.front().send(endNumber);
+    m_ends = true;
+    m_feeder.front().send(0); // only wakes the thread
     m_thread.join();
     close(m_socket);
 }
@@ -55,13 +60,12 @@ void Relay::run()
     char datagram[65536];
     for (;;) {
         const ssize_t length = recv(m_socket, datagram, sizeof datagram, 0);
-        if (length < 0)
-            return; // the benchmark then reports that datagrams are lost
+        // If the socket has failed, the benchmark reports the missing datagrams.
+        if (m_ends || (length < 0 && errno != EAGAIN && errno != EINTR))
+            return;
         if (length < numberPosition + numberDigits)
             continue;
         const uint32_t number = readNumber(datagram + numberPosition);
-        if (number == endNumber)
-            return;
         for (Sender &sender : m_senders)
             sender.send(number);
     }

@@ -3,6 +3,7 @@
 #include "pipeline.h"
 #include "sender.h"
 
+#include <atomic>
 #include <cstdint>
 #include <thread>
 #include <vector>
@@ -28,6 +29,7 @@ private:
     void run();
 
     int m_socket;
+    std::atomic<bool> m_ends{false};
     SendSocket m_sendSocket;
     std::vector<Sender> m_senders;
     std::vector<Sender> m_feeder; // one sender to m_socket; empty until the port of m_socket is known

@@ -98,9 +98,10 @@ void TestRouterLog::failureIsLogged_data()
         "its socket could not be opened; the next start tries again");
     row("frame without a socket", faults::SocketCreate, frames, "frame dropped: there is no socket");
     row("thread refused", faults::ThreadCreate, frames, "stopped: its thread could not be started");
-    row("frame without a number", faults::NoCall, "fr 6d1 fr 6d2", "frame dropped: it has no frame number");
+    row("frame without a number", faults::NoCall, "fr 6d1 fr 6d2",
+        "frame dropped: it has no valid frame number");
     row("frame too long", faults::NoCall, "fr1 6d1 fr2 6d" + QByteArray(70000, 'x'),
-        "frame dropped: it is longer than a datagram");
+        "frame dropped: it does not fit into one datagram");
     const QString timedOut = "frame dropped: the socket was not ready in time";
     row("socket not ready after a wait", faults::SocketNotReady, frames, timedOut);
     row("wait for the socket timed out", faults::SocketWaitInTime, frames, timedOut);

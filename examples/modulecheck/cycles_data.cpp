@@ -34,17 +34,18 @@ void messageOnAnotherThread(Life &life)
     int result = -1;
     // join() blocks the event loop of the GUI thread, so a module that waited for the event loop would never
     // return.
-    std::thread([&life, &result] {
-        result = life.host.messageReceiver()->onMessage(0, 0, "OutputTypesChanged");
-    }).join();
-    life.step("Call onMessage() on any thread, holding no lock: it does not wait for the GUI thread.",
-              result == 0);
+    MessageReceiver *receiver = life.host.messageReceiver();
+    std::thread([&] { result = receiver->onMessage(0, 0, "OutputTypesChanged"); }).join();
+    life.step(
+        "Pass \"OutputTypesChanged\" to onMessage() on another thread: it does not wait for the GUI thread.",
+        result == 0);
     life.step("Run the event loop of the GUI thread: only then is the message handled.",
               isRequestedSoon(life, "mk"));
     life.host.answers.erase("output active ch01 mk");
-    life.host.messageReceiver()->onMessage(0, 0, "OutputTypesChanged");
-    life.step("On the GUI thread expect queries and requests before onMessage() returns.",
-              !life.host.isRequested("mk"));
+    receiver->onMessage(0, 0, "OutputTypesChanged");
+    life.step(
+        "Call it on the GUI thread, holding no lock: queries, requests and releases come before it returns.",
+        !life.host.isRequested("mk"));
     life.end();
 }
 
@@ -58,6 +59,6 @@ void dataOnFourThreads(Life &life)
     life.host.messageReceiver()->onMessage(0, 0, "OutputTypesChanged");
     life.step("Report a changed catalogue while data flow: frames get the new type.",
               life.frameArrives({"fr", "6d", "mk"}));
-    life.step("Continue to deliver on all threads while the module shuts down.", true);
+    life.step("Do not stop the data threads before the following steps.", true);
     life.end();
 }

@@ -16,12 +16,12 @@ struct OutputTypeInfo
 };
 
 /// Replaces \a types with the Controller's catalogue, in the Controller's order, up to 10000 types. A type
-/// whose name cannot be read is left out; every failure is written to the host's log. Blocks for three
-/// queries per type. Returns 0, or -1 if \a manager is null. GUI thread only.
+/// whose name cannot be read is left out; every failure is written to the host's log. Blocks for one
+/// query, and for three more per type. Returns 0, or -1 if \a manager is null. GUI thread only.
 int queryOutputTypes(IOManager *manager, QList<OutputTypeInfo> *types);
 
-/// Returns the address of this computer as the Controller sees it, or an empty text if the answer does not
-/// contain it. Blocks for one query. GUI thread only.
+/// Returns the address of this computer as the Controller sees it, or an empty text if \a manager is null or
+/// the answer has no second word. A failure is not logged. Blocks for one query. GUI thread only.
 QString queryMonitorIp(IOManager *manager);
 
 } // namespace networksettings2g

@@ -2,7 +2,6 @@
 
 #include "ui_channelwidget.h"
 
-#include <QMessageBox>
 #include <QWidget>
 
 struct BackendVersions;
@@ -47,7 +46,7 @@ public:
     /// May block for a query, a name look-up and a message box.
     bool validate();
 
-    /// From now on validate() shows no message box and continues as if the user had chosen Cancel.
+    /// Makes a validate() in progress return false without a message box.
     void silence() { m_silenced = true; }
 
 signals:
@@ -97,8 +96,7 @@ private:
     bool judgeUnicast(const QString &host, quint32 address);
     quint32 addressOf(const QString &host) const;
     int systemModel() const;
-    QMessageBox::StandardButton warn(const QString &message,
-                                     QMessageBox::StandardButtons buttons = QMessageBox::Cancel);
+    void warn(const QString &message);
 
     IOManager *m_ioManager;
     BackendVersions *m_versions;

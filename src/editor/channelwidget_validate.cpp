@@ -43,7 +43,10 @@ bool ChannelWidget::validate()
         warn(tr("Invalid empty host for channel %1").arg(m_channel->number()));
         return false;
     }
-    if (systemModel() != loopbackModel && isLoopback(host)) {
+    const int model = systemModel();
+    if (m_silenced) // by a shut-down within the query
+        return false;
+    if (model != loopbackModel && isLoopback(host)) {
         warn(tr("If you intend this computer to be the destination host of channel %1 please \n"
                 "use the 'this computer' check box instead of '%2'.")
                  .arg(m_channel->number())
@@ -69,7 +72,8 @@ bool ChannelWidget::judgeUnresolved(const QString &host)
     }
     const QString question =
         tr("Cannot resolve host name '%1' for channel %2").arg(host, QString::number(m_channel->number()));
-    return warn(question, QMessageBox::Cancel | QMessageBox::Ignore) != QMessageBox::Cancel;
+    return showMessage(this, QMessageBox::Warning, tr("Network Settings"), question,
+                       QMessageBox::Cancel | QMessageBox::Ignore, QMessageBox::Cancel) != QMessageBox::Cancel;
 }
 
 bool ChannelWidget::judgeMulticast(const QString &host, quint32 address)
@@ -107,10 +111,7 @@ int ChannelWidget::systemModel() const
     return m_ioManager->getIntValue(&model, commands::systemModel) == 0 ? model : -1;
 }
 
-QMessageBox::StandardButton ChannelWidget::warn(const QString &message, QMessageBox::StandardButtons buttons)
+void ChannelWidget::warn(const QString &message)
 {
-    if (m_silenced)
-        return QMessageBox::Cancel;
-    return showMessage(this, QMessageBox::Warning, tr("Network Settings"), message, buttons,
-                       QMessageBox::Cancel);
+    showMessage(this, QMessageBox::Warning, tr("Network Settings"), message, QMessageBox::Cancel);
 }

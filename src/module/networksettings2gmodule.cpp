@@ -51,7 +51,7 @@ void NetworkSettings2GModule::makeAction()
     connect(dialog, &QObject::destroyed, this, [this] { m_record.dialog = nullptr; });
     dialog->start();
     if (!dialog || m_record.dialog != dialog)
-        return; // from within a command, the host called releaseResources() or destroyed the parent widget
+        return; // the host called releaseResources() from within a command
     m_record.menuTitle = tr("&Tracking");
     m_record.menuNumber = 300;
     m_record.actionNumber = 170;

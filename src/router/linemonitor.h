@@ -39,9 +39,8 @@ namespace networksettings2g {
 ///    line from another thread wakes the worker.
 /// 3. In state Asleep no lines were lost before those in the queue: losing lines leads to Called.
 /// 4. Unless the platform fails, at most one thread is the worker. Becoming and ceasing to be the worker
-/// exclude each other, because
-///    both lock m_mutex. So if a thread fails to become the worker, the current worker has yet to check
-///    whether the run is still wanted.
+///    exclude each other, because both lock m_mutex. So if a thread fails to become the worker, the current
+///    worker has yet to check whether the run is still wanted.
 class LineMonitor
 {
 public:

@@ -29,9 +29,9 @@ const char *textOf(RouterLog::Event event)
     case RouterLog::LinesLost:
         return "lines dropped: more arrived than could be sent";
     case RouterLog::FrameWithoutNumber:
-        return "frame dropped: it has no frame number";
+        return "frame dropped: it has no valid frame number";
     case RouterLog::FrameTooLong:
-        return "frame dropped: it is longer than a datagram";
+        return "frame dropped: it does not fit into one datagram";
     case RouterLog::FrameWithoutSocket:
         return "frame dropped: there is no socket";
     case RouterLog::FrameWithoutAddress:
@@ -69,8 +69,8 @@ void RouterLog::post(std::optional<Event> event)
         m_channel, [this, event, suppressed] { write(*event, *suppressed); }, Qt::QueuedConnection);
 }
 
-/// Returns the number of messages suppressed since the last one if \a event may be logged now, otherwise
-/// nothing.
+/// If \a event may be logged now, returns how many events of its kind were suppressed since the last logged
+/// one. Otherwise returns nothing and, if the category is enabled, counts the event as suppressed.
 std::optional<int> RouterLog::admit(Event event)
 {
     if (!routerCategory().isInfoEnabled())

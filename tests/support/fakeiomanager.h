@@ -12,21 +12,21 @@
 #include <cstring>
 #include <functional>
 
-/// A host for tests of single classes: answers from a table, fails on demand, and records all calls in order.
-/// Not thread-safe.
+/// A host for tests without a simulated Controller: answers from a table, fails on demand, and records all
+/// calls in order. Not thread-safe.
 class FakeIOManager : public IOManager
 {
 public:
     virtual ~FakeIOManager() = default;
 
-    /// Maps a query to its answer. Any other query fails and does not write to its answer.
+    /// Maps a query to its answer. Any other query fails and leaves the caller's buffer unchanged.
     QHash<QByteArray, QByteArray> answers;
 
-    /// Queries and commands that fail; a query still writes its answer.
+    /// Lines of the journal whose calls fail. A failing query that is in \a answers still writes its answer.
     QSet<QByteArray> failing;
 
-    /// All calls in order: queries and commands as they were sent, other calls after one of the words "log",
-    /// "request", "release", "add" and "remove".
+    /// All calls in order: queries and commands as they were sent; every other call as one of the words
+    /// "log", "request", "release", "add" and "remove", a blank, and its arguments.
     QStringList journal;
 
     /// If set, each call invokes it with its line of the journal before it returns.

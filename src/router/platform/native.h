@@ -7,7 +7,8 @@
 /// fails. A function that creates a record returns a null pointer on failure. A function that returns int
 /// returns NativeTaken (0) for success or NativeFailed, unless its comment lists other results.
 
-/// Results of a wait, and of every function that only succeeds or fails.
+/// Results of the functions that return int. nativeSocketSend() returns the last two in place of a number of
+/// bytes.
 enum NativeResult : int
 {
     NativeTaken = 0,
@@ -24,11 +25,12 @@ struct NativeSemaphore; ///< counts up to a maximum
 struct NativeLock;      ///< not recursive: never entered twice by one thread
 struct NativeThread;    ///< a thread that must be joined
 
-/// The platform's name for a socket.
+/// The platform's handle of a socket: a descriptor on POSIX, a SOCKET on Windows.
 using NativeSocket = intptr_t;
 constexpr NativeSocket nativeNoSocket = -1;
 
-/// Result of nativeDottedAddress() for a text that is not a dotted address.
+/// Result of nativeDottedAddress() for a text that is not a dotted address, and for 255.255.255.255, which
+/// nativeLookUp() resolves.
 constexpr uint32_t nativeNoAddress = UINT32_MAX;
 
 extern "C" {
@@ -56,9 +58,9 @@ void nativeLockDelete(NativeLock *lock);
 /// Returns the one lock that exists without nativeLockCreate() and is never deleted.
 NativeLock *nativeSharedLock();
 
-/// Runs \a entry on a new thread with at least \a stackBytes of stack for \a entry; what the system itself
-/// takes from the stack, such as thread-local storage, is added. Asynchronous signals are blocked on the
-/// thread, so that signals to the process reach the threads of the host.
+/// Runs \a entry on a new thread with at least \a stackBytes of stack. On POSIX, what the C library takes
+/// from the stack, such as thread-local storage, is added. Asynchronous signals are blocked on the thread, so
+/// that signals to the process reach the threads of the host.
 NativeThread *nativeThreadCreate(uint32_t (*entry)(void *), void *argument, uint32_t stackBytes);
 /// Waits until \a thread has ended and frees it.
 void nativeThreadJoin(NativeThread *thread);
@@ -85,7 +87,8 @@ int32_t nativeSocketSend(NativeSocket socket, const void *data, int32_t length, 
                          uint16_t port);
 int nativeSocketClose(NativeSocket socket);
 
-/// Returns the address that \a text gives as four numbers with dots, in host byte order, or nativeNoAddress.
+/// Returns the address that \a text gives in a notation that inet_addr() accepts, such as 192.168.0.1 or
+/// 127.1, in host byte order, or nativeNoAddress.
 uint32_t nativeDottedAddress(const char *text);
 /// Returns the first IPv4 address of a host name in host byte order, or 0 if there is none. Waits for the
 /// name service.

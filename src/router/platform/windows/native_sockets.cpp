@@ -116,7 +116,6 @@ uint32_t nativeDottedAddress(const char *text)
     return ntohl(inet_addr(text));
 }
 
-// Uses getaddrinfo() rather than gethostbyname(), because several threads may look up names at once.
 uint32_t nativeLookUp(const char *name)
 {
     addrinfo hints = {};
