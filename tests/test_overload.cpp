@@ -1,5 +1,5 @@
-// Sends stall while lines arrive at full speed: the memory stays bounded, data threads do not wait,
-// and no frame is joined from lines before and after a gap.
+// Sends stall while lines arrive at full speed: the memory stays bounded, data threads do not wait, and no
+// frame is joined from lines before and after a gap.
 
 #include "fedchannel.h"
 #include "loop.h"

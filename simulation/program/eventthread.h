@@ -13,9 +13,8 @@ namespace simulation {
 
 /// Runs functions on the thread to which this object belongs, in the order of post(). The functions and their
 /// data pass between the threads under a std::mutex: ThreadSanitizer does not see the lock of Qt's own event
-/// queue and would report data races on
-/// the arguments of queued slots. If a task runs an event loop, tasks that are posted
-/// meanwhile may run before the rest of those that were queued with it.
+/// queue and would report data races on the arguments of queued slots. If a task runs an event loop, tasks
+/// that are posted meanwhile may run before the rest of those that were queued with it.
 class TaskQueue : public QObject
 {
     Q_OBJECT

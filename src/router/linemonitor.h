@@ -69,8 +69,8 @@ public:
     /// to false.
     void interruptWorker();
 
-    /// Makes the calling thread the worker. Returns false if another thread is the worker. Returns
-    /// true also if the platform fails to tell, so that the channel forwards nevertheless.
+    /// Makes the calling thread the worker. Returns false if another thread is the worker. Returns true also
+    /// if the platform fails to tell, so that the channel forwards nevertheless.
     bool tryBecomeWorker() UNCHECKED_LOCKING;
 
     /// Worker: ceases to be the worker, unless the run is still wanted. Returns whether it has ceased.
