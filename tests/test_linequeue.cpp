@@ -108,7 +108,7 @@ void TestLineQueue::fullQueueStaysWithinItsMemory()
     QFETCH(const int, lineBytes);
 
     constexpr auto limit = static_cast<long long>(LineQueue::MaximumBytes);
-    constexpr long long slack = 128 * 1024; // rounding and bookkeeping of the allocator
+    constexpr int slack = 128 * 1024; // rounding and bookkeeping of the allocator
     long long most = 0;
     const long long before = allocatedBytes();
     {

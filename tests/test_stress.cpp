@@ -13,7 +13,7 @@
 namespace {
 
 constexpr int openingsPerLoad = 5;
-constexpr long long allocatedSlack = 8 * 1024 * 1024;
+constexpr int allocatedSlack = 8 * 1024 * 1024;
 
 quint32 numberFromEnvironment(const char *name, quint32 fallback)
 {

@@ -42,10 +42,10 @@ QString summary(const Session &session, int channels)
         return Headless::tr("summary: %1 frames received from the Controller, %2 channels")
             .arg(session.frames())
             .arg(channels);
-    const QString sent = Headless::tr("summary: %1 frames sent at %2 per second, %3 channels")
-                             .arg(session.frames())
-                             .arg(session.options().rate)
-                             .arg(channels);
+    QString sent = Headless::tr("summary: %1 frames sent at %2 per second, %3 channels")
+                       .arg(session.frames())
+                       .arg(session.options().rate)
+                       .arg(channels);
     if (session.options().replay.isEmpty())
         return sent;
     return sent + Headless::tr(", %1 recorded lines skipped").arg(session.skippedLines());

@@ -45,5 +45,5 @@ long long residentBytes()
 long long allocatedBytes()
 {
     const struct mallinfo2 memory = mallinfo2();
-    return static_cast<long long>(memory.uordblks + memory.hblkhd);
+    return static_cast<long long>(memory.uordblks) + static_cast<long long>(memory.hblkhd);
 }
