@@ -1,7 +1,7 @@
 # Sets the compiler options of all targets.
 if(MSVC)
-    # Without /Zc:__cplusplus the macro __cplusplus does not tell which standard is in use. Warning 4324 reports the
-    # padding that alignas() causes on purpose.
+    # Without /Zc:__cplusplus the macro __cplusplus does not have the value of the standard in use. Warning 4324 reports
+    # the padding that alignas() causes on purpose.
     add_compile_options(/W4 /wd4324 /utf-8 /permissive- /Zc:__cplusplus)
     add_compile_definitions(_CRT_SECURE_NO_WARNINGS)
     set(warnings_as_errors /WX)
@@ -25,7 +25,7 @@ elseif(SANITIZE)
     add_link_options(-fsanitize=${SANITIZE})
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND UNIX)
-    # A library with a unique symbol is never unloaded (see this option in the manual of GCC), but a host must be able to
-    # unload the plug-in.
+    # A library with a unique symbol is never unloaded (see this option in the manual of GCC), but a host must be able
+    # to unload the plug-in.
     add_compile_options(-fno-gnu-unique)
 endif()

@@ -21,12 +21,12 @@ gives the user the one dialog in which the ten UDP output channels of the
 tracking Controller are set up. In router mode it forwards the tracking data
 itself, frame by frame, to receivers outside the Controller's network.
 
-The program receiver shows at the receiving computer whether the data arrive,
+The program receiver shows on the receiving computer whether the data arrive,
 how fast, and whether frames are lost or malformed.
 
 The package also holds the headers and the CMake package with which a host
 that loads the module is built.")
-# Files that Debian policy requires in every package.
+# Add the files that Debian policy requires in every package.
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/documents.cmake)
 set(CPACK_DEBIAN_DOCUMENTS ${PROJECT_SOURCE_DIR}/cmake/debian)
 set(CPACK_DEBIAN_DOCUMENT_FOLDER ${DOCUMENT_FOLDER})

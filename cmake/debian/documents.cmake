@@ -1,4 +1,5 @@
-# Adds the files that only a Debian package has. cpack runs this script after it has installed the files of the package.
+# Adds the files that only a Debian package has, and compresses the manual pages. cpack runs this script after it has
+# installed the files of the package.
 set(folder ${CPACK_TEMPORARY_INSTALL_DIRECTORY}${CPACK_PACKAGING_INSTALL_PREFIX}/${CPACK_DEBIAN_DOCUMENT_FOLDER})
 file(COPY ${CPACK_DEBIAN_DOCUMENTS}/copyright DESTINATION ${folder})
 execute_process(COMMAND gzip --best --no-name --stdout ${CPACK_DEBIAN_DOCUMENTS}/changelog
