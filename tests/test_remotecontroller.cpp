@@ -154,6 +154,7 @@ class TestRemoteController : public QObject
 
 private slots:
     void requestsGetTheResultOfTheController();
+    void requestAboveTheLimitOfALineIsNotSent();
     void pipelinedRequestsAreAnsweredInOrder();
     void badClientHarmsNobodyElse_data();
     void badClientHarmsNobodyElse();
@@ -161,6 +162,7 @@ private slots:
     void refusalProbabilityConcernsCommandsOnly();
     void answersAreDelayed();
     void silentControllerTimesOutOnce();
+    void waitForASilentControllerReportsAReason();
     void connectionIsRestoredAfterARestart();
     void cutFrameIsNotDelivered();
     void stateReachesTheFrontend();
@@ -191,6 +193,19 @@ void TestRemoteController::requestsGetTheResultOfTheController()
     QCOMPARE(results, (QList<int>{OutOfRange, 0, -1, NotUnderstood, 0}));
     QCOMPARE(answer, QByteArray("udp somehost 6000"));
     QCOMPARE(service.controller().commands().size(), 2);
+}
+
+void TestRemoteController::requestAboveTheLimitOfALineIsNotSent()
+{
+    RunningController service;
+    CommandClient client(localHost, service.commandPort);
+    client.start();
+    QTRY_VERIFY_WITH_TIMEOUT(client.isConnected(), waitMs);
+    QByteArray answer;
+    const QByteArray longest(protocol::maximumLine - 5, 'x'); // leaves room for "get " and the line end
+    QCOMPARE(client.query(longest, &answer), int(NotUnderstood));
+    QCOMPARE(client.query(longest + 'x', &answer), -1);
+    QCOMPARE(service.controller().record().size(), 1);
 }
 
 void TestRemoteController::pipelinedRequestsAreAnsweredInOrder()
@@ -311,6 +326,17 @@ void TestRemoteController::silentControllerTimesOutOnce()
     for (int i = 0; i < 200; ++i)
         QCOMPARE(client.query("system model", &answer), int(CommandService::NotConnected));
     QVERIFY(timer.elapsed() < CommandClient::AnswerTimeoutMs);
+}
+
+void TestRemoteController::waitForASilentControllerReportsAReason()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    CommandClient client(localHost, server.serverPort());
+    client.start();
+    // The wait ends before the connection fails.
+    QVERIFY(!client.waitForConnected(100));
+    QCOMPARE(client.problem(), QString("the Controller does not answer"));
 }
 
 void TestRemoteController::connectionIsRestoredAfterARestart()

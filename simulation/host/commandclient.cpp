@@ -6,17 +6,19 @@ namespace simulation {
 
 namespace {
 
-/// Returns whether \a text can be sent as one line: it contains no control character and is short enough.
+/// Returns whether \a text can be sent as one line: it contains no character below the blank, and with the
+/// line end it is not longer than the protocol allows.
 bool isOneLine(const QByteArray &text)
 {
     for (const char letter : text) {
         if (static_cast<unsigned char>(letter) < ' ')
             return false;
     }
-    return text.size() < protocol::maximumLine - 8;
+    return text.size() < protocol::maximumLine;
 }
 
-/// Returns the result that an answer line contains. If it is 0, sets \a answer to the rest of the line.
+/// Returns the result that an answer line contains, or -1 if the line is malformed. With result 0, sets
+/// \a answer to the rest of the line.
 int parseAnswer(const QByteArray &line, QByteArray *answer)
 {
     constexpr int refused = -1;
@@ -41,6 +43,7 @@ CommandClient::CommandClient(const QString &host, quint16 port, QObject *parent)
     : QObject(parent)
     , m_host(host)
     , m_port(port)
+    , m_problem(tr("the Controller does not answer"))
 {
     m_thread.post([this] { createSocket(); });
 }
@@ -113,6 +116,8 @@ int CommandClient::command(const QByteArray &text)
     return exchange.result;
 }
 
+/// Sends \a line. Returns the result in the Controller's answer, NotConnected, TimedOut, or -1 if \a line
+/// cannot be sent or the answer is malformed. With result 0, sets \a answer to the text of the answer.
 int CommandClient::request(const QByteArray &line, QByteArray *answer)
 {
     constexpr int refused = -1;
@@ -178,7 +183,7 @@ void CommandClient::takeGreeting(const QByteArray &line)
     Greeting greeting;
     QByteArray text;
     if (parseAnswer(line, &text) != 0 || !parseGreeting(text, &greeting)) {
-        m_socket->drop(tr("this is not a Controller"));
+        m_socket->drop(tr("the server is not a Controller"));
         return;
     }
     m_greetingTimer->stop();
