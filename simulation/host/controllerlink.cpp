@@ -181,6 +181,8 @@ int ControllerLink::removeMessageReceiver(const char *name, MessageReceiver *rec
     return 0;
 }
 
+/// Calls \a call for each registered requester that \a wanted accepts, with m_mutex unlocked. The counter
+/// keeps removeRequester() waiting until the call has returned.
 template <typename Wanted, typename Call>
 void ControllerLink::callRequesters(Wanted wanted, Call call)
 {

@@ -23,22 +23,27 @@ struct LogLine
     QByteArray message;
 };
 
-/// The host's command service on top of a Controller, and the delivery of data lines and messages to
-/// registered requesters and receivers.
+/// Implements the host's command service with a CommandService, and delivers data lines and messages to the
+/// registered requesters and message receivers.
 ///
-/// Thread-safe. No lock is held while a requester or a receiver is called, so it may call back, except to
-/// remove a requester or receiver: a removal waits until no call to the removed object is pending or in
-/// progress.
+/// Thread-safe. No lock is held while a requester or a message receiver is called. These may therefore call
+/// any function except removeRequester() and removeMessageReceiver(), which wait until no call to the removed
+/// object is pending or in progress, and could wait for their own caller. Signals are emitted on the thread
+/// of the call that caused them.
 class ControllerLink : public QObject, public IOManager
 {
     Q_OBJECT
 
 public:
-    /// Size of an answer buffer, including the terminating zero.
+    /// Size in bytes of the answer buffer of getValue(), including the terminating zero.
     static constexpr int AnswerSize = 208;
 
+    /// \a service must outlive this object.
     explicit ControllerLink(CommandService &service, QObject *parent = nullptr);
 
+    // IOManager. Queries and commands return the result of the CommandService, getIntValue() also -1 if the
+    // answer is no number. The other functions return -1 if a type, a name or an object is null, if a
+    // message receiver is already added, or if the object to remove is not added or has another name.
     int getValue(char *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
     int getIntValue(int *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
     int setValue(const char *format, ...) override IOMANAGER_PRINTF(2, 3);
@@ -54,20 +59,23 @@ public:
     /// threads may deliver at the same time.
     void deliver(const QByteArray &type, const QByteArray &line);
 
-    /// Call onOutputReset() or onOutputIdle() of every registered requester on the calling thread.
+    /// Calls onOutputReset() of every registered requester on the calling thread.
     void deliverReset();
+
+    /// Calls onOutputIdle() of every registered requester on the calling thread.
     void deliverIdle();
 
     /// Passes \a text to every message receiver on the calling thread.
     void sendMessage(const QByteArray &text);
 
-    /// Returns the types that \a requester has requested and not released. Its removal releases all.
+    /// Returns the types that \a requester has requested and not released. removeRequester() releases all of
+    /// them.
     QSet<QByteArray> requestedTypes(Requester *requester) const;
 
     /// Returns the number of registered requesters and message receivers.
     int registeredCount() const;
 
-    /// Returns the latest log lines in order, at most LogLimit.
+    /// Returns the latest log lines, at most LogLimit, the oldest first.
     QList<LogLine> logLines() const;
 
     static constexpr int LogLimit = 10000;
@@ -82,14 +90,14 @@ private:
     {
         Requester *requester = nullptr;
         QSet<QByteArray> types;
-        bool registered = false;
-        int busy = 0; ///< calls pending or in progress
+        bool registered = false; ///< between addRequester() and removeRequester()
+        int busy = 0;            ///< calls pending or in progress
     };
     struct Listener
     {
-        QByteArray name;
+        QByteArray name; ///< empty while the receiver is being removed
         MessageReceiver *receiver = nullptr;
-        int busy = 0;
+        int busy = 0; ///< calls pending or in progress
     };
 
     Subscriber *findSubscriber(Requester *requester);
@@ -99,8 +107,8 @@ private:
     void callRequesters(Wanted wanted, Call call);
 
     CommandService &m_service;
-    mutable std::mutex m_mutex;
-    std::condition_variable m_callEnded;
+    mutable std::mutex m_mutex;          ///< guards the lists below
+    std::condition_variable m_callEnded; ///< notified when a busy counter becomes 0
     QList<Subscriber> m_subscribers;
     QList<Listener> m_listeners;
     QList<LogLine> m_log;

@@ -9,6 +9,7 @@ namespace {
 /// A Controller sends at least one line per second, also while it sends no frames.
 constexpr int silenceLimitMs = 3 * protocol::aliveIntervalMs;
 
+/// Bounds the memory that a server can use up by never sending the end of a frame.
 constexpr int maximumLinesPerFrame = 10000;
 
 } // namespace

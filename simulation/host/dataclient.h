@@ -7,25 +7,28 @@
 
 namespace simulation {
 
-/// Receives frames and events from a Controller over TCP on its own thread and passes the frames to a sink.
-/// After each loss of the connection it connects again; a frame that was cut off by the loss is never passed
-/// on. Call its functions only on the thread that created it.
+/// Receives frames and events from a Controller over TCP. It calls the sink on its own thread, and emits the
+/// signals on the thread that created it, which must run an event loop. After each loss of the connection it
+/// connects again; a frame that was cut off by the loss is never passed to the sink. Call the functions only
+/// on the thread that created the object.
 class DataClient : public QObject
 {
     Q_OBJECT
 
 public:
+    /// \a sink must outlive this object.
     explicit DataClient(FrameSink &sink, QObject *parent = nullptr);
     ~DataClient() override;
 
-    /// Connects to \a host now. An existing connection is dropped.
+    /// Starts to connect to \a port of \a host, and drops an existing connection. Has no effect after stop().
     void connectTo(const QString &host, quint16 port);
 
-    /// Ends the connection. When it returns, the sink is not called any more, and connectTo() has no effect.
+    /// Ends the connection. When it returns, the sink is not called any more. Signals that were queued before
+    /// are still emitted.
     void stop();
 
 signals:
-    /// The Controller has sent its state. Only the members that parseState() sets are valid.
+    /// The Controller has sent its state. The members that parseState() does not set have default values.
     void stateReceived(const simulation::ControllerState &state);
     /// The sink has handled a reset.
     void wasReset();
@@ -41,8 +44,8 @@ private:
     FrameSink &m_sink;
     bool m_isStopped = false;
     TaskQueue m_owner;                  ///< emits the signals on the thread of this object
-    RetryingSocket *m_socket = nullptr; ///< used only on m_thread, as are the next two
-    QTimer *m_silenceTimer = nullptr;   ///< runs while connected
+    RetryingSocket *m_socket = nullptr; ///< used only on m_thread, as are m_silenceTimer and m_frame
+    QTimer *m_silenceTimer = nullptr;   ///< runs while connected; restarted when data arrive
     Frame m_frame;                      ///< the lines of the frame that is being received
 
     EventThread m_thread; ///< the last member, so that it ends before the others are destroyed

@@ -20,18 +20,18 @@ public:
     HostedModule(const HostedModule &) = delete;
     HostedModule &operator=(const HostedModule &) = delete;
 
-    /// Loads \a file. Returns false and sets \a problem to a message of one line if the file is missing,
-    /// cannot be loaded or is not a module of this host.
+    /// Loads \a file. Call it only while no module is loaded. Returns false and sets \a problem to a message
+    /// of one line if the file is missing, cannot be loaded or is not a module of this host.
     bool load(const QString &file, QString *problem);
 
-    /// Returns the file of the latest load().
+    /// Returns the absolute path of the file that was loaded last.
     QString file() const { return m_loader.fileName(); }
 
-    /// Returns the name and the version of the module.
+    /// Returns the name and the version of the loaded module.
     QString title() const;
 
-    /// Passes the host's services to the module and returns the module's actions, which are valid until
-    /// end().
+    /// Passes the host's services to the loaded module and returns the module's actions, which are valid
+    /// until end(). The three arguments must be valid until then, too.
     QList<ModuleAction *> begin(IOManager *manager, QWidget *parent, BackendVersions *versions);
 
     /// Shuts the module down and unloads the library. Returns false and sets \a problem to a message of one

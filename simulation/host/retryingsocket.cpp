@@ -42,7 +42,7 @@ void RetryingSocket::drop(const QString &reason)
     if (m_retryTimer.isActive())
         return;
     m_connectTimer.stop();
-    // Start the timer first: abort() may report an error, which calls this function again.
+    // Start the timer before emitting failed(): if a slot calls this function, the nested call does nothing.
     m_retryTimer.start();
     m_socket.abort();
     emit failed(reason);

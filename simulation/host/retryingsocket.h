@@ -5,8 +5,9 @@
 
 namespace simulation {
 
-/// A TCP socket that connects again after every failure and every loss of the connection. Call its functions
-/// only on the thread that created it, which must run an event loop.
+/// A TCP socket that connects again after every failed attempt and every loss of the connection. An attempt
+/// fails after two seconds at the latest. Call the functions only on the thread that created the object,
+/// which must run an event loop.
 class RetryingSocket : public QObject
 {
     Q_OBJECT
@@ -14,13 +15,14 @@ class RetryingSocket : public QObject
 public:
     explicit RetryingSocket(QObject *parent = nullptr);
 
-    /// Connects to \a host now. An existing connection is dropped.
+    /// Starts to connect to \a port of \a host. Drops an existing connection without emitting failed().
     void connectTo(const QString &host, quint16 port);
 
-    /// Drops the connection, emits failed() with \a reason, and connects again half a second later. Does
-    /// nothing if that is already pending.
+    /// Drops the connection, emits failed() with \a reason, and starts to connect again half a second later.
+    /// Does nothing while a new attempt is already pending.
     void drop(const QString &reason);
 
+    /// Returns the socket for reading and writing.
     QTcpSocket &socket() { return m_socket; }
 
 signals:
@@ -33,8 +35,8 @@ private:
     void connectNow();
 
     QTcpSocket m_socket;
-    QTimer m_retryTimer;
-    QTimer m_connectTimer;
+    QTimer m_retryTimer;   ///< runs from a failure to the next attempt
+    QTimer m_connectTimer; ///< runs during an attempt
     QString m_host;
     quint16 m_port = 0;
 };
