@@ -62,7 +62,7 @@ Headless::Headless(Session &session, QObject *parent)
 void Headless::run()
 {
     QTimer progress;
-    connect(&progress, &QTimer::timeout, this, &Headless::writeProgress);
+    connect(&progress, &QTimer::timeout, this, &Headless::printProgress);
     connect(&m_session, &Session::sourceEnded, qApp, &QCoreApplication::quit);
     connect(&m_session, &Session::connectionChanged, this, [](const QString &problem) {
         const QString text =
@@ -81,8 +81,9 @@ void Headless::run()
     m_session.stop();
 }
 
-void Headless::writeProgress()
+void Headless::printProgress()
 {
+    // Measure after one second of data, when the buffers have reached their size.
     if (m_residentAtStart == 0)
         m_residentAtStart = residentKiB();
     QTextStream out(stdout);
@@ -104,7 +105,7 @@ void Headless::writeProgress()
     }
 }
 
-bool Headless::judge() const
+bool Headless::printSummary() const
 {
     QTextStream out(stdout);
     const QList<ReceiverReport> reports = m_session.receivers().finalReports();

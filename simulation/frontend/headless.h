@@ -23,14 +23,16 @@ public:
     /// ended, or the application quits. Then stops the session.
     void run();
 
-    /// Prints the summary. Returns whether every channel received its frames in order without loss.
-    bool judge() const;
+    /// Prints the summary; call it after run(). Returns whether the Controller has sent frames and every
+    /// receiver got frames, all of them well-formed, in order and without loss. With an embedded Controller,
+    /// there must also be a receiver for each channel that --channels sets up.
+    bool printSummary() const;
 
 private:
-    void writeProgress();
+    void printProgress();
 
     Session &m_session;
-    qint64 m_residentAtStart = 0; ///< in KiB, after a second of data has filled the buffers
+    qint64 m_residentAtStart = 0; ///< resident memory in KiB after the first second; 0: not measured yet
     QElapsedTimer m_sinceProgress;
     QHash<int, qint64> m_framesBefore; ///< frames of each channel at the previous progress line
 };

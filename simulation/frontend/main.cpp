@@ -74,7 +74,7 @@ int runHeadless(Session &session, HostedModule &module)
     Headless headless(session);
     headless.run();
     const bool ended = endModule(module);
-    const bool good = headless.judge();
+    const bool good = headless.printSummary();
     return ended && good ? Success : Failure;
 }
 

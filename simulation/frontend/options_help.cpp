@@ -32,18 +32,19 @@ The data:
                        "-" for standard input
 
 The run:
-  --headless           run without a window: print one line per second for each receiver, then a summary
-  --seconds <n>        stop after this many seconds (5 with --headless, otherwise 0); 0: run until the window is closed
-                       or the program is interrupted
+  --headless           run without a window, until the data end at the latest: print one line per second for each
+                       receiver, then a summary
+  --seconds <n>        stop after this many seconds, 0 to 604800 (5 with --headless, otherwise 0); 0: run until the
+                       window is closed or the program is interrupted
   --dark               start with the dark palette, like View > Dark palette
   --plugin <file>      plug-in file of the module (../plugins/NetworkSettings2GModule.so, relative to this program's
                        folder)
   --version            print the version
   -h, --help           show this text
 
-Exit status: 0 for success, which with --headless means that every channel received its frames in order without loss;
-1 otherwise; 2 for wrong usage, no display, a plug-in or recording that cannot be loaded, or a Controller that cannot
-be reached.
+Exit status: 0 for success, which with --headless means that every receiver got frames, all of them well-formed, in
+order and without loss; 1 otherwise; 2 for wrong usage, no display, a plug-in or recording that cannot be loaded, or a
+Controller that cannot be reached.
 
 Examples:
   frontend --router --channels 10 --rate 1000

@@ -23,33 +23,37 @@ struct ReceiverReport
     ReceiverStatistics statistics;
 };
 
-/// The receivers of all channels whose destination is on this computer. Not thread-safe.
+/// The receivers of all channels whose destination is on this computer. Call the functions on the thread that
+/// created the object.
 class ReceiverPool
 {
 public:
+    /// \a ledger must outlive this object.
     explicit ReceiverPool(const FrameLedger &ledger);
     ~ReceiverPool();
 
-    /// Makes a receiver for channel \a index listen on \a address and a free port. Returns the port, or 0 on
-    /// failure.
+    /// Creates a receiver for channel \a index, counted from 0, that listens on a free port of \a address, in
+    /// host byte order. It replaces the channel's previous receiver. Returns the port, or 0 on failure.
     quint16 listen(int index, quint32 address);
 
-    /// Creates, moves and removes receivers, so that each channel with a destination on this computer has
-    /// one.
+    /// Creates, replaces and removes receivers, so that exactly the channels with a reachable route have one.
+    /// Each listens at the destination of its channel and expects the content of the route. If a receiver
+    /// cannot listen, its report contains the problem.
     void follow(const ChannelRoutes &routes);
 
-    /// As in FrameChecker, for all receivers.
+    /// Call the functions of FrameChecker with the same names for all receivers.
     void begin();
     void restart();
     void join();
 
-    /// Returns whether all receivers have received what was sent to them.
+    /// Returns whether FrameChecker::isComplete() is true for all receivers that listen.
     bool isComplete() const;
 
     /// Returns a report for each channel that has a receiver, in the order of the channels.
     QList<ReceiverReport> reports() const;
 
-    /// As reports(), with outstanding frames counted as lost. Call it when no more frames will arrive.
+    /// Returns the same reports, with outstanding frames counted as lost. Call it when no more frames will
+    /// arrive.
     QList<ReceiverReport> finalReports() const;
 
 private:

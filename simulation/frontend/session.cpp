@@ -154,7 +154,7 @@ void Session::resetOutput()
 void Session::announceTypes()
 {
     m_link.sendMessage("OutputTypesChanged");
-    // On this message the module restarts its routers. Frames may be skipped then.
+    // In router mode the module restarts its routers on this message. Frames may be skipped then.
     m_receivers.join();
 }
 
@@ -196,7 +196,7 @@ void Session::start()
     }
     m_dataThread = std::make_unique<DataThread>(std::move(source), m_rate, *this);
     connect(m_dataThread.get(), &DataThread::finished, this, &Session::sourceEnded);
-    // On a reset each router drops its incomplete frame.
+    // On a reset each router drops its incomplete frame, so a frame may be skipped then.
     connect(m_dataThread.get(), &DataThread::wasReset, this, [this] { m_receivers.join(); });
     m_receivers.begin();
     m_dataThread->start();
@@ -225,7 +225,8 @@ void Session::followState()
         m_receivers.follow(routes);
         return;
     }
-    // Switch the sender first: what it has already sent is then judged by the old routes.
+    // Switch the sender first: the receivers check the datagrams that it has already sent against the old
+    // routes before they use the new ones.
     m_output.follow(routes);
     m_receivers.follow(routes);
 }
