@@ -8,6 +8,8 @@
 #include <QScrollBar>
 #include <QVBoxLayout>
 
+#include <utility>
+
 namespace simulation {
 
 LastFrameView::LastFrameView(QWidget *parent)
@@ -27,12 +29,13 @@ LastFrameView::LastFrameView(QWidget *parent)
     showNone();
 }
 
-void LastFrameView::show(const ReceiverReport &report)
+void LastFrameView::showReport(const ReceiverReport &report)
 {
+    const bool isSameChannel = std::exchange(m_channel, report.channel) == report.channel;
     m_title->setText(tr("<b>Last frame of channel %1</b>").arg(report.channel));
     const QString text = QString::fromLatin1(report.statistics.lastFrame).remove(QLatin1Char('\r'));
     // Setting the text would clear the user's selection.
-    if (m_text->textCursor().hasSelection() || text == m_text->toPlainText())
+    if ((isSameChannel && m_text->textCursor().hasSelection()) || text == m_text->toPlainText())
         return;
     // Setting the text scrolls to the first column.
     QScrollBar *bar = m_text->horizontalScrollBar();
@@ -43,6 +46,7 @@ void LastFrameView::show(const ReceiverReport &report)
 
 void LastFrameView::showNone()
 {
+    m_channel = 0;
     m_title->setText(tr("<b>Last frame</b>"));
     m_text->clear();
 }

@@ -17,13 +17,17 @@ class LastFrameView : public QWidget
 public:
     explicit LastFrameView(QWidget *parent = nullptr);
 
-    /// Shows the last datagram of \a report, unless the user has selected some of the text.
-    void show(const ReceiverReport &report);
+    /// Shows the last datagram of \a report. While the user has selected some of the text, only a report of
+    /// another channel replaces it.
+    void showReport(const ReceiverReport &report);
+
+    /// Shows that no receiver is selected.
     void showNone();
 
 private:
     QLabel *m_title;
     QPlainTextEdit *m_text;
+    int m_channel = 0; ///< the channel of the text; 0 if there is none
 };
 
 } // namespace simulation

@@ -108,7 +108,7 @@ void ReceiversPanel::showFrame()
     const QModelIndex current = m_table->currentIndex();
     m_plot->setSelected(current.isValid() ? m_model->report(current.row()).channel : 0);
     if (current.isValid())
-        m_frame->show(m_model->report(current.row()));
+        m_frame->showReport(m_model->report(current.row()));
     else
         m_frame->showNone();
 }
