@@ -19,8 +19,8 @@ QColor failureColor(const QPalette &palette);
 /// too.
 QPen channelPen(int number);
 
-/// Returns an icon with a line in channelPen() on the base colour of \a palette. In a selected item it has
-/// the same colours.
+/// Returns an icon with a line in the colour and dash pattern of channelPen(\a number) on the base colour of
+/// \a palette. The icon looks the same in a selected item.
 QIcon channelIcon(int number, const QPalette &palette);
 
 /// Switches the program to a dark palette or back to the desktop's palette. GUI thread only.

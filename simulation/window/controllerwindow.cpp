@@ -57,8 +57,8 @@ void ControllerWindow::hideEvent(QHideEvent *event)
     emit visibilityChanged(false);
 }
 
-/// Lets the mouse wheel scroll the panels. Without this, it would change the combo box or spin box under the
-/// pointer even if that does not have the focus.
+/// Lets the mouse wheel scroll the panels. Without this, the wheel would change the value of the combo box or
+/// spin box under the pointer, even of one without the focus.
 void ControllerWindow::keepWheelFromBoxes()
 {
     const auto widgets = findChildren<QWidget *>();

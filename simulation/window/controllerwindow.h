@@ -9,8 +9,8 @@ namespace simulation {
 class Session;
 class StatePanel;
 
-/// The window of the simulated Controller with all its switches. It is separate from the host's window, so
-/// that it can be used while a dialog blocks the host's window. Closing it hides it.
+/// The window of the simulated Controller with all its controls. It is separate from the host's window, so
+/// that it can be used while a dialog blocks the host's window. Closing this window only hides it.
 class ControllerWindow : public QWidget
 {
     Q_OBJECT
@@ -18,10 +18,11 @@ class ControllerWindow : public QWidget
 public:
     explicit ControllerWindow(Session &session, QWidget *parent = nullptr);
 
-    /// As in StatePanel.
+    /// Calls StatePanel::setVersionChangeable().
     void setVersionChangeable(bool changeable);
 
 signals:
+    /// StatePanel::versionWanted() was emitted.
     void versionWanted(const BackendVersions &version);
     /// The window was shown (\a visible true) or hidden.
     void visibilityChanged(bool visible);

@@ -4,7 +4,7 @@
 
 namespace simulation {
 
-/// Filters the conversation by kind and words.
+/// Filters the entries of a ConversationModel by kind and words.
 class ConversationFilter : public QSortFilterProxyModel
 {
     Q_OBJECT
@@ -21,13 +21,14 @@ public:
 
     explicit ConversationFilter(QObject *parent = nullptr);
 
-    /// Accepts only entries of \a kind.
+    /// Accepts only entries of \a kind. Failures are the entries whose FailureRole is true.
     void setKind(Kind kind);
 
     /// Accepts only entries whose text or answer contains every word of \a words, ignoring case.
     void setWords(const QString &words);
 
-    /// Returns \a rows as lines of tab-separated columns in the order of the conversation.
+    /// Returns \a rows, one index of this model per row, as lines of tab-separated columns in the order of
+    /// the conversation.
     QString textOf(QModelIndexList rows) const;
 
     /// Returns all accepted rows in the same format.

@@ -97,7 +97,7 @@ QVariant ConversationModel::data(const QModelIndex &index, int role) const
         return QVariant::fromValue(entry.kind);
     if (role == FailureRole)
         return entry.isFailure;
-    // Commands are bold, because they may change something.
+    // Commands are bold, because they may change the Controller's state.
     if (role == Qt::FontRole && entry.kind == EntryKind::Command && index.column() != TimeColumn) {
         QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
         font.setBold(true);

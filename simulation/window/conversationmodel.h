@@ -35,17 +35,21 @@ public:
 
     enum Role
     {
-        KindRole = Qt::UserRole,
-        FailureRole ///< whether it is a failed query or command, or a log line: the module logs failures only
+        KindRole = Qt::UserRole, ///< an EntryKind
+        FailureRole ///< true for failed queries and commands, and for log lines: only failures are logged
     };
 
-    /// The number of entries kept; the oldest are removed.
+    /// The maximum number of entries. When it is reached, the next entry replaces the oldest tenth.
     static constexpr int Limit = 5000;
 
     explicit ConversationModel(QObject *parent = nullptr);
 
+    /// Appends \a exchange with the current time.
     void addExchange(const Exchange &exchange);
+
+    /// Appends \a line with the current time.
     void addLogLine(const LogLine &line);
+
     void clear();
 
     int rowCount(const QModelIndex &parent = {}) const override;

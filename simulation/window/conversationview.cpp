@@ -41,7 +41,7 @@ ConversationView::ConversationView(QWidget *parent)
     m_filter->setSourceModel(m_model);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addLayout(createHeader());
+    layout->addLayout(makeHeader());
     layout->addWidget(m_view);
     makeTable();
     makeCopyActions();
@@ -54,7 +54,7 @@ ConversationView::ConversationView(QWidget *parent)
     showCount();
 }
 
-QLayout *ConversationView::createHeader()
+QLayout *ConversationView::makeHeader()
 {
     using Kind = ConversationFilter::Kind;
     const std::pair<QString, Kind> kinds[] = {{tr("Everything"), Kind::All},
@@ -64,7 +64,7 @@ QLayout *ConversationView::createHeader()
                                               {tr("Log"), Kind::Log}};
     for (const auto &[title, kind] : kinds)
         m_kind->addItem(title, int(kind));
-    m_kind->setToolTip(tr("Which messages to show"));
+    m_kind->setToolTip(tr("Shows only lines of this kind"));
     connect(m_kind, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
             [this] { m_filter->setKind(Kind(m_kind->currentData().toInt())); });
 
@@ -75,20 +75,20 @@ QLayout *ConversationView::createHeader()
     connect(m_words, &QLineEdit::textChanged, m_filter, &ConversationFilter::setWords);
 
     auto *copyAll = new QPushButton(tr("Copy &all"));
-    copyAll->setToolTip(tr("Copies all visible lines"));
+    copyAll->setToolTip(tr("Copies all lines that pass the filter"));
     connect(copyAll, &QPushButton::clicked, this, [this] { copy(m_filter->allText()); });
     auto *clear = new QPushButton(tr("&Clear"));
     connect(clear, &QPushButton::clicked, m_model, &ConversationModel::clear);
 
-    auto *head = new QHBoxLayout;
-    head->addWidget(new QLabel(tr("<b>Conversation</b>")));
-    head->addWidget(m_count);
-    head->addStretch();
-    head->addWidget(m_kind);
-    head->addWidget(m_words);
-    head->addWidget(copyAll);
-    head->addWidget(clear);
-    return head;
+    auto *header = new QHBoxLayout;
+    header->addWidget(new QLabel(tr("<b>Conversation</b>")));
+    header->addWidget(m_count);
+    header->addStretch();
+    header->addWidget(m_kind);
+    header->addWidget(m_words);
+    header->addWidget(copyAll);
+    header->addWidget(clear);
+    return header;
 }
 
 void ConversationView::makeTable()

@@ -28,7 +28,7 @@ public:
     void focusFilter();
 
 private:
-    QLayout *createHeader();
+    QLayout *makeHeader();
     void makeTable();
     void makeCopyActions();
     void showCount();
@@ -40,7 +40,7 @@ private:
     QLineEdit *m_words;
     QLabel *m_count;
     QTreeView *m_view;
-    bool m_atEnd = true;
+    bool m_atEnd = true; ///< whether the latest line is visible
 };
 
 } // namespace simulation

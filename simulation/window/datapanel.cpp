@@ -68,14 +68,15 @@ QWidget *DataPanel::makeChannels()
     m_channels->setValue(m_session.channelCount());
     auto *setUp = new QPushButton(tr("Set &up again"));
     setUp->setToolTip(
-        tr("Gives this many channels, starting with the first, a receiver on this computer. The "
-           "dialog shows them the next time it opens."));
+        tr("Resets this many channels, starting with the first, and gives each a receiver on this computer.\n"
+           "The other channels get no destination. The dialog shows this the next time it opens."));
     connect(setUp, &QPushButton::clicked, this, &DataPanel::setUpChannels);
-    auto *collide = new QPushButton(tr("Make channel 2 clash"));
-    collide->setToolTip(tr("Gives channel 2 the destination of channel 1; the dialog asks about this "
-                           "conflict when it is closed"));
-    connect(collide, &QPushButton::clicked, this, &DataPanel::collide);
-    QWidget *row = inOneRow({m_channels, setUp, collide});
+    auto *clash = new QPushButton(tr("Make channel 2 clash"));
+    clash->setToolTip(
+        tr("Gives channel 2 the destination of channel 1. The dialog shows this the next time it opens;\n"
+           "if both channels are active, it asks about the conflict when it is closed."));
+    connect(clash, &QPushButton::clicked, this, &DataPanel::makeChannel2Clash);
+    QWidget *row = inOneRow({m_channels, setUp, clash});
     row->setFocusProxy(m_channels);
     return row;
 }
@@ -88,9 +89,8 @@ QWidget *DataPanel::makeDelay()
     delay->setSuffix(tr(" ms"));
     delay->setValue(m_session.answerDelay());
     delay->setKeyboardTracking(false);
-    delay->setToolTip(
-        tr("Delays each answer of the Controller. With the default types, the dialog reads about 110 answers "
-           "for three channels and 220 for ten when it opens."));
+    delay->setToolTip(tr("Delays each answer of the Controller. With the default types, the dialog reads\n"
+                         "about 110 answers for three channels and 220 for ten when it opens."));
     connect(delay, QOverload<int>::of(&QSpinBox::valueChanged), &m_session, &Session::setAnswerDelay);
     return delay;
 }
@@ -102,7 +102,7 @@ void DataPanel::setUpChannels()
     showProblem(problem);
 }
 
-void DataPanel::collide()
+void DataPanel::makeChannel2Clash()
 {
     m_session.controller().change(
         [](ControllerState &state) { state.channels[1].destination = state.channels[0].destination; });

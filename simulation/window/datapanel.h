@@ -9,7 +9,8 @@ namespace simulation {
 
 class Session;
 
-/// Controls the data: the rate, pausing and resetting, and the channels that are set up.
+/// Controls what an embedded Controller does: rate, pause and reset of the data, the channels that are set
+/// up, and the delay of the answers.
 class DataPanel : public QGroupBox
 {
     Q_OBJECT
@@ -22,7 +23,7 @@ private:
     QWidget *makeChannels();
     QWidget *makeDelay();
     void setUpChannels();
-    void collide();
+    void makeChannel2Clash();
     void showProblem(const QString &problem);
 
     Session &m_session;

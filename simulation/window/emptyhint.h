@@ -6,8 +6,8 @@ class QAbstractItemView;
 
 namespace simulation {
 
-/// A text in the middle of a view, shown only while the view has no rows. The view must have its model before
-/// the hint is created.
+/// A text in the middle of a view, shown only while the view has no rows. The view owns the hint. The view
+/// must have its model before the hint is created, and keep it.
 class EmptyHint : public QLabel
 {
     Q_OBJECT

@@ -12,7 +12,7 @@ namespace simulation {
 
 class SimulatedController;
 
-/// Sets the fault of each kind of query and command.
+/// Lets the user choose the fault of each kind of query and command.
 class FaultPanel : public QGroupBox
 {
     Q_OBJECT

@@ -75,7 +75,7 @@ void MainWindow::placeActions(const QList<ModuleAction *> &actions)
     // Add the actions to the Controller's window, too, so that their shortcuts work there.
     for (const ModuleAction *entry : qAsConst(ordered))
         m_controller.addAction(entry->action);
-    // Move the Help menu behind the new menus.
+    // Move the Help menu to the end, after the new menus.
     menuBar()->addMenu(menu(tr("&Help")));
 }
 
@@ -88,11 +88,12 @@ void MainWindow::setModuleTitle(const QString &title)
 void MainWindow::showOnScreen()
 {
     constexpr QSize wanted(1010, 860);
-    constexpr QSize frame(4, 26);
+    constexpr QSize frame(4, 26); // an estimate: the window manager adds the frame when the window is shown
     const QRect screen = QApplication::primaryScreen()->availableGeometry();
     const int controllerWidth = m_controller.sizeHint().width();
     const int height = std::min(wanted.height(), screen.height() - frame.height());
     const int beside = screen.width() - controllerWidth - 2 * frame.width();
+    // This window should be at least one and a half times as wide as the Controller's.
     const bool bothFit = beside >= minimumSizeHint().width() && 2 * beside >= 3 * controllerWidth;
     const int width = std::min(wanted.width(), bothFit ? beside : screen.width() - frame.width());
     const int left = screen.left() + (bothFit ? (beside - width) / 2 : 0);
@@ -143,7 +144,8 @@ void MainWindow::makeMenus(bool dark)
 }
 
 /// Makes the shortcut of \a action work in every window. A modal dialog blocks the shortcuts of this window,
-/// so the other windows must own the action, too.
+/// so the other windows must contain the action, too: the Controller's window, and the module's dialog, to
+/// which ModuleController adds globalActions().
 void MainWindow::useEverywhere(QAction *action)
 {
     action->setShortcutContext(Qt::ApplicationShortcut);
@@ -221,7 +223,7 @@ void MainWindow::followConversation()
     connect(&m_session.link(), &ControllerLink::logged, model, &ConversationModel::addLogLine);
 }
 
-/// Shows the state of the connection with a remote Controller.
+/// Shows the state of the connection to a remote Controller.
 void MainWindow::followConnection()
 {
     const Endpoint &endpoint = m_session.options().controller;
@@ -245,14 +247,14 @@ void MainWindow::followConnection()
 
 void MainWindow::refresh()
 {
-    m_receivers->update(m_session.receivers().reports());
+    m_receivers->showReports(m_session.receivers().reports());
     const auto flowText = [this] {
         return m_session.isRemote() ? tr("from the Controller") : tr("%1 per second").arg(m_session.rate());
     };
-    const QString flow = m_sourceEnded          ? tr("the recording has ended")
+    const QString flow = m_sourceEnded          ? tr("the data have ended")
                          : m_session.isPaused() ? tr("paused")
                                                 : flowText();
-    m_frames->setText(tr("Frame %1, %2").arg(m_session.frames()).arg(flow));
+    m_frames->setText(tr("Frames: %1, %2").arg(m_session.frames()).arg(flow));
 }
 
 void MainWindow::showState()

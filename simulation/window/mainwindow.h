@@ -15,7 +15,7 @@ class ReceiversPanel;
 class Session;
 
 /// The host's window: menus with the module's actions, the receivers, and the conversation with the
-/// Controller. It contains the Controller's window as a member.
+/// Controller. It owns the Controller's window, a separate top-level window.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -25,18 +25,19 @@ public:
 
     ControllerWindow &controllerWindow() { return m_controller; }
 
-    /// The actions whose shortcuts work in every window.
+    /// Returns the actions whose shortcuts must work in every window, also in the module's dialog.
     QList<QAction *> globalActions() const { return m_globalActions; }
 
     /// Shows \a title, the name and the version of the module, in the window's title and in the message box
     /// of Help > Versions.
     void setModuleTitle(const QString &title);
 
-    /// Adds \a actions to the menus that they name; creates missing menus.
+    /// Adds \a actions to the menus that they name, in the order of menuNumber and actionNumber. Creates
+    /// missing menus.
     void placeActions(const QList<ModuleAction *> &actions);
 
-    /// Shows this window. With an embedded Controller, also shows the Controller's window beside it if both
-    /// fit on the screen.
+    /// Shows this window. With an embedded Controller, also shows the Controller's window beside this one if
+    /// both fit on the screen.
     void showOnScreen();
 
 private:

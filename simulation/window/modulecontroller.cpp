@@ -10,6 +10,8 @@
 #include <QMessageBox>
 #include <QTimer>
 
+#include <utility>
+
 namespace simulation {
 
 ModuleController::ModuleController(Session &session, HostedModule &module, MainWindow &window)
@@ -43,7 +45,8 @@ bool ModuleController::eventFilter(QObject *watched, QEvent *event)
     return QObject::eventFilter(watched, event);
 }
 
-/// Reloads the module after the current signal or event has returned, but never while its dialog is open.
+/// Reloads the module for \a version after the current signal or event has been handled, but never while the
+/// module's dialog is open.
 void ModuleController::requestVersion(const BackendVersions &version)
 {
     m_pendingVersion = version;

@@ -22,7 +22,7 @@ class ModuleController : public QObject
     Q_OBJECT
 
 public:
-    /// \a module must be loaded.
+    /// \a module must be loaded. All three objects must outlive this one.
     ModuleController(Session &session, HostedModule &module, MainWindow &window);
 
     /// Passes the host's services to the module and adds its actions to the menus.
@@ -39,7 +39,7 @@ private:
     HostedModule &m_module;
     MainWindow &m_window;
     QPointer<QDialog> m_dialog;
-    std::optional<BackendVersions> m_pendingVersion; ///< applied when the dialog closes
+    std::optional<BackendVersions> m_pendingVersion; ///< applied as soon as the dialog is closed
 };
 
 } // namespace simulation

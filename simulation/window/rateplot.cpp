@@ -59,7 +59,7 @@ RatePlot::RatePlot(QWidget *parent)
 
 void RatePlot::addRates(const QHash<int, double> &rates)
 {
-    const double now = double(m_clock.restart()) / 1000.0;
+    const double elapsed = double(m_clock.restart()) / 1000.0;
     dropOthers(rates);
     // Add new lines in the order of the channels, because the legend shows them in the order of addition.
     QList<int> channels = rates.keys();
@@ -70,8 +70,8 @@ void RatePlot::addRates(const QHash<int, double> &rates)
         QVector<QPointF> points;
         const QVector<QPointF> before = series->pointsVector();
         for (const QPointF &point : before) {
-            if (point.x() - now >= -spanSeconds)
-                points.append({point.x() - now, point.y()});
+            if (point.x() - elapsed >= -spanSeconds)
+                points.append({point.x() - elapsed, point.y()});
         }
         points.append({0.0, rates.value(channel)});
         for (const QPointF &point : qAsConst(points))
@@ -97,7 +97,8 @@ void RatePlot::showSelected()
     m_selectedLine->replace(series ? series->pointsVector() : QVector<QPointF>());
 }
 
-/// Adds \a series as the last one, which is drawn on top of the others.
+/// Adds \a series, or moves it, to the end of the list of series: the last one is drawn on top of the others.
+/// The copy of the selected line gets no entry in the legend.
 void RatePlot::addOnTop(QLineSeries *series)
 {
     if (series->chart())
@@ -109,6 +110,7 @@ void RatePlot::addOnTop(QLineSeries *series)
         chart()->legend()->markers(series).constFirst()->setVisible(false);
 }
 
+/// Returns the line of \a channel, which is created if it is missing.
 QLineSeries *RatePlot::line(int channel)
 {
     QLineSeries *&series = m_lines[channel];

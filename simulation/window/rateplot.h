@@ -20,7 +20,8 @@ class RatePlot : public QtCharts::QChartView
 public:
     explicit RatePlot(QWidget *parent = nullptr);
 
-    /// Appends a point for each channel of \a rates and removes the lines of all other channels.
+    /// Appends a point at the current time for each channel of \a rates, which maps channel numbers to frames
+    /// per second. Removes the lines of all other channels.
     void addRates(const QHash<int, double> &rates);
 
     /// Draws the line of \a channel on top and thicker; 0 selects none.
@@ -37,11 +38,11 @@ private:
     void dropOthers(const QHash<int, double> &rates);
     void showUpTo(double highest);
 
-    QElapsedTimer m_clock;
+    QElapsedTimer m_clock; ///< measures the time between two calls of addRates()
     QtCharts::QValueAxis *m_time;
     QtCharts::QValueAxis *m_rate;
-    QHash<int, QtCharts::QLineSeries *> m_lines;
-    QtCharts::QLineSeries *m_selectedLine; ///< a copy of the selected line
+    QHash<int, QtCharts::QLineSeries *> m_lines; ///< by channel number
+    QtCharts::QLineSeries *m_selectedLine;       ///< a thicker copy of the selected line, always on top
     int m_selected = 0;
 };
 

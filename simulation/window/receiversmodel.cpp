@@ -141,10 +141,10 @@ QVariant ReceiversModel::headerData(int section, Qt::Orientation orientation, in
         {QT_TR_NOOP("Rate"), QT_TR_NOOP("Frames per second, averaged over the last second")},
         {QT_TR_NOOP("Bytes"), QT_TR_NOOP("Bytes of all datagrams")},
         {QT_TR_NOOP("Lost"), QT_TR_NOOP("Frames that the channel should have sent but that did not arrive")},
-        {QT_TR_NOOP("Disorder"), QT_TR_NOOP("Frames that came twice or out of order")},
-        {QT_TR_NOOP("Bad"),
-         QT_TR_NOOP("Datagrams with incomplete lines, with types that are not ticked, or without the number "
-                    "of a frame that the channel should send")},
+        {QT_TR_NOOP("Out of order"), QT_TR_NOOP("Frames that arrived twice or out of order")},
+        {QT_TR_NOOP("Malformed"),
+         QT_TR_NOOP("Datagrams with incomplete lines, with types that are not ticked,\n"
+                    "or without the number of a frame that the channel should send")},
         {QT_TR_NOOP("Number"), QT_TR_NOOP("Number of the last frame")}};
     if (orientation == Qt::Horizontal && role == Qt::DisplayRole)
         return tr(titles[section].text);

@@ -31,13 +31,14 @@ public:
 
     explicit ReceiversModel(QObject *parent = nullptr);
 
-    /// Shows \a reports. Call it several times per second: rates are computed from the differences.
+    /// Shows \a reports. Call it several times per second: the rates are computed from the frames that were
+    /// added within the last second.
     void update(const QList<ReceiverReport> &reports);
 
     /// Returns the report of \a row, which must exist.
     const ReceiverReport &report(int row) const { return m_reports.at(row); }
 
-    /// Returns the frames per second of each channel over the last second.
+    /// Returns the frames per second over the last second, by channel number.
     QHash<int, double> rates() const;
 
     int rowCount(const QModelIndex &parent = {}) const override;
@@ -57,7 +58,7 @@ private:
     QString text(const ReceiverReport &report, int column) const;
 
     QList<ReceiverReport> m_reports;
-    QHash<int, QQueue<Sample>> m_samples; ///< samples of the last second, by channel
+    QHash<int, QQueue<Sample>> m_samples; ///< the samples of the last second, by channel number
     QElapsedTimer m_clock;
 };
 

@@ -94,7 +94,7 @@ QWidget *ReceiversPanel::makeDetails()
     return splitter;
 }
 
-void ReceiversPanel::update(const QList<ReceiverReport> &reports)
+void ReceiversPanel::showReports(const QList<ReceiverReport> &reports)
 {
     m_model->update(reports);
     m_plot->addRates(m_model->rates());

@@ -21,8 +21,8 @@ class ReceiversPanel : public QWidget
 public:
     explicit ReceiversPanel(QWidget *parent = nullptr);
 
-    /// As in ReceiversModel.
-    void update(const QList<ReceiverReport> &reports);
+    /// Shows \a reports. Call it several times per second, as ReceiversModel::update().
+    void showReports(const QList<ReceiverReport> &reports);
 
 signals:
     /// The user wants the counters to start again from 0.

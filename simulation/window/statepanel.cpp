@@ -62,8 +62,9 @@ StatePanel::StatePanel(Session &session, QWidget *parent)
 
 void StatePanel::makeVersions(QFormLayout *form)
 {
-    m_version->setToolTip(tr("A change of the version reloads the module, as a host does when it connects to "
-                             "another Controller. Close the dialog first."));
+    m_version->setToolTip(
+        tr("A change of the version reloads the module, as a host does when it connects to\n"
+           "another Controller. Close the dialog first."));
     const BackendVersions given = *m_session.versions();
     const bool isListed =
         std::any_of(std::begin(versionChoices), std::end(versionChoices),
@@ -107,8 +108,9 @@ void StatePanel::makeSwitches(QFormLayout *form)
     connect(m_locked, &QCheckBox::clicked, this, [this](bool on) {
         m_session.controller().change([on](ControllerState &state) { state.locked = on; });
     });
-    m_router->setToolTip(
-        tr("The module sends the data instead of the Controller, from the next time its dialog opens"));
+    m_router->setToolTip(tr(
+        "Switches only the Controller, which sends no data in router mode. The dialog shows the change the\n"
+        "next time it opens; the check box there switches both the Controller and the module."));
     connect(m_router, &QCheckBox::clicked, this, [this](bool on) {
         m_session.controller().change([on](ControllerState &state) { state.viaRouter = on; });
     });
@@ -120,9 +122,7 @@ void StatePanel::makeTypes(QFormLayout *form)
 {
     for (const CatalogueSet &set : catalogueSets())
         m_types->addItem(QCoreApplication::translate("CatalogueSets", set.title));
-    m_types->setToolTip(
-        tr("The Controller's catalogue; the dialog reads it when it opens or when the change is "
-           "announced"));
+    m_types->setToolTip(tr("The Controller's catalogue, which the dialog reads when it opens"));
     connect(m_types, QOverload<int>::of(&QComboBox::activated), this, [this](int row) {
         const QList<OutputType> types = catalogueSets().at(row).types;
         m_session.controller().change([&types](ControllerState &state) { state.catalogue = types; });
@@ -130,7 +130,8 @@ void StatePanel::makeTypes(QFormLayout *form)
     form->addRow(tr("Output &types:"), m_types);
     auto *announce = new QPushButton(tr("Announce c&hanged types"));
     announce->setToolTip(
-        tr("Sends the message OutputTypesChanged to the module, also while its dialog is open"));
+        tr("Sends the message OutputTypesChanged to the module. In router mode, the module then reads\n"
+           "the catalogue again, even while its dialog is open."));
     connect(announce, &QPushButton::clicked, &m_session, &Session::announceTypes);
     form->addRow(QString(), announce);
 }

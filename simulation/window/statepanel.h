@@ -12,7 +12,7 @@ namespace simulation {
 class Session;
 
 /// Controls the state of the simulated Controller: version, lock, router mode, model and output types. It
-/// also shows changes made by the module.
+/// also shows the changes that the module makes to the router mode.
 class StatePanel : public QGroupBox
 {
     Q_OBJECT
@@ -25,7 +25,7 @@ public:
     void setVersionChangeable(bool changeable);
 
 signals:
-    /// The user has chosen \a version; the module must be reloaded.
+    /// The user has chosen another \a version; the module must be reloaded.
     void versionWanted(const BackendVersions &version);
 
 private:
