@@ -13,7 +13,7 @@ struct CAPABILITY("mutex") Mutex
 
 namespace {
 
-constexpr int32_t queueMaximum = 1000000000;
+constexpr int32_t queueMaximum = 1000000000; // more posts than there can be waiters
 /// When waitersGone reaches this number, it is subtracted from waitersBlocked, before either can overflow.
 constexpr int32_t goneLimit = 500000000;
 
@@ -88,8 +88,8 @@ int countAtGate(Condition *condition)
 struct Departure
 {
     bool timedOut = false;
-    bool last = false; ///< it is the last waiter of its group and opens the gate
-    int32_t drain = 0; ///< posts of late waiters that it must take first
+    bool last = false; ///< the last waiter of its group, and no other waits: it must call closeGroup()
+    int32_t drain = 0; ///< posts of late waiters that closeGroup() must take
 };
 
 int leaveGroup(Condition *condition, Departure *departure)
@@ -129,7 +129,8 @@ int accountFor(Condition *condition, Departure *departure)
 }
 
 /// Takes the posts that late waiters have left, so that none of them wakes a later waiter, then opens the
-/// gate. Called without the lock: condWake() may be waiting for the gate while it holds the lock.
+/// gate. Called without the lock, so that no condWake() waits for the lock while this function waits for a
+/// post that another condWake() is about to make.
 int closeGroup(Condition *condition, int32_t drain)
 {
     for (; drain > 0; --drain) {
@@ -148,6 +149,7 @@ int startGroup(Condition *condition)
 }
 
 /// Assigns wake-ups to waiters and writes to \a posts how many posts the caller must make to the queue.
+/// Leaves \a posts unchanged if no thread waits.
 int assignWakeUps(Condition *condition, bool all, int32_t *posts)
 {
     const LockGuard guard(condition->lock);
@@ -170,11 +172,12 @@ struct ThreadRecord
     void *argument;
     NativeThread *thread = nullptr;
     std::atomic<bool> finished{false}; ///< the entry function has returned
-    bool claimed = false;              ///< a thread is joining it and will remove it
+    bool claimed = false;              ///< another thread joins this one and removes the record
     ThreadRecord *next = nullptr;
 };
 
-/// Guarded by nativeSharedLock(). A plain pointer, so that nothing is destroyed when the library is unloaded.
+/// The head of the list. nativeSharedLock() guards it and the members claimed and next of all records. It is
+/// a plain pointer, so that nothing is destroyed when the library is unloaded.
 ThreadRecord *firstThread = nullptr;
 
 /// The arguments for a new thread, on the stack of the thread that starts it.
@@ -199,8 +202,8 @@ uint32_t runThread(void *data)
     return exitCode;
 }
 
-/// Creates the thread and adds it to the list under one lock. Otherwise the new thread could cause a call of
-/// threadAwait() that does not find it.
+/// Creates the thread and adds it to the list without releasing the lock in between. Otherwise the new thread
+/// could cause a call of threadAwait() that does not find it.
 bool launch(ThreadStart *start)
 {
     const LockGuard guard(nativeSharedLock());
@@ -280,6 +283,10 @@ int mutexCreate(Mutex **mutex)
     *mutex = made;
     return Succeeded;
 }
+
+// The functions of native.h return the values of ThreadResult, so their results can be returned unchanged.
+static_assert(int{NativeTaken} == Succeeded && int{NativeFailed} == PlatformFailed);
+static_assert(int{NativeTimedOut} == MutexHeldElsewhere);
 
 int mutexLock(Mutex *mutex) UNCHECKED_LOCKING
 {
