@@ -2,13 +2,14 @@
 
 #include <cstdint>
 
-/// The functions of the operating system that threads.h and udp.h need. Each system has one folder that
-/// implements them. They have C linkage, so that tests can replace any of them at link time by one that
-/// fails. A function that creates a record returns a null pointer on failure. A function that returns int
-/// returns NativeTaken (0) for success or NativeFailed, unless its comment lists other results.
+/// The functions of the operating system that threads.h and udp.h need. posix/ and windows/ implement them.
+/// They have C linkage, so that tests can replace any of them at link time by one that fails. A function that
+/// creates a record returns a null pointer on failure. A function that closes one frees it, even on failure.
+/// A function that returns int returns NativeTaken (0) for success or NativeFailed, unless its comment lists
+/// other results.
 
-/// Results of the functions that return int. nativeSocketSend() returns the last two in place of a number of
-/// bytes.
+/// Results of the functions that return int. nativeSocketSend() returns one of the last two in place of a
+/// number of bytes.
 enum NativeResult : int
 {
     NativeTaken = 0,
@@ -17,12 +18,12 @@ enum NativeResult : int
     NativeNotReady = -2, ///< only from nativeSocketSend()
 };
 
-/// Passed to nativeSemaphoreWait() as the milliseconds: waits without limit.
+/// The number of milliseconds with which nativeSemaphoreWait() waits without limit.
 constexpr uint32_t nativeForever = UINT32_MAX;
 
 struct NativeMutex;     ///< recursive, owned by a thread
 struct NativeSemaphore; ///< counts up to a maximum
-struct NativeLock;      ///< not recursive: never entered twice by one thread
+struct NativeLock;      ///< not recursive: a thread must not enter it twice
 struct NativeThread;    ///< a thread that must be joined
 
 /// The platform's handle of a socket: a descriptor on POSIX, a SOCKET on Windows.
@@ -58,17 +59,18 @@ void nativeLockDelete(NativeLock *lock);
 /// Returns the one lock that exists without nativeLockCreate() and is never deleted.
 NativeLock *nativeSharedLock();
 
-/// Runs \a entry on a new thread with at least \a stackBytes of stack. On POSIX, what the C library takes
-/// from the stack, such as thread-local storage, is added. Asynchronous signals are blocked on the thread, so
-/// that signals to the process reach the threads of the host.
+/// Runs \a entry with \a argument on a new thread with at least \a stackBytes of stack. The result of
+/// \a entry is not used. On POSIX, what the C library takes from the stack, such as thread-local storage, is
+/// added. Asynchronous signals are blocked on the thread, so that signals to the process reach the threads of
+/// the host.
 NativeThread *nativeThreadCreate(uint32_t (*entry)(void *), void *argument, uint32_t stackBytes);
 /// Waits until \a thread has ended and frees it.
 void nativeThreadJoin(NativeThread *thread);
 /// Suspends the calling thread for \a milliseconds; 0 gives up the rest of its time slice.
 void nativeSleep(uint32_t milliseconds);
 
-/// Starts the socket library of a system that has one. Each success must be paired with one
-/// nativeNetworkStop().
+/// Starts the socket library of a system that has one, which the socket functions and nativeLookUp() need.
+/// Each success must be paired with one nativeNetworkStop().
 int nativeNetworkStart();
 void nativeNetworkStop();
 
@@ -76,10 +78,10 @@ void nativeNetworkStop();
 /// nativeNoSocket on failure.
 NativeSocket nativeSocketCreate();
 int nativeSocketAllowBroadcast(NativeSocket socket);
-/// Binds to \a port, host byte order, on all interfaces; 0 lets the platform pick one.
+/// Binds to \a port, in host byte order, on all interfaces; with 0 the system picks a port.
 int nativeSocketBind(NativeSocket socket, uint16_t port);
-/// Waits at most \a timeoutMicroseconds until a datagram can be sent. Returns NativeTaken, NativeTimedOut or
-/// NativeFailed.
+/// Waits at most \a timeoutMicroseconds, on POSIX rounded up to milliseconds, until a datagram can be sent.
+/// Returns NativeTaken, NativeTimedOut or NativeFailed.
 int nativeSocketWaitWritable(NativeSocket socket, uint32_t timeoutMicroseconds);
 /// Sends one datagram without waiting, address and port in host byte order. Returns the number of bytes sent,
 /// NativeNotReady if the socket is not ready, or NativeFailed.

@@ -53,7 +53,7 @@ int udpSend(SocketHandle *handle, const void *data, int32_t length, uint32_t add
     // A negative length must not equal the negative result of a failed call.
     if (length < 0)
         return UdpFailed;
-    // Send first: the socket is usually ready, which saves a poll().
+    // Send first: the socket is usually ready, so the system call of the wait is saved.
     int32_t sent = nativeSocketSend(handle->socket, data, length, address, port);
     if (sent == NativeNotReady) {
         const int writable = nativeSocketWaitWritable(handle->socket, timeoutMicroseconds);

@@ -3,10 +3,10 @@
 #include <cstdint>
 
 /// UDP over IPv4 for the router: plain functions on an opaque handle, without Qt and without exceptions.
-/// Addresses are unsigned 32-bit numbers in host byte order, first octet in the top byte, 0 meaning none;
-/// ports are in host byte order.
+/// Addresses are unsigned 32-bit numbers in host byte order, with the first octet in the most significant
+/// byte; 0 means none. Ports are in host byte order. No pointer may be null.
 
-/// An open UDP socket. One thread uses it at a time.
+/// An open UDP socket. Only one thread may use it at a time.
 struct SocketHandle;
 
 /// The results of these functions.
@@ -17,15 +17,15 @@ enum UdpResult : int
     UdpFailed = -2
 };
 
-/// Options of udpOpen().
+/// Options of udpOpen(), combined with |.
 enum UdpFlag : uint16_t
 {
     UdpBroadcast = 1, ///< may send to broadcast addresses
-    UdpAnyPort = 4,   ///< binds to a port that the platform picks; the port argument is ignored
+    UdpAnyPort = 4,   ///< binds to a port that the system picks; the port argument is ignored
 };
 
 /// Opens a datagram socket bound to \a port on all interfaces; with port 0 and without UdpAnyPort it is not
-/// bound. Returns UdpSucceeded and writes \a handle, or returns UdpFailed.
+/// bound. \a flags are UdpFlag values. Returns UdpSucceeded and writes \a handle, or returns UdpFailed.
 int udpOpen(SocketHandle **handle, uint16_t port, uint16_t flags);
 
 /// Sends \a length bytes as one datagram to \a address and \a port. Waits at most \a timeoutMicroseconds

@@ -1,7 +1,8 @@
 #pragma once
 
-/// The attributes of Clang's thread-safety analysis, which declare which lock a function or a variable needs.
-/// The analysis preset checks them with -Wthread-safety as an error; other compilers ignore them.
+/// The attributes of Clang's thread-safety analysis, which declare which lock a variable needs and which lock
+/// a function needs, acquires or releases. The analysis preset checks them with -Wthread-safety as an error.
+/// For other compilers the macros are empty.
 #if defined(__clang__)
 #define THREAD_ANNOTATION(attribute) __attribute__((attribute))
 #else
@@ -12,7 +13,6 @@
 #define SCOPED_CAPABILITY THREAD_ANNOTATION(scoped_lockable)
 #define GUARDED_BY(mutex) THREAD_ANNOTATION(guarded_by(mutex))
 #define REQUIRES(mutex) THREAD_ANNOTATION(requires_capability(mutex))
-#define EXCLUDES(mutex) THREAD_ANNOTATION(locks_excluded(mutex))
 #define ACQUIRE(...) THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define RELEASE(...) THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 /// For a function that locks in a way that the analysis cannot follow.

@@ -17,11 +17,11 @@ struct NativeMutex
     pthread_mutex_t mutex;
 };
 
-/// sem_t has no maximum, so the count is tracked beside it.
+/// sem_t has no maximum, so the count is tracked separately.
 struct NativeSemaphore
 {
     sem_t semaphore;
-    std::atomic<int32_t> count; // of the semaphore, or higher while a post or a wait is in progress
+    std::atomic<int32_t> count; // that of the semaphore, or higher while a post or a wait is in progress
     int32_t maximum;
 };
 
@@ -98,6 +98,7 @@ void *runNativeThread(void *data)
     return nullptr;
 }
 
+/// Adds to \a sum the thread-local storage of \a library. A callback of dl_iterate_phdr().
 int addThreadLocalBytes(dl_phdr_info *library, size_t /*size*/, void *sum)
 {
     for (int i = 0; i < library->dlpi_phnum; ++i) {
@@ -146,9 +147,9 @@ int createThread(NativeThread *thread, size_t stackBytes)
     return error == EINVAL ? pthread_create(&thread->thread, nullptr, runNativeThread, thread) : error;
 }
 
-/// Returns all signals except those that a fault of the thread itself raises. They are blocked while a thread
-/// is created, because a new thread inherits the signal mask, and signals to the process are for the host's
-/// threads.
+/// Returns all signals except those that a fault of the thread itself raises. The returned signals are
+/// blocked while a thread is created, because a new thread inherits the signal mask, and signals to the
+/// process are for the host's threads.
 sigset_t asynchronousSignals()
 {
     sigset_t signals;

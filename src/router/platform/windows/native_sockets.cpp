@@ -26,15 +26,15 @@ sockaddr_in endpoint(uint32_t address, uint16_t port)
     return end;
 }
 
-/// Sends must not wait, and Windows has no flag of sendto() for that.
+/// Makes the socket non-blocking, because sends must not wait and sendto() on Windows has no flag for that.
 bool makeNonBlocking(SOCKET socket)
 {
     u_long on = 1;
     return ioctlsocket(socket, FIONBIO, &on) == 0;
 }
 
-/// By default, when a receiver has closed its port, a later call on the sending socket fails. This switches
-/// that off. If the system refuses the setting, only datagrams are lost, so the result is ignored.
+/// Prevents calls on \a socket from failing with WSAECONNRESET after a receiver of its datagrams has closed
+/// its port. If the system refuses the setting, only datagrams are lost, so the result is ignored.
 void ignoreClosedPorts(SOCKET socket)
 {
     BOOL reported = FALSE;

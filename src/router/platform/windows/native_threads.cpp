@@ -9,8 +9,8 @@
 struct NativeMutex
 {
     SRWLOCK lock = SRWLOCK_INIT;
-    /// 0 while nobody holds the lock. Atomic because other threads compare it with their own identifier; it
-    /// equals that identifier only if the thread itself has stored it, so relaxed access is enough.
+    /// 0 while no thread holds the lock. Atomic, because other threads compare it with their own identifier;
+    /// it equals that identifier only if the thread itself has stored it, so relaxed access is enough.
     std::atomic<DWORD> owner{0};
     uint32_t depth = 0; // accessed by the owner only
 };
@@ -181,7 +181,7 @@ NativeThread *nativeThreadCreate(uint32_t (*entry)(void *), void *argument, uint
     return nullptr;
 }
 
-// The handle is signalled after the thread has run all its code, so the library may be unloaded then.
+// The handle is signalled after the thread has run all its code, so the library may be unloaded afterwards.
 void nativeThreadJoin(NativeThread *thread)
 {
     WaitForSingleObject(thread->handle, INFINITE);
