@@ -54,7 +54,8 @@ bool LineBlock::read(RouterLine *line)
 
 void LineBlock::clear()
 {
-    // Memory grown during a backlog is released at the first small batch after it.
+    // A buffer that has grown during a backlog is released as soon as a block uses less than a quarter of it;
+    // a buffer enlarged for a single overlong line is always released.
     const bool isWasted = m_memory.size() > normalBytes && m_memory.size() / 4 > m_used;
     if (isWasted || m_memory.size() > MaximumBytes)
         std::vector<char>().swap(m_memory);

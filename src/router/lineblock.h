@@ -10,40 +10,41 @@ namespace networksettings2g {
 struct RouterLine
 {
     std::string_view type; ///< output type, such as "fr"
-    std::string_view line; ///< the text as it arrived, with its CR and LF
+    std::string_view line; ///< the text as it arrived, including any CR and LF
 };
 
 /// Copies of lines in the order of their arrival, stored one after the other in one buffer. The buffer is
-/// reused, so few lines cause an allocation, and reading is sequential. Not thread-safe.
+/// reused, so that append() rarely allocates memory, and is read sequentially. Not thread-safe.
 class LineBlock
 {
 public:
     /// The limits of a block. Only a single line that is longer may exceed them, in a block of its own.
     static constexpr std::size_t MaximumLines = 1024;
-    static constexpr std::size_t MaximumBytes = std::size_t{128} * 1024; // twice the longest frame
+    static constexpr std::size_t MaximumBytes = std::size_t{128} * 1024; // about twice the longest frame
 
     /// Returns whether \a line may be appended.
     bool hasRoomFor(const RouterLine &line) const;
 
-    /// Returns the size of the buffer that append() allocates for \a line, or 0 if the current one is large
-    /// enough.
+    /// Returns the size to which append() enlarges the buffer for \a line, or 0 if it is large enough.
     std::size_t allocationFor(const RouterLine &line) const;
 
+    /// Appends a copy of \a line. hasRoomFor(line) must be true.
     void append(const RouterLine &line);
 
-    /// Writes the next line to \a line; its texts are valid until the block changes. Returns false if all
-    /// lines have been read.
+    /// Writes the next line to \a line; its texts are valid until the next append() or clear(). Returns false
+    /// if all lines have been read.
     bool read(RouterLine *line);
 
+    /// Returns whether all lines have been read.
     bool isRead() const { return m_read == m_used; }
 
     /// Returns the number of lines, read or not.
     std::size_t lineCount() const { return m_lineCount; }
 
-    /// Returns the size of the block's memory, spare capacity included.
+    /// Returns the size of the block and its buffer in bytes, spare capacity included.
     std::size_t allocatedBytes() const { return sizeof *this + m_memory.capacity(); }
 
-    /// Drops all lines. Releases memory that normal traffic does not need.
+    /// Drops all lines, read or not. Releases the buffer if it is much larger than normal traffic needs.
     void clear();
 
 private:
@@ -61,8 +62,8 @@ private:
     }
 
     std::vector<char> m_memory;
-    std::size_t m_used = 0;
-    std::size_t m_read = 0;
+    std::size_t m_used = 0; // bytes of m_memory that hold lines
+    std::size_t m_read = 0; // bytes of m_memory that have been read
     std::size_t m_lineCount = 0;
 };
 

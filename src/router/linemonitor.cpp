@@ -10,7 +10,7 @@ namespace networksettings2g {
 namespace {
 
 constexpr uint32_t waitMilliseconds = 100;
-constexpr uint32_t pollMilliseconds = 10;
+constexpr uint32_t pollMilliseconds = 10; // after the wait has failed
 
 } // namespace
 
@@ -94,9 +94,10 @@ void LineMonitor::sleep()
 {
     if (!m_waitFailed && condTimedWait(m_condition, m_mutex, waitMilliseconds) != PlatformFailed)
         return;
-    // The wait failed, so the condition is unusable: another wait, or a signal, could block forever. It is
-    // unknown whether, or how often, this thread now holds the mutex. Lock it to set the state to Awake, in
-    // which no thread signals. Then release it completely, and poll the queue from now on, holding it once.
+    // The wait has failed, now or in an earlier call, so the condition is unusable: another wait, or a
+    // signal, could block forever. After the failure it is unknown whether this thread holds the mutex. Lock
+    // it, and set the state to Awake, so that no thread that checks the state from now on signals. Then
+    // release every level of the mutex, pause, and return with the mutex held once.
     mutexLock(m_mutex);
     m_waitFailed = true;
     m_state = Awake;

@@ -23,28 +23,33 @@ namespace networksettings2g {
 /// |--------|------------------------|---------------------------------------------------------------------|
 /// | Awake  | runs or does not exist | Asleep in waitForLines()                                            |
 /// | Asleep | sleeps                 | Called at a line that meets the wake condition or causes a backlog; |
-/// |        |                        | Awake at a signal or a time-out                                     |
-/// | Called | sleeps                 | Served in beginService(); Awake at a signal or a time-out           |
+/// |        |                        | Awake when the sleep ends                                           |
+/// | Called | sleeps                 | Served in beginService(); Awake when the sleep ends                 |
 /// | Served | sleeps                 | Asleep when the server has handled all lines; Called if it leaves   |
-/// |        |                        | some to the worker; Awake at a signal or a time-out                 |
+/// |        |                        | the rest to the worker; Awake when the sleep ends                   |
 ///
-/// Thread safety: any thread may call any function, except that functions marked "Worker:" or "Server:" may
-/// be called by that thread only.
+/// A sleep ends at a signal, after 100 ms, or if the platform's wait fails. After such a failure the worker
+/// no longer sleeps but polls the queue every 10 ms, in state Awake.
+///
+/// Thread safety: any thread may call any function, except that only the worker may call those marked
+/// "Worker:", and only a server those marked "Server:".
 ///
 /// Invariants:
 /// 1. Only the worker leaves Awake, and only the worker returns to it, after each sleep. So a lost or a late
 ///    signal costs one time-out at most, and a needless signal only makes the worker check the queue.
-/// 2. In state Called a thread has signalled, or is about to signal or to serve the channel. append() also
-///    returns true for each further line, so if a delivering thread is preempted before its signal, the next
-///    line from another thread wakes the worker.
-/// 3. In state Asleep no lines were lost before those in the queue: losing lines leads to Called.
+/// 2. In state Called, a thread has signalled, or is about to signal, the worker or another worker that then
+///    serves the channel. append() also returns true for each further line, so if a delivering thread is
+///    preempted before its signal, the next line from another thread causes a signal.
+/// 3. In state Asleep, all queued lines are in one block, and no lines were dropped before them: a second
+///    block or a loss leads to Called.
 /// 4. Unless the platform fails, at most one thread is the worker. Becoming and ceasing to be the worker
 ///    exclude each other, because both lock m_mutex. So if a thread fails to become the worker, the current
 ///    worker has yet to check whether the run is still wanted.
 class LineMonitor
 {
 public:
-    /// \a isRunWanted returns whether the worker should continue. It is called with the mutex held.
+    /// \a isRunWanted returns whether the worker should continue. The worker and servers call it with m_mutex
+    /// held.
     explicit LineMonitor(std::function<bool()> isRunWanted);
 
     /// No other thread may use the monitor any more.
@@ -52,35 +57,36 @@ public:
     LineMonitor(const LineMonitor &) = delete;
     LineMonitor &operator=(const LineMonitor &) = delete;
 
-    /// Returns false if the locks could not be created; then only isCalled() and the destructor may be
-    /// called.
+    /// Returns false if a mutex or the condition could not be created; then only this function, isCalled()
+    /// and the destructor may be called.
     bool isUsable() const { return m_mutex && m_runMutex && m_condition; }
 
-    /// Queues a copy of \a line. Returns whether the state is Called afterwards. The caller must then call
-    /// wakeWorker() of this channel, or of a channel whose append() returns true later and whose worker
-    /// serves this one.
+    /// Queues a copy of \a line, for which LineQueue may drop lines. Returns whether the state is Called
+    /// afterwards. The caller must then call wakeWorker() of this monitor, or of the monitor of another
+    /// channel whose append() returns true later and whose worker serves this channel.
     bool append(const RouterLine &line);
 
-    /// Wakes the worker if it sleeps. Does not lock the mutex, because the woken worker would block on it at
+    /// Wakes the worker if it sleeps. Does not lock m_mutex, because the woken worker would block on it at
     /// once.
     void wakeWorker();
 
-    /// Wakes a sleeping worker so that it checks isRunWanted(). Must be called after its result has changed
-    /// to false.
+    /// Wakes a sleeping worker so that it calls isRunWanted(). Must be called after the result of that
+    /// function has changed to false; otherwise the worker notices the change only when it next wakes.
     void interruptWorker();
 
     /// Makes the calling thread the worker. Returns false if another thread is the worker. Returns true also
-    /// if the platform fails to tell, so that the channel forwards nevertheless.
+    /// if mutexTryLock() fails, so that the channel forwards nevertheless.
     bool tryBecomeWorker() UNCHECKED_LOCKING;
 
     /// Worker: ceases to be the worker, unless the run is still wanted. Returns whether it has ceased.
     bool tryStopWorker() UNCHECKED_LOCKING;
 
-    /// Returns whether another thread is the worker.
+    /// Returns whether another thread is the worker; false also if mutexTryLock() fails.
     bool hasWorker() UNCHECKED_LOCKING;
 
-    /// Worker: sleeps until a signal comes or 100 ms have passed. Meanwhile a line that meets \a next, or a
-    /// backlog, leads to Called. Returns at once if lines are queued or the run is not wanted.
+    /// Worker: sleeps until a signal comes or 100 ms have passed. During the sleep, a backlog, or a line
+    /// that meets \a next, leads to Called. Returns at once if lines are queued or the run is not wanted.
+    /// Once the platform's wait has failed, only pauses for 10 ms.
     void waitForLines(WakeCondition next);
 
     enum class Taken
@@ -90,11 +96,12 @@ public:
         LinesAfterGap ///< lines were dropped before these
     };
 
-    /// Worker: takes the oldest lines.
+    /// Worker: takes the oldest block of lines. Here and below, all lines of \a block must have been read
+    /// before the call, and \a block is unchanged if no lines are taken.
     Taken take(LineBlock *block);
 
-    /// In state Asleep, lets the next line lead to Called and takes the oldest lines; returns false if the
-    /// queue is empty. In any other state changes nothing and returns false.
+    /// In state Asleep, lets the next line lead to Called and takes all lines; returns false if the queue is
+    /// empty. In any other state changes nothing and returns false.
     bool takeLinesOfSleepingWorker(LineBlock *block);
 
     /// Returns whether the state is Called. Only a hint, because it does not lock the mutex.
@@ -102,19 +109,20 @@ public:
 
     enum class Service
     {
-        Granted,   ///< the block holds lines to handle
-        NotNeeded, ///< no lines are left, or another thread handles them
-        Refused    ///< the worker must handle them: wake it
+        Granted,   ///< the server must handle the lines of the block
+        NotNeeded, ///< no line needs to be handled yet, or the worker is awake and handles the lines
+        Refused    ///< the worker must handle the lines, and the caller must wake it
     };
 
-    /// Server: takes the lines of a called channel.
+    /// Server: takes the lines if the state is Called. Refuses on a backlog or if the run is not wanted.
     Service beginService(LineBlock *block);
 
-    /// Server: called when all lines of \a block have been handled. Takes the lines that have arrived since;
-    /// if there are none, lets the worker sleep until a line meets \a next.
+    /// Server: continues a granted service after all lines of \a block have been handled. Takes the lines
+    /// that have arrived since, or refuses as beginService() does; if there are none, leaves the worker
+    /// asleep until a line meets \a next. Does nothing if the worker has woken in the meantime.
     Service continueService(WakeCondition next, LineBlock *block);
 
-    /// Server: leaves the remaining lines to the worker, which the caller must wake.
+    /// Server: ends a granted service and leaves the rest to the worker, which the caller must wake.
     void abandonService();
 
 private:

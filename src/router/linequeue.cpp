@@ -20,7 +20,8 @@ void LineQueue::append(const RouterLine &line)
     ++m_lineCount;
 }
 
-/// Counts the buffer that m_newest has and the one that it would allocate: both exist while it grows.
+/// Returns whether \a line keeps the queue within its limits. Counts both the buffer of m_newest and the one
+/// that would replace it, because both exist while the lines are copied.
 bool LineQueue::fits(const RouterLine &line) const
 {
     return m_lineCount < MaximumLines && allocatedBytes() + m_newest.allocationFor(line) <= MaximumBytes;

@@ -6,8 +6,8 @@
 
 namespace networksettings2g {
 
-/// A bounded FIFO of lines, handed to the worker in whole blocks. The block that the worker holds does not
-/// count towards the limits. If the worker cannot keep up, the oldest lines are dropped, one block at a time.
+/// A bounded FIFO of lines, from which whole blocks are taken. A block that has been taken does not count
+/// towards the limits. If the lines are not taken fast enough, the oldest are dropped, one block at a time.
 /// Not thread-safe.
 ///
 /// Invariants:
@@ -23,19 +23,21 @@ public:
     /// is too long even for an empty queue.
     void append(const RouterLine &line);
 
-    /// Replaces the contents of \a block, which must have been read, with the oldest lines. Returns false and
-    /// leaves \a block unchanged if the queue is empty.
+    /// Replaces the contents of \a block, whose lines must all have been read, with the oldest lines. Returns
+    /// false and leaves \a block unchanged if the queue is empty.
     bool take(LineBlock *block);
 
     std::size_t lineCount() const { return m_lineCount; }
 
-    /// Returns the memory of all blocks, spare capacity included.
+    /// Returns the memory of all blocks in bytes, spare capacity included.
     std::size_t allocatedBytes() const { return m_fullBytes + m_newest.allocatedBytes(); }
 
-    /// Returns whether the worker does not keep up: more than one block is queued, or lines were lost.
+    /// Returns whether the worker does not keep up: more than one block is queued, or lines were dropped
+    /// since the last call of takeLinesLostFlag().
     bool hasBacklog() const { return !m_full.empty() || m_linesLost; }
 
-    /// Returns whether lines were dropped before the next one, and clears this flag.
+    /// Returns whether lines were dropped since the last call. Right after take(), this means that lines are
+    /// missing before the block just taken.
     bool takeLinesLostFlag();
 
 private:

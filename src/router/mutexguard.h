@@ -4,7 +4,7 @@
 
 namespace networksettings2g {
 
-/// Holds one level of a recursive mutex for as long as it lives.
+/// Holds one level of a recursive mutex for as long as the object lives.
 class SCOPED_CAPABILITY MutexGuard
 {
 public:

@@ -9,16 +9,15 @@
 namespace networksettings2g {
 
 /// Decides at which queued line a sleeping worker is woken: at the first one with which a frame may be
-/// complete. Earlier lines can stay in the queue, because handling them one by one would have no visible
-/// effect. Not thread-safe.
+/// complete. Earlier lines can stay in the queue, because they complete no frame. Not thread-safe.
 class WakeCondition
 {
 public:
-    /// Met at the next line.
+    /// Is met by the next line.
     WakeCondition() = default;
 
-    /// Met at the \a lines-th line (at least 1), or earlier at a line of type \a opener. With
-    /// \a openerExpectedFirst, an opener as the very first line does not count.
+    /// Is met by the \a lines-th line (at least 1), or earlier by a line of type \a opener. With
+    /// \a openerExpectedFirst, an opener that is the first line meets it only if \a lines is 1.
     WakeCondition(std::size_t lines, std::string_view opener, bool openerExpectedFirst)
         : m_lines(lines)
         , m_opener(opener)
@@ -26,8 +25,8 @@ public:
     {
     }
 
-    /// Returns whether to wake the worker for \a newest, the last of \a count queued lines. Not called again
-    /// after it has returned true.
+    /// Returns whether to wake the worker for \a newest, the last of \a count queued lines. Must be called
+    /// for each line until it returns true, because it remembers no earlier line.
     bool isMet(const RouterLine &newest, std::size_t count) const
     {
         return count >= m_lines || (newest.type == m_opener && !(m_openerExpectedFirst && count == 1));
