@@ -9,7 +9,7 @@ namespace networksettings2g {
 
 namespace {
 
-constexpr int reservedBytes = 20000;
+constexpr int reservedBytes = 20000; // minimum capacity for the text of a frame
 
 /// Returns the number after "fr ", or 0 if there is none or it does not fit into 32 bits.
 qint32 parseFrameNumber(std::string_view line)
@@ -79,8 +79,9 @@ WakeCondition FrameAssembler::nextCompletion() const
     const int linesToNewOpener = MaximumLinesWithoutStart - m_linesWithoutStart + 1;
     const bool isMidFrame = m_lineCount < m_frameLines;
     // Within a frame, its remaining lines complete it, unless the next frame opens earlier. After a full
-    // frame, an opening line is expected next, and the frame that it opens is complete at the length of this
-    // one. In both cases the worker must see the line whose type becomes the new opening type.
+    // frame, an opening line is expected next, and the frame that it opens is complete when it has as many
+    // lines as this one has now. In both cases a line whose type becomes the opening type meets the
+    // condition, because the expected length does not hold from then on.
     const int lines = isMidFrame ? m_frameLines - m_lineCount : m_lineCount;
     return {static_cast<std::size_t>(std::clamp(lines, 1, linesToNewOpener)), m_firstLineType, !isMidFrame};
 }

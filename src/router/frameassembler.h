@@ -12,48 +12,55 @@ namespace networksettings2g {
 
 /// Joins lines into frames. The stream does not mark where a frame begins: the type of the first line is
 /// taken for the opening type, whose lines open frames. A frame is complete when as many lines have arrived
-/// since its opening line, including that line, as the previous frame had. The first frame after a start
-/// stays in the buffer and is sent together with the second. Not thread-safe.
+/// since its opening line, including that line, as the previous frame had. Lines that are not part of a
+/// complete frame when the next frame opens stay in the buffer and become part of the next frame: those of
+/// the first frame after a start, those of a frame that is shorter than the previous one, and those at the
+/// end of a longer one. Not thread-safe.
 class FrameAssembler
 {
 public:
     /// The payload of the largest UDP datagram over IPv4: 65535 minus the headers of IP (20) and UDP (8).
     static constexpr int MaximumFrameBytes = 65507;
 
-    /// After this many lines of other types, the opening type is assumed to have been switched off, and the
-    /// type of the next line becomes the opening type.
+    /// After this many lines of other types, the opening type is assumed to have been switched off: the next
+    /// line, if it is also of another type, drops the current frame, and its type becomes the opening type.
     static constexpr int MaximumLinesWithoutStart = 1000;
 
     FrameAssembler();
 
-    /// Prepares for a new worker: forgets the number of lines in a frame, but not the opening type.
+    /// Prepares for a new worker: forgets the line counts, but neither the opening type nor the text.
     void startRun();
 
     /// Prepares for lines after a gap: does what startRun() and resetFrame() do, and lets add() skip all
-    /// lines up to the next opening line.
+    /// lines before the next opening line.
     void startAfterGap();
 
     /// Drops the text and the number of the current frame, complete or not. Keeps the line counts.
     void resetFrame();
 
-    /// Adds \a line to the frame, which must not be complete. Returns whether the line completes the frame.
+    /// Adds \a line to the frame, which must not be complete (see resetFrame()). Returns whether the line
+    /// completes the frame.
     bool add(const RouterLine &line);
 
     /// Returns whether the last add() completed the frame; false after resetFrame().
     bool isComplete() const { return m_complete; }
 
-    /// Returns the condition that is met by the first of the following lines that may complete a frame.
+    /// Returns a condition that is met no later than by the next line that completes a frame.
     WakeCondition nextCompletion() const;
 
-    /// Returns whether to send the complete frame: whether it has a number that is divisible by \a divisor,
-    /// which is at least 1, and fits into a datagram.
+    // The following functions describe the frame that the last add() has completed.
+
+    /// Returns whether to send the frame: whether it has a number that is divisible by \a divisor, which is
+    /// at least 1, and fits into a datagram.
     bool isSendable(int divisor) const;
 
-    /// These describe the frame completed by the last add().
+    /// Returns whether the last line of type "fr" in the frame has a valid number other than 0.
     bool hasNumber() const { return m_frameNumber != 0; }
+
+    /// Returns whether the text would exceed MaximumFrameBytes; text() is then empty.
     bool isOversized() const { return m_oversized; }
 
-    /// Returns the frame's lines, each ended by one CR LF.
+    /// Returns the frame's lines without empty ones, each ended by one CR LF.
     const QByteArray &text() const { return m_frameBuffer; }
 
 private:
@@ -68,9 +75,9 @@ private:
     bool m_oversized = false; // the frame is larger than a datagram; its text is not kept
     std::string m_firstLineType;
     qint32 m_frameNumber = 0;       // 0: none
-    qint32 m_lineCount = 0;         // lines since the last opening line, including that line
-    qint32 m_frameLines = -1;       // lines of the last full frame; -1: unknown, so no frame can be complete
-    qint32 m_linesWithoutStart = 0; // lines since the last opening line, without that line
+    qint32 m_lineCount = 0;         // lines since the last opening line (included) or startRun()
+    qint32 m_frameLines = -1;       // lines of the previous frame; below 1: unknown, no frame can be complete
+    qint32 m_linesWithoutStart = 0; // lines since the last opening line (not included) or startRun()
     bool m_afterGap = false;        // true while lines are skipped up to the next opening line
 };
 
