@@ -9,7 +9,7 @@ using namespace networksettings2g;
 
 namespace {
 
-constexpr uint32_t stopMilliseconds = 10;
+constexpr uint32_t stopMilliseconds = 10; // time in which the worker can end before a stop locks m_frameMutex
 constexpr uint32_t sendTimeoutMicroseconds = 100000;
 
 /// The largest number of frames that a server handles for one channel before it leaves the rest to the
@@ -51,8 +51,9 @@ bool ChannelAsRouter::enqueue(const RouterLine &line)
     return isActive() && m_routerRunning && destination().address != 0 && m_lines.append(line);
 }
 
-/// Locks m_frameMutex with priority over the worker and servers. Mutexes are not fair: a worker with a
-/// backlog could re-lock it between frames indefinitely.
+/// Locks m_frameMutex with priority over the worker and servers: while a thread waits here, the worker pauses
+/// between frames and servers do not lock the mutex. The pause is necessary because mutexes are not fair: a
+/// worker with a backlog could otherwise re-lock the mutex after each frame indefinitely.
 class SCOPED_CAPABILITY ChannelAsRouter::PriorityFrameLock
 {
 public:
@@ -96,10 +97,10 @@ void ChannelAsRouter::startRouter()
     // Repeat a look-up that has failed. No lock is held, because data threads must not wait for a look-up.
     setHost(host());
     {
-        // Drop the old frame and set m_routerRunning under one lock, before the new thread starts. A previous
-        // worker with unread lines either adds them to the frame before it is dropped, or sees
-        // m_routerRunning set and continues. If the router was stopped, no line of the new run is dropped
-        // here, because none is queued before m_routerRunning is set.
+        // Drop the old frame and set m_routerRunning under one lock, before the new thread starts. A worker
+        // that is about to stop handles its last lines either before, so that they are dropped with the
+        // frame, or afterwards; then it finds m_routerRunning set and continues. If the router was stopped,
+        // no line of the new run is dropped here, because none is queued before m_routerRunning is set.
         const PriorityFrameLock lock(this);
         hasSocket = m_socketHandle || udpOpen(&m_socketHandle, 0, UdpAnyPort) == UdpSucceeded;
         dropFrame();
@@ -124,6 +125,7 @@ void ChannelAsRouter::stopRouter()
 
 void ChannelAsRouter::startThread()
 {
+    // A worker that still exists continues, because m_routerRunning is set.
     if (threadStart(workerEntry, this) == Succeeded || m_lines.hasWorker())
         return;
     m_routerRunning = false;
@@ -140,16 +142,17 @@ void ChannelAsRouter::runWorker()
     }
     while (!m_lines.tryStopWorker()) {
         if (m_frameLocksWanted > 0)
-            threadSleep(1);
+            threadSleep(1); // lets the threads in PriorityFrameLock lock m_frameMutex
         waitForLines();
         // Serve the other channels first, because the send on this channel's own socket may wait. Serve them
         // also when stopping: a data thread that has called several channels may have woken only this worker.
         if (m_fanOut)
             m_fanOut->serveCalled(this);
-        handleLines(); // also when stopping, because lines left in the queue belong to the current frame
+        handleLines(); // also when stopping: lines left in the queue belong to the frame that the stop drops
     }
 }
 
+/// Lets the worker sleep, unless unread lines or a complete frame are left.
 void ChannelAsRouter::waitForLines()
 {
     WakeCondition nextCompletion;
@@ -162,6 +165,8 @@ void ChannelAsRouter::waitForLines()
     m_lines.waitForLines(std::move(nextCompletion));
 }
 
+/// Handles lines up to the end of one frame: those left in m_block or, if there are none, the next block of
+/// the queue.
 void ChannelAsRouter::handleLines()
 {
     LogEvent lost;
@@ -197,6 +202,8 @@ bool ChannelAsRouter::tryServe()
     return served;
 }
 
+/// Returns false if the channel's own worker must handle the remaining lines. Writes the last event to log,
+/// if there is one, to \a dropped.
 bool ChannelAsRouter::serveFrames(LogEvent *dropped)
 {
     using Service = LineMonitor::Service;
@@ -217,8 +224,9 @@ bool ChannelAsRouter::serveFrames(LogEvent *dropped)
     return service == Service::NotNeeded;
 }
 
-/// Reads lines up to the end of a frame and sends the frame. A frame that cannot be sent is lost, except that
-/// with a time-out of 0 it stays complete if the socket is not ready.
+/// Reads lines of m_block up to the end of a frame and sends the frame. A frame that cannot be sent is lost,
+/// except that with a time-out of 0 it stays complete if the socket is not ready. Returns the event to log
+/// for a lost frame, or nothing.
 ChannelAsRouter::LogEvent ChannelAsRouter::assembleFrame(uint32_t timeoutMicroseconds)
 {
     RouterLine line;
@@ -237,8 +245,8 @@ ChannelAsRouter::LogEvent ChannelAsRouter::assembleFrame(uint32_t timeoutMicrose
 
 void ChannelAsRouter::dropFrame()
 {
-    // Lines that a sleeping worker left in the queue belong to the frame being dropped; they are too few to
-    // complete it.
+    // Lines that a sleeping worker has left in the queue belong to the frame being dropped. None of them
+    // completes a frame, because none has met the wake condition.
     if (m_lines.takeLinesOfSleepingWorker(&m_block)) {
         RouterLine line;
         while (m_block.read(&line))
@@ -247,6 +255,8 @@ void ChannelAsRouter::dropFrame()
     m_frame.resetFrame();
 }
 
+/// Sends the complete frame if it is sendable and the router runs. Returns the event to log if the frame
+/// cannot be sent, otherwise nothing.
 ChannelAsRouter::LogEvent ChannelAsRouter::sendFrame(uint32_t timeoutMicroseconds)
 {
     if (!m_frame.hasNumber())

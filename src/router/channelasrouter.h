@@ -15,31 +15,32 @@ class ChannelFanOut;
 }
 
 /// A channel that can forward the tracking data itself: lines of its ticked types are queued, and a worker
-/// thread of its own joins them into frames and sends each frame as one UDP datagram to the channel's
-/// destination.
+/// thread of its own joins them into frames and sends each frame whose number is divisible by the divisor as
+/// one UDP datagram to the channel's destination.
 ///
 /// A worker that is awake also serves the called channels of the same fan-out (see LineMonitor), so that one
-/// wake-up per frame can serve several channels. A server never waits: it only tries to lock the frame mutex,
-/// sends only if the socket is ready, and leaves everything else (a backlog, lost lines, a socket that is not
-/// ready, a thread that wants the frame mutex, a stop) to the channel's own worker, which it wakes. So a
-/// channel whose receiver stalls delays no other channel.
+/// wake-up per frame can serve several channels. A server waits only for short locks: it only tries to lock
+/// the frame mutex, sends only if the socket is ready, and leaves everything else (a backlog, lost lines, a
+/// socket that is not ready, a frame mutex that another thread holds or wants, a stop) to the channel's own
+/// worker, which it wakes. So a channel whose socket is not ready delays no other channel.
 ///
 /// Failures of forwarding are not reported to the user, only to RouterLog. A channel whose locks could not be
 /// created never routes.
 ///
 /// Thread safety: enqueue(), wakeWorker(), serve() and resetFrame() may be called by any thread that keeps
-/// the channel from being destroyed (see ChannelFanOut). Worker threads call runWorker(). Everything else
-/// that is not marked "any thread" in Channel belongs to the GUI thread.
+/// the channel from being destroyed, as a reader of the fan-out does (see ChannelFanOut). Worker threads call
+/// runWorker(). Everything else that is not marked "any thread" in Channel belongs to the GUI thread.
 ///
 /// Invariants:
-/// 1. Lock order: LineMonitor::m_runMutex, m_frameMutex, LineMonitor::m_mutex.
+/// 1. Lock order: LineMonitor::m_runMutex, m_frameMutex, LineMonitor::m_mutex. A thread that holds m_mutex
+///    may try to lock m_runMutex, without waiting. No thread holds the frame mutexes of two channels.
 /// 2. Lines are handled only with m_frameMutex held: by the worker, by a server, or by a thread that drops
 ///    the frame. The mutex stays locked during a send, in which the worker waits for the socket for at most
 ///    100 ms.
-/// 3. A send begins only while m_routerRunning is true. A stop sets it to false and then locks m_frameMutex.
-///    So no datagram is sent after the stop has returned.
-/// 4. m_block holds unread lines, or m_frame is complete, only while a thread is handling lines or the worker
-///    is awake or called.
+/// 3. A thread that sends first checks m_routerRunning, with m_frameMutex held. A stop sets m_routerRunning
+///    to false and then locks m_frameMutex. So no datagram is sent after the stop has returned.
+/// 4. While m_lines is in state Asleep and no thread holds m_frameMutex, all lines of m_block have been read
+///    and m_frame is not complete.
 class ChannelAsRouter : public Channel
 {
     Q_OBJECT
@@ -47,27 +48,30 @@ class ChannelAsRouter : public Channel
 public:
     ChannelAsRouter(IOManager *ioManager, int channelIndex, BackendVersions *versions);
 
-    /// Waits until every thread that was started for the channel has ended. No other thread may use the
-    /// channel any more.
+    /// Waits until every thread that was started for the channel has ended. Only these threads may still use
+    /// the channel.
     ~ChannelAsRouter() override;
 
     /// Sets the fan-out that delivers to this channel. Must be called before the first start.
     void setFanOut(std::shared_ptr<networksettings2g::ChannelFanOut> fanOut) { m_fanOut = std::move(fanOut); }
 
-    /// Queues a copy of \a line, whose type the channel ticks, if the channel routes. Returns true if the
-    /// channel is in state Called afterwards (see LineMonitor). The caller must then call wakeWorker() of
-    /// this channel, or of a channel of the same fan-out whose enqueue() returns true later. Waits only for
-    /// LineMonitor's mutex, which is held to append a line or to take a block.
+    /// Queues a copy of \a line, whose type the channel ticks, if the channel is active, its router runs and
+    /// its destination has an address. Returns true if the channel is in state Called afterwards (see
+    /// LineMonitor). The caller must then call wakeWorker() of this channel, or of a channel of the same
+    /// fan-out whose enqueue() returns true later. Waits only for LineMonitor::m_mutex, which is held only
+    /// for short operations.
     bool enqueue(const networksettings2g::RouterLine &line);
 
-    /// Wakes the worker, which serves all called channels of its fan-out and then handles its own lines.
+    /// Wakes the worker if it sleeps. It then serves all called channels of its fan-out and handles its own
+    /// lines.
     void wakeWorker() { m_lines.wakeWorker(); }
 
-    /// Handles the lines of this channel if its state is Called. Runs on the worker of another channel. Waits
-    /// only for short locks.
+    /// If the channel is in state Called, handles its lines or wakes its worker. Called by the worker of
+    /// another channel. Waits only for short locks.
     void serve();
 
-    /// Drops the frame that is being assembled. Waits for a send in progress, at most 100 ms.
+    /// Drops the frame that is being assembled. Lines that an awake worker has not handled yet are kept.
+    /// Waits for a send in progress, at most 100 ms.
     void resetFrame();
 
     /// The body of a worker thread: returns when the router should stop, or at once if another thread is the
@@ -75,9 +79,10 @@ public:
     void runWorker();
 
 public slots:
-    /// Starts forwarding if \a active and the channel is active, otherwise stops it; in both cases the frame
-    /// that is being assembled is dropped. A start may block for a name look-up, a stop takes at least 10 ms;
-    /// both wait for a send in progress, at most 100 ms.
+    /// Starts forwarding if \a active is true and the channel is active, otherwise stops it. Both drop the
+    /// frame that is being assembled, as resetFrame() does. Lines still queued after a stop are forwarded
+    /// after the next start. A start may block for a name look-up, a stop takes at least 10 ms; both wait for
+    /// a send in progress, at most 100 ms.
     void updateRouterActiveState(bool active);
 
 private:
@@ -98,8 +103,8 @@ private:
     void dropFrame() REQUIRES(m_frameMutex);
 
     // enqueue() uses the first group of members, frame handling the second. Each group starts on its own
-    // cache line, to prevent false sharing, and is kept small, because it is cold in the cache at every
-    // frame.
+    // cache line, to prevent false sharing, and is kept small, because at every frame it must be loaded into
+    // the cache again.
     static constexpr std::size_t CacheLineBytes = 64;
 
     // While m_routerRunning is true, lines are queued and frames sent.
@@ -107,7 +112,7 @@ private:
     networksettings2g::LineMonitor m_lines{[this] { return isRunWanted(); }};
 
     alignas(CacheLineBytes) Mutex *m_frameMutex = nullptr;
-    std::atomic<int> m_frameLocksWanted{0}; // threads other than the worker that wait for m_frameMutex
+    std::atomic<int> m_frameLocksWanted{0};                          // threads that wait in PriorityFrameLock
     SocketHandle *m_socketHandle GUARDED_BY(m_frameMutex) = nullptr; // written by the GUI thread
     networksettings2g::LineBlock m_block GUARDED_BY(m_frameMutex);
     networksettings2g::FrameAssembler m_frame GUARDED_BY(m_frameMutex);

@@ -12,8 +12,8 @@ namespace networksettings2g {
 
 namespace {
 
-/// deliver() wakes one worker for each group of this many called channels. Measured with ten channels: two
-/// servers keep two processors busy, and more servers cost more wake-ups than they gain.
+/// deliver() wakes one worker for each group of up to this many called channels. Measured with ten channels:
+/// two servers keep two processors busy, and more servers cost more wake-ups than they gain.
 constexpr int channelsPerServer = 5;
 
 /// Returns the first eight bytes of \a type as a number, which is faster to compare than a text. Types that
@@ -36,7 +36,7 @@ public:
         : m_table(fanOut.m_tables[fanOut.m_readerState.fetch_add(2) & 1])
     {
     }
-    // Must be the last access: the table may be reused at once.
+    // The increment must be the last access, because the table may be reused right after it.
     ~Reader() { ++m_table.readersLeft; }
     Reader(const Reader &) = delete;
     Reader &operator=(const Reader &) = delete;
@@ -76,8 +76,8 @@ void ChannelFanOut::deliver(const char *type, const char *line)
     if (!channels)
         return;
     const RouterLine routed{type, line};
-    // Wake the worker of the last called channel in each group. It checks the other channels after the whole
-    // group has been called, even if it has woken by itself before it is signalled.
+    // Wake the worker of the last called channel in each group. That worker checks the other channels after
+    // the whole group has been called, even if it wakes at a time-out before it is signalled.
     ChannelAsRouter *lastCalled = nullptr;
     int called = 0;
     for (ChannelAsRouter *channel : *channels) {
@@ -104,8 +104,9 @@ void ChannelFanOut::serveCalled(const ChannelAsRouter *server)
 {
     const Reader reader(*this);
     const Channels &channels = reader.table().channels;
-    // Start before the server and wrap around: deliver() wakes the last channel of each group, so two servers
-    // begin with different groups.
+    // Begin with the channel before the server, go backwards and wrap around: deliver() wakes the last
+    // channel of each group, so two servers begin with different groups. The server itself comes last; its
+    // worker is awake, so it is not called.
     const int count = channels.size();
     const int first = std::find(channels.cbegin(), channels.cend(), server) - channels.cbegin();
     for (int step = 1; step <= count; ++step)

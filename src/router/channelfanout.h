@@ -18,13 +18,14 @@ namespace networksettings2g {
 /// Readers (data threads and workers) use a table that the GUI thread replaces as a whole, so a line goes to
 /// one consistent set of channels and ticks. There are two tables, one of which is current. A reader
 /// registers and learns the current index in one atomic operation, so publish() cannot switch tables in
-/// between (a left-right scheme with one writer, a form of read-copy-update):
+/// between (read-copy-update with double buffering):
 ///
 ///     reader:    index = readerState.fetch_add(2) & 1;  use tables[index];  ++tables[index].readersLeft;
 ///     publish(): fill the other table;  old = readerState.exchange(other);  wait until
 ///                tables[old & 1].readersLeft == old >> 1;  empty that table
 ///
-/// Thread safety: publish() belongs to the GUI thread; everything else may be called by any thread.
+/// Thread safety: publish() and the destructor belong to the GUI thread; everything else may be called by any
+/// thread.
 ///
 /// Invariants:
 /// 1. A channel that a reader finds in its table exists until the reader has left.
@@ -32,8 +33,11 @@ namespace networksettings2g {
 class ChannelFanOut
 {
 public:
-    /// Lines and resets are passed on only while \a isRouterActive is true. It must outlive the fan-out.
+    /// Lines and resets are passed on only while \a isRouterActive is true. It must exist as long as
+    /// deliver() and resetFrames() may be called.
     explicit ChannelFanOut(const std::atomic<bool> &isRouterActive);
+
+    /// Waits until no reader uses the table.
     ~ChannelFanOut();
     ChannelFanOut(const ChannelFanOut &) = delete;
     ChannelFanOut &operator=(const ChannelFanOut &) = delete;
@@ -44,11 +48,12 @@ public:
     /// so publish() returns even under constant load.
     void publish(const QList<ChannelAsRouter *> &channels);
 
-    /// Passes one line to every channel that ticks \a type, in order, without visiting the others. Waits only
-    /// for short locks.
+    /// Passes a copy of one line to every channel that ticks \a type, in the order of publish(), without
+    /// visiting the others. Waits only for short locks.
     void deliver(const char *type, const char *line);
 
-    /// Makes every channel drop the frame that it is assembling, in order. Waits for sends in progress.
+    /// Makes every channel drop the frame that it is assembling, in the order of publish(). Waits for sends
+    /// in progress, at most 100 ms per channel.
     void resetFrames();
 
     /// Serves all called channels except \a server, whose worker is the caller. Waits only for short locks.
@@ -66,11 +71,14 @@ private:
     struct Table
     {
         Channels channels;
-        std::vector<Route> routes;           // sorted by the keys of their types
+        std::vector<Route> routes;           // sorted by key
         std::vector<quint64> keys;           // the key of each route, for the binary search
         std::atomic<quint64> readersLeft{0}; // readers that have left since the table was published
 
+        /// Replaces the contents with \a from and the routes to them, and sets readersLeft to 0.
         void fill(const Channels &from);
+
+        /// Returns the channels that tick \a type, or null if there are none.
         const Channels *find(std::string_view type) const;
     };
 
@@ -78,7 +86,8 @@ private:
 
     const std::atomic<bool> &m_isRouterActive;
     std::array<Table, 2> m_tables;
-    // Twice the number of readers that have entered the current table, plus the index of that table.
+    // Twice the number of readers that have registered since the current table was published, plus the index
+    // of that table.
     std::atomic<quint64> m_readerState{0};
 };
 

@@ -34,8 +34,8 @@ public:
         EventCount
     };
 
-    /// \a channelNumber counts from 1, as the user does. \a channel lives on the GUI thread and outlives the
-    /// log.
+    /// \a channelNumber counts from 1, as the user does. \a channel must live on the GUI thread and outlive
+    /// the log.
     RouterLog(QObject *channel, int channelNumber);
 
     /// Logs \a event, at most once per second for each kind of event; the next message of that kind gives the
@@ -43,15 +43,15 @@ public:
     void log(Event event);
 
     /// Logs \a event, if it is not empty, as log() does, but from the GUI thread's event loop, so that the
-    /// caller never waits: the host's message handler may be slow, or may wait for the GUI thread, which may
-    /// be waiting for the caller. May be called on any thread.
+    /// caller does not wait for the host: the host's message handler may be slow, or may wait for the GUI
+    /// thread, which may be waiting for the caller. May be called on any thread.
     void post(std::optional<Event> event);
 
 private:
     struct Record
     {
-        std::atomic<qint64> nextMessage{0}; // milliseconds of the monotonic clock
-        std::atomic<int> suppressed{0};
+        std::atomic<qint64> nextMessage{0}; // its earliest time, in milliseconds of the monotonic clock
+        std::atomic<int> suppressed{0};     // events not logged since the last message
     };
 
     std::optional<int> admit(Event event);
