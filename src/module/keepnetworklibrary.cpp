@@ -17,7 +17,7 @@ void keepNetworkLibrary()
 {
 #ifdef Q_OS_WIN
     // This runs under the loader lock, where no library may be loaded. The network library is already in
-    // memory, because this plug-in is linked to it. Find it by the address of one of its functions; pin it.
+    // memory, because the plug-in is linked to it. Find it by the address of one of its functions and pin it.
     HMODULE module = nullptr;
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
                        reinterpret_cast<LPCWSTR>(&QHostInfo::localHostName), &module);

@@ -4,8 +4,10 @@
 
 #include <cstdint>
 
-/// The version of the Controller. The host owns the record and keeps it valid and unchanged as long as the
-/// module lives.
+/// The version of the Controller. The host owns the record and keeps it valid and unchanged from the call
+/// that sets the parameter "BackendVersions" until ModuleInterface::releaseResources() has returned. If the
+/// host calls that function from within a command of the module, it keeps the record until the function of
+/// the module that sent the command has returned.
 struct BackendVersions
 {
     int32_t reserved[3]; // not read by the module
@@ -14,7 +16,7 @@ struct BackendVersions
     int32_t third;
 };
 
-/// Returns whether the Controller has at least version \a major.\a minor, that is, a larger version, or the
+/// Returns whether the Controller has at least version \a major.\a minor, that is, a later version, or the
 /// same version with a third number of at least -1. May be called on any thread.
 inline bool versionAtLeast(const BackendVersions &versions, int32_t major, int32_t minor)
 {

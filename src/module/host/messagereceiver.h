@@ -6,9 +6,13 @@
 class MessageReceiver
 {
 public:
-    /// Handles the zero-terminated message \a text, which is valid during the call only. \a a and \a b are
-    /// ignored. May be called on any thread; on another thread than the GUI thread, it queues the message to
-    /// the GUI thread. Returns 0.
+    /// Handles the message \a text, which must be zero-terminated and not null and is read during the call
+    /// only. The only message with an effect is "OutputTypesChanged": the Controller's catalogue of output
+    /// types has changed. \a a and \a b are ignored. Returns 0.
+    ///
+    /// May be called on any thread. On the GUI thread the function may send queries and requests to the host
+    /// before it returns, so the caller must not hold a lock that its IOManager needs. On any other thread it
+    /// queues this work to the GUI thread and returns at once.
     virtual int onMessage(int a, int b, const char *text) = 0;
 
 protected:

@@ -9,21 +9,26 @@ struct ModuleAction;
 
 /// The interface through which the host uses a module. The host calls all functions on the GUI thread, in
 /// this order: setParameter() for every parameter, moduleActions(), then at the end prepareShutdown() and
-/// releaseResources(). The order of the functions is part of the binary interface between host and module.
+/// releaseResources(). It may call moduleName() and moduleVersion() at any time. The order of the functions
+/// is part of the binary interface between host and module.
 class ModuleInterface
 {
 public:
     virtual ~ModuleInterface() = default;
 
-    /// Stops routing, releases the requested output types and removes the module's Requester and
-    /// MessageReceiver. Afterwards the module does not call the host any more. May be called at any time,
-    /// also from within a command of the module.
+    /// Stops routing, releases the requested output types, removes the module's Requester and MessageReceiver
+    /// and closes open message boxes. Afterwards the module does not call the host any more. May be called at
+    /// any time, also from within a command of the module. Blocks for 10 ms per channel, and for at most
+    /// 100 ms more for each channel that is sending.
     virtual void prepareShutdown() = 0;
 
-    /// Destroys everything that the module has created. When it returns, no thread of the module runs and no
-    /// object of the module waits for the event loop: the host may unload the library in the next statement.
-    /// If the host calls it from within a command of the module, this holds when the function of the module
-    /// that sent the command has returned to the host.
+    /// Destroys the dialog with its channels, and invalidates the entries that moduleActions() has returned.
+    /// Blocks until the threads of the module have ended, at most 100 ms for each. Afterwards no object of
+    /// the module waits for the event loop. The host may unload the library at once, unless a function of the
+    /// module, such as the dialog's event loop, is still on the call stack.
+    ///
+    /// If the host calls this function from within a command of the module, the dialog and its threads exist
+    /// until the function of the module that sent the command has returned to the host.
     virtual void releaseResources() = 0;
 
     /// Returns the module's name for the user.
@@ -32,11 +37,17 @@ public:
     /// Returns the module's version for the user, such as "v1.0.0".
     virtual QString moduleVersion() = 0;
 
-    /// Returns the actions for the host's menus; the first call creates them. The module owns the entries.
+    /// Returns the actions for the host's menus. The module owns the entries. The first call, also the first
+    /// one after releaseResources(), creates the dialog and the action. This call blocks: it queries the
+    /// Controller, registers the module's Requester and MessageReceiver and, in router mode, starts routing.
+    /// Returns an empty list in observer mode, and also to a call that the host makes from within a command
+    /// of the first call.
     virtual QList<ModuleAction *> moduleActions() = 0;
 
-    /// Passes a service of the host to the module. Keys: "CommandManager" (IOManager *), "ModuleParent"
-    /// (QWidget *), "BackendVersions" (BackendVersions *), "ObserverMode" (bool). Any other key is ignored.
+    /// Stores a parameter. Keys: "CommandManager" (IOManager *), "ModuleParent" (QWidget *, the parent of the
+    /// dialog), "BackendVersions" (BackendVersions *), "ObserverMode" (bool, false by default; true makes
+    /// moduleActions() create nothing). Any other key is ignored. \a value must hold a pointer as exactly the
+    /// named type, and the pointer must not be null. The host keeps ownership of the objects.
     virtual void setParameter(QString key, QVariant value) = 0;
 };
 

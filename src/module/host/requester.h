@@ -6,8 +6,9 @@
 class Requester
 {
 public:
-    /// Handles one zero-terminated \a line of the output type \a type. Both texts are valid during the call
-    /// only. Waits only for short locks. Returns 0.
+    /// Handles one \a line of the output type \a type, with or without CR and LF at its end. Both texts must
+    /// be zero-terminated and not null, and are read during the call only. Waits only for short locks.
+    /// Returns 0.
     virtual int onOutputData(const char *type, const char *line) = 0;
 
     /// Drops the lines collected for the current frame, because the data starts again. May wait for one send
