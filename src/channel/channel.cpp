@@ -14,7 +14,8 @@ using namespace networksettings2g;
 
 namespace {
 
-/// Sets everything before the item is added; later changes emit itemChanged().
+/// Makes an item of the first column. Sets all its data here, because a change of an item that belongs to the
+/// model emits itemChanged().
 QStandardItem *makeIdentifier(const OutputTypeInfo &type)
 {
     auto *item = new QStandardItem(type.name);

@@ -34,15 +34,15 @@ struct UdpDestination
 /// only.
 ///
 /// Pending edits are tracked in two ways: a slot that stores a new value sets m_changed, and each type row
-/// stores the last committed state beside its tick. hasChanges() combines both.
+/// stores the last loaded or committed state beside its tick. hasChanges() combines both.
 class Channel : public QObject
 {
     Q_OBJECT
 
 public:
     /// The columns of typeModel(). The data under Qt::UserRole is a bool: in the first column the last
-    /// committed state of the tick, in the second column whether the Controller reports the type as
-    /// available.
+    /// loaded or committed state of the tick, in the second column whether the Controller reports the
+    /// type as available.
     enum Column
     {
         IdentifierColumn,
@@ -52,26 +52,30 @@ public:
     /// The largest number of channels that a Controller has.
     static constexpr int MaximumCount = 10;
 
-    /// The caller keeps ownership of \a ioManager and \a versions. \a channelIndex counts from 0.
+    /// The caller keeps ownership of \a ioManager and \a versions. Neither may be null, and both must exist
+    /// whenever load(), commit() or setActiveOnController() is called. \a channelIndex counts from 0.
     Channel(IOManager *ioManager, int channelIndex, BackendVersions *versions);
     ~Channel() override;
 
     /// Reads the channel's state from the Controller, query by query, drops all pending edits, and emits
-    /// updated(). setOutputTypes() and the setters of the identities must be called before. If a query for
-    /// the divisor or for a tick fails, that is logged; other failures are not.
+    /// updated(). Before each call the setters of the identities must be called, and setOutputTypes(), which
+    /// clears the ticks. May block for a look-up of the host. A failed query for the destination gives an
+    /// empty host and port 0, for the active state an inactive channel, for the divisor 1, and for a tick no
+    /// tick. Only the last two failures are logged.
     void load();
 
-    /// Writes the active state to the Controller and, if the channel is active and has pending edits, the
-    /// changed ticks, the destination and the divisor. Continues after a refused command. If the command for
-    /// the active state or for the divisor is refused, that is logged.
+    /// Emits committingChanges(), then writes the active state to the Controller and, if the channel is
+    /// active and has pending edits, the changed ticks, the destination and, if the Controller's version has
+    /// one, the divisor. Continues after a refused command. Only refusals of the active state and of the
+    /// divisor are logged. Does nothing if the index is MaximumCount or above.
     void commit();
 
-    /// Switches the channel on or off on the Controller, but not in this object.
+    /// Switches the channel on or off on the Controller, but not in this object. A refusal is logged.
     void setActiveOnController(bool on);
 
     /// Rebuilds the rows from \a types: well-known identifiers first, in their fixed order, then the others
-    /// in the order of the catalogue. All ticks are off until load() has read them; tickedTypes() stays as
-    /// it was until then, so that a refresh does not break up a frame.
+    /// in the order of the catalogue; a type without a name gets no row. All ticks are off until load() has
+    /// read them. tickedTypes() does not change, so that a refresh does not break up a frame.
     void setOutputTypes(const QList<networksettings2g::OutputTypeInfo> &types);
 
     /// Set the identities of this computer that isMyIp() compares with: its address as the Controller sees
@@ -80,7 +84,7 @@ public:
     void setHostName(QString hostName);
     void setDomainName(QString domainName);
 
-    /// Returns the channel's index, from 0 to MaximumCount - 1.
+    /// Returns the channel's index, counted from 0.
     int channelIndex() const { return m_channelIndex; }
 
     /// Returns the channel's number for the user and the Controller, counted from 1.
@@ -120,25 +124,26 @@ public:
     bool hasChanges() const;
 
     /// Returns whether both channels are active and send to the same address and port. Names are not
-    /// compared.
+    /// compared, so two unknown addresses count as the same.
     bool hasSameDestination(const Channel &other) const;
 
     /// Returns whether the row of \a name is ticked; false if there is no such row.
     bool isTypeActive(const QString &name) const;
 
-    /// Returns the names of the ticked rows, in Latin-1 and sorted. They do not change from setOutputTypes()
-    /// to the end of load().
+    /// Returns the names of the ticked rows, in Latin-1 and sorted. setOutputTypes() does not change them,
+    /// and load() updates them in one step, after it has read all ticks.
     const QVector<QByteArray> &tickedTypes() const { return m_tickedTypes; }
 
-    /// Makes the channel call \a callback after each change of tickedTypes(); a refresh causes at most one
-    /// call, at the end of load(). This is a callback because the signals of this class are fixed.
+    /// Makes the channel call \a callback after each change of tickedTypes(); load() causes at most one call.
+    /// Replaces the previous callback. \a callback must not be empty.
     void setTickedTypesCallback(std::function<void()> callback);
 
-    /// Returns the address of \a host, a dotted address or a name, or 0 if it has none. Blocks while it looks
-    /// up a name.
+    /// Returns the IPv4 address of \a host, a dotted address or a name, in host byte order, or 0 if it has
+    /// none. Blocks while it looks up a name, and shows the busy cursor.
     static quint32 lookUp(const QString &host);
 
-    /// Returns whether \a candidate names this computer. The comparison is exact and case-sensitive.
+    /// Returns whether \a candidate is this computer's address, its name, or its name and domain joined by a
+    /// dot. The comparison is case-sensitive. An empty \a candidate matches an unknown address.
     bool isMyIp(const QString &candidate) const;
     bool isMyIp() const { return isMyIp(m_host); }
 
@@ -146,29 +151,31 @@ signals:
     /// Emitted at the end of load().
     void updated();
 
-    /// Emitted before commit() writes: connected slots must store any pending edit before they return.
+    /// Emitted before commit() writes. Connected slots must store the edits that are not in the channel yet
+    /// before they return.
     void committingChanges();
 
 public slots:
-    // A value that a slot stores is a pending edit.
+    // Each slot stores its value as a pending edit. It ignores the present value, unless stated otherwise.
 
-    /// Ignores \a p outside 0 to 65535.
+    /// Sets the port. Ignores \a p outside 0 to 65535.
     void setPort(int p);
 
-    /// Switches the channel on or off, for all threads at once.
+    /// Switches the channel on or off in this object. All threads see the change at once.
     void setActive(bool b);
 
     /// Sets whether the destination is a multicast group.
     void setMulticast(bool b);
 
-    /// Ignores \a dataDiv below 1.
+    /// Sets the divisor. Ignores \a dataDiv below 1.
     void setDataDivisor(int dataDiv);
 
-    /// Stores \a ip, and its dotted form as the host. Nothing in the module calls it.
+    /// Stores the address \a ip, in host byte order, and its dotted form as the host, even if they are the
+    /// present ones. Nothing in the module calls this slot.
     void setIp(uint ip);
 
-    /// Stores \a h and looks it up, unless it is already the host and its address is known. Blocks during the
-    /// look-up; if that fails, the address is 0.
+    /// Stores \a h as the host and looks up its address, unless \a h is already the host and its address is
+    /// known. Blocks during the look-up. If the look-up fails, the address is 0.
     void setHost(const QString &h);
 
 private:
@@ -196,7 +203,7 @@ private:
     IOManager *m_ioManager;
     BackendVersions *m_versions;
     const int m_channelIndex;
-    std::atomic<quint64> m_destination{0}; // address above port, so that both change in one step
+    std::atomic<quint64> m_destination{0}; // address << PortBits | port: both change in one step
     std::atomic<int> m_dataDivisor{1};
     std::atomic<bool> m_active{false};
     bool m_changed = false;
@@ -211,5 +218,5 @@ private:
     QString m_host;
     QVector<QByteArray> m_tickedTypes;
     std::function<void()> m_tickedTypesCallback = [] {};
-    bool m_holdTicks = false; // true while rows are rebuilt or read: m_tickedTypes must not change
+    bool m_holdTicks = false; // true while rows are rebuilt or ticks loaded: m_tickedTypes must not change
 };

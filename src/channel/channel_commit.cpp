@@ -9,10 +9,11 @@ using namespace networksettings2g;
 void Channel::commit()
 {
     if (m_channelIndex >= MaximumCount)
-        return;
+        return; // the Controller has no such channel
     emit committingChanges();
     setActiveOnController(m_active);
-    // The edits of an inactive channel stay pending until it is switched on.
+    // The edits of an inactive channel stay pending: a commit() after it has been switched on writes them, a
+    // load() drops them.
     if (!hasChanges() || !m_active)
         return;
     commitTicks();

@@ -27,8 +27,8 @@ void Channel::load()
     loadActive();
     loadDataDivisor();
     loadTicks();
-    // Clear the flag before updated(): the page's spin boxes have narrower ranges, and a value that they
-    // clamp and write back is an edit.
+    // Clear the flag before updated(): the page's spin boxes have narrower ranges than the channel, and a
+    // value that they clamp and write back is an edit.
     m_changed = false;
     emit updated();
 }
@@ -81,7 +81,7 @@ void Channel::loadTicks()
 
 void Channel::loadTick(int row)
 {
-    // Persistent, because a host may call the module from within a query and change the rows.
+    // The index is persistent, because a host may call the module from within a query and change the rows.
     const QPersistentModelIndex index = m_typeModel.index(row, IdentifierColumn);
     const QString name = index.data().toString();
     Answer answer;

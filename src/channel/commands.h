@@ -2,8 +2,8 @@
 
 #include "backendversions.h"
 
-/// The Controller's command language as the module speaks it: printf-style formats for IOManager. Channel
-/// numbers count from 1.
+/// The queries and commands that the module sends to the Controller, as printf-style formats for IOManager.
+/// The numbers of channels and the positions of types count from 1.
 namespace networksettings2g::commands {
 
 // Queries
@@ -32,7 +32,7 @@ inline constexpr char setThisComputer[] = "output net ch%02d udp my_ip %d";
 inline constexpr char setHost[] = "output net ch%02d udp '%s' %d";
 inline constexpr char setDataDivisor[] = "output net_divisor ch%02d %d";
 
-// Whether the Controller knows commands that older Controllers lack
+// These functions return whether the Controller's version has a feature that older versions lack.
 
 inline bool knowsRouterMode(const BackendVersions &versions)
 {

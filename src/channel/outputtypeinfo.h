@@ -11,17 +11,20 @@ namespace networksettings2g {
 struct OutputTypeInfo
 {
     QString name;           ///< identifier, such as "6d": the key of all commands about the type
-    QString description;    ///< text for the user, free of double quotes; may be empty
+    QString description;    ///< text for the user, without double quotes; may be empty
     bool available = false; ///< the Controller can send this type now
 };
 
 /// Replaces \a types with the Controller's catalogue, in the Controller's order, up to 10000 types. A type
-/// whose name cannot be read is left out; every failure is written to the host's log. Blocks for one
-/// query, and for three more per type. Returns 0, or -1 if \a manager is null. GUI thread only.
+/// whose name cannot be read is left out; a description that cannot be read is empty, and a type whose
+/// availability cannot be read is not available. Every failed query is written to the host's log. Blocks for
+/// one query, and for up to three more per type. Returns 0, also after failed queries, or -1 if \a manager is
+/// null; \a types is then empty. GUI thread only.
 int queryOutputTypes(IOManager *manager, QList<OutputTypeInfo> *types);
 
-/// Returns the address of this computer as the Controller sees it, or an empty text if \a manager is null or
-/// the answer has no second word. A failure is not logged. Blocks for one query. GUI thread only.
+/// Returns the address of this computer as the Controller sees it, or an empty text if \a manager is null,
+/// the query fails or the answer has no second word. A failure is not logged. Blocks for one query. GUI
+/// thread only.
 QString queryMonitorIp(IOManager *manager);
 
 } // namespace networksettings2g

@@ -7,7 +7,7 @@
 /// The version of the Controller. The host owns the record and keeps it valid and unchanged from the call
 /// that sets the parameter "BackendVersions" until ModuleInterface::releaseResources() has returned. If the
 /// host calls that function from within a command of the module, it keeps the record until the function of
-/// the module that sent the command has returned.
+/// the module that sent the command has returned to the host.
 struct BackendVersions
 {
     int32_t reserved[3]; // not read by the module
