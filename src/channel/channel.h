@@ -41,8 +41,8 @@ class Channel : public QObject
 
 public:
     /// The columns of typeModel(). The data under Qt::UserRole is a bool: in the first column the last
-    /// loaded or committed state of the tick, in the second column whether the Controller reports the
-    /// type as available.
+    /// loaded or committed state of the tick, in the second column whether the Controller reports the type as
+    /// available.
     enum Column
     {
         IdentifierColumn,
@@ -59,9 +59,9 @@ public:
 
     /// Reads the channel's state from the Controller, query by query, drops all pending edits, and emits
     /// updated(). Before each call the setters of the identities must be called, and setOutputTypes(), which
-    /// clears the ticks. May block for a look-up of the host. A failed query for the destination gives an
-    /// empty host and port 0, for the active state an inactive channel, for the divisor 1, and for a tick no
-    /// tick. Only the last two failures are logged.
+    /// clears the ticks. May block for a look-up of the host. Failed queries give an empty host and port 0,
+    /// an inactive channel, the divisor 1, or a type without a tick. Only failures of the queries for the
+    /// divisor and for ticks are logged.
     void load();
 
     /// Emits committingChanges(), then writes the active state to the Controller and, if the channel is
