@@ -12,8 +12,8 @@ namespace networksettings2g {
 /// host until close(). Afterwards every call fails without reaching the host, so an operation that is in
 /// progress at shut-down sends nothing more. GUI thread only.
 ///
-/// A command is formatted here and passed to the host as a text with the format "%s", because a variadic
-/// function cannot pass its arguments on to another one.
+/// A query or command is formatted here and passed to the host as a text with the format "%s", because a
+/// variadic function cannot pass its arguments on to another one.
 class HostConnection final : public IOManager
 {
 public:
@@ -23,8 +23,8 @@ public:
 
     void close() { m_ioManager = nullptr; }
 
-    /// Returns whether a call to the host has not returned yet. A call from the host that comes then is
-    /// nested in that call.
+    /// Returns whether a call to the host has not returned yet. A call that the host makes on the GUI thread
+    /// meanwhile is nested in it.
     bool isCallUnderWay() const { return m_callsUnderWay > 0; }
 
     int getValue(char *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);

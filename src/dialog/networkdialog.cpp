@@ -18,7 +18,7 @@ const char receiverName[] = "NetworkDialog";
 
 /// With this many channels or more, the tabs need a dialog wider than the form.
 constexpr int manyChannels = 6;
-constexpr int tabWidth = 60;
+constexpr int tabWidth = 60; // pixels
 
 } // namespace
 
@@ -48,7 +48,7 @@ void NetworkDialog::describeForScreenReaders()
 {
     m_tabWidget->setAccessibleName(QLatin1String("Channels"));
     m_plusPage->setAccessibleName(QLatin1String("Add a channel with Ctrl + T"));
-    // Otherwise the only explanation of this check box is its What's This help, rich text with an image.
+    // A screen reader needs a plain text: the What's This help of this check box is rich text with an image.
     checkBox_actAsRouter->setAccessibleDescription(
         QLatin1String("Passes the tracking data on to receivers outside the Controller's network"));
 }
@@ -159,7 +159,7 @@ void NetworkDialog::bringUpToDate()
     if (channelsInUse() != m_pages.size())
         rebuildChannels();
     refreshAllChannels();
-    // The refresh may have toggled the active box of a page. Its slot enables the router check box whatever
+    // The refresh may have toggled the active box of a page, whose slot enables the router check box whatever
     // the Controller's version.
     if (!commands::knowsRouterMode(*m_versions))
         checkBox_actAsRouter->setEnabled(false);

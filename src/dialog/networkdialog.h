@@ -22,9 +22,9 @@ class ChannelWidget;
 class IOManager;
 class NetworkDialogTabWidget;
 
-/// The module's one window, with one tab per output channel of the Controller. It is created hidden when the
-/// module starts, shown modally each time the menu action is triggered, and lives until shut-down, because
-/// its channels forward tracking data also while it is hidden.
+/// The module's dialog, with one tab for each output channel up to the last one that has a destination. It is
+/// created hidden when the module starts, shown modally each time the menu action is triggered, and exists
+/// until shut-down, because its channels forward tracking data also while it is hidden.
 ///
 /// Thread safety: the functions of Requester and MessageReceiver may be called on any thread, everything else
 /// on the GUI thread only.
@@ -32,8 +32,8 @@ class NetworkDialogTabWidget;
 /// Errors: a failed command is logged or ignored, and the operation continues.
 ///
 /// Invariants:
-/// 1. m_channels and m_pages have the same length and order. Entry i is tab i, and channel index i unless
-///    closeCurrentTab() has closed a tab before it.
+/// 1. m_channels and m_pages have the same length and order. Entry i of both belongs to tab i. Its channel
+///    index is i, unless closeCurrentTab() has closed a tab before it.
 /// 2. m_fanOut lists exactly the channels in m_channels, except within a function that changes both.
 /// 3. After teardownRequests() no router runs and the host is not called.
 ///
@@ -46,8 +46,9 @@ class NetworkDialog : public QDialog, public Ui::NetworkDialog, public Requester
     Q_OBJECT
 
 public:
-    /// Builds the window. The host keeps ownership of all three arguments. None may be null, and all must
-    /// outlive the dialog, except that \a parent may be destroyed after release().
+    /// Builds the window. The host keeps ownership of all three arguments. None may be null. \a ioManager
+    /// must exist until teardownRequests() or release() has returned, and \a versions as long as the dialog.
+    /// If \a parent is destroyed before release() is called, it destroys the dialog.
     NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersions *versions);
 
     /// Waits until no data thread uses a channel and every worker has ended. teardownRequests() must have
@@ -55,17 +56,21 @@ public:
     ~NetworkDialog() override;
 
     /// The second half of the construction: asks the Controller for its channels, registers with the host,
-    /// and, if the Controller is in router mode, starts forwarding. It is not part of the constructor, so
-    /// that the owner already has the dialog, and can shut it down, if the host calls from within one of
-    /// these commands.
+    /// and, if the Controller is in router mode, starts forwarding. This is not part of the constructor,
+    /// because a host may shut the module down from within one of these calls, and the owner must then
+    /// already have the pointer to the dialog. If the host has called release(), the dialog no longer exists
+    /// when this function returns.
     void start();
 
-    /// Stops the routers, releases the output types, removes the dialog from the host and closes open message
-    /// boxes. Afterwards the host is not called any more, not even by operations in progress.
+    /// Closes open message boxes, stops the routers, releases the output types and unregisters the dialog
+    /// from the host. Afterwards the host is not called any more, not even by operations in progress. Blocks
+    /// for 10 ms per channel, and for at most 100 ms more for each channel that is sending. A second call
+    /// does nothing.
     void teardownRequests();
 
-    /// Deletes the dialog. If the host calls this from within a command of the dialog, it is deleted as soon
-    /// as the function that sent the command has returned.
+    /// Deletes the dialog. If the host calls this from within a command of the dialog, the dialog is deleted
+    /// after the function that sent the command has returned: at the end of the outermost call from the host
+    /// or by the event loop, whichever comes first. Must follow teardownRequests().
     void release();
 
     int onOutputData(const char *type, const char *line) override;
@@ -79,25 +84,27 @@ signals:
     void deferedRouterActiveToggled(bool enable);
 
 public slots:
-    /// Reads the Controller's state and shows the dialog modally. Returns the result of exec(). While the
-    /// dialog is visible or an operation is in progress, and after teardownRequests(), it only raises the
-    /// dialog and returns Rejected. If the operation belongs to the hidden dialog, such as one that follows a
-    /// catalogue change, the dialog opens when the operation has ended.
+    /// Reads the Controller's state and shows the dialog modally. Returns the result of exec(), or Rejected
+    /// if the module was shut down during the reading. While the dialog is visible or an operation is in
+    /// progress, and after teardownRequests(), the function only raises the dialog and returns Rejected. If
+    /// the operation belongs to the hidden dialog, such as one that follows a catalogue change, the dialog
+    /// opens when the operation has ended. The dialog may have been deleted when this function returns.
     int update_and_exec();
 
     /// Enables the router check box if the active box of any page is ticked and the configuration is not
-    /// locked.
+    /// locked, otherwise disables it.
     void onCheckBox_active_channel_toggled();
 
-    /// Ctrl + T adds a channel, Ctrl + W closes the last one, F9 selects the next tab.
+    /// Ctrl + T adds a channel, Ctrl + W closes the last one after a question, F9 selects the next tab. The
+    /// base class handles all other keys.
     void keyPressEvent(QKeyEvent *event) override;
 
 private slots:
-    /// Closes the current tab after a question, if there are at least three. Nothing in the module calls it.
-    /// Later channels keep their index and title.
+    /// Closes the tab of the current channel after a question, if there are at least three channels. Later
+    /// channels keep their index and title. Nothing in the module calls this slot.
     void closeCurrentTab();
 
-    /// Closes the last tab after a question, unless it is the only one.
+    /// Closes the tab of the last channel after a question, unless it is the only channel.
     void closeLastTab();
 
     /// Adds a channel if tab \a index is the "+" tab.
@@ -107,8 +114,10 @@ private slots:
     /// the routers.
     void on_checkBox_actAsRouter_toggled(bool checked);
 
-    /// Checks all pages, writes all changes to the Controller and closes the dialog. Every way out of the
-    /// dialog calls it.
+    /// Checks all channels, writes all changes to the Controller and closes the dialog. If a check fails, the
+    /// dialog stays open. If the configuration is locked or the module has been shut down, only closes the
+    /// dialog. Otherwise does nothing while an operation is in progress. Every way of leaving the dialog
+    /// calls this slot.
     void accept() override;
 
     /// Calls accept(), because the dialog cannot be left without applying the changes.
@@ -128,7 +137,7 @@ private:
         CallFromHost &operator=(const CallFromHost &) = delete;
 
     private:
-        QPointer<NetworkDialog> m_dialog; // the host may delete the dialog during the call
+        QPointer<NetworkDialog> m_dialog; // null if the dialog was deleted during the call
     };
 
     bool isTornDown() const { return m_gate.isClosed(); }
@@ -194,18 +203,18 @@ private:
     QPointer<QWidget> m_parentWidget; // source of the window icon
     NetworkDialogTabWidget *m_tabWidget = nullptr;
     QList<ChannelAsRouter *> m_channels; // owned
-    QList<ChannelWidget *> m_pages;
-    bool m_locked = false; // the configuration was locked when the dialog was last opened
+    QList<ChannelWidget *> m_pages;      // owned, Qt children of m_tabWidget
+    bool m_locked = false;               // the configuration was locked when the dialog was last opened
     QIcon m_lockIcon;
-    bool m_routerChanged = false;            // the user has toggled the router check box
+    bool m_routerChanged = false;            // the user has toggled the router check box since the opening
     std::atomic<bool> m_routerActive{false}; // while true, the fan-out passes lines on
-    QList<networksettings2g::OutputTypeInfo> m_outputTypes;
+    QList<networksettings2g::OutputTypeInfo> m_outputTypes; // the catalogue as last read
     // Shared with the channels, whose workers use it.
     std::shared_ptr<networksettings2g::ChannelFanOut> m_fanOut =
         std::make_shared<networksettings2g::ChannelFanOut>(m_routerActive);
-    int m_channelCount = 0;
+    int m_channelCount = 0; // m_channels.size(), except within a function that changes both
     QWidget *m_plusPage = nullptr;
-    int m_baseWidth = 0;
+    int m_baseWidth = 0;             // width of the form, to which many tabs add
     bool m_tabsChanged = false;      // a channel has been created since the router mode was last committed
     int m_callsFromHost = 0;         // CallFromHost objects alive
     bool m_openingDue = false;       // the action was triggered during an operation of the hidden dialog
