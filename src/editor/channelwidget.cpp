@@ -48,7 +48,7 @@ void ChannelWidget::showTypesOfChannel()
     tableView->horizontalHeader()->setSectionsClickable(false);
     // The arrow keys move between cells. Tab is not needed for that and moves the focus out of the table.
     tableView->setTabKeyNavigation(false);
-    // Each catalogue makes new columns of the default width and then sets their titles.
+    // Channel::setOutputTypes() makes new columns of the default width and then sets their titles.
     connect(m_channel->typeModel(), &QStandardItemModel::headerDataChanged, this,
             &ChannelWidget::fitFirstColumnToTitle);
 }
@@ -110,8 +110,8 @@ void ChannelWidget::setControlsEnabled(bool active)
 
 void ChannelWidget::updateTabColor()
 {
-    const bool lit = isEnabled() && checkBox_active_channel->isChecked();
-    const QPalette::ColorGroup group = lit ? QPalette::Active : QPalette::Disabled;
+    const bool active = isEnabled() && checkBox_active_channel->isChecked();
+    const QPalette::ColorGroup group = active ? QPalette::Active : QPalette::Disabled;
     const QColor color = QGuiApplication::palette().color(group, QPalette::Text);
     emit changeChannelTabTitleFontColor(m_channel->channelIndex(), color);
 }
@@ -133,9 +133,9 @@ void ChannelWidget::updateFromChannel()
 
 void ChannelWidget::showWhetherMyIp()
 {
-    m_myIpSlotArmed = false;
+    m_myIpSlotEnabled = false;
     checkBox_my_ip->setChecked(m_channel->isMyIp());
-    m_myIpSlotArmed = true;
+    m_myIpSlotEnabled = true;
 }
 
 void ChannelWidget::showRows()
@@ -146,8 +146,9 @@ void ChannelWidget::showRows()
     placeCursor();
 }
 
-// Without a current cell, the arrow keys try to select only the first cell. If that is the frame counter's,
-// it is disabled, and the arrow keys would never reach the other cells.
+// Makes the first visible enabled identifier the current cell, if there is none: setCurrentIndex() ignores a
+// disabled cell. Without a current cell, the arrow keys try to select only the first cell. That is usually
+// the frame counter's, which is disabled, so the arrow keys would never reach the other cells.
 void ChannelWidget::placeCursor()
 {
     for (int row = 0; row < tableView->model()->rowCount() && !tableView->currentIndex().isValid(); ++row) {
@@ -204,7 +205,7 @@ void ChannelWidget::enterNamesMode()
 
 void ChannelWidget::on_checkBox_my_ip_toggled(bool val)
 {
-    if (!m_myIpSlotArmed)
+    if (!m_myIpSlotEnabled)
         return;
     lineEdit_host->setEnabled(!val);
     if (!val)

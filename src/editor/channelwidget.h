@@ -9,19 +9,21 @@ class ChannelAsRouter;
 class IOManager;
 class QRegExpValidator;
 
-/// The editor page of one output channel. It stores edits in the channel, the host when its field loses the
+/// The editor page of one output channel. It stores edits in the channel: the host when its field loses the
 /// focus or Enter is pressed, everything else at once. It writes nothing to the Controller. The table shows
-/// the channel's own type model, to which the view writes the ticks.
+/// the channel's own type model, to which the view writes the ticks. The active box also starts and stops the
+/// channel's router.
 ///
-/// The host field has two input modes: it accepts names and addresses, but only digits and dots while
-/// multicast is ticked. GUI thread only.
+/// The host field has two input modes: while multicast is ticked, it accepts only digits and dots, otherwise
+/// names and addresses. GUI thread only.
 class ChannelWidget : public QWidget, public Ui::ChannelWidget
 {
     Q_OBJECT
 
 public:
     /// Creates a page without a parent. It shows the form's defaults until the channel emits
-    /// Channel::updated(). The caller keeps ownership of all three arguments, which must outlive the page.
+    /// Channel::updated(). The caller keeps ownership of all three arguments. They must exist as long as the
+    /// page is used; \a channel may then be a child of the page.
     ChannelWidget(IOManager *ioManager, ChannelAsRouter *channel, BackendVersions *versions);
     ~ChannelWidget() override;
 
@@ -33,20 +35,23 @@ public:
 
     void setCloseButtonVisible(bool visible);
 
-    /// Enables the controls if \a active is true and disables them otherwise. The host field stays disabled
-    /// while "this computer" is ticked, and the divisor if the Controller's version has none.
+    /// Enables all controls except the active box and the close button if \a active is true, otherwise
+    /// disables them. The host field stays disabled while "this computer" is ticked, and the divisor if the
+    /// Controller's version has none.
     void setControlsEnabled(bool active);
 
-    /// Emits changeChannelTabTitleFontColor() with the normal text colour if the channel is on and the page
-    /// is enabled, otherwise with the colour of disabled text.
+    /// Emits changeChannelTabTitleFontColor() with the normal text colour if the active box is ticked and the
+    /// page is enabled, otherwise with the colour of disabled text.
     void updateTabColor();
 
-    /// Checks the destination if the channel is active. If it is invalid, shows the reason in a message box
-    /// and returns false. If its name cannot be resolved, lets the user choose. Does not change the channel.
-    /// May block for a query, a name look-up and a message box.
+    /// Checks the destination in the host field. Returns true if it is valid or the channel is inactive. If
+    /// the destination is invalid, shows the reason in a message box and returns false. If the name of a
+    /// unicast host cannot be resolved, asks the user and returns true for "Ignore". Does not change the
+    /// channel. May block for a query, a name look-up and a message box. If the page is destroyed while the
+    /// box is open, returns false.
     bool validate();
 
-    /// Makes a validate() in progress return false without a message box.
+    /// Makes a validate() that is waiting for its query return false without a message box.
     void silence() { m_silenced = true; }
 
 signals:
@@ -56,7 +61,8 @@ signals:
     /// Emitted when the title of tab \a tabIndex should have the colour \a color.
     void changeChannelTabTitleFontColor(int tabIndex, const QColor &color);
 
-    /// Emitted after the active box has been toggled and the channel has been switched on or off.
+    /// Emitted after the active box has been toggled, the channel has been switched on or off, and its router
+    /// has been started or stopped.
     void checkBox_active_channel_toggled();
 
 public slots:
@@ -66,8 +72,8 @@ public slots:
     /// Stores the text of the host field in the channel, which looks up the host. May block.
     void flushChangesToChannel();
 
-    /// Toggles the tick at \a index, so that a double click anywhere in an identifier's cell does so, not
-    /// only a click on its check box.
+    /// Toggles the tick at \a index, unless the cell is disabled or in another column. So the user may also
+    /// double-click the identifier instead of clicking its check box.
     void tableViewItemDoubleClicked(const QModelIndex &index);
 
 protected slots:
@@ -103,7 +109,7 @@ private:
     ChannelAsRouter *m_channel;
     QRegExpValidator *m_hostNameValidator = nullptr;
     QRegExpValidator *m_ipDigitsValidator = nullptr;
-    bool m_myIpSlotArmed = true; // false while the page itself sets checkBox_my_ip
-    bool m_routerMode = false;
-    bool m_silenced = false;
+    bool m_myIpSlotEnabled = true; // false while showWhetherMyIp() sets the check box
+    bool m_routerMode = false;     // see setRouterMode()
+    bool m_silenced = false;       // see silence()
 };

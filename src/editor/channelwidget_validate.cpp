@@ -20,11 +20,12 @@ struct AddressRange
     bool contains(quint32 address) const { return address >= first && address <= last; }
 };
 
-// The lowest 256 addresses are reserved for routing protocols.
+// validMulticast leaves out 224.0.0.0/24, which is reserved for routing and other network control protocols.
 constexpr AddressRange multicastBlock = {0xE0000000, 0xEFFFFFFF};
 constexpr AddressRange validMulticast = {0xE0000100, 0xEFFFFFFF};
 
-// Recognises only the common spellings; a user who writes the address in another way is assumed to mean it.
+// Recognises only the usual spellings. A user who writes a loopback address in another way is assumed to want
+// that address.
 bool isLoopback(const QString &host)
 {
     return host.compare(QLatin1String("localhost"), Qt::CaseInsensitive) == 0 ||
@@ -61,8 +62,8 @@ bool ChannelWidget::validate()
 }
 
 // A name that cannot be resolved now may get an address later, so the user may keep it. The address of a
-// multicast group must be known now. Here and below one call of arg() fills in both arguments, because a host
-// may itself contain "%1" or "%2".
+// multicast group must be known now. Here and below a single call of arg() replaces both place markers,
+// because a host may itself contain "%1" or "%2".
 bool ChannelWidget::judgeUnresolved(const QString &host)
 {
     if (checkBox_multicast->isChecked()) {
