@@ -32,6 +32,8 @@ def paeth(left, up, corner):
     return min((left, up, corner), key=lambda value: abs(estimate - value))
 
 
+# The predictors of the PNG filter types 0 to 4: None, Sub, Up, Average, Paeth. The arguments are the bytes to the left,
+# above, and above to the left.
 PREDICTORS = (
     lambda left, up, corner: 0,
     lambda left, up, corner: left,
@@ -42,12 +44,14 @@ PREDICTORS = (
 
 
 def filtered(kind, row, above, step):
+    """Returns row after the PNG filter of type kind. above is the previous row, step the number of bytes per pixel."""
     predict = PREDICTORS[kind]
     left, corner = bytes(step) + row, bytes(step) + above
     return bytes((row[i] - predict(left[i], above[i], corner[i])) & 255 for i in range(len(row)))
 
 
 def unfiltered(kind, data, above, step):
+    """Returns the row that filtered() has turned into data."""
     predict = PREDICTORS[kind]
     row = bytearray(step)
     corner = bytes(step) + above
@@ -57,10 +61,12 @@ def unfiltered(kind, data, above, step):
 
 
 def chunk(name, data):
+    """Returns the PNG chunk with this name and data, including its length and checksum."""
     return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
 
 
 def chunks(png):
+    """Yields the name and the data of each chunk of a PNG file."""
     position = len(SIGNATURE)
     while position < len(png):
         (length,) = struct.unpack_from(">I", png, position)
@@ -69,7 +75,10 @@ def chunks(png):
 
 
 def rendered(source, width, height):
-    """Returns the rows of the drawing, each a list of pixels (red, green, blue, alpha)."""
+    """Returns the rows of the drawing, each a list of pixels, each pixel four bytes (red, green, blue, alpha).
+
+    Raises ImageError if rsvg-convert writes another size or format than expected.
+    """
     png = subprocess.run(["rsvg-convert", str(source)], check=True, stdout=subprocess.PIPE).stdout
     parts = list(chunks(png))
     header = struct.unpack(">IIBBBBB", dict(parts)[b"IHDR"])
@@ -87,7 +96,10 @@ def rendered(source, width, height):
 
 
 def converted(pixels, colour_type):
-    """Returns one row of pixels in colour_type. Raises ImageError if that would lose information."""
+    """Returns the bytes of a row of pixels in colour_type, RGB or GREY_ALPHA.
+
+    Raises ImageError if that would lose information.
+    """
     if colour_type == RGB:
         if any(alpha != 255 for *_, alpha in pixels):
             raise ImageError("the drawing does not cover the whole image")
@@ -98,7 +110,11 @@ def converted(pixels, colour_type):
 
 
 def streams(rows, step):
-    """Yields the image data compressed in several ways, any of which may give the smallest result."""
+    """Yields the image data compressed in several ways, any of which may give the smallest result.
+
+    The ways are each filter for all rows, and two heuristics that choose a filter for each row: the smallest sum of
+    absolute values, and the smallest compressed row.
+    """
     blank = bytes(len(rows[0]))
     lines = [
         [bytes([kind]) + filtered(kind, row, above, step) for kind in range(len(PREDICTORS))]
@@ -128,6 +144,10 @@ def comment(name, length):
 
 
 def encoded(name, width, height, colour_type, size):
+    """Returns a PNG file of exactly size bytes, and how many of them the text chunk takes.
+
+    Raises ImageError if no encoding has this size.
+    """
     step = CHANNELS[colour_type]
     rows = [converted(row, colour_type) for row in rendered(FOLDER / f"{name}.svg", width, height)]
     head = SIGNATURE + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, colour_type, 0, 0, 0))
