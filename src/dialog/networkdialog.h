@@ -64,8 +64,8 @@ public:
 
     /// Closes open message boxes, stops the routers, releases the output types and unregisters the dialog
     /// from the host. Afterwards the host is not called any more, not even by operations in progress. Blocks
-    /// for 10 ms per channel, and for at most 100 ms more for each channel that is sending. A second call
-    /// does nothing.
+    /// for about 10 ms per channel, and for at most 100 ms more for each channel that is sending. A second
+    /// call does nothing.
     void teardownRequests();
 
     /// Deletes the dialog. If the host calls this from within a command of the dialog, the dialog is deleted

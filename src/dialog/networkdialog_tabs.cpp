@@ -45,7 +45,7 @@ void NetworkDialog::keyPressEvent(QKeyEvent *event)
 
 void NetworkDialog::selectNextTab()
 {
-    // The last tab is never selected. It is the "+" tab, unless there are ten channels or the configuration
+    // Do not advance to the last tab: it is the "+" tab, unless there are ten channels or the configuration
     // is locked.
     const int current = m_tabWidget->currentIndex();
     m_tabWidget->setCurrentIndex(current + 2 < m_tabWidget->count() ? current + 1 : 0);

@@ -22,8 +22,8 @@ class ChannelWidget : public QWidget, public Ui::ChannelWidget
 
 public:
     /// Creates a page without a parent. It shows the form's defaults until the channel emits
-    /// Channel::updated(). The caller keeps ownership of all three arguments. They must exist as long as the
-    /// page is used; \a channel may then be a child of the page.
+    /// Channel::updated(). The page takes ownership of none of the three arguments. They must exist as long
+    /// as the page is used.
     ChannelWidget(IOManager *ioManager, ChannelAsRouter *channel, BackendVersions *versions);
     ~ChannelWidget() override;
 

@@ -18,8 +18,8 @@ public:
 
     /// Stops routing, releases the requested output types, removes the module's Requester and MessageReceiver
     /// and closes open message boxes. Afterwards the module does not call the host any more. May be called at
-    /// any time, also from within a command of the module. Blocks for 10 ms per channel, and for at most
-    /// 100 ms more for each channel that is sending.
+    /// any time, also from within a command of the module. Blocks for about 10 ms per channel, and for at
+    /// most 100 ms more for each channel that is sending.
     virtual void prepareShutdown() = 0;
 
     /// Destroys the dialog with its channels, and invalidates the entries that moduleActions() has returned.
