@@ -66,7 +66,7 @@ void TestModulecheck::faultOfABrokenModuleIsFound_data()
     row("calls on a thread", "life", "came on another thread than the GUI thread");
     row("leaves a thread", "life", "No thread of the module runs afterwards");
     row("stays in memory", "life", "It leaves the memory");
-    row("crashes", "life", "ended with a crash");
+    row("crashes", "life", "crashed or was aborted");
     row("requires CommandManager first", "parameters", "in any of the 24 orders");
     row("ignores ObserverMode", "observer", "moduleActions() is empty");
     row("makes new entries", "actions-twice", "it returns the same entry");

@@ -12,7 +12,7 @@ namespace {
 constexpr int done = 0;
 constexpr int refused = -1;
 
-/// The size of the module's answer buffer, including the terminating zero.
+/// The size in bytes of the module's answer buffer, including the terminating zero.
 constexpr std::size_t answerSize = 208;
 
 std::string formatted(const char *format, va_list arguments)
@@ -36,7 +36,7 @@ void CheckHost::answerWithTwoChannels(quint16 port)
     const std::string longest(answerSize - 1, 'x');
     answers = {
         {"config is_changeable", "yes"},
-        {"system model", "100"}, // the one model that sends to 127.0.0.1
+        {"system model", "100"}, // the only model on which the module accepts 127.0.0.1 as a destination
         {"output net_via_router", "yes"},
         {"output net chmon", "udp 127.0.0.1 5000"},
         {"output number_of_types", "3"},
@@ -148,7 +148,7 @@ int CheckHost::addRequester(Requester *requester)
 int CheckHost::removeRequester(Requester *requester)
 {
     noteCall("removeRequester()");
-    // The lock waits for calls in progress; after this function no call is in progress and none will follow.
+    // Locking waits for calls in progress; after this function no call is in progress and none will follow.
     const std::unique_lock<std::shared_mutex> lock(m_dataMutex);
     if (m_requester != requester)
         addFault("removeRequester() was called for a requester that is not registered");
@@ -187,7 +187,7 @@ void CheckHost::deliver(const char *type, const std::string &line)
 {
     const std::shared_lock<std::shared_mutex> lock(m_dataMutex);
     if (m_requester && m_types.count(type) > 0 && m_requester->onOutputData(type, line.c_str()) != 0)
-        addFault("onOutputData() returned another result than 0");
+        addFault("onOutputData() returned a result other than 0");
 }
 
 void CheckHost::reset()

@@ -20,18 +20,20 @@
 class CheckHost final : public IOManager
 {
 public:
-    /// Answers as a Controller in router mode with two channels: channel 1 sends "fr" and "6d" to \a port of
-    /// this computer, channel 2 has "3d" ticked. "mk" is unknown until addType().
+    /// Fills the table with the answers of a Controller in router mode with two channels: channel 1 sends
+    /// "fr" and "6d" to \a port of 127.0.0.1, channel 2 sends "3d" to \a port of 127.0.0.2. The descriptions
+    /// of the types are as long as the module's buffer allows.
     void answerWithTwoChannels(quint16 port);
 
-    /// Adds the output type "mk", ticked for channel 1.
+    /// Adds the output type "mk", which only channel 1 ticks, to the table. The module reads it after the
+    /// message "OutputTypesChanged".
     void addType();
 
-    std::map<std::string, std::string> answers; ///< by query
-    BackendVersions versions{{0, 0, 0}, 1, 9, 0};
-    bool refuseEverything = false;
-    std::function<void()> duringQuery; ///< called before each query is answered, if set
-    QStringList commands;              ///< all commands so far
+    std::map<std::string, std::string> answers;   ///< by query; a query without an answer fails
+    BackendVersions versions{{0, 0, 0}, 1, 9, 0}; ///< Controller version 1.9.0
+    bool refuseEverything = false;                ///< all queries and commands fail
+    std::function<void()> duringQuery;            ///< called before each query is answered, if set
+    QStringList commands;                         ///< all commands so far
 
     int getValue(char *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
     int getIntValue(int *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
@@ -44,24 +46,27 @@ public:
     int addMessageReceiver(const char *name, MessageReceiver *receiver) override;
     int removeMessageReceiver(const char *name, MessageReceiver *receiver) override;
 
-    /// Passes a line to the module if it has requested \a type.
+    /// Passes \a line to the module if \a type is requested and a requester is registered.
     void deliver(const char *type, const std::string &line);
 
-    /// Reports to the module that the data start over.
+    /// Reports to the module that the data starts again, if a requester is registered.
     void reset();
 
+    /// Returns null if no message receiver is registered.
     MessageReceiver *messageReceiver() const { return m_receiver; }
+
     bool isRequested(const std::string &type);
 
-    /// Returns whether a requester, a message receiver or a requested type is registered.
+    /// Returns whether a requester or a message receiver is registered, or a type is requested.
     bool isInUse();
 
     /// Makes every later call of the module a fault. Call it after prepareShutdown() has returned.
     void close() { m_closed = true; }
 
+    /// Returns how many functions of IOManager the module has called on the GUI thread.
     int callCount() const { return m_callCount; }
 
-    /// Returns the faults that were recorded since the previous call.
+    /// Returns the faults that were recorded since the previous call of this function.
     QStringList takeFaults();
 
 private:
@@ -76,7 +81,8 @@ private:
     MessageReceiver *m_receiver = nullptr;
 
     // Locked in shared mode during each call of the requester, so that the data threads do not wait for each
-    // other, and exclusively to remove the requester, which therefore waits for calls in progress.
+    // other. Locked exclusively to change the next two members, so removeRequester() waits for calls in
+    // progress.
     std::shared_mutex m_dataMutex;
     Requester *m_requester = nullptr; // guarded by m_dataMutex
     std::set<std::string> m_types;    // guarded by m_dataMutex

@@ -4,11 +4,11 @@
 
 #include <vector>
 
-/// A life cycle that a host may lead the module through. \a run gets the plug-in freshly loaded.
+/// A life cycle through which a host may run the module. \a run is called after the plug-in has been loaded.
 struct Cycle
 {
-    const char *name;
-    const char *title;
+    const char *name;  ///< on the command line
+    const char *title; ///< for the user
     void (*run)(Life &life);
 };
 

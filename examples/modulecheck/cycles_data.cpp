@@ -15,7 +15,7 @@ namespace {
 
 constexpr int requestLimitMilliseconds = 10000;
 
-/// Runs the event loop until \a type is requested. Returns false if the limit passes before.
+/// Runs the event loop until \a type is requested. Returns false if it is not requested within 10 s.
 bool isRequestedSoon(Life &life, const char *type)
 {
     QElapsedTimer timer;
@@ -32,8 +32,8 @@ void messageOnAnotherThread(Life &life)
     life.begin();
     life.host.addType();
     int result = -1;
-    // join() blocks the event loop of the GUI thread, so a module that waited for the event loop would never
-    // return.
+    // join() blocks the event loop of the GUI thread, so if onMessage() waited for the event loop, it would
+    // never return.
     MessageReceiver *receiver = life.host.messageReceiver();
     std::thread([&] { result = receiver->onMessage(0, 0, "OutputTypesChanged"); }).join();
     life.step(
@@ -41,10 +41,11 @@ void messageOnAnotherThread(Life &life)
         result == 0);
     life.step("Run the event loop of the GUI thread: only then is the message handled.",
               isRequestedSoon(life, "mk"));
+    // A tick whose query fails counts as not set.
     life.host.answers.erase("output active ch01 mk");
     receiver->onMessage(0, 0, "OutputTypesChanged");
     life.step(
-        "Call it on the GUI thread, holding no lock: queries, requests and releases come before it returns.",
+        "Call onMessage() on the GUI thread without a lock: onMessage() calls IOManager before it returns.",
         !life.host.isRequested("mk"));
     life.end();
 }
@@ -57,7 +58,7 @@ void dataOnFourThreads(Life &life)
               life.frameArrives({"fr", "6d"}));
     life.host.addType();
     life.host.messageReceiver()->onMessage(0, 0, "OutputTypesChanged");
-    life.step("Report a changed catalogue while data flow: frames get the new type.",
+    life.step("Report a changed catalogue while data arrives: the frames then contain the new type.",
               life.frameArrives({"fr", "6d", "mk"}));
     life.step("Do not stop the data threads before the following steps.", true);
     life.end();

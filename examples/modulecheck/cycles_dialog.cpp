@@ -14,7 +14,7 @@ namespace {
 
 constexpr int pollMilliseconds = 10;
 
-/// Calls \a function from the event loop as soon as the active modal widget is a \a Window.
+/// Calls \a function once, from the event loop, as soon as the active modal widget is a \a Window.
 template <typename Window, typename Function>
 void whenShown(Function function)
 {
@@ -35,8 +35,8 @@ void press(QWidget *window, int key, Qt::KeyboardModifiers modifiers = Qt::NoMod
     QApplication::sendEvent(window, &event);
 }
 
-/// Triggers the action and calls \a whenOpen in the event loop of the dialog. \a whenOpen must cause the
-/// dialog to close. Returns whether the dialog was shown.
+/// Triggers the action, which opens the dialog, and calls \a whenOpen from the dialog's event loop.
+/// \a whenOpen must close the dialog. Returns whether the dialog was shown.
 template <typename Function>
 bool open(Life &life, Function whenOpen)
 {
@@ -56,8 +56,8 @@ void dialogOpenedAndClosed(Life &life)
 {
     life.begin();
     const bool shown = open(life, [](QDialog *dialog) { press(dialog, Qt::Key_Escape); });
-    life.step("Trigger the action: the dialog runs modally and returns when the user leaves it.", shown);
-    life.step("Execute its commands: every way of closing the dialog writes the settings.",
+    life.step("Trigger the action: the call returns when the user has closed the modal dialog.", shown);
+    life.step("Execute the dialog's commands: every way of closing the dialog writes the settings.",
               life.host.commands.contains(QLatin1String("output net_active ch01 yes")));
     life.host.commands.clear();
     life.host.answers["config is_changeable"] = "no";
@@ -129,7 +129,7 @@ void eventLoopInQueries(Life &life)
         life.host.duringQuery = nullptr;
         press(dialog, Qt::Key_Escape);
     });
-    life.step("Run the event loop within a query: a second trigger of the action only raises the dialog.",
+    life.step("Run the event loop within a query: triggering the action meanwhile sends no query.",
               shown && deepest == 1);
     QApplication::processEvents();
     life.end();

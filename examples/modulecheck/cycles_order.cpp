@@ -48,7 +48,7 @@ void observerMode(Life &life)
               life.module()->moduleActions().isEmpty());
     life.module()->prepareShutdown();
     life.module()->releaseResources();
-    life.step("Expect no call of IOManager in this mode.", life.host.callCount() == 0);
+    life.step("Expect no call of IOManager in observer mode.", life.host.callCount() == 0);
     life.unload();
 }
 
@@ -79,7 +79,7 @@ void secondDialog(Life &life)
     life.begin();
     life.module()->prepareShutdown();
     life.module()->releaseResources();
-    life.step("Start the module again after releaseResources(): moduleActions() makes a new action.",
+    life.step("Start the module again after releaseResources(): moduleActions() creates an action again.",
               life.takeAction() != nullptr && life.host.isInUse());
     life.end();
 }

@@ -21,14 +21,14 @@ namespace {
 constexpr int frameLimitMilliseconds = 20000;
 constexpr int threadLimitMilliseconds = 1000;
 
-/// Returns the number of threads of this process; 0 on systems that do not list them in this folder.
+/// Returns the number of threads of this process; 0 on systems without this folder.
 int threadCount()
 {
     return QDir(QLatin1String("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
 }
 
 /// Waits until at most \a expected threads exist, because the system may still list a thread just after it
-/// was joined. Returns false if the limit passes.
+/// was joined. Returns false if there are more after one second.
 bool threadsEnd(int expected)
 {
     QElapsedTimer timer;
@@ -79,7 +79,8 @@ Life::Life(const QString &file, Report *report)
 
 Life::~Life()
 {
-    // Otherwise the next Life in this process would get the same module object. Has no effect after unload().
+    // Unless the library is unloaded, the next Life in this process gets the same module object. After
+    // Life::unload() this has no effect.
     m_loader.unload();
 }
 
@@ -127,7 +128,7 @@ QAction *Life::takeAction()
 void Life::prepareShutdown()
 {
     m_module->prepareShutdown();
-    step("Call prepareShutdown(). No requester, message receiver or type is registered afterwards.",
+    step("Call prepareShutdown(). It removes the requester and the message receiver and releases all types.",
          !host.isInUse());
     host.close();
 }

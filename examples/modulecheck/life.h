@@ -11,7 +11,7 @@
 
 #include <memory>
 
-/// Prints each step with its faults and remembers whether a step has failed.
+/// Prints each step with its faults and stores whether a step has failed.
 class Report
 {
 public:
@@ -22,9 +22,9 @@ private:
     bool m_good = true;
 };
 
-/// One life cycle of the module: the plug-in file, which the constructor loads, and the host's services and
-/// window, and a socket that receives the module's datagrams. Its functions are the steps that the life
-/// cycles have in common.
+/// One life cycle of the module: the plug-in file, which the constructor loads, the host's services and
+/// window, a socket that receives the module's datagrams, and the steps that the life cycles have in common.
+/// GUI thread only.
 class Life
 {
 public:
@@ -44,26 +44,30 @@ public:
     QString error() const { return m_loader.errorString(); }
     Report *report() const { return m_report; }
 
-    /// Passes the parameter \a index, 0 to 3, to the module.
+    /// Passes one parameter to the module: 0 is "CommandManager", 1 is "ModuleParent", 2 is
+    /// "BackendVersions", 3 is "ObserverMode" with the value false.
     void setParameter(int index);
 
-    /// Gets the module's action and adds it to a new menu with the title that the module gives. Returns null
-    /// if there is not exactly one.
+    /// Calls moduleActions() and adds the action to a new menu with the title that the module gives. Returns
+    /// null if there is not exactly one action.
     QAction *takeAction();
 
     /// Passes all parameters, then calls takeAction(). Reports both as steps.
     void begin();
 
-    // Each of the first three reports a step and checks that the module leaves nothing behind. shutDown()
-    // performs the first two, end() all three.
+    // Each of these reports a step and checks that the module leaves nothing behind.
     void prepareShutdown();
     void releaseResources();
     void unload();
+
+    /// Calls prepareShutdown() and releaseResources().
     void shutDown();
+
+    /// Calls shutDown() and unload().
     void end();
 
     /// Waits for a datagram that consists of one line of each of \a types, in this order, with the same
-    /// number. Returns false after 20 seconds.
+    /// number. Returns false if none arrives within 20 s.
     bool frameArrives(const QList<QByteArray> &types);
 
     CheckHost host;

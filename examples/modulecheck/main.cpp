@@ -61,7 +61,7 @@ int notUsable(const QString &file, const QString &reason)
     return NotUsable;
 }
 
-/// Returns the life cycles with \a names: all if there are no names, none if a name is unknown.
+/// Returns the life cycles with \a names: all if there are no names, none if a name is unknown or repeated.
 std::vector<Cycle> selected(const QStringList &names)
 {
     std::vector<Cycle> result;
@@ -103,7 +103,7 @@ int runInChild(const QString &file, const Cycle &cycle)
         return Faulty;
     }
     if (child.exitStatus() == QProcess::CrashExit || child.exitCode() > NotUsable) {
-        std::printf("  FAILED  %s ended with a crash after the last step above.\n", cycle.name);
+        std::printf("  FAILED  %s crashed or was aborted after the last step above.\n", cycle.name);
         std::fflush(stdout);
         return Faulty;
     }
@@ -114,7 +114,7 @@ int runInChild(const QString &file, const Cycle &cycle)
 
 int main(int argc, char *argv[])
 {
-    // The dialog need not be visible on a display.
+    // The checks need no display.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);

@@ -1,6 +1,6 @@
 // The smallest host: it loads the module, runs it with tracking data, shuts it down and unloads it, and
-// prints the result of each step. It does not open the dialog. The exit status is 0 if every step succeeded.
-// The optional argument names another plug-in file.
+// prints the result of each step. It does not open the dialog. The exit status is 0 if every step succeeded,
+// otherwise 1. The optional argument is a plug-in file to load instead of the default.
 
 #include "datathread.h"
 #include "tablemanager.h"
@@ -37,8 +37,7 @@ bool step(const char *name, bool good)
     return good;
 }
 
-/// Returns the answers of a Controller in router mode with one channel that sends to \a port of this
-/// computer.
+/// Returns the answers of a Controller in router mode with one channel that sends to \a port of 127.0.0.1.
 std::map<std::string, std::string> controllerAnswers(quint16 port)
 {
     return {
@@ -70,8 +69,8 @@ void addType(std::map<std::string, std::string> &answers)
     answers["output active ch01 3d"] = "yes";
 }
 
-/// Waits for a datagram with one complete frame that has exactly one line of each of \a types. Returns false
-/// if none arrives in time.
+/// Waits for a datagram that consists of one line of each of \a types, in this order, with the same number.
+/// Returns false if none arrives within 10 s.
 bool frameArrives(QUdpSocket &receiver, const QList<QByteArray> &types)
 {
     QElapsedTimer timer;
@@ -150,7 +149,7 @@ int main(int argc, char *argv[])
     bool good = step("take the actions", takeActions(module, window));
     good &= step("types are requested", manager.isRequested("fr") && manager.isRequested("6d"));
 
-    // The data continue during all further steps, as in a real host.
+    // Data arrives during all further steps, as in a real host.
     DataThread data(manager);
     good &= step("a frame arrives", frameArrives(receiver, {"fr", "6d"}));
 

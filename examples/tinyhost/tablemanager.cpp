@@ -12,7 +12,7 @@ namespace {
 constexpr int done = 0;
 constexpr int refused = -1;
 
-/// The size of the module's answer buffer, including the terminating zero.
+/// The size in bytes of the module's answer buffer, including the terminating zero.
 constexpr std::size_t answerSize = 208;
 
 std::string formatted(const char *format, va_list arguments)
@@ -81,7 +81,7 @@ int TableManager::addRequester(Requester *requester)
 
 int TableManager::removeRequester(Requester * /*requester*/)
 {
-    // The lock waits for a call in progress; after this function no call is in progress and none will follow.
+    // Locking waits for a call in progress; after this function no call is in progress and none will follow.
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_requester = nullptr;
     return done;
@@ -115,7 +115,7 @@ void TableManager::deliver(const std::string &type, const std::string &line)
 
 void TableManager::sendMessage(const char *text)
 {
-    // Hold no lock: the module sends queries and requests before it returns.
+    // Hold no lock: onMessage() sends queries and requests types before it returns.
     if (m_receiver)
         m_receiver->onMessage(0, 0, text);
 }

@@ -11,7 +11,7 @@
 class TableManager final : public IOManager
 {
 public:
-    /// The answers by query.
+    /// The answers by query. A query without an answer fails. GUI thread only.
     std::map<std::string, std::string> answers;
 
     // The module calls these functions on the GUI thread only.
@@ -26,19 +26,22 @@ public:
     int addMessageReceiver(const char *name, MessageReceiver *receiver) override;
     int removeMessageReceiver(const char *name, MessageReceiver *receiver) override;
 
-    /// Passes a line to the module if it has requested \a type. Data thread only.
+    /// Passes \a line to the module if \a type is requested and a requester is registered. Any thread; calls
+    /// on several threads wait for each other.
     void deliver(const std::string &type, const std::string &line);
 
-    /// Passes \a text to the module. GUI thread only.
+    /// Passes \a text to the module if a message receiver is registered. GUI thread only.
     void sendMessage(const char *text);
 
+    /// Any thread.
     bool isRequested(const std::string &type);
 
-    /// Returns whether the module still has a requester, a receiver or a requested type registered.
+    /// Returns whether a requester or a message receiver is registered, or a type is requested. GUI thread
+    /// only.
     bool isInUse();
 
 private:
-    std::mutex m_mutex; // guards the next two members; held during each call of the requester
+    std::mutex m_mutex; // guards the next two members; held during each call of onOutputData()
     Requester *m_requester = nullptr;
     std::set<std::string> m_types;
     MessageReceiver *m_receiver = nullptr; // used on the GUI thread only
