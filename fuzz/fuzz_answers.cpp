@@ -25,7 +25,7 @@
 
 namespace {
 
-constexpr int answerBytes = 208;
+constexpr int answerBytes = 208; // size of the module's answer buffer, including the terminating zero
 constexpr int mostTypes = 40;
 constexpr int mostActions = 40;
 constexpr int mostOpenings = 3;
@@ -110,7 +110,7 @@ public:
         return take(name);
     }
 
-    /// Makes every later call by the module a fault. Called after the shut-down.
+    /// Makes every later call by the module a fault. Called after teardownRequests(), which is the shut-down.
     void shut()
     {
         require(!m_hasRequester && !m_hasReceiver,
@@ -125,9 +125,9 @@ private:
         Failing,
         Steady,          // a correct answer that depends on the query only
         Fitting,         // a random answer of the right form
-        Chosen,          // one of chosenTexts, or the longest answer
-        Raw,             // random bytes
-        FailingWithText, // a random answer and a nonzero result
+        Chosen,          // one of chosenTexts, or the longest answer; for a number, an extreme value
+        Raw,             // random bytes; for a number, an extreme value
+        FailingWithText, // an answer as for Raw, but with a nonzero result
         Reentered,       // the host calls the module, then answers
         LastKind = Reentered
     };
@@ -141,8 +141,10 @@ private:
             return m_steady ? Steady : Failing;
         return static_cast<Kind>(choice - 9);
     }
+    /// Returns the result of a call other than a query: failure with a probability of one in four.
     int result() { return m_input.ConsumeIntegral<quint8>() % 4 == 1 ? 1 : 0; }
 
+    /// Checks a call with \a text that is neither a query nor a command. Returns the call's result.
     int take(const char *text)
     {
         require(!m_shut, "no call after the shut-down");
@@ -150,12 +152,13 @@ private:
         return result();
     }
 
+    /// Writes a query or a command to m_text and checks it.
     void fill(const char *format, va_list arguments)
     {
-        require(!m_shut, "no command after the shut-down");
+        require(!m_shut, "no query or command after the shut-down");
         const int length = std::vsnprintf(m_text, sizeof m_text, format, arguments);
         require(length > 0 && length < static_cast<int>(sizeof m_text),
-                "commands are shorter than the buffer");
+                "queries and commands are neither empty nor longer than the buffer");
         checkChannel();
     }
 
@@ -175,8 +178,8 @@ private:
         int number = 0;
         if (std::sscanf(m_text, "output net_divisor ch%d %d", &channel, &number) == 2)
             require(number >= 1, "divisors are positive");
-        const bool toHost = startsWith(m_text, "output net ch") && !std::strstr(m_text, " none");
-        if (!toHost)
+        const bool hasDestination = startsWith(m_text, "output net ch") && !std::strstr(m_text, " none");
+        if (!hasDestination)
             return;
         const char *port = std::strrchr(m_text, ' ');
         require(port && std::atoi(port) >= 0 && std::atoi(port) <= 65535, "ports are from 0 to 65535");
@@ -190,8 +193,8 @@ private:
 
     FuzzedDataProvider &m_input;
     Conversation &m_conversation;
-    const bool m_steady = m_input.ConsumeBool();
-    char m_text[4096] = {};
+    const bool m_steady = m_input.ConsumeBool(); // true: most answers are Steady; false: most are Failing
+    char m_text[4096] = {};                      // the latest query or command
     bool m_hasRequester = false;
     bool m_hasReceiver = false;
     bool m_shut = false;
@@ -261,12 +264,14 @@ private:
         m_versions.third = m_input.ConsumeIntegralInRange(-2, 0);
     }
 
+    /// Opens the dialog and acts as its user until the dialog is closed.
     void open()
     {
         bool acted = false;
         QTimer user;
         QObject::connect(&user, &QTimer::timeout, [&] {
-            if (!m_dialog || !m_dialog->isVisible()) // the host runs its event loop within a query
+            // The event loop also runs within queries, before the dialog is shown.
+            if (!m_dialog || !m_dialog->isVisible())
                 return;
             user.stop();
             acted = true;
@@ -277,6 +282,7 @@ private:
         require(acted || m_ended, "the dialog was shown, unless the module was shut down");
     }
 
+    /// Performs actions of the user and the host, then closes the dialog.
     void use()
     {
         for (int i = 0; i < mostActions && m_dialog && m_dialog->isVisible(); ++i) {
@@ -287,6 +293,7 @@ private:
         leave();
     }
 
+    /// Closes the dialog with the OK button, or without it if invalid settings keep the dialog open.
     void leave()
     {
         for (int i = 0; i < mostExits && m_dialog && m_dialog->isVisible(); ++i)
@@ -295,6 +302,7 @@ private:
             m_dialog->done(QDialog::Rejected);
     }
 
+    /// Returns the user's answer to a message box.
     QMessageBox::StandardButton decide(const QMessageBox *box)
     {
         const auto choice = m_input.ConsumeIntegral<quint8>();
@@ -321,6 +329,7 @@ private:
         QCoreApplication::processEvents();
     }
 
+    /// Shuts the module down, unless this has been done.
     void end()
     {
         if (!m_dialog || m_ended)
@@ -484,7 +493,7 @@ int FuzzedHost::answerText(char *answer)
                              : kind == Fitting ? fittingText()
                              : kind == Chosen  ? chosenText()
                                                : m_input.ConsumeRandomLengthString(answerBytes - 1);
-    std::memcpy(answer, text.c_str(), text.size() + 1); // no check of the size, because a host gets none
+    std::memcpy(answer, text.c_str(), text.size() + 1); // no text is longer than answerBytes - 1
     return kind == FailingWithText ? 1 : 0;
 }
 
@@ -600,7 +609,7 @@ int32_t __wrap_nativeSocketSend(NativeSocket /*socket*/, const void *data, int32
                                 uint16_t /*port*/)
 {
     require(length >= 2 && length <= networksettings2g::FrameAssembler::MaximumFrameBytes,
-            "a datagram is neither empty nor longer than a frame");
+            "a datagram is neither empty nor longer than the longest frame");
     require(std::memcmp(static_cast<const char *>(data) + length - 2, "\r\n", 2) == 0,
             "a frame ends with CR LF");
     require(address != 0, "a datagram has a destination");

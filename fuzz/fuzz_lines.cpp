@@ -22,8 +22,8 @@ struct Line
     RouterLine routed() const { return {type, text}; }
 };
 
-/// Returns a line of \a choice characters, or, for a choice below 16, of a length around the limit for a
-/// datagram.
+/// Returns a line of \a choice characters and CR LF. If \a choice is less than 16, the length is near the
+/// limit for a datagram instead.
 std::string longText(int choice)
 {
     const int size = choice < 16 ? FrameAssembler::MaximumFrameBytes - 10 + choice : choice;
@@ -113,11 +113,11 @@ private:
     FrameAssembler m_frame;
     ReferenceModel m_model;
     WakeCondition m_wakeCondition;
-    std::size_t m_linesAhead = 0; // lines since m_wakeCondition was read
+    std::size_t m_linesAhead = 0; // lines since m_wakeCondition was set
     bool m_conditionMet = false;
 };
 
-/// A queue that checks which lines it returns.
+/// Checks that a queue returns lines in order and reports gaps. Numbers the lines for this purpose.
 class CheckedQueue
 {
 public:
@@ -133,6 +133,7 @@ public:
     bool take(Line *line, bool *gap)
     {
         RouterLine numbered;
+        *gap = false;
         if (m_block.isRead()) {
             const bool hasLines = m_queue.lineCount() > 0;
             require(m_queue.take(&m_block) == hasLines, "an empty queue returns no lines");
