@@ -15,10 +15,10 @@ constexpr char help[] =
 Measures CPU time, latency and memory of the module, compares them with those of minimal implementations of the same
 work, and prints one table. docs/performance.md explains its rows.
 
-  --quick          a third of the repetitions, and a shorter data flow in the memory rows
+  --quick          a third of the repetitions, and a shorter data flow in the rows of memory growth
   --only GROUP     measure only this group of rows: paced (cpu and latency mean the same group), throughput, call,
                    growth, opening or memory
-  --soak SECONDS   duration of the data flow in the memory rows (10, with --quick 4)
+  --soak SECONDS   duration of the data flow in the rows of memory growth (10, with --quick 4)
   --json FILE      also write the table to FILE as JSON
   --help           print this text)";
 
@@ -51,7 +51,7 @@ BenchOptions parseOptions(const QStringList &arguments)
     bool isNumber = true;
     const int soakSeconds = parser.isSet(soak) ? parser.value(soak).toInt(&isNumber) : 0;
     if (!isNumber || soakSeconds < 0)
-        exitWith(QLatin1String("--soak needs a number of seconds"), stderr, 2);
+        exitWith(QLatin1String("--soak needs a whole number of seconds"), stderr, 2);
     return {parser.value(json), parser.value(only), parser.isSet(quick), soakSeconds, parser.value(probe)};
 }
 

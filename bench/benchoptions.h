@@ -9,10 +9,10 @@ namespace bench {
 struct BenchOptions
 {
     QString json;        ///< file for the table as JSON; empty: none
-    QString only;        ///< measure the groups of rows with this text in their name; empty: all groups
-    bool quick = false;  ///< a third of the repetitions, and a shorter data flow in the memory rows
-    int soakSeconds = 0; ///< duration of the data flow in the memory rows; 0: the default
-    QString probe;       ///< internal: set in the child process that the memory rows measure
+    QString only;        ///< measure the groups of rows with this text in their names; empty: all groups
+    bool quick = false;  ///< a third of the repetitions, and a shorter data flow in the rows of memory growth
+    int soakSeconds = 0; ///< duration of the data flow in the rows of memory growth; 0: the default
+    QString probe;       ///< internal: what a child process of the memory rows measures; see runProbe()
 
     /// Returns \a usual, or, in a quick run, a third of it, rounded up.
     int repetitions(int usual) const { return quick ? (usual + 2) / 3 : usual; }

@@ -13,14 +13,15 @@ namespace bench {
 
 namespace {
 
-/// The durations of the calls of one side, in nanoseconds.
+/// The time that the calls of one side took, in nanoseconds.
 struct Spent
 {
-    std::vector<double> inside; // of each call but those with the last line of a frame
-    int64_t last = 0;           // sum of the CPU times of the calls with the last line of a frame
+    std::vector<double> durations; // one per call, except the calls with the last line of a frame
+    int64_t last = 0;              // sum of the CPU times of the calls with the last line of a frame
 };
 
-/// A side that does nothing. Its cost, that of reading the clocks, is subtracted from the other sides' cost.
+/// A side that does nothing. Its cost is that of reading the clocks and is subtracted from the cost of the
+/// other sides.
 struct Nothing
 {
     void setNumber(uint32_t /*number*/) {}
@@ -35,7 +36,7 @@ void measureFrame(Side &side, Spent *spent)
     for (int index = 0; index < lastLine; ++index) {
         const int64_t start = nowNs();
         side.deliver(index);
-        spent->inside.push_back(double(nowNs() - start));
+        spent->durations.push_back(double(nowNs() - start));
     }
     const int64_t start = threadCpuNs();
     side.deliver(lastLine);
@@ -49,47 +50,47 @@ double mean(const std::vector<double> &values)
 
 LineCost costOf(const Spent &spent, const Spent &clocks, int frames)
 {
-    return {median(spent.inside) - median(clocks.inside), mean(spent.inside) - mean(clocks.inside),
-            double(spent.last - clocks.last) / frames};
+    return {median(spent.durations) - median(clocks.durations),
+            mean(spent.durations) - mean(clocks.durations), double(spent.last - clocks.last) / frames};
 }
 
 } // namespace
 
-CopyLanes::CopyLanes(int lanes, bool waking)
+LockAndCopy::LockAndCopy(int channels, bool waking)
     : m_waking(waking)
 {
-    for (int i = 0; i < lanes; ++i) {
-        m_lanes.push_back(std::make_unique<Lane>());
+    for (int i = 0; i < channels; ++i) {
+        m_channels.push_back(std::make_unique<Channel>());
         if (waking)
-            m_lanes.back()->thread = std::thread(run, std::ref(*m_lanes.back()));
+            m_channels.back()->thread = std::thread(run, std::ref(*m_channels.back()));
     }
 }
 
-CopyLanes::~CopyLanes()
+LockAndCopy::~LockAndCopy()
 {
-    for (const auto &lane : m_lanes) {
-        if (!lane->thread.joinable())
+    for (const auto &channel : m_channels) {
+        if (!channel->thread.joinable())
             continue;
         {
-            const std::lock_guard<std::mutex> lock(lane->mutex);
-            lane->stopping = true;
+            const std::lock_guard<std::mutex> lock(channel->mutex);
+            channel->stopping = true;
         }
-        lane->wake.notify_one();
-        lane->thread.join();
+        channel->wake.notify_one();
+        channel->thread.join();
     }
 }
 
-void CopyLanes::run(Lane &lane)
+void LockAndCopy::run(Channel &channel)
 {
-    std::unique_lock<std::mutex> lock(lane.mutex);
-    while (!lane.stopping) {
-        lane.wake.wait(lock, [&] { return lane.woken || lane.stopping; });
-        lane.woken = false;
-        lane.used = 0;
+    std::unique_lock<std::mutex> lock(channel.mutex);
+    while (!channel.stopping) {
+        channel.wake.wait(lock, [&] { return channel.woken || channel.stopping; });
+        channel.woken = false;
+        channel.used = 0;
     }
 }
 
-void CopyLanes::deliver(int index)
+void LockAndCopy::deliver(int index)
 {
     const FrameLine &line = m_frame.lines()[size_t(index)];
     const bool frameEnds = index == linesPerFrame - 1;
@@ -98,18 +99,19 @@ void CopyLanes::deliver(int index)
     const char *text = line.text.c_str();
     const size_t typeSize = std::strlen(type) + 1;
     const size_t textSize = std::strlen(text) + 1;
-    for (const auto &lane : m_lanes) {
+    for (const auto &channel : m_channels) {
         {
-            const std::lock_guard<std::mutex> lock(lane->mutex);
-            if (lane->used + typeSize + textSize > lane->buffer.size())
-                lane->used = 0;
-            std::memcpy(lane->buffer.data() + lane->used, type, typeSize);
-            std::memcpy(lane->buffer.data() + lane->used + typeSize, text, textSize);
-            lane->used += typeSize + textSize;
-            lane->woken = lane->woken || frameEnds;
+            const std::lock_guard<std::mutex> lock(channel->mutex);
+            // No thread reads the buffer. If it is full, overwrite it from its beginning.
+            if (channel->used + typeSize + textSize > channel->buffer.size())
+                channel->used = 0;
+            std::memcpy(channel->buffer.data() + channel->used, type, typeSize);
+            std::memcpy(channel->buffer.data() + channel->used + typeSize, text, textSize);
+            channel->used += typeSize + textSize;
+            channel->woken = channel->woken || frameEnds;
         }
         if (m_waking && frameEnds)
-            lane->wake.notify_one();
+            channel->wake.notify_one();
     }
 }
 
@@ -122,10 +124,10 @@ bool measureCalls(ModuleUnderTest &module, const Receivers &receivers, int frame
     Spent copies;
     Spent wakes;
     Spent clocks;
-    // Deliver on a separate thread, as the data thread of a host does.
+    // Deliver on a separate thread, because a host delivers data on a data thread.
     std::thread([&] {
-        CopyLanes lanes(module.channels(), false);
-        CopyLanes wakingLanes(module.channels(), true);
+        LockAndCopy limit(module.channels(), false);
+        LockAndCopy wakingLimit(module.channels(), true);
         Nothing nothing;
         for (int frame = 0; frame < frames; ++frame) {
             std::vector<uint64_t> goal = counts(receivers, module.channels());
@@ -134,10 +136,10 @@ bool measureCalls(ModuleUnderTest &module, const Receivers &receivers, int frame
             measureFrame(module, &ours);
             arrived = waitForArrivals(receivers, goal) && arrived;
             measureFrame(nothing, &clocks);
-            // Sleep, because the module, too, is measured after a sleep.
+            // Sleep before the limits are measured, because the module is measured after a sleep, too.
             sleepUs(500);
-            measureFrame(lanes, &copies);
-            measureFrame(wakingLanes, &wakes);
+            measureFrame(limit, &copies);
+            measureFrame(wakingLimit, &wakes);
             // Let the woken threads go back to sleep.
             sleepUs(200);
         }

@@ -15,45 +15,46 @@ namespace bench {
 class ModuleUnderTest;
 class Receivers;
 
-/// The lower limit for delivering a line to several channels: for each channel, a lane locks one plain mutex
-/// and copies the type and the line into a preallocated buffer.
-class CopyLanes
+/// The lower limit of the cost of delivering a line to several channels. For each channel, the delivering
+/// thread locks one plain mutex and copies the type and the line into a preallocated buffer.
+class LockAndCopy
 {
 public:
-    /// With \a waking, each lane has a thread, which is woken at the last line of each frame.
-    CopyLanes(int lanes, bool waking);
-    ~CopyLanes();
-    CopyLanes(const CopyLanes &) = delete;
-    CopyLanes &operator=(const CopyLanes &) = delete;
+    /// With \a waking, each channel has a thread, which is woken at the last line of each frame.
+    LockAndCopy(int channels, bool waking);
+    ~LockAndCopy();
+    LockAndCopy(const LockAndCopy &) = delete;
+    LockAndCopy &operator=(const LockAndCopy &) = delete;
 
     void setNumber(uint32_t number) { m_frame.setNumber(number); }
 
-    /// Delivers line \a index of the frame.
+    /// Delivers line \a index of the frame, 0 to linesPerFrame - 1.
     void deliver(int index);
 
 private:
-    struct Lane
+    struct Channel
     {
-        std::mutex mutex;
+        std::mutex mutex; // guards the members below, except the thread
         std::array<char, 65536> buffer{};
-        size_t used = 0;
+        size_t used = 0; // bytes
         std::condition_variable wake;
         bool woken = false;
         bool stopping = false;
-        std::thread thread;
+        std::thread thread; // only with m_waking
     };
 
-    static void run(Lane &lane);
+    static void run(Channel &channel);
 
-    std::vector<std::unique_ptr<Lane>> m_lanes;
+    std::vector<std::unique_ptr<Channel>> m_channels;
     const bool m_waking;
     Frame m_frame;
 };
 
-/// What one line costs the delivering thread, in nanoseconds.
+/// What one call that delivers a line costs the calling thread, in nanoseconds, without the time for reading
+/// the clocks.
 struct LineCost
 {
-    double inside = 0; ///< median time of a call with any line of a frame but the last
+    double median = 0; ///< median time of a call with any line of a frame but the last
     double mean = 0;   ///< mean time of the same calls
     double last = 0;   ///< mean CPU time of the call with the last line of a frame
 };
@@ -61,12 +62,14 @@ struct LineCost
 struct CallCosts
 {
     LineCost ours;   ///< of the module
-    LineCost copies; ///< of CopyLanes
-    LineCost wakes;  ///< of CopyLanes that wake their threads
+    LineCost copies; ///< of LockAndCopy
+    LineCost wakes;  ///< of LockAndCopy that wakes its threads
 };
 
-/// Delivers frames one at a time, alternating between the module and the limits. The workers send each frame
-/// before the next one is delivered; that time is not measured. Returns false if datagrams are lost.
+/// Delivers \a frames frames to the module and to both limits, in turn, on a thread of its own. Before the
+/// next frame is delivered, waits until all datagrams of the previous one have arrived; that time is not
+/// measured. Returns false if datagrams are lost. If this already happens in the warm-up, \a costs does not
+/// change.
 bool measureCalls(ModuleUnderTest &module, const Receivers &receivers, int frames, CallCosts *costs);
 
 } // namespace bench

@@ -11,7 +11,7 @@ DirectSender::DirectSender(const Receivers &receivers, int channels)
         m_senders.emplace_back(channel, receivers.port(channel), m_socket.descriptor());
 }
 
-int64_t DirectSender::carry(uint32_t number)
+int64_t DirectSender::sendFrame(uint32_t number)
 {
     const int64_t start = nowNs();
     for (Sender &sender : m_senders)

@@ -9,13 +9,13 @@ namespace bench {
 
 class Receivers;
 
-/// The feeding thread sends all datagrams itself, without a hand-off.
+/// The limit "one sender": the feeding thread sends all datagrams itself, without a hand-off.
 class DirectSender : public Pipeline
 {
 public:
     DirectSender(const Receivers &receivers, int channels);
 
-    int64_t carry(uint32_t number) override;
+    int64_t sendFrame(uint32_t number) override;
     int channels() const override { return int(m_senders.size()); }
 
 private:

@@ -17,12 +17,13 @@ struct FrameLine
     std::string text; ///< ends in CR LF
 };
 
-/// The frame that the rows send repeatedly: 12 lines, about 1 KB in total. Only the frame number changes. It
-/// always has nine digits at the same position, so that datagrams can be prepared in advance.
+/// The frame that the benchmark sends repeatedly: 12 lines, about 1 KB in total without padding. Only the
+/// frame number changes. The number always has nine digits at the same position, so that datagrams can be
+/// prepared in advance.
 class Frame
 {
 public:
-    /// Adds \a padding blanks to the first line.
+    /// Adds \a padding blanks to the end of the first line, before its CR LF.
     explicit Frame(int padding = 0);
 
     /// Writes \a number, which must have nine digits, into the first line.
@@ -34,18 +35,21 @@ private:
     std::array<FrameLine, linesPerFrame> m_lines;
 };
 
-/// The first frame number. All numbers below ten times this one have nine digits, too.
+/// The first frame number. The numbers from this one up to 999'999'999 have nine digits.
 constexpr uint32_t firstFrameNumber = 100'000'000;
 
-/// Position of the number in the first line, which is also the first line of each datagram.
+/// Position of the number in the first line of a frame, which is also the first line of each datagram.
 constexpr int numberPosition = 3;
 constexpr int numberDigits = 9;
 
+/// Writes \a number as numberDigits decimal digits, without a terminating zero.
 void writeNumber(char *digits, uint32_t number);
+
+/// Returns the number of numberDigits decimal digits.
 uint32_t readNumber(const char *digits);
 
-/// Returns the types that channel \a channel ticks: those of the first and the last line, and eight of the
-/// ten others. The set is different for each channel.
+/// Returns the types that channel \a channel, counted from 0, ticks: those of the first and the last line,
+/// and eight of the ten others. The set is different for each of the ten channels.
 std::vector<std::string> tickedTypes(int channel);
 
 /// Returns the datagram of channel \a channel for a frame with \a padding: the lines whose types the channel

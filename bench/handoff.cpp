@@ -8,50 +8,50 @@ namespace bench {
 
 HandOff::HandOff(const Receivers &receivers, int channels, int padding)
 {
-    for (int channel = 0; channel < channels; ++channel) {
-        m_lanes.push_back(std::make_unique<Lane>());
-        m_lanes.back()->thread =
-            std::thread(run, std::ref(*m_lanes.back()), channel, receivers.port(channel), padding);
+    for (int index = 0; index < channels; ++index) {
+        m_channels.push_back(std::make_unique<Channel>());
+        m_channels.back()->thread =
+            std::thread(run, std::ref(*m_channels.back()), index, receivers.port(index), padding);
     }
 }
 
 HandOff::~HandOff()
 {
-    for (const auto &lane : m_lanes) {
+    for (const auto &channel : m_channels) {
         {
-            const std::lock_guard<std::mutex> lock(lane->mutex);
-            lane->stopping = true;
+            const std::lock_guard<std::mutex> lock(channel->mutex);
+            channel->stopping = true;
         }
-        lane->wake.notify_one();
-        lane->thread.join();
+        channel->wake.notify_one();
+        channel->thread.join();
     }
 }
 
-int64_t HandOff::carry(uint32_t number)
+int64_t HandOff::sendFrame(uint32_t number)
 {
     const int64_t start = nowNs();
-    for (const auto &lane : m_lanes) {
+    for (const auto &channel : m_channels) {
         {
-            const std::lock_guard<std::mutex> lock(lane->mutex);
-            lane->wanted = number;
+            const std::lock_guard<std::mutex> lock(channel->mutex);
+            channel->wanted = number;
         }
         // Notify after unlocking; otherwise the woken thread would block on the mutex at once.
-        lane->wake.notify_one();
+        channel->wake.notify_one();
     }
     return start;
 }
 
-void HandOff::run(Lane &lane, int channel, uint16_t port, int padding)
+void HandOff::run(Channel &channel, int index, uint16_t port, int padding)
 {
     const SendSocket socket;
-    Sender sender(channel, port, socket.descriptor(), padding);
+    Sender sender(index, port, socket.descriptor(), padding);
     uint32_t sent = 0;
-    std::unique_lock<std::mutex> lock(lane.mutex);
+    std::unique_lock<std::mutex> lock(channel.mutex);
     for (;;) {
-        lane.wake.wait(lock, [&] { return lane.stopping || lane.wanted != sent; });
-        if (lane.stopping)
+        channel.wake.wait(lock, [&] { return channel.stopping || channel.wanted != sent; });
+        if (channel.stopping)
             return;
-        const uint32_t wanted = lane.wanted;
+        const uint32_t wanted = channel.wanted;
         lock.unlock();
         // Frame numbers have no gaps, so send all frames that were requested during the previous send.
         for (sent = sent == 0 ? wanted : sent + 1; sent != wanted; ++sent)

@@ -13,9 +13,9 @@ namespace bench {
 
 class Receivers;
 
-/// The lower limit for one thread per channel: once per frame, the feeding thread wakes the thread of each
-/// channel with a plain mutex and condition variable, and that thread sends a prepared datagram. No line is
-/// copied, and no frame is assembled.
+/// The lower limit of the cost of a design with one thread per channel. Once per frame, the feeding thread
+/// wakes the thread of each channel with a plain mutex and condition variable, and that thread sends a
+/// prepared datagram. No line is copied, and no frame is assembled.
 class HandOff : public Pipeline
 {
 public:
@@ -24,22 +24,22 @@ public:
     HandOff(const HandOff &) = delete;
     HandOff &operator=(const HandOff &) = delete;
 
-    int64_t carry(uint32_t number) override;
-    int channels() const override { return int(m_lanes.size()); }
+    int64_t sendFrame(uint32_t number) override;
+    int channels() const override { return int(m_channels.size()); }
 
 private:
-    struct Lane
+    struct Channel
     {
         std::mutex mutex;
         std::condition_variable wake;
-        uint32_t wanted = 0;   // the last frame to send; guarded by mutex
+        uint32_t wanted = 0;   // number of the last frame to send; guarded by mutex
         bool stopping = false; // guarded by mutex
         std::thread thread;
     };
 
-    static void run(Lane &lane, int channel, uint16_t port, int padding);
+    static void run(Channel &channel, int index, uint16_t port, int padding);
 
-    std::vector<std::unique_ptr<Lane>> m_lanes;
+    std::vector<std::unique_ptr<Channel>> m_channels;
 };
 
 } // namespace bench

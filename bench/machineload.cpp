@@ -43,8 +43,8 @@ int64_t endedChildrenNs()
     return cpuNs(usage.ru_utime) + cpuNs(usage.ru_stime);
 }
 
-/// Returns the CPU time of the running child processes, such as the receivers. The file lists only the
-/// children of the main thread, but no other thread starts processes.
+/// Returns the CPU time of the running child processes, such as the receivers. Reads only the children of the
+/// main thread, because no other thread starts processes.
 int64_t runningChildrenNs()
 {
     const QByteArray self = QByteArray::number(getpid());
@@ -68,7 +68,8 @@ MachineLoad::MachineLoad()
 
 double MachineLoad::othersShare()
 {
-    // The idle time is given in units of usually 10 ms. In 0.2 s, rounding changes it by a few percent only.
+    // The system rounds the idle time to units of usually 10 ms. Over 0.2 s or more, this changes the share
+    // by only a few percentage points.
     constexpr int64_t minInterval = second / 5;
     const Sample now = sample();
     const int64_t passed = now.time - m_last.time;

@@ -13,7 +13,7 @@ public:
     /// Returns the share (0 to 1) of the time of all CPUs that went to other processes, interrupts and, on a
     /// virtual machine, its host, since the previous call or the construction. It is computed as the time
     /// that was neither idle nor used by this process and its children. If less than 0.2 s has passed,
-    /// returns the previous share and measures this time with the next call.
+    /// returns the previous share (at first 0), and the next call measures this time, too.
     double othersShare();
 
 private:

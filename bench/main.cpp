@@ -14,7 +14,7 @@ namespace {
 
 struct RowGroup
 {
-    const char *words;
+    const char *words; // --only selects the group by any part of these
     void (*add)(const BenchOptions &, const Receivers &, Report &);
 };
 
@@ -42,8 +42,8 @@ int run(const BenchOptions &options, const Receivers &receivers)
 
 } // namespace
 
-/// Returns 0 if rows were measured and there are no remarks, such as lost datagrams. Goals that are not met
-/// do not change the result.
+/// Returns 0 if rows were measured, there are no remarks (for example on lost datagrams), and the JSON file,
+/// if any, was written. Goals that are not met do not change the result.
 int main(int argc, char *argv[])
 {
     QStringList arguments;

@@ -10,7 +10,7 @@ bool measurePipeline(const QString &name, const PipelineMaker &make, const Feed 
 {
     const std::unique_ptr<Pipeline> pipeline = make();
     if (!warmUp(*pipeline, receivers)) {
-        report.remark(name + QLatin1String(": a channel sends no datagrams"));
+        report.remark(name + QLatin1String(": too few datagrams arrived in the warm-up"));
         return false;
     }
     *run = feed(*pipeline);
@@ -22,13 +22,13 @@ bool measurePipeline(const QString &name, const PipelineMaker &make, const Feed 
 
 void compareBytes(const QString &name, const Run &ours, const Run &limit, Report &report)
 {
-    // If datagrams are lost, which is reported already, the averages may differ: the datagrams of different
-    // channels have different lengths.
+    // If datagrams were lost, measurePipeline() has reported it. The average lengths may then differ, because
+    // the channels' datagrams have different lengths.
     if (ours.arrived != ours.sent || limit.arrived != limit.sent)
         return;
     if (ours.bytes * limit.arrived != limit.bytes * ours.arrived)
         report.remark(
-            QString::fromLatin1("%1: different numbers of bytes, %2 in %3 datagrams against %4 in %5")
+            QString::fromLatin1("%1: different numbers of bytes: ours %2 in %3 datagrams, limit %4 in %5")
                 .arg(name)
                 .arg(ours.bytes)
                 .arg(ours.arrived)

@@ -16,12 +16,14 @@ class Pipeline;
 using PipelineMaker = std::function<std::unique_ptr<Pipeline>()>;
 using Feed = std::function<Run(Pipeline &)>;
 
-/// Creates a pipeline, warms it up, feeds it and destroys it, so that its threads do not exist while another
-/// pipeline is measured. Adds a remark if datagrams are lost. Returns false if no datagram has arrived.
+/// Creates a pipeline, warms it up, stores the result of \a feed in \a run, and destroys the pipeline, so
+/// that its threads do not exist while another pipeline is measured. Adds a remark that begins with \a name
+/// if datagrams are lost. Returns false if the warm-up fails, in which case \a run does not change, or if no
+/// datagram arrives after the warm-up.
 bool measurePipeline(const QString &name, const PipelineMaker &make, const Feed &feed,
                      const Receivers &receivers, Report &report, Run *run);
 
-/// Adds a remark if the two runs have sent different numbers of bytes per datagram.
+/// Adds a remark if the datagrams of the two runs have different average lengths and none were lost.
 void compareBytes(const QString &name, const Run &ours, const Run &limit, Report &report);
 
 } // namespace bench

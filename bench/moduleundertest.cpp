@@ -97,7 +97,7 @@ void ModuleUnderTest::prepareController(const Receivers &receivers)
     });
 }
 
-int64_t ModuleUnderTest::carry(uint32_t number)
+int64_t ModuleUnderTest::sendFrame(uint32_t number)
 {
     setNumber(number);
     for (int index = 0; index < linesPerFrame - 1; ++index)
@@ -118,7 +118,7 @@ int64_t ModuleUnderTest::openAndClose()
     int64_t shown = 0;
     QTimer pollWindow;
     QObject::connect(&pollWindow, &QTimer::timeout, m_dialog, [&] {
-        // Exposed windows are painted before the next time-out of a timer.
+        // A window is painted when it is exposed, so at this time-out an exposed window is already painted.
         if (shown != 0 || !m_dialog->windowHandle() || !m_dialog->windowHandle()->isExposed())
             return;
         shown = nowNs();

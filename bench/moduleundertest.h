@@ -14,22 +14,25 @@ namespace bench {
 
 class Receivers;
 
-/// The state of the Controller when the module is loaded.
+/// The state of the Controller when the module is loaded, and the frames that the host delivers.
 struct Setup
 {
-    int channels = channelCount;        ///< active channels with a destination, at least 1
+    int channels = channelCount;        ///< active channels with a destination, 1 to 10
     int tickingChannels = channelCount; ///< how many of them, from the first on, tick types that occur in the
                                         ///< frame; the others tick a type that never occurs
     bool allLines = false;              ///< ticking channels tick all twelve types instead of ten
     int types = 15;                     ///< number of types in the catalogue, at least 13
     bool routing = true;                ///< the Controller is in router mode
     int padding = 0;                    ///< additional bytes in the first line of the frame
-    bool stalled = false; ///< the last channel's socket is never ready; channels() leaves it out
+    bool stalled = false; ///< the last channel's socket is never ready. ModuleUnderTest::channels() does not
+                          ///< count this channel, which must be a ticking one.
 };
 
 /// The plug-in in a host, loaded by the constructor and unloaded by the destructor, as a pipeline to the
-/// receivers. carry(), setNumber() and deliver() may be called on any thread, but only on one at a time,
-/// everything else on the GUI thread only.
+/// receivers. If the plug-in cannot be loaded or unloaded, the program exits with status 1.
+///
+/// Thread safety: channels() may be called on any thread. sendFrame(), setNumber() and deliver() may be
+/// called on any thread, but only on one at a time. Everything else belongs to the GUI thread.
 class ModuleUnderTest : public Pipeline
 {
 public:
@@ -38,13 +41,14 @@ public:
     ModuleUnderTest(const ModuleUnderTest &) = delete;
     ModuleUnderTest &operator=(const ModuleUnderTest &) = delete;
 
-    int64_t carry(uint32_t number) override;
+    int64_t sendFrame(uint32_t number) override;
     int channels() const override { return m_setup.tickingChannels - (m_setup.stalled ? 1 : 0); }
 
-    /// Makes deliver() pass the lines of frame \a number.
+    /// Makes deliver() pass the lines of frame \a number, which must have nine digits.
     void setNumber(uint32_t number) { m_frame.setNumber(number); }
 
-    /// Passes line \a index of the frame to the module, which wakes workers at the last line.
+    /// Passes line \a index of the frame, 0 to linesPerFrame - 1, to the module, which wakes workers at the
+    /// last line.
     void deliver(int index);
 
     /// Opens the dialog and closes it as soon as it is painted. Returns the time at which it was painted, in

@@ -22,6 +22,7 @@ void sleepUntil(int64_t time)
     clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
 }
 
+/// Returns the sum of \a count over the first \a channels receivers.
 uint64_t total(const Receivers &receivers, int channels, uint64_t (Receivers::*count)(int) const)
 {
     uint64_t sum = 0;
@@ -30,6 +31,7 @@ uint64_t total(const Receivers &receivers, int channels, uint64_t (Receivers::*c
     return sum;
 }
 
+/// Returns the smallest number of datagrams that one of the receivers has counted since \a before.
 uint64_t fewest(const Receivers &receivers, const std::vector<uint64_t> &before)
 {
     uint64_t fewest = UINT64_MAX;
@@ -38,7 +40,8 @@ uint64_t fewest(const Receivers &receivers, const std::vector<uint64_t> &before)
     return fewest;
 }
 
-/// Runs \a feed on a data thread and measures until all of its \a frames frames have arrived.
+/// Runs \a feed, which feeds \a frames frames, on a data thread. Measures until all their datagrams have
+/// arrived, or until a second after the last frame.
 Run measure(Pipeline &pipeline, const Receivers &receivers, int frames, const std::function<void()> &feed)
 {
     const int channels = pipeline.channels();
@@ -100,7 +103,7 @@ bool warmUp(Pipeline &pipeline, const Receivers &receivers)
     while (fewest(receivers, before) < 20) {
         if (nowNs() > limit)
             return false;
-        pipeline.carry(nextFrameNumber());
+        pipeline.sendFrame(nextFrameNumber());
         sleepUs(1000);
     }
     do {
@@ -122,7 +125,7 @@ Run runPaced(Pipeline &pipeline, const Receivers &receivers, int rate, int frame
             sleepUntil(due);
             const uint32_t number = nextFrameNumber();
             first = first == 0 ? number : first;
-            start = pipeline.carry(number);
+            start = pipeline.sendFrame(number);
         }
     });
     for (int frame = 0; frame < frames; ++frame) {
@@ -144,7 +147,7 @@ Run runWindowed(Pipeline &pipeline, const Receivers &receivers, int frames)
             // Sleep, because a busy wait would count as CPU time of the pipeline.
             while (uint64_t(fed) >= fewest(receivers, before) + windowFrames && nowNs() < limit)
                 sleepUs(200);
-            pipeline.carry(nextFrameNumber());
+            pipeline.sendFrame(nextFrameNumber());
         }
     });
 }

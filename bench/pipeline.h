@@ -11,12 +11,12 @@ class Pipeline
 public:
     virtual ~Pipeline() = default;
 
-    /// Sends frame \a number to every channel. Returns the time at which the latency begins, in monotonic
-    /// nanoseconds: right before the last line of the frame is delivered to the module, or right before a
-    /// minimal sender begins its work.
-    virtual int64_t carry(uint32_t number) = 0;
+    /// Sends frame \a number to every channel. Each number must be one higher than that of the previous
+    /// call. Returns the time at which the latency begins, in monotonic nanoseconds: immediately before the
+    /// last line of the frame is delivered to the module, or before a minimal sender begins its work.
+    virtual int64_t sendFrame(uint32_t number) = 0;
 
-    /// Returns the number of channels that get each frame. These are the first channels.
+    /// Returns how many channels get each frame. These channels have the lowest indexes.
     virtual int channels() const = 0;
 };
 

@@ -17,7 +17,8 @@ namespace bench {
 
 namespace {
 
-/// Opens a socket with the largest possible receive buffer, bound to a free port. Returns -1 on failure.
+/// Opens a socket bound to a free port of 127.0.0.1, which is written to \a port. Its receive buffer has
+/// 64 MiB, or less if the system does not allow that. Returns -1 on failure.
 int openSocket(uint16_t *port)
 {
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -61,7 +62,7 @@ bool Receivers::start()
 void Receivers::receiveForever(pid_t parent)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() != parent)
+    if (getppid() != parent) // it ended before prctl(), so no signal will come
         _exit(1);
     for (size_t i = 0; i < m_sockets.size(); ++i)
         std::thread(receive, m_sockets[i], std::ref((*m_inboxes)[i])).detach();

@@ -28,11 +28,12 @@ public:
     /// Returns the port of a channel's receiver on 127.0.0.1.
     uint16_t port(int channel) const { return m_ports[size_t(channel)]; }
 
+    /// Returns how many datagrams, or bytes in them, a channel's receiver has received.
     uint64_t datagrams(int channel) const;
     uint64_t bytes(int channel) const;
 
     /// Returns when recv() returned the datagram of frame \a number, in monotonic nanoseconds; 0 if it has
-    /// not arrived. Only the times of the latest 65536 frames are kept.
+    /// not arrived. Only the arrivals of the latest 65536 frames are kept.
     int64_t arrival(int channel, uint32_t number) const;
 
 private:

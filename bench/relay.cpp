@@ -9,12 +9,13 @@ namespace bench {
 
 namespace {
 
-/// Returns a UDP socket bound to a free loopback port, which is written to \a port, or -1 on failure.
+/// Returns a UDP socket bound to a free port of 127.0.0.1, which is written to \a port, or -1 on failure.
 int listeningSocket(uint16_t *port)
 {
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    const timeval patience{1, 0}; // then run() checks whether the relay ends
-    setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    // With a time-out, run() ends even if the datagram that the destructor sends is lost.
+    const timeval timeout{1, 0};
+    setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -42,13 +43,13 @@ Relay::Relay(const Receivers &receivers, int channels)
 
 Relay::~Relay()
 {
-    m_ends = true;
+    m_stopping = true;
     m_feeder.front().send(0); // only wakes the thread
     m_thread.join();
     close(m_socket);
 }
 
-int64_t Relay::carry(uint32_t number)
+int64_t Relay::sendFrame(uint32_t number)
 {
     const int64_t start = nowNs();
     m_feeder.front().send(number);
@@ -60,8 +61,8 @@ void Relay::run()
     char datagram[65536];
     for (;;) {
         const ssize_t length = recv(m_socket, datagram, sizeof datagram, 0);
-        // If the socket has failed, the benchmark reports the missing datagrams.
-        if (m_ends || (length < 0 && errno != EAGAIN && errno != EINTR))
+        // After an error of the socket no datagrams are sent, which measurePipeline() reports.
+        if (m_stopping || (length < 0 && errno != EAGAIN && errno != EINTR))
             return;
         if (length < numberPosition + numberDigits)
             continue;

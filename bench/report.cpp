@@ -57,8 +57,8 @@ void Report::add(const QString &what, double value, const Goal &goal)
     append(row);
 }
 
-// Rows that were measured together are added immediately after one another. For all but the first of them,
-// othersShare() returns the same value again.
+// Rows that were measured together are added within 0.2 s, so othersShare() returns the same value for all of
+// them.
 void Report::append(Row row)
 {
     row.othersShare = m_load.othersShare();

@@ -9,7 +9,7 @@
 
 namespace bench {
 
-/// The value that a row should reach.
+/// The upper or lower bound that a row should satisfy with its ratio, or with its value if it has no ratio.
 struct Goal
 {
     enum class Kind
@@ -23,7 +23,10 @@ struct Goal
     static Goal atMost(double value) { return {Kind::AtMost, value}; }
     static Goal atLeast(double value) { return {Kind::AtLeast, value}; }
 
+    /// Returns true also if there is no goal.
     bool isMet(double measured) const;
+
+    /// Returns the text for the table, such as "<= 1.5".
     QString text() const;
 
     Kind kind = Kind::None;
@@ -34,20 +37,21 @@ struct Goal
 class Report
 {
 public:
-    /// Adds a row that compares the module ("ours") with a limit. \a what names the measured value, with its
-    /// unit at the end.
+    /// Adds a row that compares the module ("ours") with a limit. \a what names the measured value and its
+    /// unit. \a pairs must not be empty. The goal applies to the median ratio.
     void add(const QString &what, const Pairs &pairs, const Goal &goal);
 
     /// Adds a row without a limit; the goal applies to the value itself.
     void add(const QString &what, double value, const Goal &goal = Goal::shown());
 
-    /// Adds a remark on something that makes the numbers doubtful, such as a lost datagram.
+    /// Adds a remark on something that makes the numbers doubtful, such as a lost datagram. finish() and
+    /// write() output it.
     void remark(const QString &text);
 
     bool hasRows() const { return !m_rows.isEmpty(); }
     bool hasRemarks() const { return !m_remarks.isEmpty(); }
 
-    /// Prints the remarks below the table.
+    /// Prints the remarks below the table and, if a row is marked as doubtful, an explanation of the mark.
     void finish() const;
 
     /// Writes rows and remarks as JSON. Returns false if the file cannot be written.
@@ -58,12 +62,12 @@ private:
     {
         QString what;
         double ours = 0;
-        bool isPair = false;
+        bool isPair = false; ///< the row has a limit; the next members are valid
         double limit = 0;
         double ratio = 0;
-        double least = 0;
-        double greatest = 0;
-        double deviation = 0;
+        double least = 0;     ///< of the ratios
+        double greatest = 0;  ///< of the ratios
+        double deviation = 0; ///< median absolute deviation of the ratios
         Goal goal;
         double othersShare = 0; ///< MachineLoad::othersShare() while the row was measured
 

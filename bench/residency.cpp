@@ -20,8 +20,8 @@ namespace {
 
 constexpr int rate = 1000;
 
-/// Returns the resident anonymous and file pages of this process, without the memory shared with the
-/// receivers.
+/// Returns the size of the resident anonymous and file pages of this process, without the memory shared with
+/// the receivers.
 double residentKiB()
 {
     QFile file(QLatin1String("/proc/self/status"));
@@ -56,7 +56,7 @@ std::unique_ptr<Pipeline> makePipeline(const QString &what, const Receivers &rec
 
 } // namespace
 
-bool startProbe(const Probe &probe, Residency *residency)
+bool runProbe(const Probe &probe, Residency *residency)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);

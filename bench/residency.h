@@ -7,7 +7,7 @@ namespace bench {
 struct BenchOptions;
 class Receivers;
 
-/// Resident memory of a fresh process, in KiB.
+/// Resident memory of a new process, in KiB.
 struct Residency
 {
     double start = 0;      ///< after the first second of the data flow, or at the start if there is none
@@ -19,16 +19,17 @@ struct Residency
 /// What to run in a measured process.
 struct Probe
 {
-    QString what; ///< "module" or "handoff"
-    int channels = 0;
-    int seconds = 0; ///< duration of the data flow; 0: no data
+    QString what;     ///< "module" or "handoff"
+    int channels = 0; ///< 1 to 10
+    int seconds = 0;  ///< duration of the data flow; 0: no data, and the module is not in router mode
 };
 
-/// Runs \a probe in a new process and stores what it reports. Returns false on failure.
-bool startProbe(const Probe &probe, Residency *residency);
+/// Runs \a probe in a new process, waits until it ends, and stores what it reports. Returns false if it fails
+/// or takes 30 s longer than the data flow.
+bool runProbe(const Probe &probe, Residency *residency);
 
-/// The main function of the process that startProbe() runs: measures and prints the residency. Returns the
-/// exit status.
+/// The main function of the process that runProbe() starts: measures and prints the residency. Returns the
+/// exit status, which is 1 if no datagrams arrive.
 int probeResidency(const BenchOptions &options, const Receivers &receivers);
 
 } // namespace bench

@@ -6,27 +6,28 @@ struct BenchOptions;
 class Receivers;
 class Report;
 
-/// The groups of rows. Each function adds one group to the report. Where a row compares two measurements, the
-/// two are made alternately. Usually the second one is that of a limit: a minimal implementation of the same
-/// work.
+// The groups of rows. Each function adds one group to the report. Where a row compares two measurements, the
+// two are made alternately. Usually the second measurement is that of a limit: a minimal implementation of
+// the same work.
 
-/// CPU time per datagram, and latency, at 60 and 1000 frames per second; latency also beside a stalled
-/// channel.
+/// Adds the CPU time per datagram and the latency at 60 and 1000 frames per second, and the latency of nine
+/// channels while the tenth is stalled.
 void addPacedRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// Datagrams per millisecond of CPU time, without pacing.
+/// Adds the number of datagrams per millisecond of CPU time, without pacing.
 void addThroughputRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// Duration of onOutputData().
+/// Adds the duration of onOutputData() for ten channels, for one and for none.
 void addCallRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// How the duration of onOutputData() grows with types and channels.
+/// Adds how the duration of onOutputData() grows with the numbers of types and of channels.
 void addGrowthRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// Time until the dialog is painted.
+/// Adds the time until the dialog has read its last answer, and the time until it is painted.
 void addOpeningRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// Resident memory per channel, and the growth of a process with ten channels that forwards data.
+/// Adds the resident memory per channel, and the memory growth of a process that forwards data to ten
+/// channels.
 void addMemoryRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
 } // namespace bench

@@ -12,13 +12,14 @@ namespace bench {
 
 namespace {
 
-/// Measures the memory of one additional channel: the difference between ten channels and one, divided by
-/// nine, because the dialog always has at least one channel.
+/// Measures the memory of one channel: the difference between ten channels and one, divided by nine. There is
+/// no measurement without channels, because the dialog always has at least one. Returns false if a process
+/// fails.
 bool measureChannel(const QString &what, int seconds, double *kib)
 {
     Residency one;
     Residency ten;
-    if (!startProbe({what, 1, seconds}, &one) || !startProbe({what, channelCount, seconds}, &ten))
+    if (!runProbe({what, 1, seconds}, &one) || !runProbe({what, channelCount, seconds}, &ten))
         return false;
     *kib = (ten.start - one.start) / (channelCount - 1);
     return true;
@@ -52,16 +53,16 @@ void addMemoryRows(const BenchOptions &options, const Receivers & /*receivers*/,
 
     const int seconds = options.soakSeconds > 0 ? options.soakSeconds : options.quick ? 4 : 10;
     Residency flow;
-    if (!startProbe({module, channelCount, seconds}, &flow)) {
+    if (!runProbe({module, channelCount, seconds}, &flow)) {
         report.remark(QLatin1String("memory: the process that measures the growth failed"));
         return;
     }
     const QString span = QString::fromLatin1(" in %1 s, 10 channels, 1000 frames/s [KiB]").arg(seconds - 1);
-    report.add(QLatin1String("growth") + span, flow.end - flow.start);
+    report.add(QLatin1String("memory growth") + span, flow.end - flow.start);
     // With --quick, 300000 lines pass through the queues in the 3 s that are measured. A leak of one byte per
     // line would be more than four times this limit.
     constexpr double settlingKiB = 64;
-    report.add(QLatin1String("growth of what is in use") + span, flow.endInUse - flow.startInUse,
+    report.add(QLatin1String("growth of memory in use") + span, flow.endInUse - flow.startInUse,
                Goal::atMost(settlingKiB));
 }
 

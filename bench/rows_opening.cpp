@@ -16,11 +16,12 @@ namespace {
 constexpr std::array<int, 3> catalogues{13, 100, 300};
 constexpr int openingsPerModule = 5;
 
-/// The median durations of several openings of one module, in milliseconds, and the number of queries of one.
+/// The median durations of several openings of one module, in milliseconds, and the number of queries of one
+/// opening.
 struct Opening
 {
     double shown = 0;   ///< until the dialog is painted
-    double read = 0;    ///< until the last answer
+    double read = 0;    ///< until the last query is answered
     double answers = 0; ///< duration of the same queries without a dialog
     int queries = 0;
 };
@@ -50,7 +51,7 @@ Opening measureOpening(int types, const Receivers &receivers)
     setup.types = types;
     setup.routing = false;
     ModuleUnderTest module(receivers, setup);
-    // The first opening fills the table of answers and creates the window.
+    // The first opening, which is not measured, fills BenchLink's table of answers and creates the window.
     module.openAndClose();
     std::vector<double> shown;
     std::vector<double> read;
@@ -62,7 +63,7 @@ Opening measureOpening(int types, const Receivers &receivers)
         read.push_back(milliseconds(start, module.link().lastAnswerNs()));
         answers.push_back(milliseconds(0, repeatQueries(module.link())));
     }
-    // repeatQueries() has recorded every query a second time.
+    // The last repeatQueries() has recorded every query a second time.
     return {median(shown), median(read), median(answers), module.link().queries().size() / 2};
 }
 
@@ -99,7 +100,8 @@ void addOpeningRows(const BenchOptions &options, const Receivers &receivers, Rep
                    reading[i], Goal::shown());
     }
     report.add(QLatin1String("opening, 300 types / 100 types [ms]"), growth, Goal::atMost(3));
-    // This row ends at the last answer: painting covers only the visible rows and would hide the growth.
+    // The time up to the last answer is compared, because painting would hide the growth: only the visible
+    // types are painted.
     report.add(QLatin1String("reading per added type, 100 to 300 / 13 to 100 types [ms]"), slope,
                Goal::atMost(1.2));
 }

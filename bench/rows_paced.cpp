@@ -16,10 +16,10 @@ namespace {
 struct Pace
 {
     int channels;
-    int rate;
-    double seconds;
+    int rate;       // frames per second
+    double seconds; // of one repetition
     int repetitions;
-    int padding;
+    int padding; // additional bytes in each frame
 };
 
 constexpr int paddingTo60Kb = 59000;
@@ -32,16 +32,17 @@ const Pace paces[] = {{10, 1000, 1, 9, 0},
                       {1, 60, 3, 5, 0},
                       {10, 60, 2, 7, paddingTo60Kb}};
 
-/// The rows of one pace.
+/// The measurements of one pace, in microseconds: the CPU time per datagram, and the median and the 99 %
+/// quantile of the latency. The limit is the hand-off unless the name contains another one.
 struct Measured
 {
     Pairs cpu;
-    Pairs cpuDirect;
+    Pairs cpuSender;
     Pairs cpuRelay;
-    Pairs median;
-    Pairs late;
-    Pairs medianRelay;
-    Pairs lateRelay;
+    Pairs latency;
+    Pairs latency99;
+    Pairs latencyRelay;
+    Pairs latency99Relay;
 };
 
 void addCpu(const Run &ours, const Run &limit, Pairs *pairs)
@@ -54,8 +55,8 @@ void addLatency(const Run &ours, const Run &limit, double share, Pairs *pairs)
     pairs->add(quantile(ours.latenciesNs, share) / 1000, quantile(limit.latenciesNs, share) / 1000);
 }
 
-/// DirectSender and Relay send to all channels from one thread, so the comparison with them shows what the
-/// hand-off to ten threads costs. They are measured only with ten channels and with frames of normal length.
+/// Measures the limits that send to all ten channels from one thread. The comparison with them shows what the
+/// hand-off to other threads costs.
 template <typename MeasureOne>
 void addLimitsForTen(const Receivers &receivers, const Run &ours, const MeasureOne &measureOne,
                      Measured *measured)
@@ -64,12 +65,12 @@ void addLimitsForTen(const Receivers &receivers, const Run &ours, const MeasureO
     Run relay;
     if (measureOne([&] { return std::make_unique<DirectSender>(receivers, channelCount); }, ", one sender",
                    &direct))
-        addCpu(ours, direct, &measured->cpuDirect);
+        addCpu(ours, direct, &measured->cpuSender);
     if (!measureOne([&] { return std::make_unique<Relay>(receivers, channelCount); }, ", relay", &relay))
         return;
     addCpu(ours, relay, &measured->cpuRelay);
-    addLatency(ours, relay, 0.5, &measured->medianRelay);
-    addLatency(ours, relay, 0.99, &measured->lateRelay);
+    addLatency(ours, relay, 0.5, &measured->latencyRelay);
+    addLatency(ours, relay, 0.99, &measured->latency99Relay);
 }
 
 Measured measurePace(const Pace &pace, const QString &name, const BenchOptions &options,
@@ -94,8 +95,8 @@ Measured measurePace(const Pace &pace, const QString &name, const BenchOptions &
             continue;
         compareBytes(name, ours, handOff, report);
         addCpu(ours, handOff, &measured.cpu);
-        addLatency(ours, handOff, 0.5, &measured.median);
-        addLatency(ours, handOff, 0.99, &measured.late);
+        addLatency(ours, handOff, 0.5, &measured.latency);
+        addLatency(ours, handOff, 0.99, &measured.latency99);
         if (pace.channels > 1 && pace.padding == 0)
             addLimitsForTen(receivers, ours, measureOne, &measured);
     }
@@ -118,7 +119,7 @@ void addStallRows(const BenchOptions &options, const Receivers &receivers, Repor
     constexpr int rate = 60, frames = 120;
     const Feed feed = [&](Pipeline &pipeline) { return runPaced(pipeline, receivers, rate, frames); };
     const QString name = QLatin1String("9 channels, 60 frames/s, one stalled");
-    Measured measured;
+    Measured measured; // the limit is the latency without a stalled channel
     for (int i = 0; i < options.repetitions(7); ++i) {
         Setup setup;
         Run free;
@@ -131,18 +132,18 @@ void addStallRows(const BenchOptions &options, const Receivers &receivers, Repor
         if (!measurePipeline(QLatin1String("10 channels, one stalled"), make, feed, receivers, report,
                              &stalled))
             continue;
-        addLatency(stalled, free, 0.5, &measured.median);
-        addLatency(stalled, free, 0.99, &measured.late);
+        addLatency(stalled, free, 0.5, &measured.latency);
+        addLatency(stalled, free, 0.99, &measured.latency99);
     }
-    addRow("latency median", name, "none", measured.median, Goal::atMost(1.1), report);
-    addRow("latency 99%", name, "none", measured.late, Goal::atMost(1.2), report);
+    addRow("latency median", name, "none", measured.latency, Goal::atMost(1.1), report);
+    addRow("latency 99%", name, "none", measured.latency99, Goal::atMost(1.2), report);
 }
 
-/// Returns at most \a goal for ten channels, because one wake-up of the module serves several of them, and at
-/// most \a goalForOne for one channel.
-Goal goalForTen(const Pace &pace, double goal, double goalForOne)
+/// Returns the goal of at most \a goalForTen for ten channels, or \a goalForOne for one channel. Ten channels
+/// have the lower goal because one woken worker serves several of them.
+Goal goalOf(const Pace &pace, double goalForTen, double goalForOne)
 {
-    return Goal::atMost(pace.channels > 1 ? goal : goalForOne);
+    return Goal::atMost(pace.channels > 1 ? goalForTen : goalForOne);
 }
 
 void addRowsOf(const Pace &pace, const QString &name, const Measured &measured, Report &report)
@@ -152,15 +153,15 @@ void addRowsOf(const Pace &pace, const QString &name, const Measured &measured, 
     const bool isLarge = pace.padding > 0;
     const bool isFast = pace.rate == 1000;
     addRow("cpu per datagram", name, "hand-off", measured.cpu, Goal::shown(), report);
-    addRow("cpu per datagram", name, "one sender", measured.cpuDirect, Goal::atMost(isFast ? 1.4 : 1.7),
+    addRow("cpu per datagram", name, "one sender", measured.cpuSender, Goal::atMost(isFast ? 1.4 : 1.7),
            report);
     addRow("cpu per datagram", name, "relay", measured.cpuRelay, Goal::shown(), report);
-    addRow("latency median", name, "hand-off", measured.median,
-           isLarge ? Goal::atMost(0.85) : goalForTen(pace, isFast ? 0.65 : 0.8, 1.3), report);
-    addRow("latency 99%", name, "hand-off", measured.late,
-           isLarge ? Goal::atMost(1.0) : goalForTen(pace, 0.8, 1.5), report);
-    addRow("latency median", name, "relay", measured.medianRelay, Goal::shown(), report);
-    addRow("latency 99%", name, "relay", measured.lateRelay, Goal::shown(), report);
+    addRow("latency median", name, "hand-off", measured.latency,
+           isLarge ? Goal::atMost(0.85) : goalOf(pace, isFast ? 0.65 : 0.8, 1.3), report);
+    addRow("latency 99%", name, "hand-off", measured.latency99,
+           isLarge ? Goal::atMost(1.0) : goalOf(pace, 0.8, 1.5), report);
+    addRow("latency median", name, "relay", measured.latencyRelay, Goal::shown(), report);
+    addRow("latency 99%", name, "relay", measured.latency99Relay, Goal::shown(), report);
 }
 
 } // namespace

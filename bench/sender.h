@@ -15,6 +15,8 @@ namespace bench {
 class Sender
 {
 public:
+    /// \a port is that of the receiver on 127.0.0.1. The caller owns \a socket and closes it only after the
+    /// last send().
     Sender(int channel, uint16_t port, int socket, int padding = 0)
         : m_datagram(datagramOf(channel, padding))
         , m_socket(socket)
@@ -24,6 +26,7 @@ public:
         m_to.sin_port = htons(port);
     }
 
+    /// Sends frame \a number, which must have at most nine digits.
     void send(uint32_t number)
     {
         writeNumber(m_datagram.data() + numberPosition, number);
@@ -38,7 +41,7 @@ private:
     sockaddr_in m_to{};
 };
 
-/// An unbound UDP socket, closed by the destructor.
+/// A UDP socket for sending, closed by the destructor.
 class SendSocket
 {
 public:

@@ -21,7 +21,7 @@ bool isStalled(const sockaddr *destination)
 
 } // namespace
 
-// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the library's names are reserved
 extern "C" __attribute__((visibility("default"))) ssize_t
 sendto(int socket, const void *data, size_t length, int flags, const sockaddr *destination, socklen_t size)
 {

@@ -4,23 +4,26 @@
 
 namespace bench {
 
-/// Returns the \a share quantile (0 to 1) of \a sorted, which must not be empty.
+/// Returns the \a share quantile (0 to 1) of \a sorted, which must be in ascending order and not empty.
 double quantile(const std::vector<double> &sorted, double share);
 
+/// Returns the median of \a values, which must not be empty.
 double median(std::vector<double> values);
 
 /// Pairs of a value of the module ("ours") and a value of its limit, measured alternately, one pair per
-/// repetition.
+/// repetition. Without a pair, only add() and isEmpty() may be called.
 class Pairs
 {
 public:
     void add(double ours, double limit);
 
     bool isEmpty() const { return m_ours.empty(); }
+
+    /// Return the median of the module's values and that of the limit's values.
     double ours() const { return median(m_ours); }
     double limit() const { return median(m_limit); }
 
-    /// Returns the median, minimum and maximum of the ratios of the pairs.
+    /// Return the median, minimum and maximum of the ratios of the pairs.
     double ratio() const { return median(m_ratios); }
     double leastRatio() const;
     double greatestRatio() const;
