@@ -94,6 +94,12 @@ int runInChild(const QString &file, const Cycle &cycle)
     child.setProcessChannelMode(QProcess::ForwardedChannels);
     child.start(QCoreApplication::applicationFilePath(),
                 {QLatin1String(inProcess), file, QLatin1String(cycle.name)});
+    if (!child.waitForStarted()) {
+        std::printf("  FAILED  the process for %s could not be started: %s\n", cycle.name,
+                    qPrintable(child.errorString()));
+        std::fflush(stdout); // the next child process writes to the same standard output
+        return Faulty;
+    }
     if (!child.waitForFinished(cycleLimitSeconds * 1000)) {
         child.kill();
         child.waitForFinished();
