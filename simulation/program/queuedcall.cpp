@@ -13,8 +13,8 @@ Q_NEVER_INLINE void callQt(QObject *object, const char *name)
 
 } // namespace
 
-// tests/support/tsan.supp suppresses reports by the name of this function. It is visible in ThreadSanitizer's
-// stack traces because it does not call Qt itself: the traces lack a function that calls uninstrumented code.
+// tests/support/tsan.supp suppresses reports by the name of this function. ThreadSanitizer's stack traces
+// lack a function that calls uninstrumented code directly, so this function calls Qt through another one.
 Q_NEVER_INLINE void queueCall(QObject *object, const char *name)
 {
     callQt(object, name);

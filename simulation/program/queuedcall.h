@@ -4,8 +4,8 @@ class QObject;
 
 namespace simulation {
 
-/// Queues a call of the invokable function \a name of \a object, which takes no arguments, to the thread to
-/// which \a object belongs. Thread-safe.
+/// Queues a call of \a object's invokable function \a name, which must take no arguments. The event loop of
+/// the thread to which \a object belongs makes the call. May be called on any thread.
 void queueCall(QObject *object, const char *name);
 
 } // namespace simulation

@@ -18,8 +18,8 @@ void onSignal(int)
     const int before = errno;
     const char mark = 1;
     const ssize_t written = ::write(selfPipe[1], &mark, sizeof mark);
-    // The write may fail because the pipe is full. The byte is not needed then: the pipe already holds
-    // others.
+    // The write may fail because the pipe is full. The byte is not needed then, because the pipe already
+    // holds others.
     static_cast<void>(written);
     errno = before;
 }
@@ -28,7 +28,8 @@ void install(int signal)
 {
     struct sigaction action = {};
     action.sa_handler = onSignal;
-    // SA_RESETHAND restores the default action, so that a second signal ends a program whose shutdown hangs.
+    // SA_RESETHAND restores the default action when the signal arrives. The same signal, sent again,
+    // therefore ends a program whose shutdown hangs.
     action.sa_flags = int(SA_RESTART | SA_RESETHAND);
     sigaction(signal, &action, nullptr);
 }

@@ -6,8 +6,9 @@ class QSocketNotifier;
 
 namespace simulation {
 
-/// Emits a Qt signal on the thread of the event loop after SIGINT or SIGTERM, so that the program can shut
-/// down in an orderly way. A second SIGINT, or a second SIGTERM, kills the program at once. Only one
+/// Emits a Qt signal on the thread to which this object belongs after SIGINT or SIGTERM, so that the program
+/// can shut down in an orderly way. The thread must run an event loop. A second SIGINT, or a second SIGTERM,
+/// ends the program at once. The destructor restores the default actions of both signals. Only one
 /// SignalWatcher may exist at a time.
 class SignalWatcher : public QObject
 {
