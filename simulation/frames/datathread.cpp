@@ -97,7 +97,7 @@ bool DataThread::waitForTurn()
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopping && !m_resetting) {
         const Clock::time_point now = Clock::now();
-        // Depends on the previous due time, not on the current time, so that delays do not accumulate.
+        // Count from the previous due time, not from the current time, so that delays do not accumulate.
         const Clock::time_point due = m_last + m_period;
         if (!m_paused && due <= now) {
             m_last = now - due > maximumDelay ? now : due;

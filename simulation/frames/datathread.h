@@ -15,7 +15,7 @@ namespace simulation {
 class FrameSink;
 class FrameSource;
 
-/// Passes the frames of a source to a sink at a constant rate, on its own thread.
+/// Passes the frames of a source to a sink at a constant rate, on its own thread, the data thread.
 ///
 /// Thread safety: one thread, which must not be the data thread, calls start(), stop() and the destructor.
 /// After start() any thread may call the other functions.
@@ -24,14 +24,15 @@ class DataThread : public QObject
     Q_OBJECT
 
 public:
-    /// \a rate is in frames per second, at least 1.
+    /// \a rate is in frames per second, at least 1. \a sink must outlive this object.
     DataThread(std::unique_ptr<FrameSource> source, int rate, FrameSink &sink);
     ~DataThread() override;
 
     /// Starts the thread, which calls FrameSink::takeReset() before the first frame. Call it once.
     void start();
 
-    /// Stops the thread between two frames. When it returns, no frame is being sent and none will follow.
+    /// Ends the thread between two frames. The thread calls FrameSink::takeIdle() before it ends. Returns
+    /// when it has ended, so the sink is not called afterwards. A second call has no effect.
     void stop();
 
     /// Sets the rate in frames per second, at least 1.
@@ -41,11 +42,12 @@ public:
     void setPaused(bool paused);
 
     /// Makes the thread call FrameSink::takeReset() before the next frame, also during a pause, and then emit
-    /// wasReset().
+    /// wasReset(). Calls in quick succession may result in only one reset. A call after the end of the source
+    /// has no effect.
     void reset();
 
 signals:
-    /// The source has ended, or stop() was called. Emitted on the data thread.
+    /// The source has ended, or stop() was called. Emitted on the data thread, after FrameSink::takeIdle().
     void finished();
     /// The sink has handled a reset requested by reset(). Emitted on the data thread.
     void wasReset();
@@ -61,10 +63,10 @@ private:
     FrameSink &m_sink;
     std::thread m_thread;
 
-    std::mutex m_mutex;                ///< guards all members below
-    std::condition_variable m_changed; ///< notified after every change from another thread
+    std::condition_variable m_changed; ///< notified when another thread has changed a member below
+    std::mutex m_mutex;                ///< guards all members below while the thread runs
     std::chrono::nanoseconds m_period;
-    Clock::time_point m_last; ///< when the previous frame was due
+    Clock::time_point m_last; ///< the next frame is due m_period after this time
     bool m_stopping = false;
     bool m_paused = false;
     bool m_resetting = false;

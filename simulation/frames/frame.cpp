@@ -13,7 +13,7 @@ QByteArray lineType(const QByteArray &line)
 
 qint32 frameNumber(const QByteArray &line)
 {
-    constexpr int numberStart = 3;
+    constexpr int numberStart = 3; // after "fr "
     if (line.size() < numberStart)
         return 0;
     errno = 0;

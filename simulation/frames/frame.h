@@ -5,24 +5,24 @@
 
 namespace simulation {
 
-/// One line of tracking data, terminated by CR LF.
+/// One line of tracking data.
 struct DataLine
 {
-    QByteArray type;
-    QByteArray text;
+    QByteArray type; ///< the output type, which is the first word of the text
+    QByteArray text; ///< the whole line, ended by CR LF
 };
 
 /// One frame of tracking data: its lines in the order in which the source produced them.
 using Frame = QVector<DataLine>;
 
-/// Returns the output type of a line, which is its first word.
+/// Returns the output type of \a line, which is its first word. \a line must not have a line end.
 QByteArray lineType(const QByteArray &line);
 
 /// Returns the frame number in the text of an "fr" line, or 0 if the line has no number or the number does
 /// not fit into 32 bits.
 qint32 frameNumber(const QByteArray &line);
 
-/// Returns the frame number of \a frame, or 0 if the frame has no "fr" line.
+/// Returns the frame number in the first "fr" line of \a frame, or 0 if there is no such line.
 qint32 frameNumber(const Frame &frame);
 
 /// Returns \a line without trailing CR and LF characters.

@@ -7,7 +7,7 @@ namespace simulation {
 namespace {
 
 /// Returns the greatest multiple of \a divisor that is not greater than \a number.
-qint64 multipleBelow(qint64 number, int divisor)
+qint64 multipleUpTo(qint64 number, int divisor)
 {
     const qint64 remainder = number % divisor;
     return number - (remainder < 0 ? remainder + divisor : remainder);
@@ -48,7 +48,7 @@ qint64 FrameLedger::dueBetween(qint64 after, qint64 upTo, int divisor) const
         const qint64 last = std::min(upTo, run.last);
         if (last <= below)
             continue;
-        due += (multipleBelow(last, divisor) - multipleBelow(below, divisor)) / divisor;
+        due += (multipleUpTo(last, divisor) - multipleUpTo(below, divisor)) / divisor;
     }
     return due;
 }

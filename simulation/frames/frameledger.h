@@ -7,13 +7,14 @@
 
 namespace simulation {
 
-/// Records the numbers of the frames that were sent. The receivers compare the numbers that arrive with them.
-/// Thread-safe.
+/// Records the numbers of the frames that were sent. The receivers compare the numbers that arrive with the
+/// recorded ones. Thread-safe.
 class FrameLedger
 {
 public:
-    /// Records a frame with \a number. Call it before any line of the frame is sent. No channel sends a frame
-    /// with the number 0, so such a frame counts in frames() only.
+    /// Records a frame with \a number. A program that itself sends the frame must call this function before,
+    /// so that no datagram arrives before its number is recorded. No channel sends a frame with the number 0,
+    /// so such a frame counts in frames() only.
     void note(qint32 number);
 
     /// Returns how many frames were recorded.
@@ -34,8 +35,8 @@ private:
         qint64 last;
     };
 
-    mutable std::mutex m_mutex;
-    std::vector<Run> m_runs;
+    mutable std::mutex m_mutex; ///< guards all members below
+    std::vector<Run> m_runs;    ///< in the order in which their numbers were recorded
     qint64 m_frames = 0;
 };
 

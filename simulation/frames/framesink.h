@@ -4,13 +4,15 @@
 
 namespace simulation {
 
-/// Receives the frames of a source and its events. All calls come from one thread at a time.
+/// Receives the frames of a source, and is notified when the data start and end. All calls come from one
+/// thread at a time.
 class FrameSink
 {
 public:
+    /// Receives the next frame, which may be empty.
     virtual void takeFrame(const Frame &frame) = 0;
 
-    /// The data start over. Whoever assembles frames from lines must discard an incomplete frame.
+    /// The data start, or start over. Code that assembles frames from lines must discard an incomplete frame.
     virtual void takeReset() = 0;
 
     /// The data have ended. If data follow later, a reset comes first.

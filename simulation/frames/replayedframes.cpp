@@ -11,7 +11,7 @@ namespace {
 
 constexpr qint64 mebibyte = qint64{1024} * 1024;
 
-/// Limits the memory: the whole recording is kept there.
+/// The largest recording in bytes. The limit exists because the whole recording is kept in memory.
 constexpr qint64 sizeLimit = 512 * mebibyte;
 
 bool openFile(QFile &file, const QString &name)
@@ -22,8 +22,8 @@ bool openFile(QFile &file, const QString &name)
     return file.open(QIODevice::ReadOnly);
 }
 
-/// Reads in portions, because the size of a pipe is unknown. Stops when \a content exceeds the limit, which
-/// accept() then reports.
+/// Reads \a file to its end, in portions, because the size of a pipe is unknown. Stops early when \a content
+/// exceeds the limit, which accept() then reports. Returns false if reading fails.
 bool readAll(QFile &file, QByteArray *content)
 {
     constexpr int portionSize = 1024 * 1024;
@@ -54,6 +54,8 @@ bool ReplayedFrames::open(const QString &name, const QSet<QByteArray> &types, QS
     return false;
 }
 
+/// Keeps the lines of \a content whose type is in \a types. On failure, returns false and sets \a problem to
+/// the end of a sentence that begins with the recording's name.
 bool ReplayedFrames::accept(const QByteArray &content, const QSet<QByteArray> &types, QString *problem)
 {
     if (content.size() > sizeLimit) {

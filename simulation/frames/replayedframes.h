@@ -8,13 +8,13 @@
 namespace simulation {
 
 /// Frames from a recording, which consists of text lines. Each line begins with its output type. Every line
-/// that has the same type as the first line starts a frame.
+/// that has the same type as the first line that is not skipped starts a frame.
 class ReplayedFrames : public FrameSource
 {
 public:
     /// Reads the file \a name, or standard input for "-", to its end. Skips lines whose type is not in
     /// \a types. Returns false and sets \a problem to a message of one line if the file cannot be read, is
-    /// too large, is not a text file or has no line of a type in \a types.
+    /// larger than 512 MiB, contains a zero byte or has no line of a type in \a types. Call it once.
     bool open(const QString &name, const QSet<QByteArray> &types, QString *problem);
 
     bool next(Frame *frame) override;

@@ -9,11 +9,12 @@ namespace simulation {
 namespace {
 
 constexpr double framesPerTurn = 240.0;
-/// The rate that the time stamps assume, whatever the real rate is.
+
+/// The rate on which the time stamps are based, whatever the real rate is.
 constexpr double framesPerSecond = 60.0;
 constexpr double pi = 3.14159265358979323846;
 
-/// Makes the text of a line without its type. \a angle grows with the frame number.
+/// Returns the text of a line without its type. \a angle, in radians, is proportional to the frame number.
 using Content = QByteArray (*)(qint32 number, double angle);
 
 QByteArray fixed(double value)
@@ -33,7 +34,7 @@ QByteArray orientation(double angle)
            fixed(std::remainder(angle * 180.0 / pi, 360.0));
 }
 
-/// Describes \a count bodies, each by its number, quality, position in mm and orientation in degrees.
+/// Returns \a count, followed by the number, quality, position in mm and orientation in degrees of each body.
 QByteArray bodies(int count, double angle)
 {
     QByteArray text = QByteArray::number(count);
@@ -45,6 +46,7 @@ QByteArray bodies(int count, double angle)
     return text;
 }
 
+/// Returns \a count, followed by the number, quality and position in mm of each marker.
 QByteArray markers(int count, double angle)
 {
     QByteArray text = QByteArray::number(count);
@@ -53,6 +55,7 @@ QByteArray markers(int count, double angle)
     return text;
 }
 
+/// Returns the time stamp of the frame \a number in seconds. The offset of 36000 s is arbitrary.
 QByteArray seconds(qint32 number)
 {
     return QByteArray::number(36000.0 + number / framesPerSecond, 'f', 6);

@@ -8,8 +8,8 @@
 
 namespace simulation {
 
-/// Synthetic frames of bodies and markers that move around the origin. Each frame has one line for each
-/// available type. The frames are numbered from 1.
+/// Synthetic frames of bodies and markers that circle around the z axis. Each frame has one line for each
+/// available type. The frames are numbered from 1. The source never ends.
 class SyntheticFrames : public FrameSource
 {
 public:
