@@ -8,12 +8,14 @@ namespace simulation {
 /// The result of readDatagram().
 struct DatagramContent
 {
-    bool isComplete = false;   ///< text of one or more lines, each ended by CR LF
+    /// Whether the datagram consists of lines, at least one, that each end in CR LF, and contains no other CR
+    /// or LF and no NUL byte.
+    bool isComplete = false;
     QVector<QByteArray> types; ///< the types of all lines, in order
     QVector<qint32> numbers;   ///< the frame numbers of all "fr" lines, in order
 };
 
-/// Splits \a datagram into lines, even if it is not complete.
+/// Splits \a datagram into lines, even if it is not complete, and returns their types and frame numbers.
 DatagramContent readDatagram(const QByteArray &datagram);
 
 } // namespace simulation

@@ -10,8 +10,8 @@ namespace simulation {
 
 namespace {
 
-/// Returns \a statistics with a deep copy of the frame text. ThreadSanitizer does not see that Qt's reference
-/// counts are atomic and would report text that two threads share.
+/// Returns \a statistics with a deep copy of lastFrame. ThreadSanitizer does not see that Qt's reference
+/// counts are atomic, and would report a data race on bytes that two threads share.
 ReceiverStatistics unshared(ReceiverStatistics statistics)
 {
     statistics.lastFrame.detach();
@@ -29,7 +29,7 @@ DatagramReceiver::~DatagramReceiver()
 {
     if (!isListening())
         return;
-    // Closing the write end makes poll() report the read end, which ends run().
+    // After the write end is closed, poll() reports an event at the read end, which ends run().
     ::close(m_wake[1]);
     m_thread.join();
     ::close(m_wake[0]);
@@ -114,10 +114,10 @@ void DatagramReceiver::run()
     }
 }
 
-/// Checks the datagrams that wait in the socket. The caller holds m_mutex.
+/// Checks the datagrams that wait in the socket, at most 256. The caller holds m_mutex.
 void DatagramReceiver::takeWaiting()
 {
-    // Bounded, so that a flooding sender cannot monopolise the lock.
+    // The number is limited, so that a flooding sender cannot monopolise the lock.
     constexpr int atOnce = 256;
     QByteArray datagram;
     for (int i = 0; i < atOnce && m_socket.receive(&datagram); ++i)

@@ -8,18 +8,19 @@
 
 namespace simulation {
 
-/// Receives the datagrams of one channel on its own thread and checks them. Call its functions on the thread
-/// that created it.
+/// Receives the datagrams of one channel on its own thread and checks them. Call the functions only on the
+/// thread that created the object.
 class DatagramReceiver
 {
 public:
+    /// \a ledger must outlive this object.
     explicit DatagramReceiver(const FrameLedger &ledger);
     ~DatagramReceiver();
     DatagramReceiver(const DatagramReceiver &) = delete;
     DatagramReceiver &operator=(const DatagramReceiver &) = delete;
 
-    /// Binds to \a address and starts to receive; with \a port 0 the system chooses a free port. Call it
-    /// once. Returns false on failure; error() then gives the reason.
+    /// Listens as UdpSocket::listen() does with Reach::ThisComputer, and starts to receive. Call it once.
+    /// Returns false on failure; error() then gives the reason.
     bool listen(quint32 address, quint16 port);
 
     /// Returns the address given to listen(), in host byte order.
@@ -31,14 +32,15 @@ public:
     bool isListening() const { return m_thread.joinable(); }
     QByteArray error() const { return m_error; }
 
-    /// Call the functions of FrameChecker with the same names. Before that they check the datagrams that wait
-    /// in the socket, at most 256, against the previous expectation.
+    /// These functions call those of FrameChecker with the same names. Before that, they check the datagrams
+    /// that wait in the socket, at most 256, against the previous expectation. expect() does nothing if the
+    /// expectation has not changed.
     void expect(const Expectation &expectation);
     void begin();
     void restart();
     void join();
 
-    /// Call the functions of FrameChecker with the same names.
+    /// These functions call those of FrameChecker with the same names.
     bool isComplete() const;
     ReceiverStatistics statistics() const;
     ReceiverStatistics finalStatistics() const;
@@ -47,7 +49,7 @@ private:
     void run();
     void takeWaiting();
 
-    mutable std::mutex m_mutex; ///< guards m_checker, m_expectation and the reading of m_socket
+    mutable std::mutex m_mutex; ///< guards m_checker, m_expectation and receiving from m_socket
     UdpSocket m_socket;
     FrameChecker m_checker;
     Expectation m_expectation;

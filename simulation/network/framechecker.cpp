@@ -52,12 +52,15 @@ void FrameChecker::take(const QByteArray &datagram)
 
 bool FrameChecker::isWellFormed(const DatagramContent &content) const
 {
+    // Only the last number must be due: the first datagram of a router also contains the frame before it.
     bool good = content.isComplete && !content.numbers.isEmpty();
     for (const QByteArray &type : content.types)
         good = good && m_expectation.types.contains(type);
     return good && isDue(content.numbers.last(), m_expectation.divisor);
 }
 
+/// Compares \a numbers, the frame numbers of one datagram, with the previous ones and with the ledger. Counts
+/// lost frames and frames out of order.
 void FrameChecker::followNumbers(const QVector<qint32> &numbers)
 {
     const bool known = m_sequence != Sequence::Joining;
@@ -73,6 +76,8 @@ void FrameChecker::followNumbers(const QVector<qint32> &numbers)
             ++arrived;
         previous = number;
     }
+    // The difference is negative if frames have arrived that the ledger does not contain yet: a remote
+    // Controller sends its datagrams before the frames are recorded.
     if (known)
         m_statistics.lost +=
             qMax(qint64(0), m_ledger.dueBetween(after, previous, m_expectation.divisor) - arrived);
@@ -80,7 +85,7 @@ void FrameChecker::followNumbers(const QVector<qint32> &numbers)
     m_sequence = Sequence::Following;
 }
 
-/// Returns the frame number after which frames are expected.
+/// Returns a frame number: only frames with greater numbers are expected.
 qint64 FrameChecker::lastSeen() const
 {
     if (m_sequence == Sequence::Following)
@@ -101,7 +106,7 @@ ReceiverStatistics FrameChecker::finalStatistics() const
     return statistics;
 }
 
-/// Returns how many frames had to be sent after the last one that arrived.
+/// Returns the number of outstanding frames, as the class comment defines them.
 qint64 FrameChecker::outstanding() const
 {
     return m_ledger.dueBetween(lastSeen(), std::numeric_limits<qint32>::max(), m_expectation.divisor);

@@ -24,53 +24,57 @@ struct Expectation
     }
 };
 
-/// Counts of what has arrived at a receiver.
+/// The counts of a receiver. FrameChecker and PortMonitor define which frames and datagrams they count.
 struct ReceiverStatistics
 {
     qint64 datagrams = 0;
     qint64 frames = 0; ///< may exceed the datagrams: the first datagram of a router contains two frames
     qint64 bytes = 0;
-    qint64 lost = 0;
-    qint64 outOfOrder = 0;
-    qint64 malformed = 0; ///< datagrams that are not well-formed
-    qint32 lastNumber = 0;
-    QByteArray lastFrame; ///< the last datagram, even if it was malformed
+    qint64 lost = 0;       ///< frames
+    qint64 outOfOrder = 0; ///< frames
+    qint64 malformed = 0;  ///< datagrams
+    qint32 lastNumber = 0; ///< the last frame number, or 0 if there is none yet
+    QByteArray lastFrame;  ///< the last datagram, even if it was malformed
 };
 
 /// Checks the datagrams of one channel for form, order and completeness. Not thread-safe.
 ///
-/// A frame is due if the channel had to send it. A due frame is outstanding if it follows the last frame that
-/// arrived in order. An outstanding frame is lost when a frame with a greater number arrives; if it arrives
-/// after all, it also counts as out of order.
+/// A frame of the ledger is due if the channel has to send it. A due frame is outstanding if it is expected
+/// and its number is greater than that of the last frame that arrived in order. An outstanding frame is
+/// counted as lost when a frame with a greater number arrives. If it arrives after all, it is also counted as
+/// out of order.
 class FrameChecker
 {
 public:
+    /// \a ledger must outlive this object.
     explicit FrameChecker(const FrameLedger &ledger);
 
-    /// Sets what is expected from now on. If a frame has arrived since begin(), the next datagram starts a
-    /// new sequence.
+    /// Sets what is expected from now on. The next datagram starts a new sequence, unless begin() was called
+    /// and no frame has arrived since then.
     void expect(const Expectation &expectation);
 
-    /// Resets the counts and expects every due frame of the ledger. The exception is the ledger's first frame
-    /// if the channel is routed: a router sends it together with the second or not at all.
+    /// Resets the counts and expects every due frame of the ledger. In router mode, the ledger's first frame
+    /// is not expected: a router sends it together with the second frame or not at all.
     void begin();
 
     /// Resets the counts and starts a new sequence with the next datagram.
     void restart();
 
-    /// Starts a new sequence with the next datagram: frames before it are not expected.
+    /// Starts a new sequence with the next datagram: frames that precede it are not expected.
     void join();
 
-    /// Counts and checks one datagram. A datagram is malformed if a line is incomplete, if a type is not
-    /// expected, if there is no "fr" line, or if the last frame is not due.
+    /// Counts and checks one datagram. Each "fr" line counts as a frame. The last frame number becomes
+    /// lastNumber, unless a frame of the datagram is out of order. A datagram is malformed if it is not
+    /// complete (see DatagramContent), if a type is not expected, if there is no "fr" line, or if the last
+    /// frame number is 0 or not divisible by the divisor.
     void take(const QByteArray &datagram);
 
-    /// Returns true if no frame is outstanding, if the channel is not active, or if no frame has arrived
-    /// since restart() or join().
+    /// Returns true if no frame is outstanding, if the channel is not active, or if the next datagram starts
+    /// a new sequence.
     bool isComplete() const;
 
-    /// Returns the counts with the outstanding frames counted as lost. Call it when no more datagrams will
-    /// arrive.
+    /// Returns the counts. Unless isComplete() is true, the outstanding frames are counted as lost. Call it
+    /// when no more datagrams will arrive.
     ReceiverStatistics finalStatistics() const;
 
     const ReceiverStatistics &statistics() const { return m_statistics; }
@@ -78,9 +82,9 @@ public:
 private:
     enum class Sequence
     {
-        FromStart, ///< every frame of the ledger is expected
+        FromStart, ///< the due frames of the ledger are expected, as after begin()
         Joining,   ///< the next datagram starts a sequence
-        Following  ///< the frames after lastNumber are expected
+        Following  ///< the due frames with numbers greater than lastNumber are expected
     };
 
     bool isWellFormed(const DatagramContent &content) const;

@@ -14,7 +14,8 @@ namespace {
 
 constexpr quint32 loopbackAddress = 0x7f000001;
 constexpr int maximumDatagram = 65535;
-/// Keeps datagrams while the receiving thread is delayed. The system may grant less (net.core.rmem_max).
+/// The size of the receive buffer, which keeps datagrams while the receiving thread is delayed. The system
+/// may grant less (net.core.rmem_max).
 constexpr int receiveBuffer = 4 * 1024 * 1024;
 
 sockaddr_in socketAddress(quint32 address, quint16 port)
@@ -68,11 +69,11 @@ UdpSocket::~UdpSocket()
 bool UdpSocket::listen(quint32 address, quint16 port, int interfaceIndex)
 {
     if (m_descriptor < 0)
-        return false; // m_error is that of the constructor
+        return false; // the constructor has set m_error
     setsockopt(m_descriptor, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
     const bool isGroup = isMulticastGroup(address);
-    // Several programs may receive a group from the network. Any other address and port belongs to one
-    // socket.
+    // Several programs may receive the same group from the network. In all other cases only one socket may
+    // use an address and port.
     const int reuse = isGroup && m_reach == Reach::Network ? 1 : 0;
     if (!set(SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse))
         return false;
@@ -92,8 +93,8 @@ bool UdpSocket::joinGroup(quint32 group, int interfaceIndex)
         membership.imr_address.s_addr = htonl(loopbackAddress);
     else
         membership.imr_ifindex = interfaceIndex;
-    // Otherwise the socket would also receive the group from interfaces on which only other programs have
-    // joined it.
+    // If IP_MULTICAST_ALL were not 0, the socket would also receive the group from interfaces on which only
+    // other programs have joined it.
     const int all = 0;
     return set(IPPROTO_IP, IP_MULTICAST_ALL, &all, sizeof all) &&
            set(IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership);
@@ -175,7 +176,8 @@ bool staysOnThisComputer(quint32 address)
     if (descriptor < 0)
         return false;
     // Connecting a UDP socket sends nothing; it makes the system choose the local address for that route.
-    const sockaddr_in remote = socketAddress(address, 9);
+    constexpr quint16 discardPort = 9; // the port has no influence on the route
+    const sockaddr_in remote = socketAddress(address, discardPort);
     sockaddr_in local{};
     const bool known = address != 0 && ::connect(descriptor, generic(remote), sizeof remote) == 0 &&
                        readLocalAddress(descriptor, &local);

@@ -19,7 +19,7 @@ public:
     enum class Reach
     {
         ThisComputer, ///< multicast is sent and received through the loopback interface
-        Network       ///< multicast is sent by the routing table and received on the interface of listen()
+        Network       ///< multicast is sent as the routing table says and received as listen() describes
     };
 
     explicit UdpSocket(Reach reach = Reach::ThisComputer);
@@ -30,17 +30,19 @@ public:
     /// Binds to \a address, which is an address of this computer, 0 for all of them, or a multicast group to
     /// join. With Reach::Network the socket joins the group on the interface with the index \a
     /// interfaceIndex. With the index 0 the system chooses the interface by the route to the group. With \a
-    /// port 0 the system chooses a free port. Returns false on failure; error() then gives the reason.
+    /// port 0 the system chooses a free port. Call it once. Returns false on failure; error() then gives the
+    /// reason.
     bool listen(quint32 address, quint16 port, int interfaceIndex = 0);
 
-    /// Returns the port that listen() has bound.
+    /// Returns the port to which the socket is bound, or 0 if it is not bound.
     quint16 port() const;
 
-    /// Sends one datagram. Returns false on failure.
+    /// Sends one datagram. Returns false on failure. May block while the send buffer is full.
     bool send(const QByteArray &datagram, quint32 address, quint16 port);
 
     /// Receives the next pending datagram and, unless \a sender is null, the address and port that it came
-    /// from. Returns false if no datagram is pending; never blocks.
+    /// from. Returns false and clears \a datagram if none is pending or the system reports an error. Never
+    /// blocks.
     bool receive(QByteArray *datagram, UdpEndpoint *sender = nullptr);
 
     /// Returns the file descriptor for poll(), or -1 if the socket could not be created.
@@ -58,15 +60,19 @@ private:
     int m_error = 0;
 };
 
-/// Resolves a dotted address or a host name. Returns 0 on failure. May block while a name server is asked.
+/// Returns the IPv4 address of \a host, which is a dotted address or a host name, in host byte order. Returns
+/// 0 on failure. May block while the system asks a name server. Thread-safe.
 quint32 resolveAddress(const QByteArray &host);
 
+/// Returns \a address, given in host byte order, in dotted notation.
 QByteArray dottedAddress(quint32 address);
 
+/// Returns whether \a address, given in host byte order, is an IPv4 multicast address.
 bool isMulticastGroup(quint32 address);
 
-/// Returns whether datagrams to \a address stay on this computer according to the routing table: it is an
-/// address of this computer, or a multicast group that is routed through the loopback interface.
+/// Returns whether datagrams to \a address, given in host byte order, stay on this computer according to the
+/// routing table. They do if \a address is an address of this computer, or a multicast group that is routed
+/// through the loopback interface.
 bool staysOnThisComputer(quint32 address);
 
 } // namespace simulation
