@@ -41,7 +41,7 @@ void FrameSequence::begin(qint64 number)
 
 void FrameSequence::add(qint64 number)
 {
-    // Bounds the memory. A frame that arrives after this many greater numbers counts as lost.
+    // Limits the memory. A frame that arrives after this many greater numbers still counts as lost.
     constexpr size_t remembered = 1000;
     m_step = std::gcd(m_step, number);
     ++m_arrived;
@@ -66,6 +66,8 @@ void FrameSequence::takeLate(qint64 number)
         restart();
 }
 
+/// Undoes what the numbers of m_lateRun have changed in the counts, and makes them the start of a new
+/// sequence.
 void FrameSequence::restart()
 {
     m_arrived -= m_lateAdded;

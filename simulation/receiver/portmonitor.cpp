@@ -14,7 +14,8 @@ QString textOf(const UdpEndpoint &endpoint)
     return QString::fromLatin1(dottedAddress(endpoint.address)) + ':' + QString::number(endpoint.port);
 }
 
-/// A datagram holds one frame, except that the first datagram of a router may hold two.
+/// Returns whether \a content is complete, has a type in each line, and holds one frame, or two in ascending
+/// order, as the first datagram of a router does. The last frame number must not be 0.
 bool isWellFormed(const DatagramContent &content)
 {
     const QVector<qint32> &numbers = content.numbers;
@@ -73,8 +74,8 @@ double PortMonitor::averageRate() const
 
 void PortMonitor::takePending()
 {
-    // Bounded, so that a flooding sender cannot block the event loop, which also serves the other ports and
-    // the timers.
+    // The number is limited, so that a flooding sender cannot block the event loop, which also serves the
+    // other ports and the timers.
     constexpr int atOnce = 256;
     QByteArray datagram;
     for (int i = 0; i < atOnce && m_socket.receive(&datagram, &m_sender); ++i)

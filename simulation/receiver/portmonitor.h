@@ -27,19 +27,23 @@ public:
     /// it once more after the event loop has ended, for the datagrams that arrived last.
     void takePending();
 
-    /// Writes every well-formed datagram to \a recording from now on.
+    /// Writes every well-formed datagram to \a recording from now on. \a recording must outlive this object.
+    /// The caller must check it for write errors.
     void setRecording(QIODevice *recording) { m_recording = recording; }
 
     /// Returns the address and port as text.
     QString name() const;
 
+    /// Returns the counts. The frames and the last number are those of well-formed datagrams. lastFrame is
+    /// not set.
     ReceiverStatistics statistics() const;
     int restarts() const { return m_sequence.restarts(); }
 
     /// Returns the sender of the last datagram as text, or "nobody".
     QString sender() const;
 
-    /// Returns the average number of frames per second from the first frame until now.
+    /// Returns the average number of frames per second from the first frame until now, or 0 before the first
+    /// frame.
     double averageRate() const;
 
 private:
@@ -49,7 +53,7 @@ private:
     UdpSocket m_socket{UdpSocket::Reach::Network};
     UdpEndpoint m_sender;
     FrameSequence m_sequence;
-    ReceiverStatistics m_statistics; ///< lost and outOfOrder are not used; m_sequence counts them
+    ReceiverStatistics m_statistics; ///< without lost and outOfOrder, which m_sequence counts
     QElapsedTimer m_sinceFirst;
     QIODevice *m_recording = nullptr;
 };

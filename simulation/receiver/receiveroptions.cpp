@@ -28,7 +28,7 @@ void addOptions(QCommandLineParser &parser)
         parser.addOption({QLatin1String(name), QString(), QLatin1String("value")});
 }
 
-/// Accepts [ADDRESS:]PORT.
+/// Parses \a text, which must have the form [ADDRESS:]PORT.
 bool readEndpoint(const QString &text, UdpEndpoint *endpoint, QString *problem)
 {
     const int colon = text.lastIndexOf(QLatin1Char(':'));
@@ -115,8 +115,8 @@ parentheses.
 
   --interface <name>  network interface on which multicast groups are joined, as "ip address" names it (the interface
                       of the route to the group)
-  --expect <hz>       fail if on average fewer than 95 % of this number of frames per second arrive
-  --seconds <n>       stop after this many seconds; 0: when interrupted (0)
+  --expect <hz>       fail if on average fewer than 95 % of this number of frames per second, 1 to 100000, arrive
+  --seconds <n>       stop after this many seconds, at most 604800; 0: when interrupted (0)
   --save <file>       write the well-formed datagrams to a file, which frontend --replay and controller --replay can
                       read; only one port may be given
   --version           print the version
@@ -126,7 +126,7 @@ Lost frames are found by gaps in the frame numbers, so each port must receive on
 after a change of the channel's divisor.
 
 Exit status: 0 if frames arrived on every port, as fast as --expect requires, no frame was lost and no datagram was
-malformed; 1 otherwise; 2 for wrong usage, and if the program cannot listen or write the file.
+malformed; 1 if not; 2 for wrong usage, or if the program cannot listen or write the file.
 
 Examples:
   receiver 5001

@@ -13,7 +13,7 @@ struct ReceiverOptions
 {
     bool help = false;
     bool version = false;
-    QList<UdpEndpoint> endpoints; ///< address 0: all addresses of this computer
+    QList<UdpEndpoint> endpoints; ///< address 0: all addresses of this computer; port 0: any free port
     int interfaceIndex = 0;       ///< interface on which groups are joined; 0: chosen by the routing table
     int expectedRate = 0;         ///< frames per second; 0: any
     int seconds = 0;              ///< 0: until interrupted
@@ -21,7 +21,7 @@ struct ReceiverOptions
 };
 
 /// Parses the command line \a arguments, which begin with the program's name. Returns false and sets \a
-/// problem to a message of one line if they are invalid.
+/// problem to a message of one line if they are invalid. May block while a host name is resolved.
 bool parseReceiverOptions(const QStringList &arguments, ReceiverOptions *options, QString *problem);
 
 /// Returns the text for "--help".

@@ -13,7 +13,7 @@ namespace {
 /// The share of the expected frames that must arrive. It is below 1 because clocks and timers may run slow.
 constexpr double sufficientShare = 0.95;
 
-/// Returns the part of a progress line that the summary contains, too.
+/// Returns the part that the progress line and the summary of a port have in common.
 QString countsText(const PortMonitor &monitor)
 {
     const ReceiverStatistics statistics = monitor.statistics();

@@ -13,8 +13,8 @@ namespace simulation {
 
 class PortMonitor;
 
-/// One run of the program: receives on all ports, prints a line per second and port, and judges the data at
-/// the end.
+/// One run of the program `receiver`: receives on all ports, prints a line per second and port, and judges
+/// the data at the end.
 class ReceiverRun : public QObject
 {
     Q_OBJECT
@@ -23,18 +23,20 @@ public:
     explicit ReceiverRun(const ReceiverOptions &options, QObject *parent = nullptr);
     ~ReceiverRun() override;
 
-    /// Opens all ports and the file. Returns false and sets \a problem to a message of one line on failure.
+    /// Opens all ports, and the file if the options name one. Returns false and sets \a problem to a message
+    /// of one line on failure.
     bool begin(QString *problem);
 
-    /// Runs the event loop and prints the counts once per second until the application quits.
+    /// Runs the event loop and prints the counts once per second, until the time in the options has passed or
+    /// the application quits for another reason. Call begin() first.
     void run();
 
-    /// Closes the file. Returns false and sets \a problem to a message of one line if not everything could be
-    /// written.
+    /// Closes the file, if there is one. Returns false and sets \a problem to a message of one line if not
+    /// everything could be written.
     bool finishRecording(QString *problem);
 
-    /// Prints the summary. Returns whether every port received frames, as fast as expected, and none was lost
-    /// or malformed.
+    /// Prints a summary for each port. Returns whether on every port frames arrived, as fast as the options
+    /// require, no frame was lost, and no datagram was malformed.
     bool judge() const;
 
 private:
