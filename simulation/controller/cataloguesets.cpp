@@ -38,6 +38,7 @@ QList<OutputType> withMore(QList<OutputType> types, int count)
 const QList<CatalogueSet> &catalogueSets()
 {
     static const QList<OutputType> usual = defaultControllerState().catalogue;
+    // The types that the module's dialog lists first, in a fixed order.
     static const QList<OutputType> known =
         only(usual, [](const OutputType &type) { return type.name != "2dmon" && type.name != "6dx"; });
     static const QList<OutputType> bodies = only(usual, [](const OutputType &type) {

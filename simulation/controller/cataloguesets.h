@@ -11,7 +11,7 @@ struct CatalogueSet
     QList<OutputType> types;
 };
 
-/// Returns the sets in the order in which they are offered, the default one first.
+/// Returns the sets in the order in which they are offered to the user, the default one first.
 const QList<CatalogueSet> &catalogueSets();
 
 } // namespace simulation

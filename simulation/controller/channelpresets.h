@@ -12,7 +12,7 @@ struct ChannelPreset
     QSet<QByteArray> types;
 };
 
-/// Returns the preset of channel \a index, counted from 0. All presets differ.
+/// Returns the preset of the channel \a index, which is from 0 to 9. All presets differ.
 ChannelPreset channelPreset(int index);
 
 } // namespace simulation

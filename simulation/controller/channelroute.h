@@ -22,11 +22,13 @@ struct ChannelRoute
 
 using ChannelRoutes = std::array<ChannelRoute, outputChannelCount>;
 
-/// Determines the routes of the channels. Resolves each host name once, which may block.
+/// Determines the routes of the channels. Resolves each host name once, which may block, and keeps the
+/// result, even a failure. Not thread-safe.
 class RouteFinder
 {
 public:
-    /// With Reach::ThisComputer, destinations on other computers are not allowed.
+    /// With Reach::ThisComputer, destinations on other computers are not allowed: their routes get the
+    /// address 0.
     explicit RouteFinder(UdpSocket::Reach reach = UdpSocket::Reach::ThisComputer)
         : m_reach(reach)
     {

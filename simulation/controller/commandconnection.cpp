@@ -10,6 +10,7 @@ namespace simulation {
 namespace {
 
 /// A client is disconnected if more than this many bytes of answers cannot be sent because it does not read.
+/// The system's send buffer is set to the same size.
 constexpr int unreadLimit = 64 * 1024;
 
 constexpr int closingTimeoutMs = 2000;
@@ -23,10 +24,10 @@ CommandConnection::CommandConnection(QTcpSocket *socket, Handler handler, int an
 {
     m_socket->setParent(this);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    // Bounds the memory if a client sends without waiting for answers: TCP's flow control then stops the
+    // Limits the memory if a client sends without waiting for answers: TCP's flow control then stops the
     // client.
     m_socket->setReadBufferSize(protocol::maximumLine);
-    // Without a fixed size the system would buffer megabytes of unread answers.
+    // If the size were not fixed, the system would buffer megabytes of unread answers.
     m_socket->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, unreadLimit);
     m_delay.setSingleShot(true);
     m_delay.setTimerType(Qt::PreciseTimer);
@@ -38,7 +39,7 @@ CommandConnection::CommandConnection(QTcpSocket *socket, Handler handler, int an
 }
 
 /// Reads one request and starts the delay of its answer. Only one request is read per iteration of the event
-/// loop, so that a client that sends many at once does not delay the others.
+/// loop, so that a client that sends many at once does not delay the other clients.
 void CommandConnection::readRequest()
 {
     if (m_closing || m_delay.isActive())
@@ -72,8 +73,8 @@ void CommandConnection::refuseAndClose(const QByteArray &text)
     m_closing = true;
     write(protocol::refused + QByteArray::number(NotUnderstood) + ' ' + text);
     m_socket->disconnectFromHost();
-    // disconnectFromHost() waits until the answer is sent. A client that does not read would keep the
-    // connection open.
+    // disconnectFromHost() closes the connection only when the answer has been sent. A client that does not
+    // read would keep it open indefinitely.
     QTimer::singleShot(closingTimeoutMs, m_socket, &QTcpSocket::abort);
 }
 

@@ -10,7 +10,9 @@ class QTcpSocket;
 namespace simulation {
 
 /// The server's side of one command connection: reads requests line by line and writes one answer for each,
-/// in order and after a delay. Deletes itself when the client disconnects or is disconnected for misbehaving.
+/// in order and after a delay. Disconnects a client that does not read its answers or sends a line that is
+/// too long. Deletes itself when the connection has ended. Lives on a thread with an event loop; not
+/// thread-safe.
 class CommandConnection : public QObject
 {
     Q_OBJECT
@@ -19,7 +21,7 @@ public:
     /// Returns the answer to a request. Both are without a line end.
     using Handler = std::function<QByteArray(const QByteArray &request)>;
 
-    /// Takes ownership of \a socket.
+    /// Takes ownership of \a socket, which must be connected.
     CommandConnection(QTcpSocket *socket, Handler handler, int answerDelayMs, QObject *parent);
 
 private:

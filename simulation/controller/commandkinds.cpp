@@ -8,7 +8,7 @@ namespace simulation {
 
 const std::array<CommandKind, commandKindCount> &commandKinds()
 {
-    // The first match wins: "chmon" must stand before "output net ch".
+    // commandKindOf() returns the first match: "output net chmon" must stand before "output net ch".
     static const std::array<CommandKind, commandKindCount> all{{
         {false, "config is_changeable", QT_TRANSLATE_NOOP("CommandKinds", "Configuration lock")},
         {false, "output net_via_router", QT_TRANSLATE_NOOP("CommandKinds", "Router mode")},

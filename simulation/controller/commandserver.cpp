@@ -23,7 +23,7 @@ QByteArray answerText(int result, QByteArray answer)
 {
     if (result != Accepted)
         return protocol::refused + QByteArray::number(result);
-    // A line end within an answer would break the line protocol.
+    // The client would take a line end within an answer for the end of the answer.
     answer.replace('\n', ' ').replace('\r', ' ');
     return answer.isEmpty() ? QByteArray(protocol::accepted) : protocol::accepted + (' ' + answer);
 }

@@ -17,6 +17,7 @@ public:
     /// The maximum number of simultaneous connections. Further clients are disconnected at once.
     static constexpr int ConnectionLimit = 64;
 
+    /// \a controller must outlive this object.
     explicit CommandServer(SimulatedController &controller, QObject *parent = nullptr);
 
     /// Starts to listen; with \a port 0 the system chooses a free port. Returns false and sets \a problem to
@@ -25,14 +26,15 @@ public:
 
     quint16 port() const { return m_server.serverPort(); }
 
-    /// Sets the port of the data connection, which the answer to "hello" contains.
+    /// Sets the port of the data connections. The answer to "hello" contains this port.
     void setDataPort(quint16 port) { m_dataPort = port; }
 
     /// Sets the delay of each answer, for clients that connect after the call.
     void setAnswerDelay(int milliseconds) { m_answerDelayMs = milliseconds; }
 
 signals:
-    /// The client at \a address has sent "hello", as a frontend does when it connects.
+    /// The client at \a address has sent "hello", as a frontend does when it connects. Emitted before the
+    /// answer is sent.
     void greeted(const QHostAddress &address);
 
 private:

@@ -5,7 +5,7 @@
 namespace simulation {
 
 /// Answers queries and executes commands of the Controller's language, in this process or over a network.
-/// Implementations are thread-safe.
+/// Implementations are thread-safe. Both functions may block until the Controller has answered.
 class CommandService
 {
 public:
@@ -16,11 +16,11 @@ public:
         TimedOut = -3
     };
 
-    /// Answers \a text. Returns 0 and writes \a answer, or returns a nonzero result. A simulated fault may
-    /// write \a answer and return a nonzero result.
+    /// Answers the query \a text. Returns 0 and writes \a answer, or returns one of the nonzero results in
+    /// docs/protocol.md. A simulated fault may write \a answer and return a nonzero result.
     virtual int query(const QByteArray &text, QByteArray *answer) = 0;
 
-    /// Executes \a text. Returns 0 or a nonzero result.
+    /// Executes the command \a text. Returns 0, or a nonzero result as query() does.
     virtual int command(const QByteArray &text) = 0;
 
 protected:

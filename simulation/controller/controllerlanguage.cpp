@@ -7,7 +7,7 @@ namespace {
 using Words = QList<QByteArray>;
 
 constexpr int maximumPort = 65535;
-/// The port of the frontend's monitor channel.
+/// The port in the answer to "output net chmon".
 constexpr int monitorPort = 5000;
 
 QByteArray yesOrNo(bool value)
@@ -53,8 +53,8 @@ int findChannel(const QByteArray &word, int *index)
     return number >= 1 && number <= outputChannelCount ? Accepted : OutOfRange;
 }
 
-/// Joins the words from index \a first on, except the last \a omitted ones. They are a type name, which may
-/// contain blanks.
+/// Returns the words from index \a first on, except the last \a omitted ones, joined by blanks: a type name
+/// may contain blanks.
 QByteArray joinedFrom(const Words &words, int first, int omitted = 0)
 {
     return words.mid(first, words.size() - first - omitted).join(' ');
@@ -93,8 +93,8 @@ int answerChannelQuery(const ControllerState &state, const Words &words, QByteAr
     if (const int result = findChannel(words.at(2), &index))
         return result;
     const OutputChannel &channel = state.channels[size_t(index)];
-    const QByteArray &verb = words.at(1);
-    if (verb == "active" && words.size() > 3) {
+    const QByteArray &keyword = words.at(1);
+    if (keyword == "active" && words.size() > 3) {
         const QByteArray type = joinedFrom(words, 3);
         if (!findOutputType(state.catalogue, type))
             return OutOfRange;
@@ -103,11 +103,11 @@ int answerChannelQuery(const ControllerState &state, const Words &words, QByteAr
     }
     if (words.size() != 3)
         return NotUnderstood;
-    if (verb == "net")
+    if (keyword == "net")
         *answer = describe(channel.destination);
-    else if (verb == "net_active")
+    else if (keyword == "net_active")
         *answer = yesOrNo(channel.active);
-    else if (verb == "net_divisor" && versionAtLeast(state.version, 1, 6))
+    else if (keyword == "net_divisor" && versionAtLeast(state.version, 1, 6))
         *answer = QByteArray::number(channel.divisor);
     else
         return NotUnderstood;
@@ -220,8 +220,8 @@ int answerQuery(const ControllerState &state, const QByteArray &text, QByteArray
         const Words words = text.split(' ');
         if (words.size() < 3 || words.first() != "output")
             return NotUnderstood;
-        const QByteArray &verb = words.at(1);
-        if (verb == "type" || verb == "type_desc" || verb == "available")
+        const QByteArray &keyword = words.at(1);
+        if (keyword == "type" || keyword == "type_desc" || keyword == "available")
             return answerTypeQuery(state, words, answer);
         return answerChannelQuery(state, words, answer);
     }
@@ -235,20 +235,20 @@ int executeCommand(ControllerState &state, const QByteArray &text)
         return NotUnderstood;
     if (state.locked)
         return Locked;
-    const QByteArray &verb = words.at(1);
-    if (verb == "net_via_router")
+    const QByteArray &keyword = words.at(1);
+    if (keyword == "net_via_router")
         return setRouter(state, words);
     int index = 0;
     if (const int result = findChannel(words.at(2), &index))
         return result;
     OutputChannel &channel = state.channels[size_t(index)];
-    if (verb == "net")
+    if (keyword == "net")
         return setDestination(state, channel, words);
-    if (verb == "net_active")
+    if (keyword == "net_active")
         return setActive(channel, words);
-    if (verb == "net_divisor")
+    if (keyword == "net_divisor")
         return setDivisor(state, channel, words);
-    if (verb == "active")
+    if (keyword == "active")
         return setType(state, channel, words);
     return NotUnderstood;
 }

@@ -4,7 +4,7 @@
 
 namespace simulation {
 
-/// Results of queries and commands. All but Accepted are refusals, which change nothing.
+/// Results of queries and commands. All but Accepted are refusals: a refused command changes nothing.
 enum ControllerResult : int
 {
     Accepted = 0,
@@ -13,8 +13,8 @@ enum ControllerResult : int
     Locked = 3         ///< the configuration is locked
 };
 
-/// Answers the query \a text from \a state. Returns a ControllerResult; writes \a answer only if it is
-/// Accepted.
+/// Answers the query \a text from \a state. Returns a ControllerResult. Writes \a answer only if the result
+/// is Accepted.
 int answerQuery(const ControllerState &state, const QByteArray &text, QByteArray *answer);
 
 /// Executes the command \a text on \a state. Returns a ControllerResult.

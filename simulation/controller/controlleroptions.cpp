@@ -69,14 +69,14 @@ Connect a frontend with: frontend --controller HOST:PORT
 Defaults are in parentheses.
 
 The network:
-  --address <address>  address to listen on; 0.0.0.0: all addresses of this computer (127.0.0.1)
+  --address <address>  IPv4 address to listen on; 0.0.0.0: all addresses of this computer (127.0.0.1)
   --port <port>        TCP port of the commands; 0: any free port (5600)
   --data-port <port>   TCP port of the data; 0: any free port (the port after --port)
 
 The Controller:
   --controller-version <major.minor[.third]>
-                       version, which determines its features: router mode from 1.4, the send data divisor from 1.6,
-                       the configuration lock from 1.9 (1.9.0)
+                       version of the Controller, which determines its features: router mode from 1.4, the send data
+                       divisor from 1.6, the configuration lock from 1.9 (1.9.0)
   --locked             lock the configuration
   --router             start in router mode, so that the frontend's module sends the data
   --channels <n>       number of channels to set up, 0 to 10 (3); channel 1 sends to port 5001, channel 2 to port 5002,
@@ -95,7 +95,7 @@ The run:
   -h, --help           show this text
 
 When the program is ready, it prints one line with both addresses. Exit status: 0 when stopped; 1 if it cannot listen;
-2 for wrong usage, and if the recording cannot be used.
+2 for wrong usage, or if the recording cannot be used.
 )");
 }
 

@@ -24,8 +24,8 @@ struct ControllerOptions
     QString address = QLatin1String("127.0.0.1");
     int port = defaultControllerPort;
     int dataPort = -1; ///< -1: the port after that of the commands; 0: any free one
-    int channels = 3;
-    int rate = 60; ///< frames per second
+    int channels = 3;  ///< how many channels are set up
+    int rate = 60;     ///< frames per second
     BackendVersions controllerVersion = {{0, 0, 0}, 1, 9, 0};
     bool locked = false;
     bool router = false;

@@ -16,7 +16,7 @@ class DataThread;
 class FrameSource;
 
 /// The simulated Controller on a network: its command server, data server and UDP output. Lives on a thread
-/// with an event loop; not thread-safe.
+/// with an event loop; not thread-safe, except for the functions of FrameSink.
 class ControllerService : public QObject, public FrameSink
 {
     Q_OBJECT
@@ -29,10 +29,12 @@ public:
     /// \a problem to a message of one line on failure.
     bool openSource(QString *problem);
 
-    /// Starts to listen and to produce data. Call openSource() first. Returns false and sets \a problem to a
-    /// message of one line on failure.
+    /// Starts to listen and to produce data. Call it once, after openSource(). Returns false and sets \a
+    /// problem to a message of one line on failure.
     bool start(QString *problem);
 
+    /// Returns the Controller, which is thread-safe. After a change of its state on another thread, the data
+    /// and the clients follow when the event loop has processed the change.
     SimulatedController &controller() { return m_controller; }
     quint16 commandPort() const { return m_commandServer.port(); }
     quint16 dataPort() const { return m_dataServer.port(); }

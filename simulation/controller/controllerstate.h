@@ -41,6 +41,7 @@ struct Destination
     }
 };
 
+/// The settings of one output channel.
 struct OutputChannel
 {
     Destination destination;
@@ -61,8 +62,9 @@ struct ControllerState
     std::array<OutputChannel, outputChannelCount> channels;
 };
 
-/// Returns the state of a Controller of version 1.9 with the default catalogue and no channel destinations.
-/// Its system model is 100, the only one for which the module's dialog accepts the destination 127.0.0.1.
+/// Returns the state of a Controller of version 1.9.0 with the default catalogue. No channel has a
+/// destination, and only the type "fr" is ticked. The system model is 100, the only one for which the
+/// module's dialog accepts the destination 127.0.0.1.
 ControllerState defaultControllerState();
 
 /// Returns the entry of \a catalogue for \a type, or null. The pointer is valid until the catalogue

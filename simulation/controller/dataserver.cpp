@@ -12,7 +12,8 @@ namespace {
 /// A client is disconnected if more than this many bytes cannot be sent because it does not read.
 constexpr qint64 unreadLimit = qint64{4} * 1024 * 1024;
 
-/// The maximum size of the data that wait for the event loop. Frames and events that exceed it are dropped.
+/// The maximum size in bytes of the data that wait for the event loop. Frames and events that exceed it are
+/// dropped.
 constexpr int pendingLimit = 16 * 1024 * 1024;
 
 } // namespace
@@ -85,8 +86,8 @@ void DataServer::acceptConnection()
     }
 }
 
-/// \a text must consist of whole frames or lines, so that the first data of a client that connects between
-/// two flushes are not a part of a frame.
+/// Appends \a text to the data that flush() sends. \a text must be a whole frame or event, so that the first
+/// data of a client that connects between two flushes are not a part of a frame.
 void DataServer::enqueue(const QByteArray &text)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -100,6 +101,7 @@ void DataServer::enqueue(const QByteArray &text)
     m_flushPosted = true;
 }
 
+/// Sends the pending data to all clients. Runs on the thread of the event loop.
 void DataServer::flush()
 {
     QByteArray text;

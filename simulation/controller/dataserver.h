@@ -29,15 +29,17 @@ public:
     /// Starts to listen; with \a port 0 the system chooses a free port. Returns false and sets \a problem to
     /// a message of one line on failure.
     bool listen(const QHostAddress &address, quint16 port, QString *problem);
+
     quint16 port() const { return m_server.serverPort(); }
 
-    /// Sends the lines of \a frame. Thread-safe.
+    /// Queues the lines of \a frame and an empty line for all clients; the event loop sends them. If more
+    /// than 16 MiB would be queued, the frame is dropped. Thread-safe.
     void sendFrame(const Frame &frame);
 
-    /// Sends one line, such as protocol::reset. Thread-safe.
+    /// Queues the event \a line, such as protocol::reset, as sendFrame() queues a frame. Thread-safe.
     void sendEvent(const QByteArray &line);
 
-    /// Sends the event \a line to all clients and, until the next call, also to each new client when it
+    /// Calls sendEvent() with \a line. Until the next call, each new client also gets \a line when it
     /// connects.
     void setState(const QByteArray &line);
 
@@ -49,7 +51,7 @@ private:
 
     QTcpServer m_server;
     QTimer m_aliveTimer;
-    QByteArray m_state; ///< the line of the last setState()
+    QByteArray m_state; ///< the line that setState() has set
     QList<QTcpSocket *> m_clients;
     std::atomic<int> m_clientCount{0}; ///< size of m_clients, for other threads
 

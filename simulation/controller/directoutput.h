@@ -9,7 +9,7 @@
 namespace simulation {
 
 /// The Controller's own output: with router mode off it sends the frames of each active channel, one datagram
-/// per frame.
+/// per frame. Thread-safe.
 class DirectOutput
 {
 public:
@@ -19,14 +19,15 @@ public:
     }
 
     /// Uses \a routes from now on. When the function returns, no frame is being sent with the previous
-    /// routes. Thread-safe.
+    /// routes.
     void follow(const ChannelRoutes &routes);
 
-    /// Sends \a frame on each active channel that has to send it. Call it on one thread at a time.
+    /// Sends \a frame on each active channel that has to send it. Datagrams that the system does not accept
+    /// are lost.
     void send(const Frame &frame);
 
 private:
-    std::mutex m_mutex;
+    std::mutex m_mutex; ///< guards all members below
     ChannelRoutes m_routes;
     UdpSocket m_socket;
 };

@@ -8,7 +8,7 @@ namespace simulation {
 
 namespace {
 
-const char *const kindNames[] = {"none", "udp", "multicast"};
+const char *const kindNames[] = {"none", "udp", "multicast"}; // in the order of Destination::Kind
 
 QByteArray versionText(const BackendVersions &version)
 {

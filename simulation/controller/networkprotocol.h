@@ -4,7 +4,8 @@
 
 namespace simulation {
 
-/// The texts of the TCP connections between a Controller and its frontends; docs/protocol.md describes them.
+/// The texts and limits of the TCP connections between a Controller and its frontends; docs/protocol.md
+/// describes them.
 namespace protocol {
 
 inline constexpr char hello[] = "hello";
@@ -18,10 +19,10 @@ inline constexpr char idle[] = "#idle";
 inline constexpr char alive[] = "#alive";
 inline constexpr char state[] = "#state ";
 
-/// The longest line of a request or an answer, including its end.
+/// The longest line of a request or an answer, in bytes, including its end.
 constexpr int maximumLine = 4096;
 
-/// The longest line on the data connection, including its end.
+/// The longest line on the data connection, in bytes, including its end.
 constexpr int maximumDataLine = 1024 * 1024;
 
 /// The interval at which a Controller sends "#alive".
@@ -36,7 +37,11 @@ struct Greeting
     quint16 dataPort = 0;
 };
 
+/// Returns \a greeting as the text that follows "ok" in the answer to "hello".
 QByteArray greetingText(const Greeting &greeting);
+
+/// Parses the text that greetingText() returns. Returns false if \a text has another form; \a greeting may
+/// then be changed in part.
 bool parseGreeting(const QByteArray &text, Greeting *greeting);
 
 /// Returns the parts of \a state that a frontend shows, as JSON without line ends.

@@ -149,8 +149,8 @@ void SimulatedController::clearRecord()
     m_record.clear();
 }
 
-/// Returns the result of the first matching fault, or Accepted. Removes a fault that is meant for one text
-/// only. The caller holds m_mutex.
+/// Returns the result of the first matching fault, or Accepted. Removes a fault that applies only once. The
+/// caller holds m_mutex.
 int SimulatedController::consumeFault(bool isCommand, const QByteArray &text)
 {
     for (int i = 0; i < m_textFaults.size(); ++i) {

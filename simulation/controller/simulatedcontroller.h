@@ -18,7 +18,7 @@ namespace simulation {
 enum class Fault
 {
     None,
-    FailNext,     ///< the next query or command fails, later ones do not
+    FailNext,     ///< like FailEvery, but only for the next query or command
     FailEvery,    ///< every query or command fails, without an answer and without effect
     AnswerEmpty,  ///< every query gets an empty answer; no effect on commands
     AnswerGarbage ///< every query gets an answer that makes no sense; no effect on commands
@@ -55,21 +55,24 @@ public:
     /// Returns the names of the available types, in the order of the catalogue.
     QList<QByteArray> availableTypes() const;
 
-    /// Changes the state directly, even if the configuration is locked.
+    /// Changes the state directly, even if the configuration is locked. \a edit must not call this object,
+    /// whose mutex is locked meanwhile.
     void change(const std::function<void(ControllerState &)> &edit);
 
-    /// Makes \a text (or, with Prefix, any text that starts with it) fail with \a result. A failing query
-    /// still returns an overridden answer.
+    /// Makes the query or command \a text (or, with Prefix, any that starts with it) fail with \a result,
+    /// once or always. Of several calls that match a text, the first one applies. A failing query still
+    /// returns an overridden answer.
     void fail(const QByteArray &text, Match match = Match::Exact, Times times = Times::Always,
               int result = -1);
 
     /// Makes the query \a text return \a answer, even if the Controller does not know this query.
     void overrideAnswer(const QByteArray &text, const QByteArray &answer);
 
-    /// Sets the fault of \a kind, a position in commandKinds(). fail() and overrideAnswer() take precedence.
+    /// Sets the fault of \a kind, a position in commandKinds(). The result of a matching fail() and the
+    /// answer of a matching overrideAnswer() take precedence.
     void setFault(int kind, Fault fault);
 
-    /// Makes commands fail at random with \a probability, 0 to 1.
+    /// Makes commands fail at random with \a probability, 0 to 1. Their result is -1.
     void setRefusalProbability(double probability);
 
     /// Returns the faults by position in commandKinds().
@@ -89,7 +92,7 @@ public:
     static constexpr int RecordLimit = 20000;
 
 signals:
-    /// A query or command was answered.
+    /// A query or command is about to return.
     void exchanged(const simulation::Exchange &exchange);
     /// A command was accepted, or change() was called.
     void stateChanged();
@@ -107,7 +110,7 @@ private:
     bool findAnswerFault(const QByteArray &text, QByteArray *answer) const;
     void keep(const Exchange &exchange);
 
-    mutable std::mutex m_mutex;
+    mutable std::mutex m_mutex; ///< guards all members below
     ControllerState m_state;
     QList<TextFault> m_textFaults;
     QHash<QByteArray, QByteArray> m_overrides;
