@@ -50,7 +50,7 @@ public:
     explicit FrameChecker(const FrameLedger &ledger);
 
     /// Sets what is expected from now on. The next datagram starts a new sequence, unless begin() was called
-    /// and no frame has arrived since then.
+    /// and was not followed by a frame, restart() or join().
     void expect(const Expectation &expectation);
 
     /// Resets the counts and expects every due frame of the ledger. In router mode, the ledger's first frame
