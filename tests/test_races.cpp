@@ -1,5 +1,5 @@
-// Race conditions whose window is only a few instructions wide, each provoked thousands of times. Every
-// crossing, that is every attempt, delays the two sides differently. Counters show that both orders occur.
+// Race conditions whose window is only a few instructions wide. Each is provoked many times, and each attempt
+// delays the threads differently. Counters verify that the situation in question has occurred.
 
 #include "condition.h"
 #include "fedchannel.h"
@@ -22,34 +22,34 @@ using namespace networksettings2g;
 
 namespace {
 
-constexpr int fullCrossings = 10000;
-constexpr int patienceMilliseconds = 16000;
-constexpr int limitMilliseconds = 30000;
+constexpr int maximumAttempts = 10000;
+constexpr int softLimitMilliseconds = 16000; // after this time, a tenth of the attempts is enough
+constexpr int waitLimitMilliseconds = 30000;
 constexpr int servedChannels = 10;
-constexpr quint16 firstPort = 9000;
+constexpr quint16 firstPort = 9000; // of the served channels
 
 const std::thread::id mainThread = std::this_thread::get_id();
 std::atomic<int> becameWorker{0}; // threads that became the worker
 std::atomic<int> foundWorker{0};  // threads that found another worker
-std::atomic<int> workerYields{0}; // yields of a worker before it locks a mutex
+std::atomic<int> workerYields{0}; // yields of any thread but the main thread before it locks a mutex
 std::atomic<NativeMutex *> runMutex{nullptr};
 std::atomic<int> leaveYields{0}; // yields of a worker before it unlocks the run mutex
 std::atomic<bool> destroying{false};
 std::atomic<int> lateAttempts{0};    // attempts to become the worker during a destruction
 std::atomic<int> publishWaits{0};    // sleeps of publish() while a reader uses the previous table
-std::atomic<int> joinedDatagrams{0}; // datagrams that do not consist of complete frames
-std::atomic<int> lastSentNumber{0};
-std::atomic<int> timeOutYields{0}; // yields after the time-out of a wait, before it is counted
-std::array<std::atomic<int>, servedChannels> lastNumbers; // the last frame that each channel has sent
+std::atomic<int> brokenDatagrams{0}; // datagrams that do not consist of complete frames
+std::atomic<int> lastSentNumber{0};  // of the last frame in the last datagram of any channel
+std::atomic<int> timeOutYields{0};   // yields after the time-out of a wait, before the condition counts it
+std::array<std::atomic<int>, servedChannels> lastNumbers; // of the last frame that each channel has sent
 std::array<std::atomic<int>, servedChannels> datagrams;   // sent by each channel
-std::atomic<int> servedSends{0};   // datagrams from a thread that has sent for another channel just before
-std::atomic<int> lateDatagrams{0}; // datagrams after a stop has returned
-std::atomic<int> disorder{0};      // datagrams whose number is not above the channel's previous one
+std::atomic<int> channelSwitches{0}; // datagrams whose thread sent its previous datagram for another channel
+std::atomic<int> lateDatagrams{0};   // datagrams after a stop has returned
+std::atomic<int> disorder{0};        // datagrams whose number is not above the channel's previous one
 enum Waits
 {
     Usual,
     Endless, // a wait of a worker ends only by a wake-up
-    Short    // a wait of a worker may time out at once
+    Short    // a wait of a worker times out after 1 ms
 };
 std::atomic<Waits> waits{Usual};
 
@@ -59,7 +59,7 @@ void spin(int turns)
     }
 }
 
-/// Whether \a datagram consists of complete frames: pairs of lines "fr N" and "6d N".
+/// Returns whether \a datagram consists of complete frames: pairs of lines "fr N" and "6d N".
 bool isWhole(const QByteArray &datagram)
 {
     const QList<QByteArray> lines = datagram.split('\n');
@@ -84,11 +84,12 @@ int lastNumberIn(const QByteArray &datagram)
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker prescribes the names.
 extern "C" {
 
-// Shortens the sleeps of 10 ms in a stop and of 1 ms in publish(), whose durations do not matter here.
+// Replaces each sleep with a yield, because no duration of a sleep matters here. On the main thread, only
+// publish() sleeps for 1 ms.
 void __real_nativeSleep(uint32_t);
 void __wrap_nativeSleep(uint32_t milliseconds)
 {
-    if (milliseconds == 1)
+    if (milliseconds == 1 && std::this_thread::get_id() == mainThread)
         ++publishWaits;
     __real_nativeSleep(0);
 }
@@ -96,12 +97,14 @@ void __wrap_nativeSleep(uint32_t milliseconds)
 int __real_nativeMutexLock(NativeMutex *);
 int __wrap_nativeMutexLock(NativeMutex *mutex)
 {
-    const bool isWorker = std::this_thread::get_id() != mainThread;
-    for (int turn = 0; isWorker && turn < workerYields; ++turn)
+    const bool isMain = std::this_thread::get_id() == mainThread;
+    for (int turn = 0; !isMain && turn < workerYields; ++turn)
         std::this_thread::yield();
     return __real_nativeMutexLock(mutex);
 }
 
+// With a single channel, only a thread that tries to become its worker calls this function. With several
+// channels, servers call it too; the counters are not used then.
 int __real_nativeMutexTryLock(NativeMutex *);
 int __wrap_nativeMutexTryLock(NativeMutex *mutex)
 {
@@ -125,26 +128,27 @@ int __wrap_nativeMutexUnlock(NativeMutex *mutex)
 int __real_nativeSemaphoreWait(NativeSemaphore *, uint32_t);
 int __wrap_nativeSemaphoreWait(NativeSemaphore *semaphore, uint32_t milliseconds)
 {
-    const bool isForLines = milliseconds != nativeForever;
-    const uint32_t limit = isForLines && waits == Short ? milliseconds % 3 : milliseconds;
+    const bool isForWakeUp = milliseconds != nativeForever; // only a wait for a wake-up has a limit
+    const uint32_t limit = isForWakeUp && waits == Short ? 1 : milliseconds;
     int result = __real_nativeSemaphoreWait(semaphore, limit);
-    while (isForLines && waits == Endless && result == NativeTimedOut)
+    while (isForWakeUp && waits == Endless && result == NativeTimedOut)
         result = __real_nativeSemaphoreWait(semaphore, 1);
     for (int turn = 0; result == NativeTimedOut && turn < timeOutYields; ++turn)
         std::this_thread::yield();
     return result;
 }
 
+// Examines the datagram and sends nothing.
 int32_t __real_nativeSocketSend(NativeSocket, const void *, int32_t, uint32_t, uint16_t);
 int32_t __wrap_nativeSocketSend(NativeSocket, const void *data, int32_t length, uint32_t, uint16_t port)
 {
     const QByteArray datagram(static_cast<const char *>(data), length);
     const int number = lastNumberIn(datagram);
-    joinedDatagrams += !isWhole(datagram);
+    brokenDatagrams += !isWhole(datagram);
     lastSentNumber = number;
     if (port >= firstPort) {
         static thread_local quint16 previousPort = port;
-        servedSends += std::exchange(previousPort, port) != port;
+        channelSwitches += std::exchange(previousPort, port) != port;
         const auto channel = std::size_t(port - firstPort);
         disorder += lastNumbers[channel].exchange(number) >= number;
         ++datagrams[channel];
@@ -156,11 +160,12 @@ int32_t __wrap_nativeSocketSend(NativeSocket, const void *data, int32_t length, 
 
 namespace {
 
-/// How often each race is provoked. Only sanitized builds, about ten times slower, read RACE_CROSSINGS.
-int crossings()
+/// Returns how many attempts each race should get. Only sanitized builds, about ten times slower, read
+/// RACE_ATTEMPTS.
+int attempts()
 {
-    const int given = isSanitized ? qEnvironmentVariableIntValue("RACE_CROSSINGS") : 0;
-    return given > 0 ? given : fullCrossings;
+    const int given = isSanitized ? qEnvironmentVariableIntValue("RACE_ATTEMPTS") : 0;
+    return given > 0 ? given : maximumAttempts;
 }
 
 std::vector<quint16> servedPorts()
@@ -206,15 +211,15 @@ private slots:
 private:
     int below(int bound) { return static_cast<int>(m_random.bounded(bound)); }
 
-    /// Whether another crossing should follow after \a made ones. On a busy computer, a tenth of all
-    /// crossings is enough.
+    /// Returns whether another attempt should follow after \a made ones. On a busy computer, a tenth of all
+    /// attempts is enough.
     bool wantsMore(int made) const
     {
-        return made < crossings() && (made < crossings() / 10 || !m_patience.hasExpired());
+        return made < attempts() && (made < attempts() / 10 || !m_softLimit.hasExpired());
     }
 
     QRandomGenerator m_random{1};
-    QDeadlineTimer m_patience;
+    QDeadlineTimer m_softLimit;
     int m_threads = 0;
     int m_descriptors = 0;
 };
@@ -222,22 +227,22 @@ private:
 void TestRaces::init()
 {
     for (std::atomic<int> *counter :
-         {&becameWorker, &foundWorker, &lateAttempts, &publishWaits, &joinedDatagrams, &lastSentNumber,
-          &timeOutYields, &workerYields, &leaveYields, &servedSends, &disorder, &lateDatagrams})
+         {&becameWorker, &foundWorker, &lateAttempts, &publishWaits, &brokenDatagrams, &lastSentNumber,
+          &timeOutYields, &workerYields, &leaveYields, &channelSwitches, &disorder, &lateDatagrams})
         *counter = 0;
     for (int channel = 0; channel < servedChannels; ++channel)
         lastNumbers[std::size_t(channel)] = datagrams[std::size_t(channel)] = 0;
     waits = Usual;
     m_threads = threadCount();
     m_descriptors = descriptorCount();
-    m_patience.setRemainingTime(patienceMilliseconds);
+    m_softLimit.setRemainingTime(softLimitMilliseconds);
 }
 
 void TestRaces::cleanup()
 {
     QVERIFY(comesTrue([this] { return threadCount() == m_threads; }));
     QCOMPARE(descriptorCount(), m_descriptors);
-    QCOMPARE(joinedDatagrams.load(), 0);
+    QCOMPARE(brokenDatagrams.load(), 0);
 }
 
 void TestRaces::startWhileAWorkerEndsLeavesOneWorker()
@@ -246,16 +251,16 @@ void TestRaces::startWhileAWorkerEndsLeavesOneWorker()
     int number = 0;
     channel.updateRouterActiveState(true);
     QVERIFY(forwards(&channel, &number));
-    for (int crossing = 0; wantsMore(crossing); ++crossing) {
+    for (int attempt = 0; wantsMore(attempt); ++attempt) {
         leaveYields = below(300);
         workerYields = below(20);
-        if (crossing % 2 == 0) {
+        if (attempt % 2 == 0) {
             channel.updateRouterActiveState(false);
         } else {
             channel.setActive(false);
-            channel.feed(frameOf(0)); // an inactive channel ignores it, so a sleeping worker is not woken
+            channel.feed(frameOf(0)); // an inactive channel ignores it, so it does not wake the worker
         }
-        if (crossing % 10 == 0)
+        if (attempt % 10 == 0)
             QVERIFY(comesTrue([this] { return threadCount() == m_threads; }));
         else
             spin(below(4000));
@@ -272,13 +277,13 @@ void TestRaces::startWhileAWorkerEndsLeavesOneWorker()
 
 void TestRaces::destructorJoinsThreadsThatHaveJustStarted()
 {
-    for (int crossing = 0; wantsMore(crossing); ++crossing) {
+    for (int attempt = 0; wantsMore(attempt); ++attempt) {
         auto channel = std::make_unique<FedChannel>(9);
         workerYields = below(4);
         for (int starts = below(5); starts > 0; --starts)
             channel->updateRouterActiveState(true);
         for (int frames = below(100) == 0 ? 1000 : below(2); frames > 0; --frames)
-            channel->feed(frameOf(crossing));
+            channel->feed(frameOf(attempt));
         spin(below(200));
         destroying = true;
         channel.reset();
@@ -290,6 +295,7 @@ void TestRaces::destructorJoinsThreadsThatHaveJustStarted()
     QVERIFY(lateAttempts < all);
 }
 
+/// A line that reached a destroyed channel would crash the program, or a sanitizer would report it.
 void TestRaces::noLineReachesADestroyedChannel()
 {
     const auto fanOut = makeFanOut();
@@ -302,7 +308,7 @@ void TestRaces::noLineReachesADestroyedChannel()
             fanOut->resetFrames();
         lines = line;
     });
-    for (int crossing = 0; wantsMore(crossing); ++crossing) {
+    for (int attempt = 0; wantsMore(attempt); ++attempt) {
         auto passing = std::make_unique<FedChannel>(9, fanOut, 1);
         fanOut->publish({&steady, passing.get()});
         passing->updateRouterActiveState(true);
@@ -312,12 +318,12 @@ void TestRaces::noLineReachesADestroyedChannel()
         fanOut->publish({&steady});
         passing.reset();
     }
-    qInfo("publish() waited %d times for a reader", publishWaits.load());
+    qInfo("publish() slept %d times to wait for a reader", publishWaits.load());
     QVERIFY(publishWaits > 0);
     fanOut->publish({});
 }
 
-/// Changes the channel with the given index. The mutex keeps the data thread from starting a frame.
+/// Changes the channel with the given index. While the mutex is locked, the data thread feeds no frame.
 using Change = std::function<void(FedChannels &, int, std::mutex &)>;
 
 Q_DECLARE_METATYPE(Change)
@@ -334,28 +340,29 @@ void TestRaces::framesStayInOrderWhileAServedChannelChanges_data()
         const std::lock_guard<std::mutex> guard(betweenFrames);
         channels.at(index).updateRouterActiveState(true);
     };
-    row("a channel is stopped", false, restart);
-    row("the serving channel is stopped", false,
-        [restart](FedChannels &channels, int index, std::mutex &mutex) {
-            restart(channels, index < 5 ? 4 : 9,
-                    mutex); // deliver() wakes their workers, which serve the others
+    row("a channel is stopped and started", false, restart);
+    // deliver() wakes the workers of the channels with the indexes 4 and 9, which serve the others.
+    row("a serving channel is stopped and started", false,
+        [restart](FedChannels &channels, int index, std::mutex &betweenFrames) {
+            restart(channels, index < 5 ? 4 : 9, betweenFrames);
         });
     row("a channel is reset", true,
         [](FedChannels &channels, int index, std::mutex &) { channels.at(index).resetFrame(); });
-    row("a channel is destroyed", true, [](FedChannels &channels, int index, std::mutex &betweenFrames) {
-        channels.replace(index, quint16(firstPort + index));
-        const std::lock_guard<std::mutex> guard(betweenFrames);
-        channels.at(index).updateRouterActiveState(true);
-    });
+    row("a channel is destroyed and replaced", true,
+        [](FedChannels &channels, int index, std::mutex &betweenFrames) {
+            channels.replace(index, quint16(firstPort + index));
+            const std::lock_guard<std::mutex> guard(betweenFrames);
+            channels.at(index).updateRouterActiveState(true);
+        });
 }
 
-/// Data flow without a pause while one of ten channels changes.
+/// A data thread feeds frames all the time, and each attempt changes a random one of ten channels.
 void TestRaces::framesStayInOrderWhileAServedChannelChanges()
 {
     QFETCH(const Change, change);
     QFETCH(const bool, keepsFramesWhole);
 
-    m_patience.setRemainingTime(patienceMilliseconds / 4);
+    m_softLimit.setRemainingTime(softLimitMilliseconds / 4);
     FedChannels channels(servedPorts());
     channels.start();
     // Begin with complete frames: after a reset within a channel's very first frame, the rest of that frame
@@ -372,22 +379,23 @@ void TestRaces::framesStayInOrderWhileAServedChannelChanges()
         }
         spin(frame % 16 * 1000);
     });
-    for (int crossing = 0; wantsMore(crossing); ++crossing) {
+    for (int attempt = 0; wantsMore(attempt); ++attempt) {
         change(channels, below(servedChannels), betweenFrames);
         spin(below(20000));
     }
     data.reset();
-    waits = Endless; // a channel that is called but not served would not send
+    waits = Endless; // from now on, a channel that was called but not served would never send
     for (int frames = 0; frames < 5; ++frames)
         channels.feedFrame(++number);
     QVERIFY(comesTrue([&number] { return haveAllSent(number); }));
     waits = Usual;
-    qInfo("%d frames, %d datagrams were sent by another channel's worker", number.load(), servedSends.load());
-    QVERIFY(servedSends > 0);
+    qInfo("%d frames; %d times a worker sent for another channel than before", number.load(),
+          channelSwitches.load());
+    QVERIFY(channelSwitches > 0);
     QCOMPARE(disorder.load(), 0);
     QCOMPARE(lateDatagrams.load(), 0);
     if (!keepsFramesWhole)
-        joinedDatagrams = 0;
+        brokenDatagrams = 0;
 }
 
 void TestRaces::everyFrameIsServedWithoutALaterLine_data()
@@ -401,13 +409,13 @@ void TestRaces::everyFrameIsServedWithoutALaterLine()
 {
     QFETCH(const int, waitsOfWorkers);
 
-    m_patience.setRemainingTime(patienceMilliseconds / 4);
+    m_softLimit.setRemainingTime(softLimitMilliseconds / 4);
     FedChannels channels(servedPorts());
     channels.start();
     channels.feedFrame(1);
     waits = static_cast<Waits>(waitsOfWorkers);
     int number = 1;
-    for (int crossing = 0; wantsMore(crossing); ++crossing) {
+    for (int attempt = 0; wantsMore(attempt); ++attempt) {
         timeOutYields = below(20);
         workerYields = below(3);
         // Lines of the second frame may come while the first one is being served.
@@ -417,64 +425,66 @@ void TestRaces::everyFrameIsServedWithoutALaterLine()
         spin(below(20000));
     }
     waits = Usual;
-    qInfo("%d frames, %d datagrams were sent by another channel's worker", number, servedSends.load());
-    QVERIFY(servedSends > 0);
+    qInfo("%d frames; %d times a worker sent for another channel than before", number,
+          channelSwitches.load());
+    QVERIFY(channelSwitches > 0);
     // The first two frames share a datagram.
     for (const std::atomic<int> &count : datagrams)
         QCOMPARE(count.load(), number - 1);
 }
 
-/// The waiter is a minimal worker: it checks its queue after each wait, whether that was woken or timed out.
-/// The queue is a number of tokens. Each token is added and signalled under the mutex.
+/// The waiting thread acts like a worker: it checks its queue after each wait, woken or timed out. The queue
+/// is only a count of entries. Each entry is added and signalled with the mutex held.
 void TestRaces::signalDuringATimeOutIsNotLost()
 {
     Mutex *mutex = nullptr;
     Condition *condition = nullptr;
     QCOMPARE(mutexCreate(&mutex), 0);
     QCOMPARE(condCreate(&condition), 0);
-    int tokens = 0; // guarded by mutex
-    int met = 0;    // waits that timed out although a token had been added and signalled
-    int woken = 0;
-    int lost = 0;
-    int wokenWithoutToken = 0;
+    int entries = 0;                 // in the queue; guarded by mutex
+    int signalledDuringTimeOuts = 0; // short waits that timed out although an entry had been signalled
+    int woken = 0;                   // short waits that were woken
+    int lost = 0;                    // signals that did not end the long wait
+    int wokenWithoutEntry = 0;
     std::atomic<int> rounds{0};
     std::thread waiter([&] {
         mutexLock(mutex);
-        for (int round = 1; round <= crossings(); ++round) {
+        for (int round = 1; round <= attempts(); ++round) {
             rounds = round;
             int result = condTimedWait(condition, mutex, 0);
-            met += result == WaitTimedOut && tokens > 0;
+            signalledDuringTimeOuts += result == WaitTimedOut && entries > 0;
             woken += result == Succeeded;
-            wokenWithoutToken += result == Succeeded && tokens == 0;
-            while (tokens == 0) {
-                result = condTimedWait(condition, mutex, limitMilliseconds);
+            wokenWithoutEntry += result == Succeeded && entries == 0;
+            while (entries == 0) {
+                result = condTimedWait(condition, mutex, waitLimitMilliseconds);
                 lost += result != Succeeded;
-                wokenWithoutToken += result == Succeeded && tokens == 0;
+                wokenWithoutEntry += result == Succeeded && entries == 0;
                 if (result != Succeeded)
                     break;
             }
-            tokens = 0;
+            entries = 0;
         }
         mutexUnlock(mutex);
     });
-    for (int round = 1; round <= crossings(); ++round) {
+    for (int round = 1; round <= attempts(); ++round) {
         while (rounds < round)
             std::this_thread::yield();
         timeOutYields = below(20);
         spin(below(4000));
         mutexLock(mutex);
-        ++tokens;
+        ++entries;
         for (int turns = below(20); turns > 0; --turns)
             std::this_thread::yield();
         condSignal(condition);
         mutexUnlock(mutex);
     }
     waiter.join();
-    qInfo("%d signals came during a time-out, %d woke the short wait", met, woken);
+    qInfo("%d signals came during a time-out, %d woke the short wait", signalledDuringTimeOuts, woken);
     QCOMPARE(lost, 0);
-    QCOMPARE(wokenWithoutToken, 0);
-    QVERIFY(met > 0);
+    QCOMPARE(wokenWithoutEntry, 0);
+    QVERIFY(signalledDuringTimeOuts > 0);
     QVERIFY(woken > 0);
+    // No waiter and no post is left, and the gate is open.
     QCOMPARE(condition->waitersBlocked.load(), condition->waitersGone);
     QCOMPARE(condition->waitersToUnblock, 0);
     QCOMPARE(condition->waitersLate, 0);
