@@ -20,7 +20,7 @@ Datagrams frames(int first, int last)
     return datagrams;
 }
 
-/// The program after it has begun to listen on \a ports ports.
+/// The program receiver as a process. The constructor waits until the program listens on \a ports ports.
 class RunningReceiver : public Program
 {
 public:
@@ -33,13 +33,14 @@ public:
         }
     }
 
-    void send(const Datagrams &datagrams, int port = 0, quint32 address = 0x7f000001)
+    /// Sends to the program's port with \a index, which counts from 0 in the order of the arguments.
+    void send(const Datagrams &datagrams, int index = 0, quint32 address = 0x7f000001)
     {
         for (const QByteArray &datagram : datagrams)
-            QVERIFY(m_sender.send(datagram, address, m_ports.at(port)));
+            QVERIFY(m_sender.send(datagram, address, m_ports.at(index)));
     }
 
-    /// Ends the program. Returns the summaries, which cover all datagrams that have been sent before.
+    /// Ends the program. Returns the summaries, which cover all datagrams that have been sent so far.
     QByteArray finish()
     {
         sendSignal(SIGINT);
@@ -67,7 +68,8 @@ private slots:
     void portsAreJudgedSeparately();
     void groupIsJoinedOnTheInterface();
     void savedFileIsReplayed();
-    void runEndsAfterItsSeconds();
+    void failedWriteIsReportedOnce();
+    void runEndsAfterTheGivenTime();
     void invalidArgumentsAreRefused_data();
     void invalidArgumentsAreRefused();
 };
@@ -77,7 +79,7 @@ void TestReceiver::gapsInTheNumbersAreCounted_data()
     const Table<QList<int>, int, int, int> row("numbers", "lost", "outOfOrder", "restarts");
     row("no frame", {}, 0, 0, 0);
     row("one frame", {7}, 0, 0, 0);
-    row("gap", {7, 8, 11, 12}, 2, 0, 0);
+    row("two frames are missing", {7, 8, 11, 12}, 2, 0, 0);
     row("divisor is recognised", {10, 15, 20, 25}, 0, 0, 0);
     row("gap with a divisor", {10, 15, 25}, 1, 0, 0);
     row("divisor is recognised after the gap", {10, 20, 25}, 1, 0, 0);
@@ -86,8 +88,8 @@ void TestReceiver::gapsInTheNumbersAreCounted_data()
     row("duplicate does not fill a gap", {1, 2, 2, 4}, 1, 1, 0);
     row("late frame and its duplicate", {1, 3, 2, 2, 4}, 0, 2, 0);
     row("each frame twice", {1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11}, 0, 11, 0);
-    row("restart", {500, 501, 503, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}, 1, 0, 1);
-    row("restart with a loss", {500, 501, 1, 2, 3, 4, 5, 7, 8, 9, 10, 11, 12}, 1, 0, 1);
+    row("restart after a loss", {500, 501, 503, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}, 1, 0, 1);
+    row("loss after a restart", {500, 501, 1, 2, 3, 4, 5, 7, 8, 9, 10, 11, 12}, 1, 0, 1);
     row("restart does not fill the gaps before it", {1, 2, 20, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, 17, 0, 1);
     row("no restart before the tenth late frame", {500, 501, 1, 2, 3, 4, 5, 6, 7, 8, 9, 502}, 0, 9, 0);
 }
@@ -180,15 +182,18 @@ void TestReceiver::savedFileIsReplayed()
         numbers.append(frame.size() == 2 && frame.last().text == "6d 0\r\n" ? frameNumber(frame) : -1);
     QCOMPARE(numbers, (QList<int>{1, 2, 4}));
     QCOMPARE(replay.skippedLines(), 0);
-
-    RunningReceiver full(QLatin1String("--save /dev/full 127.0.0.1:0"));
-    full.send(frames(1, 3));
-    full.finish();
-    QCOMPARE(full.status(), 2);
-    QCOMPARE(full.readAllStandardError().count("receiver: cannot write '/dev/full'"), 1);
 }
 
-void TestReceiver::runEndsAfterItsSeconds()
+void TestReceiver::failedWriteIsReportedOnce()
+{
+    RunningReceiver receiver(QLatin1String("--save /dev/full 127.0.0.1:0"));
+    receiver.send(frames(1, 3));
+    receiver.finish();
+    QCOMPARE(receiver.status(), 2);
+    QCOMPARE(receiver.readAllStandardError().count("receiver: cannot write '/dev/full'"), 1);
+}
+
+void TestReceiver::runEndsAfterTheGivenTime()
 {
     RunningReceiver receiver(QLatin1String("--seconds 2 127.0.0.1:0"));
     receiver.send(frames(1, 3));
@@ -204,7 +209,7 @@ void TestReceiver::invalidArgumentsAreRefused_data()
          {"", "--nonsense 5001", "port", "65536", "-1", ":5001", "127.0.0.1:", "no.such.host.invalid:5001",
           "192.0.2.1:5001", "--interface nonsense 239.1.2.3:0", "--interface lo 127.0.0.1:0", "--expect 0 0",
           "--seconds many 0", "--save /nonexistent/file 0", "--save x 0 0"})
-        row(arguments, arguments);
+        row(*arguments ? arguments : "no argument", arguments);
 }
 
 void TestReceiver::invalidArgumentsAreRefused()

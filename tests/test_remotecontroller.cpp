@@ -1,3 +1,5 @@
+// The simulated Controller on a network, its clients, and the programs controller and frontend.
+
 #include "commandclient.h"
 #include "controllerservice.h"
 #include "dataclient.h"
@@ -92,11 +94,12 @@ private:
     }
 
     mutable std::mutex m_mutex;
-    // Not a QList: Qt, which is not instrumented, frees its shared data unseen by ThreadSanitizer.
+    // Not a QList: its shared data are freed in Qt's library, which is not instrumented, so ThreadSanitizer
+    // does not see how this is synchronised.
     std::vector<QByteArray> m_events;
 };
 
-/// A plain client of the line protocol.
+/// A client that sends and receives single lines of the command protocol.
 class LineClient
 {
 public:
@@ -126,7 +129,7 @@ public:
         return readLine();
     }
 
-    /// Stops reading. The end of the connection then shows only in a write() that fails.
+    /// Stops reading. Afterwards only writing can reveal that the connection has ended.
     void stopReading()
     {
         m_socket.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 4096);
@@ -156,22 +159,23 @@ private slots:
     void requestsGetTheResultOfTheController();
     void requestAboveTheLimitOfALineIsNotSent();
     void pipelinedRequestsAreAnsweredInOrder();
-    void badClientHarmsNobodyElse_data();
-    void badClientHarmsNobodyElse();
+    void misbehavingClientAffectsNoOther_data();
+    void misbehavingClientAffectsNoOther();
     void excessConnectionsAreRefused();
     void refusalProbabilityConcernsCommandsOnly();
     void answersAreDelayed();
-    void silentControllerTimesOutOnce();
+    void onlyTheFirstRequestWaitsForASilentController();
     void waitForASilentControllerReportsAReason();
     void connectionIsRestoredAfterARestart();
     void cutFrameIsNotDelivered();
     void stateReachesTheFrontend();
-    void directOutputEndsWithRouterMode();
+    void directOutputEndsWhenRouterModeStarts();
     void programEndsCleanlyOnASignal();
+    void occupiedPortEndsTheProgram();
     void invalidArgumentsAreRefused_data();
     void invalidArgumentsAreRefused();
-    void frontendForwardsDataOfARemoteController();
-    void unreachableControllerEndsTheFrontend();
+    void channelsOfARemoteControllerGetTheirFrames();
+    void unusableControllerOptionIsRefused();
 };
 
 void TestRemoteController::requestsGetTheResultOfTheController()
@@ -192,7 +196,7 @@ void TestRemoteController::requestsGetTheResultOfTheController()
     results.append(client.query("output net ch02", &answer));
     QCOMPARE(results, (QList<int>{OutOfRange, 0, -1, NotUnderstood, 0}));
     QCOMPARE(answer, QByteArray("udp somehost 6000"));
-    QCOMPARE(service.controller().commands().size(), 2);
+    QCOMPARE(service.controller().commands().size(), 2); // the command of two lines was not sent
 }
 
 void TestRemoteController::requestAboveTheLimitOfALineIsNotSent()
@@ -221,7 +225,7 @@ void TestRemoteController::pipelinedRequestsAreAnsweredInOrder()
     QCOMPARE(client.ask(" output type t01"), QByteArray("ok fr"));
 }
 
-void TestRemoteController::badClientHarmsNobodyElse_data()
+void TestRemoteController::misbehavingClientAffectsNoOther_data()
 {
     const Table<QByteArray, QByteArray> row("input", "answer");
     row("unknown request", "put x\n", "error 1");
@@ -232,7 +236,7 @@ void TestRemoteController::badClientHarmsNobodyElse_data()
     row("answers are never read", QByteArray("get output type_desc 6d\n").repeated(20000), "");
 }
 
-void TestRemoteController::badClientHarmsNobodyElse()
+void TestRemoteController::misbehavingClientAffectsNoOther()
 {
     QFETCH(const QByteArray, input);
     QFETCH(const QByteArray, answer);
@@ -303,9 +307,9 @@ void TestRemoteController::answersAreDelayed()
     QVERIFY(timer.elapsed() >= qint64{2} * delayMs && answer == "100");
 }
 
-void TestRemoteController::silentControllerTimesOutOnce()
+void TestRemoteController::onlyTheFirstRequestWaitsForASilentController()
 {
-    // The server greets the first client and never answers.
+    // The server greets the first client only and answers no request.
     QTcpServer server;
     QVERIFY(server.listen(QHostAddress::LocalHost));
     connect(&server, &QTcpServer::newConnection, &server, [&server] {
@@ -406,7 +410,7 @@ void TestRemoteController::stateReachesTheFrontend()
     QCOMPARE(channel.types, (QSet<QByteArray>{"fr", "6d"}));
 }
 
-void TestRemoteController::directOutputEndsWithRouterMode()
+void TestRemoteController::directOutputEndsWhenRouterModeStarts()
 {
     QUdpSocket receiver;
     QVERIFY(receiver.bind(QHostAddress::LocalHost));
@@ -438,11 +442,17 @@ void TestRemoteController::programEndsCleanlyOnASignal()
     Program program(CONTROLLER_PATH, QLatin1String("--port 0 --channels 10"));
     const QByteArray line = program.firstLine();
     QVERIFY2(line.startsWith("controller: listening on 127.0.0.1:"), line.constData());
-    Program second(CONTROLLER_PATH, QLatin1String("--port ") + QString::number(commandPortOf(line)));
-    QCOMPARE(second.status(), 1);
     program.sendSignal(SIGINT);
     QCOMPARE(program.status(), 0);
     QCOMPARE(program.readAllStandardError(), QByteArray());
+}
+
+void TestRemoteController::occupiedPortEndsTheProgram()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    Program program(CONTROLLER_PATH, QLatin1String("--port ") + QString::number(server.serverPort()));
+    QCOMPARE(program.status(), 1);
 }
 
 void TestRemoteController::invalidArgumentsAreRefused_data()
@@ -460,7 +470,7 @@ void TestRemoteController::invalidArgumentsAreRefused()
     QVERIFY(Program(CONTROLLER_PATH, arguments).hasRefusedArguments("controller"));
 }
 
-void TestRemoteController::frontendForwardsDataOfARemoteController()
+void TestRemoteController::channelsOfARemoteControllerGetTheirFrames()
 {
     for (const char *mode : {"", " --router"}) {
         Program controller(CONTROLLER_PATH,
@@ -477,7 +487,9 @@ void TestRemoteController::frontendForwardsDataOfARemoteController()
     }
 }
 
-void TestRemoteController::unreachableControllerEndsTheFrontend()
+/// The Controller cannot be reached, the port is missing, or another option is only for the embedded
+/// Controller.
+void TestRemoteController::unusableControllerOptionIsRefused()
 {
     // Nobody listens at a port that has just been released.
     QTcpServer server;
