@@ -1,5 +1,6 @@
-// Forwarding with real workers and real sockets on the loopback interface. The waits of workers for lines do
-// not time out, unless a step says so, so each datagram is sent at the line that completes its frame.
+// Forwarding with real workers and real sockets on the loopback interface. A worker's waits for lines do not
+// time out, except between the steps "off" and "on" of doStep(). So a sleeping worker sends a frame only if a
+// line wakes it.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -40,7 +41,7 @@ private slots:
     void runningWorkerContinuesIfAThreadIsRefused();
 
 private:
-    void take(const QByteArray &step, FedChannel *channel, bool isSlow);
+    void doStep(const QByteArray &step, FedChannel *channel, bool isSlow);
     bool hasNoWorker() const { return threadCount() == m_threads; }
 
     int m_threads = 0;
@@ -53,7 +54,7 @@ void TestRouter::init()
     m_descriptors = descriptorCount();
 }
 
-/// No test leaves a thread or a descriptor behind.
+/// Checks that the test has left no thread and no descriptor.
 void TestRouter::cleanup()
 {
     faults::locksUnfairly = false;
@@ -62,10 +63,10 @@ void TestRouter::cleanup()
     QCOMPARE(descriptorCount(), m_descriptors);
 }
 
-/// Does one step. A word that is no command is a line; with \a isSlow, the next step waits until the worker
-/// has fallen asleep. "off gone on" leaves the router running without a worker, so that lines stay in the
-/// queue.
-void TestRouter::take(const QByteArray &step, FedChannel *channel, bool isSlow)
+/// Does one step. A step that is none of the commands below is a line, which is fed to the channel; with
+/// \a isSlow, the function then waits until the worker sleeps, if there is one. After "off gone on" the
+/// router runs without a worker, so lines stay in the queue.
+void TestRouter::doStep(const QByteArray &step, FedChannel *channel, bool isSlow)
 {
     if (step == "start" || step == "stop") {
         channel->updateRouterActiveState(step == "start");
@@ -97,23 +98,26 @@ void TestRouter::datagramsFollowFromTheSteps_data()
     const Table<QByteArray, QByteArray> row("steps", "datagrams");
     const QByteArray first = "fr1 6d1 fr2 6d2";
 
-    row("lines before the start", "fr90 6d90 start " + first, first);
-    row("lines after a stop", "start stop fr90 6d90 start " + first, first);
-    row("channel inactive", "start off fr90 6d90 on start " + first, first);
+    row("lines before the start are dropped", "fr90 6d90 start " + first, first);
+    row("lines after a stop are dropped", "start stop fr90 6d90 start " + first, first);
+    row("lines to an inactive channel are dropped", "start off fr90 6d90 on start " + first, first);
     row("start of an inactive channel stops it", "start off start on fr90 6d90 start " + first, first);
-    row("no destination address", "start nowhere fr90 6d90 here " + first, first);
-    row("nothing ticked", "start untick fr90 6d90 tick " + first, first);
-    row("only ticked types", "start fr1 gl1 6d1 xx1 fr2 gl2 6d2", first);
-    row("frame length unknown after a restart", "start " + first + " asleep stop gone start fr3 6d3 fr4 6d4",
-        first + "|fr3 6d3 fr4 6d4");
-    // The line fr3 stays in the queue, because no frame can be complete with it.
-    row("second start within a frame", "start " + first + " asleep fr3 start 6d3 fr4 6d4",
+    row("lines are dropped while the address is unknown", "start nowhere fr90 6d90 here " + first, first);
+    row("lines of unticked types are dropped", "start untick fr90 6d90 tick " + first, first);
+    row("frames consist of the ticked types", "start fr1 gl1 6d1 xx1 fr2 gl2 6d2", first);
+    row("frame length is unknown after a restart",
+        "start " + first + " asleep stop gone start fr3 6d3 fr4 6d4", first + "|fr3 6d3 fr4 6d4");
+    // In this row and the next three, the line after "asleep" stays in the queue, because no frame can be
+    // complete with it.
+    row("second start within a frame drops the frame", "start " + first + " asleep fr3 start 6d3 fr4 6d4",
         first + "|fr4 6d4");
-    row("reset within a frame", "start " + first + " asleep fr3 reset 6d3 fr4 6d4", first + "|fr4 6d4");
-    row("reset before the number", "start 6d1 fr1 6d2 fr2 asleep 6d3 reset fr3", "6d1 fr1 6d2 fr2|fr3");
-    row("stop within a frame", "start " + first + " asleep fr3 stop gone start fr4 6d4 fr5 6d5",
-        first + "|fr4 6d4 fr5 6d5");
-    row("queued lines stay after a stop",
+    row("reset within a frame drops the frame", "start " + first + " asleep fr3 reset 6d3 fr4 6d4",
+        first + "|fr4 6d4");
+    row("reset before the line with the number", "start 6d1 fr1 6d2 fr2 asleep 6d3 reset fr3",
+        "6d1 fr1 6d2 fr2|fr3");
+    row("stop within a frame drops the frame",
+        "start " + first + " asleep fr3 stop gone start fr4 6d4 fr5 6d5", first + "|fr4 6d4 fr5 6d5");
+    row("a stop keeps the queued lines",
         "start off gone on " + first + " fr3 6d3 fr4 stop fr90 start 6d4 fr5 6d5",
         first + "|fr3 6d3|fr4 6d4|fr5 6d5");
     row("no frame is sent while the address is unknown",
@@ -136,7 +140,7 @@ void TestRouter::datagramsFollowFromTheSteps()
         const int descriptors = descriptorCount();
         FedChannel channel(receiver.port());
         for (const QByteArray &step : steps.split(' '))
-            take(step, &channel, isSlow);
+            doStep(step, &channel, isSlow);
         for (const QByteArray &words : datagrams.split('|'))
             QCOMPARE(receiver.next(), bytesOf(words));
         QVERIFY(fallsAsleep());
@@ -166,7 +170,7 @@ void TestRouter::eachFrameTakesOneWakeUpAndNoWaitForTheSocket()
     QCOMPARE(faults::writableWaits.load(), waits);
 }
 
-/// The reset drops no line that was delivered after the lines of the frame being sent.
+/// The reset drops no line that was delivered during the send.
 void TestRouter::resetWaitsForAStalledSendButDeliveryDoesNot()
 {
     RunningChannel channel;
@@ -201,8 +205,8 @@ void TestRouter::stopWaitsForAStalledSend()
     stop.get();
 }
 
-// A thread that tried to become the worker after the old one has decided to stop, and before it has stopped,
-// would find a worker that will not check again.
+/// If a thread tried to become the worker after the present worker has decided to stop, and before it has
+/// stopped, the thread would find a worker that does not check again whether the run is wanted.
 void TestRouter::startWhileAWorkerStopsWaitsForItsEnd()
 {
     LineMonitor *monitor = nullptr;
@@ -217,7 +221,7 @@ void TestRouter::startWhileAWorkerStopsWaitsForItsEnd()
     const auto isRunWanted = [&] {
         if (++questions == 1) {
             start = std::async(std::launch::async, startWorker);
-            start.wait_for(std::chrono::milliseconds(50)); // the thread returns only if it does not wait
+            start.wait_for(std::chrono::milliseconds(50)); // expires if the thread waits, as it should
         }
         return false;
     };
@@ -228,6 +232,7 @@ void TestRouter::startWhileAWorkerStopsWaitsForItsEnd()
     QVERIFY(start.get());
 }
 
+/// With locksUnfairly, a reset without priority over the worker would wait for many sends.
 void TestRouter::resetComesBetweenTwoFramesOfABacklog()
 {
     constexpr int resets = 6;
@@ -246,6 +251,7 @@ void TestRouter::resetComesBetweenTwoFramesOfABacklog()
     }
     faults::locksUnfairly = false;
     faults::path = faults::Open;
+    // At most one send should begin during each reset. Two more are tolerated on a busy computer.
     QVERIFY2(sendsDuringResets <= resets + 2, qPrintable(QString::number(sendsDuringResets)));
 }
 
@@ -283,7 +289,7 @@ void TestRouter::laterLineRepeatsADelayedWakeUp()
     QCOMPARE(datagram, bytesOf("fr3 6d3"));
 }
 
-// The second channel's worker serves the first channel, for which no further line comes.
+/// The second channel's worker serves the first channel, for which no further line comes.
 void TestRouter::linesThatComeDuringAServiceAreSent()
 {
     Receiver first, second;

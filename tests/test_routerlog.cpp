@@ -1,4 +1,5 @@
-// What a channel logs for a support engineer. The GUI thread's event loop logs the messages of workers.
+// What a channel logs for a support engineer. The event loop of the GUI thread, which takeLogged() and
+// isLogged() run, logs the messages of workers.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -17,7 +18,7 @@ void keepMessage(QtMsgType /*type*/, const QMessageLogContext &context, const QS
 {
     if (qstrcmp(context.category, "networksettings.router") != 0)
         return;
-    // Like a host that shows each message on the GUI thread and waits until it is shown.
+    // Some hosts show each message on the GUI thread and wait until it is shown.
     if (QThread::currentThread() != QCoreApplication::instance()->thread())
         QMetaObject::invokeMethod(
             QCoreApplication::instance(), [] {}, Qt::BlockingQueuedConnection);
@@ -49,7 +50,7 @@ private slots:
     void init() { qInstallMessageHandler(keepMessage); }
     void cleanup();
     void nothingIsLoggedUnlessEnabled();
-    void eachEventIsLoggedOncePerSecond();
+    void eachEventIsLoggedAtMostOncePerSecond();
     void failureIsLogged_data();
     void failureIsLogged();
     void linesLostBeforeAResetAreLogged();
@@ -73,7 +74,7 @@ void TestRouterLog::nothingIsLoggedUnlessEnabled()
     QCOMPARE(takeLogged(), QStringList());
 }
 
-void TestRouterLog::eachEventIsLoggedOncePerSecond()
+void TestRouterLog::eachEventIsLoggedAtMostOncePerSecond()
 {
     QLoggingCategory::setFilterRules("networksettings.router=true");
     Receiver receiver;
@@ -133,7 +134,8 @@ void TestRouterLog::linesLostBeforeAResetAreLogged()
     channel.receiver.next();
     QVERIFY(comesTrue(faults::isAsleep));
     channel.feed("fr3");
-    channel.feed("6d", QByteArray(networksettings2g::LineQueue::MaximumBytes, 'x').constData());
+    const QByteArray tooLong(networksettings2g::LineQueue::MaximumBytes, 'x');
+    channel.feed("6d", tooLong.constData());
     channel.feed("6d3");
     channel.resetFrame();
     QVERIFY(comesTrue([] { return isLogged("lines dropped: more arrived than could be sent"); }));
