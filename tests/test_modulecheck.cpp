@@ -12,7 +12,7 @@ struct Result
     QString errors;
 };
 
-/// Runs modulecheck with \a arguments. If it checks the broken module, that has \a fault.
+/// Runs modulecheck with \a arguments. If they name the broken module, that module has \a fault.
 Result check(const QString &arguments, const char *fault = "")
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -29,13 +29,13 @@ QString failedStep(const QString &output)
     const int begin = output.indexOf(QLatin1String("  FAILED  "));
     if (begin < 0)
         return {};
-    const int next = output.indexOf(QRegularExpression(QLatin1String("\n  ?[^ ]")), begin);
+    const int next = output.indexOf(QRegularExpression(QLatin1String("\n {0,2}[^ ]")), begin);
     return output.mid(begin, next - begin);
 }
 
 } // namespace
 
-/// The program modulecheck accepts the module and finds each fault of a broken one.
+/// The program modulecheck must accept the module and find each fault of the broken module.
 class TestModulecheck : public QObject
 {
     Q_OBJECT
@@ -59,7 +59,7 @@ void TestModulecheck::everyLifeCycleOfTheModuleIsOk()
 
 void TestModulecheck::faultOfABrokenModuleIsFound_data()
 {
-    // The name of a row is the fault, as in brokenmodule.cpp.
+    // The name of each row is also the value of MODULE_FAULT that gives the broken module this fault.
     const Table<QString, QString> row("cycle", "expected");
     row("stays registered", "life", "Call prepareShutdown()");
     row("calls after shut-down", "life", "came after prepareShutdown() had returned");
