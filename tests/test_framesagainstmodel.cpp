@@ -1,6 +1,7 @@
 // Random streams of lines pass through a real worker and a real socket. The received datagrams must equal,
-// byte for byte, those of an independently written model. No wait of the worker for lines times out, so each
-// datagram is sent at the line that completes its frame. MODEL_SEED=N repeats a run.
+// byte for byte, those of an independently written model. While lines are fed, the worker's waits for lines
+// do not time out, so only a line can wake the worker. If the environment variable MODEL_SEED is set, it is
+// the seed of the random numbers.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -37,7 +38,9 @@ public:
     /// Returns a number from 0 to \a count - 1.
     int below(int count) { return static_cast<int>(m_engine() % static_cast<quint32>(count)); }
     int between(int least, int most) { return least + below(most - least + 1); }
+    /// Returns true with the probability 1 / \a count.
     bool oneIn(int count) { return below(count) == 0; }
+    /// Returns a random element of \a choices.
     std::string of(const std::vector<std::string> &choices)
     {
         return choices[static_cast<std::size_t>(below(static_cast<int>(choices.size())))];
@@ -71,7 +74,8 @@ public:
         return m_frame[m_at++];
     }
 
-    /// Returns a line of \a type. A few lines take \a room bytes of the datagram.
+    /// Returns a line of \a type. If \a room is above 100, a few lines take that many bytes of the datagram,
+    /// line end included.
     Line line(const std::string &type, int room)
     {
         if (m_random->oneIn(30))
@@ -104,7 +108,7 @@ private:
         return std::to_string(++m_number) + (m_random->oneIn(4) ? ' ' + bytes(20) : "");
     }
 
-    /// Returns bytes of any value but zero, including CR and LF.
+    /// Returns \a count bytes of any value but zero, including CR and LF.
     std::string bytes(int count)
     {
         std::string text;
@@ -119,8 +123,8 @@ private:
     int m_number = 0;
 };
 
-/// A channel and its model. Both get the same lines and events. Events come while the worker sleeps, so that
-/// all complete frames have been sent before.
+/// A channel and the model of its worker. The model gets the lines that the channel has to handle, and the
+/// same events. Events come while the worker sleeps, when all complete frames have been sent.
 class Stream
 {
 public:
@@ -133,15 +137,16 @@ public:
         start();
     }
 
-    /// Feeds some lines and then takes a random event. Returns false on a time-out.
+    /// Feeds some lines, then causes a random event or none. Returns false if a wait times out.
     bool step()
     {
         for (int lines = m_random.oneIn(10) ? 1500 : m_random.between(1, 150); lines > 0; --lines)
             feed(nextLine());
-        return fallsAsleep() && takeEvent();
+        return fallsAsleep() && causeEvent();
     }
 
-    /// Describes the first difference between received and expected datagrams; empty if there is none.
+    /// Describes the first difference between the datagrams received and expected since the last call.
+    /// Returns an empty text if there is none.
     QByteArray difference()
     {
         const QByteArrayList received = std::exchange(m_received, {});
@@ -172,6 +177,8 @@ private:
             m_ticked.erase(type);
     }
 
+    /// Reads datagrams until \a wanted returns true. Returns false on a time-out, as do fallsAsleep() and
+    /// hasWorkerThreads().
     bool readsUntil(const std::function<bool()> &wanted)
     {
         return m_receiver.readsUntil(wanted, [this](const QByteArray &datagram) { m_received << datagram; });
@@ -179,9 +186,9 @@ private:
 
     bool fallsAsleep() { return readsUntil(faults::isAsleep); }
 
-    bool hasThreads(int more)
+    bool hasWorkerThreads(int count)
     {
-        return readsUntil([this, more] { return threadCount() == m_threads + more; });
+        return readsUntil([this, count] { return threadCount() == m_threads + count; });
     }
 
     void start()
@@ -213,10 +220,10 @@ private:
         feedChannel(line);
         if (m_ticked.count(line.type))
             feedModel(line);
-        readsUntil([] { return true; });
+        readsUntil([] { return true; }); // sends wait while too many datagrams are unread
     }
 
-    bool takeEvent()
+    bool causeEvent()
     {
         switch (m_random.below(10)) {
         case 0:
@@ -225,26 +232,26 @@ private:
             m_model.reset();
             return true;
         case 1:
-            m_event = "a divisor";
-            takeDivisor(m_random.oneIn(2) ? 1 : m_random.between(1, 4));
+            m_event = "a change of the divisor";
+            setDivisor(m_random.oneIn(2) ? 1 : m_random.between(1, 4));
             return true;
         case 2:
-            m_event = "a tick";
+            m_event = "a change of a tick";
             tick(m_random.of(types), !m_random.oneIn(3));
             return true;
         case 3:
             m_event = "a restart";
             m_channel.updateRouterActiveState(false);
-            feedChannel(nextLine());
-            if (!hasThreads(0))
+            feedChannel(nextLine()); // a stopped channel ignores it
+            if (!hasWorkerThreads(0))
                 return false;
             start();
             return true;
         case 4:
-            m_event = "a start of a running worker";
+            m_event = "a second start";
             m_channel.updateRouterActiveState(true);
             m_model.reset();
-            return hasThreads(1);
+            return hasWorkerThreads(1);
         case 5:
             return !m_random.oneIn(3) || queueWithoutWorker();
         case 6:
@@ -254,13 +261,13 @@ private:
         }
     }
 
-    void takeDivisor(int divisor)
+    void setDivisor(int divisor)
     {
         m_channel.setDataDivisor(divisor);
         m_model.setDivisor(divisor);
     }
 
-    /// Omits the opening type for about as many lines as it takes to learn another one.
+    /// Feeds lines of another type than the opening type, about as many as make that type the opening type.
     bool feedWithoutOpening()
     {
         m_event = "lines without the opening type";
@@ -274,21 +281,22 @@ private:
         return fallsAsleep();
     }
 
-    /// Queues lines while there is no worker, in half of the cases more than the queue holds.
+    /// Queues lines while there is no worker, in about half of the cases more than the queue holds.
     bool queueWithoutWorker()
     {
+        // setActive() does not wake the worker, which ends after its wait has timed out.
         m_channel.setActive(false);
         faults::timeOuts = true;
-        const bool hasEnded = hasThreads(0);
+        const bool hasEnded = hasWorkerThreads(0);
         faults::timeOuts = false;
-        m_channel.setActive(true);
+        m_channel.setActive(true); // the router still runs, so lines are queued
         if (!hasEnded)
             return false;
         std::deque<Line> queued = fillQueue(m_random.oneIn(2) ? LineQueue::MaximumLines : 0);
         const bool overflows = queued.size() > LineQueue::MaximumLines;
-        m_event = overflows ? "a gap" : "lines that were queued without a worker";
+        m_event = overflows ? "an overflow of the queue" : "lines that were queued without a worker";
         start();
-        if (overflows) {
+        if (overflows) { // the queue has dropped its oldest block
             queued.erase(queued.begin(), queued.begin() + LineBlock::MaximumLines);
             m_model.loseLines();
         }
@@ -302,7 +310,8 @@ private:
         std::deque<Line> queued;
         count += static_cast<std::size_t>(m_random.below(100));
         while (queued.size() < count && !m_ticked.empty()) {
-            // The lines are short, so that only the limit of lines applies to the queue and its blocks.
+            // The lines are short, so that the queue and its blocks reach their limits of lines before those
+            // of bytes.
             Line line = nextLine();
             line.text.resize(std::min<std::size_t>(line.text.size(), 40));
             feedChannel(line);
@@ -357,7 +366,7 @@ void TestFramesAgainstModel::datagramsOfRandomStreamsMatchTheModel()
     }
     qInfo("%d lines, %d datagrams", lines, datagrams);
     QVERIFY(lines >= 100000);
-    QVERIFY(datagrams >= lines / 40); // fewer datagrams would compare too little
+    QVERIFY(datagrams >= lines / 40); // with fewer datagrams, the run would check too little
 }
 
 QTEST_GUILESS_MAIN(TestFramesAgainstModel)

@@ -1,3 +1,5 @@
+// The simulated frontend: the checker of its receivers, its session, and the program itself.
+
 #include "cataloguesets.h"
 #include "controlleroptions.h"
 #include "program.h"
@@ -38,26 +40,27 @@ private slots:
     void windowWithoutADisplayIsRefused();
     void versionIsPrinted();
     void signalEndsTheRunWithItsSummary();
-    void sessionAppliesRatePauseResetAndTypes();
+    void sessionAppliesChangesWhileItRuns();
 };
 
-/// Datagrams are separated by bars and have LF in place of CR LF. The counts are frames, lost, out of order,
-/// malformed, and lost at the end of the run.
+/// The frames 1 to 4 and 6 to 9 have been sent, and two frames without a number. Only the types fr and 6d are
+/// ticked. Datagrams are separated by bars and have LF in place of CR LF. The counts are frames, lost, out of
+/// order, malformed, and lost at the end of the run.
 void TestFrontend::checkerCountsFramesAndErrors_data()
 {
     const Table<bool, int, QByteArray, QByteArray> row("viaRouter", "divisor", "datagrams", "counts");
     row("the last five frames are outstanding", false, 1, "fr 1\n|fr 2\n6d 0\n|fr 3\n", "3 0 0 0 5");
     row("all frames that a divisor selects", false, 4, "fr 4\n|fr 8\n", "2 0 0 0 0");
-    row("gap of two selected frames", false, 2, "fr 2\n|fr 8\n", "2 2 0 0 2");
-    row("first frames are lost", false, 1, "fr 4\n|fr 6\n", "2 3 0 0 6");
+    row("a gap of two selected frames", false, 2, "fr 2\n|fr 8\n", "2 2 0 0 2");
+    row("the first three frames are lost", false, 1, "fr 4\n|fr 6\n", "2 3 0 0 6");
     row("a frame arrives late", false, 1, "fr 1\n|fr 3\n|fr 2\n", "3 1 1 0 6");
     row("a frame arrives twice", false, 1, "fr 1\n|fr 1\n", "2 0 1 0 7");
     row("a router joins the first two frames", true, 1, "fr 1\n6d 0\nfr 2\n|fr 3\n", "3 0 0 0 5");
     row("a router with a divisor", true, 3, "fr 3\n|fr 6\n", "2 0 0 0 1");
-    row("gap after the joined frames", true, 1, "fr 1\nfr 2\n|fr 6\n", "3 2 0 0 5");
+    row("a gap after the joined frames", true, 1, "fr 1\nfr 2\n|fr 6\n", "3 2 0 0 5");
     row("a frame that the divisor skips", false, 2, "fr 2\n|fr 3\n", "2 0 0 1 3");
-    row("no line end", false, 1, "fr 1\n6d 0", "1 0 0 1 7");
-    row("doubled line end", false, 1, "fr 1\n6d 0\r\n", "1 0 0 1 7");
+    row("the last line has no end", false, 1, "fr 1\n6d 0", "1 0 0 1 7");
+    row("a line ends with CR CR LF", false, 1, "fr 1\n6d 0\r\n", "1 0 0 1 7");
     row("a type that is not ticked", false, 1, "fr 1\n3d 0\n", "1 0 0 1 7");
     row("no frame number, and an empty datagram", false, 1, "6d 0\n|", "0 0 0 2 8");
 }
@@ -107,12 +110,13 @@ void TestFrontend::invalidArgumentsAreRefused_data()
 void TestFrontend::invalidArgumentsAreRefused()
 {
     QFETCH(const QString, arguments);
-    Program frontend(FRONTEND_PATH, arguments, QByteArray("fr 1\n\0\n", 7)); // no valid recording
+    Program frontend(FRONTEND_PATH, arguments, QByteArray("fr 1\n\0\n", 7)); // not a text file
     QVERIFY(frontend.hasRefusedArguments("frontend"));
 }
 
 void TestFrontend::headlessRunReportsWhetherAllFramesArrived()
 {
+    // Two lines of each frame are skipped: the empty one and the one of an unknown type.
     QByteArray recording;
     for (const int number : {1000, 1001, 1005, 1010, 1012, 1014, 1015})
         recording += "fr " + QByteArray::number(number) + "\r\n6d 0\n\n3d 0\n6df2 0\r\nold 1\n";
@@ -125,7 +129,7 @@ void TestFrontend::headlessRunReportsWhetherAllFramesArrived()
         QVERIFY2(status == 0 && !out.contains(": BAD\n"), out);
         QCOMPARE(out.contains("14 recorded lines skipped"), QByteArray(arguments).contains("replay"));
     }
-    // Channel 3 receives nothing, because its divisor skips both frames.
+    // Channel 3 receives nothing, because its divisor is 5.
     Program frontend(FRONTEND_PATH, headless + "--replay -", "fr 1\n6d 0\nfr 2\n6d 0\n");
     QCOMPARE(frontend.status(), 1);
     const QByteArray out = frontend.readAllStandardOutput();
@@ -144,7 +148,7 @@ void TestFrontend::signalEndsTheRunWithItsSummary()
     }
 }
 
-void TestFrontend::sessionAppliesRatePauseResetAndTypes()
+void TestFrontend::sessionAppliesChangesWhileItRuns()
 {
     QStringList remarks;
     QString problem;
@@ -154,7 +158,7 @@ void TestFrontend::sessionAppliesRatePauseResetAndTypes()
     QVERIFY2(session.setUp(&remarks, &problem), qPrintable(problem));
     session.start();
     const auto received = [&] { return session.receivers().reports().value(0).statistics.frames; };
-    session.setRate(1); // at this rate the frames below would take half an hour
+    session.setRate(1); // at this rate the frames below would take 25 minutes
     session.setRate(maximumRate);
     QTRY_VERIFY_WITH_TIMEOUT(received() > 1500, waitMs);
 

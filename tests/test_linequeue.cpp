@@ -1,4 +1,4 @@
-// The bounded queue of lines between the data threads and a worker, and the memory that it really allocates.
+// The bounded queue of lines between the data threads and a worker, and the memory that it allocates.
 
 #include "linequeue.h"
 #include "process.h"
@@ -8,6 +8,8 @@ using namespace networksettings2g;
 
 namespace {
 
+constexpr int varyingBytes = 400000;
+
 /// Appends a line that consists of \a number, a blank and \a bytes further characters.
 void append(LineQueue *queue, int number, std::size_t bytes = 0)
 {
@@ -15,7 +17,7 @@ void append(LineQueue *queue, int number, std::size_t bytes = 0)
     queue->append({"6d", text});
 }
 
-/// Returns the numbers of all lines in their order.
+/// Takes all lines. Returns their numbers in order.
 QList<int> takeAll(LineQueue *queue)
 {
     QList<int> numbers;
@@ -45,8 +47,8 @@ private slots:
     void oldestBlockIsDroppedBeyondTheLimitOfLines();
     void oldestLinesAreDroppedBeyondTheLimitOfBytes();
     void lineTooLongForAnEmptyQueueIsDropped();
-    void fullQueueStaysWithinItsMemory_data();
-    void fullQueueStaysWithinItsMemory();
+    void fullQueueStaysWithinItsMemoryLimit_data();
+    void fullQueueStaysWithinItsMemoryLimit();
 };
 
 void TestLineQueue::oldestBlockIsDroppedBeyondTheLimitOfLines()
@@ -76,7 +78,7 @@ void TestLineQueue::oldestLinesAreDroppedBeyondTheLimitOfBytes()
             append(&queue, number, LineQueue::MaximumBytes / 4);
         }
         QVERIFY(queue.takeLinesLostFlag());
-        // Four lines exceed the limit, because the queue stores their lengths, too.
+        // Each line takes slightly more than a quarter of the limit, so only three of them fit.
         QCOMPARE(takeAll(&queue), numbersFrom(3, 3));
     }
 }
@@ -91,19 +93,19 @@ void TestLineQueue::lineTooLongForAnEmptyQueueIsDropped()
     QVERIFY(queue.takeLinesLostFlag());
 }
 
-void TestLineQueue::fullQueueStaysWithinItsMemory_data()
+void TestLineQueue::fullQueueStaysWithinItsMemoryLimit_data()
 {
-    const Table<int> row("lineBytes");
+    const Table<int> row("lineBytes"); // -1: each line has another length, below varyingBytes
     row("empty lines", 0);
     row("short lines", 40);
-    row("lines of 1 KB", 1000);
+    row("lines of 1000 bytes", 1000);
     row("lines just over half a block", int(LineBlock::MaximumBytes / 2 + 1));
     row("lines just over a block", int(LineBlock::MaximumBytes + 1));
     row("lines of 3 MB", 3000000);
-    row("lines of all lengths", -1);
+    row("lines of varying length", -1);
 }
 
-void TestLineQueue::fullQueueStaysWithinItsMemory()
+void TestLineQueue::fullQueueStaysWithinItsMemoryLimit()
 {
     QFETCH(const int, lineBytes);
 
@@ -114,7 +116,7 @@ void TestLineQueue::fullQueueStaysWithinItsMemory()
     {
         LineQueue queue;
         const int lines = lineBytes > 500000 ? 40 : 40000;
-        const std::string text(static_cast<std::size_t>(lineBytes < 0 ? 400000 : lineBytes), 'x');
+        const std::string text(static_cast<std::size_t>(lineBytes < 0 ? varyingBytes : lineBytes), 'x');
         for (int number = 0; number < lines; ++number) {
             const std::size_t size =
                 lineBytes < 0 ? static_cast<std::size_t>(number) * 7919 % text.size() : text.size();

@@ -88,7 +88,7 @@ void TestModule::moduleActionsWithinConstructionMakesNoSecondDialog()
         QVERIFY(host.module->moduleActions().isEmpty());
     });
     QCOMPARE(host.module->moduleActions().size(), 1);
-    QVERIFY(nestedCalls > 10);
+    QVERIFY(nestedCalls > 10); // one for each query during the construction
     QCOMPARE(host.window.findChildren<QDialog *>().size(), 1);
     host.module->prepareShutdown();
     host.module->releaseResources();
@@ -99,8 +99,8 @@ void TestModule::shutdownWithinConstructionLeavesNothing_data()
 {
     const Table<QByteArray, bool> row("command", "release");
     for (const QByteArray command : {"output net ch01", "output net_via_router", "output active ch02 6d"}) {
-        row(command + ", prepareShutdown", command, false);
-        row(command + ", releaseResources", command, true);
+        row("prepareShutdown within " + command, command, false);
+        row("prepareShutdown and releaseResources within " + command, command, true);
     }
 }
 

@@ -1,5 +1,5 @@
-// Sends stall while lines arrive at full speed: the memory stays bounded, data threads do not wait, and no
-// frame is joined from lines before and after a gap.
+// Sends stall while lines arrive at full speed: the memory stays bounded, the data thread does not wait, and
+// no frame is joined from lines before and after a gap.
 
 #include "fedchannel.h"
 #include "loop.h"
@@ -17,7 +17,7 @@ QByteArray frameText(int number)
     return bytesOf("fr" + word + " 6d" + word + " 6d" + word + " 3d" + word);
 }
 
-/// One datagram, which holds one frame or two consecutive frames.
+/// A received datagram. It should hold one frame or two consecutive frames.
 struct Arrival
 {
     explicit Arrival(const QByteArray &datagram)
@@ -53,14 +53,17 @@ void TestOverload::cleanup()
 /// A data thread delivers without a pause while sends stall, and slowly otherwise.
 void TestOverload::queueStaysBoundedWhileSendsStall()
 {
-    constexpr int floodFrames = 100000, firstFrames = 20000; // both numbers are far more than the queue holds
+    // During the stall the memory is measured twice: when firstFrames frames have been delivered, and when
+    // floodFrames frames have been delivered and wantedSends sends have begun. The queue holds far less than
+    // firstFrames frames.
+    constexpr int firstFrames = 20000, floodFrames = 100000;
     constexpr int wantedSends = 25;
-    constexpr int slowFrames = 300;
+    constexpr int slowFrames = 300; // delivered after the stall
 
     faults::isPaced = true;
     RunningChannel channel;
     std::atomic<int> delivered{0};
-    std::atomic<int> slowDeliveries{0}; // lines that took at least half as long as a stalled send
+    std::atomic<int> slowDeliveries{0}; // lines whose delivery took half a stalled send or longer
     auto data = std::make_unique<Loop>([&](int number) {
         const QByteArray text = frameText(number);
         for (const QByteArray &line : text.trimmed().split('\n')) {
@@ -97,9 +100,10 @@ void TestOverload::queueStaysBoundedWhileSendsStall()
 
     qInfo("%d frames, %d stalled sends, %d slow deliveries, %lld KiB more memory", firstSlowNumber - begin,
           stalledSends, slowDeliveries.load(), static_cast<long long>(growth / 1024));
-    // A busy computer may delay a few deliveries. If deliveries waited for sends, one would be slow at each
-    // send.
+    // A busy computer may delay a few deliveries. If deliveries waited for sends, about one would be slow
+    // during each send.
     QVERIFY(slowDeliveries * 5 <= stalledSends);
+    // The queue was already full at the first measurement, so the memory must hardly grow afterwards.
     QVERIFY(isSanitized || growth < qint64{8} * 1024 * 1024);
 
     int gaps = 0, lateGaps = 0;
@@ -108,6 +112,7 @@ void TestOverload::queueStaysBoundedWhileSendsStall()
         QVERIFY(arrival.isSingle || arrival.isDouble);
         QVERIFY(arrival.first > arrivals[i - 1].last());
         const bool isAfterGap = arrival.first != arrivals[i - 1].last() + 1;
+        // After a gap the length of a frame is unknown again, so two frames share a datagram.
         QCOMPARE(arrival.isDouble, isAfterGap);
         gaps += isAfterGap;
         lateGaps += isAfterGap && i > stalledArrivals;

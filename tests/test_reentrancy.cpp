@@ -11,8 +11,8 @@
 
 namespace {
 
-/// Puts the Controller into router mode with three channels. The second channel differs from the first only
-/// in its host.
+/// Puts the Controller into router mode with three channels. The destinations of the first two differ only in
+/// the host, so they conflict if the first host is changed to 127.0.0.2.
 void routing(ControllerState &state)
 {
     withChannels(3)(state);
@@ -55,8 +55,8 @@ public:
         delete m_dialog;
     }
 
-    /// Starts the dialog, opens it, edits a channel, adds and closes a tab, accepts, and reports a catalogue
-    /// change.
+    /// Starts the dialog, opens it, edits a channel, adds and closes a tab, presses the Exit button, and
+    /// reports a changed catalogue.
     void run()
     {
         m_dialog = new NetworkDialog(&m_host, m_window.get(), &m_versions);
@@ -91,7 +91,7 @@ private:
         m_shutDown = true;
         if (m_release && m_call > 0) {
             m_dialog->release();
-            m_window.reset(); // the host's window
+            m_window.reset(); // a host may destroy its window as soon as release() has returned
         }
         QCoreApplication::processEvents();
     }
@@ -127,7 +127,7 @@ private:
 
 using Gesture = std::function<void(const DialogFixture &)>;
 
-/// Presses \a key in the host field of the first page; W together with Ctrl.
+/// Presses \a key in the host field of the first page. The key W is pressed together with Ctrl.
 void pressInHostField(const DialogFixture &fixture, Qt::Key key)
 {
     QTest::keyClick(fixture.page(0)->lineEdit_host, key,
@@ -152,8 +152,8 @@ QString shownState(const DialogFixture &fixture)
 
 Q_DECLARE_METATYPE(Gesture)
 
-/// Calls at unexpected moments: a shut-down while the dialog or a message box is open, and a host that calls
-/// the module from within a command.
+/// Calls and input at unexpected moments: a shut-down while the dialog or a message box is open, a host that
+/// calls the module from within a command, and input while changes are written.
 class TestReentrancy : public QObject
 {
     Q_OBJECT
@@ -170,8 +170,8 @@ private slots:
     void inputIsRefusedDuringAccept_data();
     void inputIsRefusedDuringAccept();
     void heldArrowStopsDuringAccept();
-    void actionPressedDuringAnOperationOpensTheDialogOnce_data();
-    void actionPressedDuringAnOperationOpensTheDialogOnce();
+    void actionTriggeredDuringAnOperationOpensTheDialogOnce_data();
+    void actionTriggeredDuringAnOperationOpensTheDialogOnce();
     void nestedCallsStartNoSecondOperation_data();
     void nestedCallsStartNoSecondOperation();
     void closedAndInactiveChannelsHaveNoWorker();
@@ -228,8 +228,8 @@ void TestReentrancy::shutdownDismissesOpenBox_data()
     row("unresolved host, Cancel", Qt::Key_Escape, "no-such-host.invalid", QMessageBox::Cancel);
 }
 
-/// After the shut-down, neither the user's input nor an earlier message of the host has an effect outside the
-/// dialog.
+/// After the shut-down, neither the user's input nor a message that came before the shut-down has an
+/// effect outside the dialog.
 void TestReentrancy::shutdownDismissesOpenBox()
 {
     QFETCH(Qt::Key, key);
@@ -370,7 +370,7 @@ public:
     }
 };
 
-/// If input was accepted while the host runs its event loop within a command, an edit could be shown and yet
+/// If input were accepted while the host runs its event loop within a command, an edit could be shown and yet
 /// not be written.
 void TestReentrancy::inputIsRefusedDuringAccept()
 {
@@ -427,24 +427,24 @@ void TestReentrancy::heldArrowStopsDuringAccept()
     QCOMPARE(after, before);
 }
 
-void TestReentrancy::actionPressedDuringAnOperationOpensTheDialogOnce_data()
+void TestReentrancy::actionTriggeredDuringAnOperationOpensTheDialogOnce_data()
 {
     const Table<bool> row("isOpening");
     row("during an opening", true);
     row("while a changed catalogue is read", false);
 }
 
-void TestReentrancy::actionPressedDuringAnOperationOpensTheDialogOnce()
+void TestReentrancy::actionTriggeredDuringAnOperationOpensTheDialogOnce()
 {
     QFETCH(bool, isOpening);
     DialogFixture fixture(routing);
     fixture.create();
-    int presses = 0;
+    int calls = 0;
     int openings = 0;
     fixture.onExchange([&](const Exchange &) {
         if (openings > 0)
             return;
-        ++presses;
+        ++calls;
         QCOMPARE(fixture.dialog->update_and_exec(), int(QDialog::Rejected));
         QVERIFY(!fixture.dialog->isVisible());
     });
@@ -461,7 +461,7 @@ void TestReentrancy::actionPressedDuringAnOperationOpensTheDialogOnce()
     else
         fixture.link.sendMessage("OutputTypesChanged");
     QTRY_COMPARE(openings, 1);
-    QVERIFY(presses > 30);
+    QVERIFY(calls > 30);
     QCoreApplication::processEvents();
     QCOMPARE(openings, 1);
 }
@@ -475,7 +475,7 @@ void TestReentrancy::nestedCallsStartNoSecondOperation_data()
         row(trigger, trigger);
 }
 
-/// A changed catalogue is handled after the operation. Operations that the user starts are refused.
+/// A changed catalogue is handled after the operation. Operations that the user starts meanwhile are refused.
 void TestReentrancy::nestedCallsStartNoSecondOperation()
 {
     QFETCH(QByteArray, trigger);
@@ -504,7 +504,7 @@ void TestReentrancy::nestedCallsStartNoSecondOperation()
     QVERIFY(fixture.controller.state().channels[0].types.contains("3d"));
     QCOMPARE(fixture.controller.state().channels[1].destination.port, 7777);
     QVERIFY(sent);
-    // The changed catalogue switches routing off and on again, and the first accept() switches it on.
+    // The changed catalogue switches routing off and on again, and accept() switches it on once more.
     QCOMPARE(fixture.routerSwitches.size(), 3);
 }
 

@@ -34,9 +34,9 @@ public:
     Texts calls;
 };
 
-/// Sends a command or a query. Returns the answer of a query, "accepted" for a command, or the result if it
-/// is refused.
-QByteArray say(SimulatedController &controller, bool isCommand, const QByteArray &text)
+/// Sends a command or a query. If it is accepted, returns "accepted" for a command and the answer to a query;
+/// otherwise returns the result as text.
+QByteArray send(SimulatedController &controller, bool isCommand, const QByteArray &text)
 {
     QByteArray answer = "accepted";
     const int result = isCommand ? controller.command(text) : controller.query(text, &answer);
@@ -95,7 +95,7 @@ void TestSimulatedController::refusedTextsChangeNothing()
         state.locked = isLocked;
     });
     for (const QByteArray &text : texts) {
-        QVERIFY2(say(controller, isCommand, text) == QByteArray::number(result), text.constData());
+        QVERIFY2(send(controller, isCommand, text) == QByteArray::number(result), text.constData());
         const ControllerState state = controller.state();
         const OutputChannel &channel = state.channels[0];
         QVERIFY2(channel.destination == before.destination && channel.active == before.active &&
@@ -109,33 +109,34 @@ void TestSimulatedController::versionDeterminesTheFeatures()
     SimulatedController controller;
     for (const int minor : {3, 4, 5, 6, 8, 9}) {
         controller.change([minor](ControllerState &state) { state.version.minor = minor; });
-        QCOMPARE(say(controller, false, "output net_via_router") == "no", minor >= 4);
-        QCOMPARE(say(controller, true, "output net_divisor ch01 2") == "accepted", minor >= 6);
-        QCOMPARE(say(controller, false, "config is_changeable") == "yes", minor >= 9);
+        QCOMPARE(send(controller, false, "output net_via_router") == "no", minor >= 4);
+        QCOMPARE(send(controller, true, "output net_divisor ch01 2") == "accepted", minor >= 6);
+        QCOMPARE(send(controller, false, "config is_changeable") == "yes", minor >= 9);
     }
 }
 
 void TestSimulatedController::faultAffectsOneKindOfText()
 {
-    // The text with the fault, and a text of another kind that begins similarly.
+    // Each case consists of isCommand, the text with the fault, and a text of another kind that begins
+    // similarly.
     const std::tuple<bool, QByteArray, QByteArray> cases[] = {
         {false, "output net ch02", "output net chmon"},
         {false, "output type t01", "output type_desc fr"},
         {true, "output net ch02 none", "output net_active ch02 no"}};
     for (const auto &[isCommand, text, similar] : cases) {
         SimulatedController controller;
-        const QByteArray usual = say(controller, isCommand, text);
+        const QByteArray usual = send(controller, isCommand, text);
         const auto answersTo = [&, isCommand = isCommand, text = text](Fault fault) {
             controller.setFault(commandKindOf(isCommand, text), fault);
-            return Texts{say(controller, isCommand, text), say(controller, isCommand, text)};
+            return Texts{send(controller, isCommand, text), send(controller, isCommand, text)};
         };
         QCOMPARE(answersTo(Fault::FailNext), Texts({"-1", usual}));
         QCOMPARE(answersTo(Fault::FailEvery), Texts({"-1", "-1"}));
-        QVERIFY(say(controller, isCommand, similar) != "-1");
+        QVERIFY(send(controller, isCommand, similar) != "-1");
         QCOMPARE(answersTo(Fault::AnswerEmpty).last(), isCommand ? usual : QByteArray());
         QCOMPARE(answersTo(Fault::AnswerGarbage).last().contains("%n"), !isCommand);
         controller.clearFaults();
-        QCOMPARE(say(controller, isCommand, text), usual);
+        QCOMPARE(send(controller, isCommand, text), usual);
     }
 }
 
@@ -173,6 +174,7 @@ void TestSimulatedController::requesterGetsOnlyRequestedTypesUntilItIsRemoved()
     std::thread data([&] { link.deliver("6d", "block"); });
     const bool entered = requester.entered.tryAcquire(1, waitMs);
     QSemaphore removed;
+    // One permit is released if the removal succeeds with 0, none if it is refused with -1.
     std::thread remover([&] { removed.release(link.removeRequester(&requester) + 1); });
     QTRY_COMPARE_WITH_TIMEOUT(link.registeredCount(), 0, waitMs);
     const bool tooEarly = removed.tryAcquire();

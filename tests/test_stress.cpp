@@ -13,7 +13,7 @@
 namespace {
 
 constexpr int openingsPerLoad = 5;
-constexpr int allocatedSlack = 8 * 1024 * 1024;
+constexpr int allocatedSlack = 8 * 1024 * 1024; // bytes that repeated use may add
 
 quint32 numberFromEnvironment(const char *name, quint32 fallback)
 {
@@ -21,7 +21,7 @@ quint32 numberFromEnvironment(const char *name, quint32 fallback)
     return given.isEmpty() ? fallback : given.toUInt();
 }
 
-/// Sends a message on another thread than the GUI thread.
+/// Reports a changed catalogue. Called on another thread than the GUI thread. tsan.supp names this function.
 void announceFromOutside(ControllerLink &link)
 {
     link.sendMessage("OutputTypesChanged");
@@ -57,7 +57,8 @@ struct Host : PluginHost
     std::vector<std::unique_ptr<Loop>> direct; ///< data threads that call the requester without the link
 };
 
-/// Returns the function of a data thread: it delivers one frame, and sometimes a reset.
+/// Returns the function that a data thread repeats: it delivers one frame, and at every 50th call also a
+/// reset.
 template <typename Deliver, typename Reset>
 std::function<void(int)> frames(Deliver deliver, Reset reset)
 {
@@ -71,9 +72,10 @@ std::function<void(int)> frames(Deliver deliver, Reset reset)
 
 } // namespace
 
-/// Data threads deliver without a pause while a user, a Controller and a host do random things. Nothing
-/// crashes or blocks, and no thread, descriptor or memory is left. STRESS_SECONDS sets the duration,
-/// STRESS_SEED the seed of the random numbers.
+/// Data threads deliver without a pause while a user, a Controller and a host perform random operations. The
+/// program must not crash or block. At the end no thread, no descriptor and less than allocatedSlack bytes
+/// may be left. The environment variable STRESS_SECONDS sets the duration, STRESS_SEED the seed of the random
+/// numbers.
 class TestStress : public QObject
 {
     Q_OBJECT
@@ -89,7 +91,7 @@ private:
     void openSeveralTimes(Host &host);
     void openDialog(Host &host, bool shutsDown);
     void step(Host &host, int stepsLeft, bool shutsDown);
-    void doSomething(Host &host);
+    void doRandomOperation(Host &host);
     void editPage(const Host &host);
     void setMissingDestinations(const QTabWidget &tabs) const;
     void leave(const Host &host);
@@ -98,7 +100,7 @@ private:
     QRandomGenerator m_random;
     QUdpSocket m_receiver; // destination of the first channel
     int m_datagrams = 0;
-    std::atomic<int> m_messagesWanted{0}; // changes of the catalogue that a thread should announce
+    std::atomic<int> m_messagesWanted{0}; // if above 0, a thread should report a changed catalogue
 };
 
 void TestStress::initTestCase()
@@ -111,7 +113,7 @@ void TestStress::initTestCase()
 }
 
 /// Changes the number of channels, the output types, the lock and the router mode while the dialog is closed.
-/// Router mode is mostly on.
+/// Router mode is on in four of five cases.
 void TestStress::changeController(SimulatedController &controller)
 {
     const int channels = 1 + below(outputChannelCount);
@@ -161,11 +163,12 @@ void TestStress::openDialog(Host &host, bool shutsDown)
     host.action->trigger();
 }
 
-/// Does one step and posts the next one as an event, so that deferred work of a step is done before the next.
+/// Does one step and lets a timer do the next one, so that the work that the step has deferred to the event
+/// loop is done first.
 void TestStress::step(Host &host, int stepsLeft, bool shutsDown)
 {
     if (stepsLeft > 0) {
-        doSomething(host);
+        doRandomOperation(host);
         QTimer::singleShot(0, &host.window, [=, &host] { step(host, stepsLeft - 1, shutsDown); });
     } else if (shutsDown) {
         host.shutDown();
@@ -174,7 +177,7 @@ void TestStress::step(Host &host, int stepsLeft, bool shutsDown)
     }
 }
 
-void TestStress::doSomething(Host &host)
+void TestStress::doRandomOperation(Host &host)
 {
     switch (below(9)) {
     case 0:
@@ -246,8 +249,8 @@ void TestStress::leave(const Host &host)
 }
 
 /// Loads, uses and unloads the plug-in file. Two data threads call the module without the link, because the
-/// locks of the link would synchronise them. Another thread announces a changed catalogue whenever
-/// m_messagesWanted is above 0.
+/// locks of the link would order their calls and so hide races. Another data thread delivers through the
+/// link. A fourth thread reports a changed catalogue whenever m_messagesWanted is above 0.
 void TestStress::useModuleOnce()
 {
     Host host;

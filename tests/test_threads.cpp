@@ -28,7 +28,7 @@ int tryLockAndUnlock(Mutex *mutex) UNCHECKED_LOCKING
     return mutexTryLock(mutex) + mutexUnlock(mutex);
 }
 
-/// Returns the count of a semaphore that no other thread uses.
+/// Returns the count of a semaphore that no other thread uses, or -1 if the count cannot be restored.
 int countOf(NativeSemaphore *semaphore)
 {
     int count = 0;
@@ -70,7 +70,7 @@ class TestThreads : public QObject
 private slots:
     void init();
     void cleanup();
-    void mutexBelongsToItsThread() UNCHECKED_LOCKING; // it breaks the rules on purpose
+    void mutexBelongsToItsThread() UNCHECKED_LOCKING; // breaks the locking rules on purpose
     void timedOutWaitersAreSubtracted();
     void condSignalWakesOneWaiterAndCondWakeAll();
     void endedThreadsLeaveNoStack();
@@ -84,7 +84,7 @@ private:
     bool hasBlocked(int count);
     Counts counts() const;
 
-    const Counts m_idle = {0, 0, 0, 0, 0, 1};
+    const Counts m_idle = {0, 0, 0, 0, 0, 1}; // counts() when no thread waits and the gate is open
     Mutex *m_mutex = nullptr;
     Condition *m_condition = nullptr;
 };
@@ -111,6 +111,7 @@ std::future<int> TestThreads::wait(uint32_t milliseconds)
     });
 }
 
+/// Waits until \a count waiters are counted in waitersBlocked. Returns false on a time-out.
 bool TestThreads::hasBlocked(int count)
 {
     return comesTrue([this, count] { return m_condition->waitersBlocked == count; });
@@ -168,7 +169,7 @@ void TestThreads::condSignalWakesOneWaiterAndCondWakeAll()
     QVERIFY(hasBlocked(3));
     QCOMPARE(condSignal(m_condition), 0);
     QCOMPARE(m_condition->waitersBlocked.load(), 2);
-    // The woken waiter opens the gate for new waiters, although two others sleep on.
+    // The woken waiter opens the gate for new waiters, although two others still sleep.
     waits.push_back(wait(longWait));
     QVERIFY(hasBlocked(3));
     QCOMPARE(condWake(m_condition, 1), 0);
@@ -201,6 +202,7 @@ void TestThreads::endedThreadsLeaveNoStack()
         workers.push_back(std::async(std::launch::async, work));
     for (std::future<int> &missed : workers)
         QCOMPARE(missed.get(), 0);
+    // Without joins, each of the 1200 unawaited threads would count.
     QVERIFY(threadRemainsCount() - remains < rounds);
 
     // Two threads may await the same thread.
@@ -235,7 +237,7 @@ void TestThreads::threadLocalDataTakeNoStackFromAThread()
     int touched = 0;
     QCOMPARE(threadStart(useWholeStack, &touched), 0);
     threadAwait(&touched);
-    QCOMPARE(touched, 187);
+    QCOMPARE(touched, 187); // all steps of useWholeStack()
 }
 
 QTEST_GUILESS_MAIN(TestThreads)

@@ -17,8 +17,8 @@
 
 namespace {
 
-/// Returns the letter that pads the texts of \a context, so that a translated text shows its context; '?' if
-/// the context is not the module's.
+/// Returns the letter that pads the texts of \a context, so that a translated text shows its context, or '?'
+/// if the context is none of the module's.
 QChar padding(const QString &context)
 {
     static const QHash<QString, char> letters{
@@ -26,8 +26,8 @@ QChar padding(const QString &context)
     return QLatin1Char(letters.value(context, '?'));
 }
 
-/// Returns the pseudo-translation: the text in brackets with padding, half as long again. A shortcut gets the
-/// modifier Ctrl instead.
+/// Returns the pseudo-translation: the text with a padding of half its length, in brackets. A shortcut gets
+/// the modifier Ctrl instead.
 QString pseudo(const QString &context, const QString &text)
 {
     if (text == QLatin1String("F9") || text.startsWith(QLatin1String("Alt+")))
@@ -98,7 +98,7 @@ struct TranslatedHost
     QTabWidget *tabs = nullptr;
 };
 
-/// Returns the title of \a widget, its texts for help and for screen readers, and its label if it is a QLabel
+/// Returns the title of \a widget, its texts for help and for screen readers, and its text if it is a QLabel
 /// or a button. The titles of tabs and columns are not included.
 QStringList textsOf(const QWidget *widget)
 {
@@ -110,7 +110,8 @@ QStringList textsOf(const QWidget *widget)
     return texts;
 }
 
-/// Names the first label, button or column title that is not shown as a whole; empty if there is none.
+/// Returns the name of the first label, button or column title that is not shown as a whole, or an empty
+/// text.
 QString firstCutOff(const QDialog *dialog)
 {
     const QList<QWidget *> widgets = dialog->findChildren<QWidget *>();

@@ -68,7 +68,7 @@ private slots:
     void init();
     void cleanup();
     void datagramArrivesWholeOrNotAtAll();
-    void flagsAndPortSelectTheBinding();
+    void flagsAndPortConfigureTheSocket();
     void textIsResolvedAndAddressIsSplit();
 
 private:
@@ -93,6 +93,7 @@ void TestUdp::cleanup()
     QCOMPARE(descriptorCount(), m_descriptors);
 }
 
+/// Sends \a data to the port of m_receiver. Returns the result of udpSend().
 int TestUdp::send(SocketHandle *from, const QByteArray &data, uint32_t address)
 {
     return udpSend(from, data.constData(), data.size(), address, portOf(m_receiver->socket), 100000);
@@ -110,7 +111,7 @@ void TestUdp::datagramArrivesWholeOrNotAtAll()
     }
 }
 
-void TestUdp::flagsAndPortSelectTheBinding()
+void TestUdp::flagsAndPortConfigureTheSocket()
 {
     const uint16_t taken = portOf(m_receiver->socket);
     SocketHandle *handle = m_sender;
@@ -120,7 +121,7 @@ void TestUdp::flagsAndPortSelectTheBinding()
     QVERIFY(portOf(handle->socket) != 0 && portOf(handle->socket) != taken);
     QVERIFY(!isInherited(handle->socket));
     QCOMPARE(udpClose(handle), 0);
-    const uint32_t broadcast = 0x7fffffff; // of the loopback network
+    const uint32_t broadcast = 0x7fffffff; // 127.255.255.255, of the loopback network
     QCOMPARE(send(m_sender, "all", broadcast), int(UdpFailed));
     QCOMPARE(udpOpen(&handle, 0, UdpBroadcast), 0);
     QCOMPARE(portOf(handle->socket), uint16_t(0));

@@ -1,5 +1,5 @@
-// The plug-in file in a host that does not link Qt's network library, on a real display in the system's
-// style.
+// The plug-in file in a host that does not link Qt's network library, with Qt's platform plug-in for Windows
+// and in Windows' own style.
 
 #include "backendversions.h"
 #include "moduleaction.h"
@@ -49,7 +49,8 @@ bool isInMemory(const QString &file)
     return GetModuleHandleW(reinterpret_cast<const wchar_t *>(path.utf16())) != nullptr;
 }
 
-/// Saves a screenshot of \a widget in the folder NATIVE_PICTURES, if that environment variable is set.
+/// Saves a screenshot of \a widget in the folder that the environment variable NATIVE_PICTURES names, if it
+/// is set.
 void savePicture(QWidget *widget, const char *name)
 {
     const QString folder = qEnvironmentVariable("NATIVE_PICTURES");
