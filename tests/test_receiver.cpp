@@ -28,7 +28,7 @@ public:
         : Program(RECEIVER_PATH, arguments)
     {
         for (int i = 0; i < ports; ++i) {
-            const QByteArray line = firstLine();
+            const QByteArray line = nextLine();
             m_ports.append(line.mid(line.lastIndexOf(':') + 1).toUShort());
         }
     }

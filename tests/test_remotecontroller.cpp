@@ -440,7 +440,7 @@ void TestRemoteController::directOutputEndsWhenRouterModeStarts()
 void TestRemoteController::programEndsCleanlyOnASignal()
 {
     Program program(CONTROLLER_PATH, QLatin1String("--port 0 --channels 10"));
-    const QByteArray line = program.firstLine();
+    const QByteArray line = program.nextLine();
     QVERIFY2(line.startsWith("controller: listening on 127.0.0.1:"), line.constData());
     program.sendSignal(SIGINT);
     QCOMPARE(program.status(), 0);
@@ -475,7 +475,7 @@ void TestRemoteController::channelsOfARemoteControllerGetTheirFrames()
     for (const char *mode : {"", " --router"}) {
         Program controller(CONTROLLER_PATH,
                            QLatin1String("--port 0 --rate 200 --channels 2") + QLatin1String(mode));
-        const quint16 port = commandPortOf(controller.firstLine());
+        const quint16 port = commandPortOf(controller.nextLine());
         Program frontend(FRONTEND_PATH, QLatin1String("--headless --seconds 2 --plugin " PLUGIN_PATH
                                                       " --controller 127.0.0.1:") +
                                             QString::number(port));

@@ -15,13 +15,14 @@
 
 using namespace simulation;
 
-/// The real dialog with a simulated Controller.
+/// The module's dialog, connected to a simulated Controller. GUI thread only, except deliverFrame().
 class DialogFixture
 {
 public:
     explicit DialogFixture(const std::function<void(ControllerState &)> &edit = {})
     {
-        // Not the address that the channels send to: their destination must not count as this computer.
+        // withChannels() makes the channels send to 127.0.0.1. The dialog must not take that address for the
+        // one of this computer, because it would then send my_ip in place of the address.
         change([](ControllerState &state) { state.monitorAddress = "127.0.0.9"; });
         if (edit)
             change(edit);
@@ -29,19 +30,20 @@ public:
 
     ~DialogFixture()
     {
-        controller.disconnect(&window); // an observer may refer to variables that no longer exist
+        controller.disconnect(&window); // the function of onExchange() may use variables that no longer exist
         if (dialog)
             dialog->teardownRequests();
     }
 
-    /// Edits the Controller's state and passes its version on to the dialog.
+    /// Applies \a edit to the Controller's state and copies the Controller's version to the record that the
+    /// dialog reads.
     void change(const std::function<void(ControllerState &)> &edit)
     {
         controller.change(edit);
         versions = controller.state().version;
     }
 
-    /// Creates and starts the dialog, as the module does.
+    /// Creates and starts the dialog, as the module does, without showing it.
     void create()
     {
         dialog = std::make_unique<NetworkDialog>(&link, &window, &versions);
@@ -50,14 +52,16 @@ public:
                          [this](bool enable) { routerSwitches << enable; });
     }
 
-    /// Calls \a observe after each query and command that the Controller has answered.
+    /// Calls \a observe after each query and each command, also a refused one, before the dialog gets the
+    /// result.
     void onExchange(const std::function<void(const Exchange &)> &observe)
     {
         QObject::connect(&controller, &SimulatedController::exchanged, &window, observe);
     }
 
-    /// Opens the dialog, runs \a action in it and presses the Exit button if the dialog is still open.
-    /// Returns false if the button did not close the dialog, which is then rejected.
+    /// Opens the dialog, which is created if necessary, runs \a action in its event loop, and clicks the Exit
+    /// button if the dialog is still open. If this does not close the dialog, returns false and closes it
+    /// without writing the changes.
     bool open(const std::function<void()> &action)
     {
         if (!dialog)
@@ -76,7 +80,7 @@ public:
         return left;
     }
 
-    /// Delivers the lines of one frame.
+    /// Delivers frame \a number, which consists of a line fr and a line 6d, on the calling thread.
     void deliverFrame(int number)
     {
         link.deliver("fr", "fr " + QByteArray::number(number) + "\r\n");
@@ -85,7 +89,7 @@ public:
 
     NetworkDialogTabWidget *tabs() const { return dialog->findChild<NetworkDialogTabWidget *>(); }
 
-    /// Returns the page on tab \a index; null for the "+" tab.
+    /// Returns the page on tab \a index, or null if that is the "+" tab or does not exist.
     ChannelWidget *page(int index) const { return qobject_cast<ChannelWidget *>(tabs()->widget(index)); }
 
     QStringList titles() const
@@ -96,7 +100,7 @@ public:
         return titles;
     }
 
-    /// Returns the texts of all queries and commands since the record was last cleared.
+    /// Returns the texts of all queries and commands since the record was last cleared, in order.
     QList<QByteArray> sent() const
     {
         QList<QByteArray> texts;
@@ -106,6 +110,7 @@ public:
         return texts;
     }
 
+    /// Returns the messages that the dialog has written to the host's log, in order.
     QList<QByteArray> logged() const
     {
         QList<QByteArray> texts;
@@ -119,7 +124,7 @@ public:
     ControllerLink link{controller};
     BackendVersions versions{};
     QWidget window;
-    QList<bool> routerSwitches; ///< the values of deferedRouterActiveToggled() since create()
+    QList<bool> routerSwitches; ///< the values of deferedRouterActiveToggled() after create()
     std::unique_ptr<NetworkDialog> dialog;
 };
 

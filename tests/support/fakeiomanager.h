@@ -12,24 +12,28 @@
 #include <cstring>
 #include <functional>
 
-/// A host for tests without a simulated Controller: answers from a table, fails on demand, and records all
-/// calls in order. Not thread-safe.
+/// A host for tests without a simulated Controller: takes answers from a table, fails on demand, and records
+/// all calls in order. Not thread-safe.
 class FakeIOManager : public IOManager
 {
 public:
     virtual ~FakeIOManager() = default;
 
-    /// Maps a query to its answer. Any other query fails and leaves the caller's buffer unchanged.
+    /// Maps a query to its answer. An answer must fit into the caller's buffer, whose size is unknown here. A
+    /// query that is not in the table fails and leaves the buffer unchanged.
     QHash<QByteArray, QByteArray> answers;
 
-    /// Lines of the journal whose calls fail. A failing query that is in \a answers still writes its answer.
+    /// The calls that fail, written as in the journal. A failing query that is in the table of answers still
+    /// writes its answer.
     QSet<QByteArray> failing;
 
-    /// All calls in order: queries and commands as they were sent; every other call as one of the words
-    /// "log", "request", "release", "add" and "remove", a blank, and its arguments.
+    /// All calls in order. A query or a command is recorded as it was sent, any other call as "request TYPE",
+    /// "release TYPE", "add requester", "remove requester", "add NAME" or "remove NAME" (of a message
+    /// receiver), or "log LEVEL COMPONENT NUMBER MESSAGE".
     QStringList journal;
 
-    /// If set, each call invokes it with its line of the journal before it returns.
+    /// If set, each call, once it is in the journal, invokes this function with its line of the journal. The
+    /// function may change the answers and the failing calls, which the call reads afterwards.
     std::function<void(const QByteArray &)> onCall;
 
     int getValue(char *answer, const char *format, ...) override

@@ -7,14 +7,16 @@
 #include <memory>
 #include <vector>
 
-// In test data, a word means a line: "fr100" is the line "fr 100" of type fr, "6d7" the line "6d 7" of type
-// 6d.
+// In test data a word stands for a line, whose type is the word's first two characters: "fr100" is the line
+// "fr 100" of type fr, "6d7" is the line "6d 7" of type 6d. Words are separated by blanks.
 
+/// Returns the line for which \a word stands, with CR LF.
 inline QByteArray lineOf(const QByteArray &word)
 {
     return word.left(2) + ' ' + word.mid(2) + "\r\n";
 }
 
+/// Returns the datagram that consists of the lines of \a words.
 inline QByteArray bytesOf(const QByteArray &words)
 {
     QByteArray bytes;
@@ -23,28 +25,30 @@ inline QByteArray bytesOf(const QByteArray &words)
     return bytes;
 }
 
-/// Returns the words of a frame.
+/// Returns the words of frame \a number, which has two lines.
 inline QByteArray frameOf(int number)
 {
     const QByteArray digits = QByteArray::number(number);
     return "fr" + digits + " 6d" + digits;
 }
 
-/// Returns a fan-out whose router mode is on.
+/// Returns a fan-out that always passes lines on, as in router mode.
 inline std::shared_ptr<networksettings2g::ChannelFanOut> makeFanOut()
 {
     static const std::atomic<bool> isRouterActive{true};
     return std::make_shared<networksettings2g::ChannelFanOut>(isRouterActive);
 }
 
-/// An active channel that sends to a port of this computer and ticks "fr", "6d" and "3d". By default it is
-/// the only channel of its fan-out, which it updates when its ticks change, as the dialog does. There is no
-/// host, because no tested function sends a command.
+/// An active channel whose destination is a port of this computer and whose ticked types are fr, 6d and 3d.
+/// updateRouterActiveState() starts it. It has no IOManager, because the tests call no function that needs
+/// one.
 class FedChannel : public ChannelAsRouter
 {
 public:
     static constexpr quint32 Loopback = 0x7f000001;
 
+    /// Creates the only channel of a new fan-out, and publishes it again after each change of its ticks, as
+    /// the dialog does.
     explicit FedChannel(quint16 port)
         : FedChannel(port, makeFanOut(), 0)
     {
@@ -53,8 +57,8 @@ public:
         m_isOnlyChannel = true;
     }
 
-    /// One of several channels. The caller publishes them, and removes them from the fan-out before
-    /// destroying them.
+    /// Creates one of several channels of \a fanOut. The caller publishes the channels, also after a change
+    /// of their ticks, and removes them from the fan-out before it destroys them.
     FedChannel(quint16 port, std::shared_ptr<networksettings2g::ChannelFanOut> fanOut, int index)
         : ChannelAsRouter(nullptr, index, nullptr)
         , m_fanOut(std::move(fanOut))
@@ -73,6 +77,8 @@ public:
             m_fanOut->publish({});
     }
 
+    /// Replaces the types that the channel knows; none is ticked then. The fan-out keeps the previous ticks
+    /// until tick() changes one.
     void setCatalogue(const QByteArrayList &names)
     {
         QList<networksettings2g::OutputTypeInfo> types;
@@ -87,8 +93,10 @@ public:
             item->setCheckState(on ? Qt::Checked : Qt::Unchecked);
     }
 
+    /// Delivers one line on the calling thread.
     void feed(const char *type, const char *line) { m_fanOut->deliver(type, line); }
 
+    /// Delivers the lines of \a words on the calling thread.
     void feed(const QByteArray &words)
     {
         for (const QByteArray &word : words.split(' '))
@@ -100,7 +108,7 @@ private:
     bool m_isOnlyChannel = false;
 };
 
-/// Several channels of one fan-out.
+/// Several channels of one fan-out. Channel i, counted from 0, sends to port i of the list.
 class FedChannels
 {
 public:
@@ -122,7 +130,8 @@ public:
             channel->updateRouterActiveState(true);
     }
 
-    /// Destroys a channel like closing its tab does, and replaces it with a new one, which is not started.
+    /// Replaces a channel with a new one, which is not started: publishes the new list of channels, then
+    /// destroys the old channel, whose worker may still run.
     void replace(int index, quint16 port)
     {
         auto next = std::make_unique<FedChannel>(port, m_fanOut, index);
@@ -130,6 +139,7 @@ public:
         publish();
     }
 
+    /// Delivers the lines of frameOf(number) on the calling thread.
     void feedFrame(int number)
     {
         const QByteArray digits = QByteArray::number(number);

@@ -9,7 +9,7 @@
 
 // Functions that act like a user with mouse and keyboard.
 
-/// Scrolls the tab row with its arrows until tab \a tab is fully visible.
+/// Scrolls the tab row with its arrows until the middle of tab \a tab is visible.
 inline void scrollToTab(QTabBar *bar, int tab)
 {
     const QList<QToolButton *> arrows = bar->findChildren<QToolButton *>();
@@ -24,14 +24,14 @@ inline void scrollToTab(QTabBar *bar, int tab)
     }
 }
 
-/// Clicks the title of tab \a tab.
+/// Scrolls to tab \a tab and clicks it.
 inline void clickTab(QTabBar *bar, int tab)
 {
     scrollToTab(bar, tab);
     QTest::mouseClick(bar, Qt::LeftButton, Qt::NoModifier, bar->tabRect(tab).center());
 }
 
-/// Moves the focus to \a field and replaces its text.
+/// Moves the focus to \a field and replaces its contents by typing \a text.
 inline void typeInto(QWidget *field, const QString &text)
 {
     field->setFocus();
@@ -39,7 +39,7 @@ inline void typeInto(QWidget *field, const QString &text)
     QTest::keyClicks(field, text);
 }
 
-/// Clicks the check box of the row of \a type.
+/// Scrolls to the row of \a type, which must exist, and clicks its check box.
 inline void clickTick(const ChannelWidget *page, const char *type)
 {
     QTableView *view = page->tableView;
@@ -50,8 +50,8 @@ inline void clickTick(const ChannelWidget *page, const char *type)
                       view->visualRect(rows.value(0)->index()).topLeft() + QPoint(10, cell.height() / 2));
 }
 
-/// Clicks the square of the check box \a button. Clicks beside the square and the text have no effect, and
-/// the box may be wider than these.
+/// Clicks the square of the check box \a button. The centre of the widget may lie beside the square and the
+/// text, where clicks have no effect.
 inline void clickBox(QAbstractButton *button)
 {
     QTest::mouseClick(button, Qt::LeftButton, Qt::NoModifier, QPoint(8, button->height() / 2));

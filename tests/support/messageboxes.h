@@ -11,8 +11,9 @@
 
 #include <functional>
 
-/// Answers the message boxes that open during its life with the given buttons in order, and records them. Any
-/// further box is rejected, so that a test fails instead of blocking.
+/// Answers the modal message boxes that open during its life with the given buttons in order, and records the
+/// boxes. When the buttons are used up, \a decide chooses the button. A box for which there is no button is
+/// rejected, so that it does not block the test. GUI thread only.
 class MessageBoxes : public QObject
 {
 public:
@@ -23,7 +24,7 @@ public:
         m_timer.start(1);
     }
 
-    /// The texts and titles shown so far, in order.
+    /// The texts, titles and default buttons of the boxes so far, in order.
     QStringList texts;
     QStringList titles;
     QList<QMessageBox::StandardButton> defaults;
@@ -31,7 +32,7 @@ public:
     /// Whether any box so far interpreted its text as markup.
     bool anyRichText = false;
 
-    /// If set, chooses the button once the given answers are used up.
+    /// If set, returns the button for a box that opens after the given buttons are used up.
     std::function<QMessageBox::StandardButton(const QMessageBox *)> decide;
 
 private:
@@ -45,7 +46,7 @@ private:
         anyRichText = anyRichText || box->textFormat() == Qt::RichText ||
                       (box->textFormat() == Qt::AutoText && Qt::mightBeRichText(box->text()));
         defaults << box->standardButton(box->defaultButton());
-        QAbstractButton *button = nullptr; // an unexpected box may have another one
+        QAbstractButton *button = nullptr; // stays null if none is given or the box lacks it
         if (!m_answers.isEmpty())
             button = box->button(m_answers.takeFirst());
         else if (decide)

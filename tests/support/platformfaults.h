@@ -10,37 +10,42 @@
 #include <utility>
 
 // Platform fault injection: a test observes the waits of a worker, delays its sends, and makes platform
-// functions fail. The linker redirects calls of the platform's functions to the functions below (--wrap).
-// Only one source file of a program may include this header, because it defines functions.
+// functions fail. The option --wrap of the linker redirects calls of functions of native.h to the functions
+// __wrap_native...() below, which reach the real ones as __real_native...(). Only one source file of a
+// program may include this header, because it defines functions that are not inline.
 
 namespace faults {
 
+/// The kinds of calls that a test can make fail. A kind without a comment is the function native...() of the
+/// same name.
 enum Call
 {
-    NoCall,
+    NoCall, ///< no kind
     Memory, ///< allocations by new (std::nothrow)
     MutexCreate,
     MutexTryLock,
     SemaphoreCreate,
-    SemaphoreWait,
-    GatePost, ///< a post to another semaphore than lineQueue
-    LineWait, ///< a worker's wait for lines, recognised by its time-out
+    SemaphoreWait, ///< any wait for a semaphore, also LineWait
+    GatePost,      ///< a post to another semaphore than lineQueue
+    LineWait,      ///< a worker's wait for lines, recognised by its time-out
     LockCreate,
     ThreadCreate,
     SocketCreate,
-    SocketNotReady,   ///< a send would have to wait
-    SocketWait,       ///< no socket is ready, and a wait for one fails
-    SocketWaitInTime, ///< no socket is ready, and a wait for one times out
+    SocketNotReady,   ///< a send reports that the socket is not ready
+    SocketWait,       ///< no socket is ever ready, and a wait for one fails
+    SocketWaitInTime, ///< no socket is ever ready, and a wait for one times out
     SocketSend,
     SocketSendShort, ///< a send reports one byte less than the datagram has
     LookUp
 };
 
+// Set by Refusal.
 inline std::atomic<Call> refused{NoCall};
-inline std::atomic<int> granted{0}; // calls that will succeed before the refusals begin
-inline std::atomic<int> refusals{0};
-inline std::atomic<int> mostRefusals{0};
+inline std::atomic<int> granted{0};      // calls that will still succeed before the refusals begin
+inline std::atomic<int> refusals{0};     // calls that have failed since the last Refusal was created
+inline std::atomic<int> mostRefusals{0}; // the limit of refusals
 
+/// Returns whether the current call, of the kind \a call, must fail, and counts it.
 inline bool refuses(Call call)
 {
     if (refused != call || granted-- > 0 || refusals >= mostRefusals)
@@ -49,10 +54,11 @@ inline bool refuses(Call call)
     return true;
 }
 
-/// While it exists, makes \a call fail after the first \a spared calls, at most \a times.
+/// Makes calls of one kind fail as long as it exists. Only one object may exist at a time.
 class Refusal
 {
 public:
+    /// The first \a spared calls of the kind \a call succeed, the following ones fail, at most \a times.
     explicit Refusal(Call call, int spared = 0, int times = INT_MAX)
     {
         refusals = 0;
@@ -65,60 +71,65 @@ public:
     Refusal &operator=(const Refusal &) = delete;
 };
 
-// Only a worker's wait for lines has a time-out. It ends only by a wake-up, unless timeOuts is set.
-inline std::atomic<bool> timeOuts{false};
-inline std::atomic<int> lineWaits{0};
+// Of all waits for a semaphore, only a worker's wait for lines has a time-out.
+inline std::atomic<bool> timeOuts{false}; // if false, a wait for lines does not time out
+inline std::atomic<int> lineWaits{0};     // started
 inline std::atomic<int> endedLineWaits{0};
-inline std::atomic<NativeSemaphore *> lineQueue{nullptr}; // the queue of the condition that was made last
-inline std::atomic<int> wakeUps{0};                       // posts to it
-inline std::atomic<int> takenWakeUps{0};
+inline std::atomic<NativeSemaphore *> lineQueue{nullptr}; // the queue of the condition that was created last
+inline std::atomic<int> wakeUps{0};                       // posts to lineQueue
+inline std::atomic<int> takenWakeUps{0};                  // waits for lineQueue that have taken a post
 
-/// Returns whether the program has \a workers workers, all of which sleep, and no wake-up is pending. Every
-/// complete frame has then been handled.
+/// Returns whether exactly \a workers workers sleep and no wake-up through lineQueue is pending. If the
+/// program has no other workers, and no wake-up through another queue is pending, every complete frame has
+/// then been handled.
 inline bool areAsleep(int workers)
 {
     return wakeUps == takenWakeUps && lineWaits == endedLineWaits + workers;
 }
 
-/// The same for the program's only worker.
+/// Returns areAsleep(1), for a program with one worker.
 inline bool isAsleep()
 {
     return areAsleep(1);
 }
 
+/// How long a send takes if the socket is ready.
 enum Path
 {
-    Open,
-    Slow, ///< each send takes 100 ms, as long as a worker waits for a socket at most
-    Held  ///< sends do not return
+    Open, ///< not longer than without fault injection
+    Slow, ///< 100 ms, the longest time for which a worker waits for a socket
+    Held  ///< until path has another value
 };
 
 inline std::atomic<Path> path{Open};
 inline std::atomic<int> sends{0};         // started
 inline std::atomic<int> writableWaits{0}; // started
-inline std::atomic<bool> isPaced{false};  // a send waits until the receiver's buffer has room
-inline std::atomic<int> bytesUnderWay{0}; // buffer space of datagrams sent but not yet received
-inline std::atomic<int> stalledPort{0};   // no socket is ever ready to send to this port
-inline std::atomic<NativeSocket> stalledSocket{nativeNoSocket}; // the socket that sends to stalledPort
-inline std::atomic<bool> isStallHeld{false};                    // a worker's wait for it does not return
-inline std::atomic<bool> holdWokenWorkers{false};               // a worker's wait for lines does not return
+inline std::atomic<int> bytesUnderWay{0}; // buffer space of datagrams sent but not yet read by a Receiver
+inline std::atomic<int> stalledPort{0};   // if not 0, no socket is ever ready to send to this port
+inline std::atomic<NativeSocket> stalledSocket{nativeNoSocket}; // sends to stalledPort
+inline std::atomic<bool> isStallHeld{false}; // while true, a worker's wait for stalledSocket does not return
+inline std::atomic<bool> holdWokenWorkers{false}; // while true, a worker's wait for lines does not return
 
-/// If not null, this thread stops after its next unlock of a mutex until the flag that this points to is
-/// cleared.
+/// If true, a send waits until bytesUnderWay is at most pacedBytes, but not longer than about ten seconds.
+inline std::atomic<bool> isPaced{false};
+constexpr int pacedBytes = 20000; // well below the usual size of a socket's buffer
+
+/// If not null, the calling thread's next unlock of a mutex sets this to null and returns only when the flag
+/// is false.
 inline thread_local std::atomic<bool> *heldAfterUnlock = nullptr;
-inline std::atomic<int> threadsHeldAfterUnlock{0};
+inline std::atomic<int> threadsHeldAfterUnlock{0}; // such unlocks so far
 
-/// If set, the calling thread polls for a mutex every 0.2 ms instead of queuing for it: the worst case of an
+/// If true, the calling thread polls for a mutex every 0.2 ms instead of queuing for it: the worst case of an
 /// unfair mutex.
 inline thread_local bool locksUnfairly = false;
 
-/// Returns about how much space a datagram of \a length bytes takes in the receiver's buffer.
+/// Returns about how much space a datagram of \a length bytes takes in the buffer of the receiver's socket.
 inline int bytesTaken(int length)
 {
     return length + 500;
 }
 
-inline std::atomic<bool> holdLookUps{false}; // look-ups do not return, each for at most ten seconds
+inline std::atomic<bool> holdLookUps{false}; // while true, look-ups do not return, each for 10 s at most
 inline std::atomic<int> lookUpsStarted{0};
 inline std::atomic<int> lookUpsEnded{0};
 
@@ -131,7 +142,8 @@ void *operator new(std::size_t size, const std::nothrow_t &) noexcept
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker prescribes the names.
 
-/// Defines a function that returns \a refusal if the test makes it fail.
+/// Defines the function that replaces native<call>(): it returns \a refusal if the test makes it fail, and
+/// otherwise calls the real function.
 #define FAULT_POINT(Result, call, parameters, arguments, refusal)                                            \
     Result __real_native##call parameters;                                                                   \
     Result __wrap_native##call parameters                                                                    \
@@ -179,7 +191,7 @@ NativeSemaphore *__wrap_nativeSemaphoreCreate(int32_t initial, int32_t most)
     if (faults::refuses(faults::SemaphoreCreate))
         return nullptr;
     NativeSemaphore *made = __real_nativeSemaphoreCreate(initial, most);
-    if (initial == 0) // not a gate
+    if (initial == 0) // a gate begins with 1
         faults::lineQueue = made;
     return made;
 }
@@ -245,7 +257,8 @@ int32_t __wrap_nativeSocketSend(NativeSocket socket, const void *data, int32_t l
         nativeSleep(100);
     while (faults::path == faults::Held)
         nativeSleep(0);
-    for (int looks = 0; faults::isPaced && faults::bytesUnderWay > 20000 && looks < 10000; ++looks)
+    for (int looks = 0; faults::isPaced && faults::bytesUnderWay > faults::pacedBytes && looks < 10000;
+         ++looks)
         nativeSleep(looks < 1000 ? 0 : 1);
     if (faults::refuses(faults::SocketSend))
         return NativeFailed;

@@ -12,13 +12,14 @@
 
 using namespace simulation;
 
+/// Returns whether the library of the plug-in is in this process's memory.
 inline bool isPluginMapped()
 {
     QFile maps(QLatin1String("/proc/self/maps"));
     return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("NetworkSettings2GModule");
 }
 
-/// A link that remembers the requester.
+/// A link that remembers the requester that was added last.
 class ObservedLink : public ControllerLink
 {
 public:
@@ -38,14 +39,14 @@ struct PluginHost
 {
     PluginHost()
     {
-        // By default Qt keeps a plug-in mapped after unload(), so code that is still used would not be
-        // noticed.
+        // With its default hints, Qt keeps a plug-in mapped after unload(). A use of the module's code after
+        // unload() would then go unnoticed.
         loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
         module = qobject_cast<ModuleInterface *>(loader.instance());
     }
 
-    /// Sets all parameters of the module except ObserverMode. BackendVersions is the Controller's present
-    /// version.
+    /// Sets all parameters of the module except ObserverMode. BackendVersions is the Controller's version at
+    /// the time of this call.
     void handOver()
     {
         versions = controller.state().version;
@@ -59,5 +60,5 @@ struct PluginHost
     BackendVersions versions{};
     QWidget window;
     QPluginLoader loader{QLatin1String(PLUGIN_PATH)};
-    ModuleInterface *module = nullptr;
+    ModuleInterface *module = nullptr; ///< stays null if the plug-in cannot be loaded
 };

@@ -1,25 +1,28 @@
 #pragma once
 
-// Whether the program is built with a sanitizer. Sanitizers slow it down, keep freed memory, and map files to
-// read symbol names.
+// Whether GCC has built the program with AddressSanitizer or ThreadSanitizer. They slow the program down,
+// keep freed memory, and map files to read symbol names.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool isSanitized = true;
 #else
 constexpr bool isSanitized = false;
 #endif
 
-// Numbers of the test's own process. Each system has a source file that defines these functions.
+// The resources of the test's own process. Each system has a source file that defines these functions.
 
+/// Returns the number of threads.
 int threadCount();
 
-/// Open files and sockets; on Windows only sockets, since locks and threads have handles there as well.
+/// Returns the number of open descriptors; on Windows only of sockets, because locks and threads have handles
+/// there, too. Only differences are meaningful.
 int descriptorCount();
 
-/// A number that grows by at least one for each thread that has ended and was not joined.
+/// Returns a number that grows by at least one for each thread that has ended and was not joined.
 int threadRemainsCount();
 
+/// Returns the physical memory that the process uses, or -1 if Windows does not report it.
 long long residentBytes();
 
-/// The memory that the program has allocated, without the freed memory that the C library keeps. Only on
-/// Linux, and only without a sanitizer.
+/// Returns the memory that the program has allocated, without the freed memory that the C library keeps.
+/// Exists only on Linux. Meaningless if isSanitized, because a sanitizer replaces the C library's allocator.
 long long allocatedBytes();

@@ -22,12 +22,13 @@ int threadCount()
     return entryCount("/proc/self/task");
 }
 
+// Also counts the descriptor through which it reads the folder.
 int descriptorCount()
 {
     return entryCount("/proc/self/fd");
 }
 
-// The number of memory mappings: the stack of a thread that was not joined stays mapped.
+// Counts the memory mappings, because the stack of a thread that was not joined stays mapped.
 int threadRemainsCount()
 {
     std::ifstream maps("/proc/self/maps");

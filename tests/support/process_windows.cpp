@@ -8,8 +8,8 @@
 
 namespace {
 
-/// Counts the handles that \a wanted accepts by trying all values that a handle may have, because not every
-/// system that runs Windows programs counts the handles of a process.
+/// Counts the handles that \a wanted accepts. Tries the lowest values that a handle may have, far more than a
+/// test uses, because not every system that runs Windows programs counts the handles of a process.
 template <typename Predicate>
 int handlesThat(Predicate wanted)
 {
@@ -44,7 +44,7 @@ int descriptorCount()
     });
 }
 
-// The number of handles: the handle of a thread that was not joined stays open.
+// Counts the handles, because the handle of a thread that was not joined stays open.
 int threadRemainsCount()
 {
     return handlesThat([](HANDLE handle) {

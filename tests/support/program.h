@@ -10,7 +10,8 @@ class Program : public QProcess
 public:
     static constexpr int LimitMs = 30000;
 
-    /// Starts the program. Its standard input is \a input.
+    /// Starts the program \a path with \a arguments, which are separated by blanks. Its standard input is
+    /// \a input.
     Program(const char *path, const QString &arguments, const QByteArray &input = {},
             const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
     {
@@ -20,8 +21,9 @@ public:
         closeWriteChannel();
     }
 
-    /// Waits for the first line of standard output. Returns it without its end.
-    QByteArray firstLine()
+    /// Waits for the next line of standard output and returns it without surrounding white space. If the
+    /// program ends, or prints nothing for LimitMs, returns the part of the line that has come until then.
+    QByteArray nextLine()
     {
         while (!canReadLine() && waitForReadyRead(LimitMs)) {
         }
@@ -30,8 +32,8 @@ public:
 
     void sendSignal(int signal) { ::kill(pid_t(processId()), signal); }
 
-    /// Waits for the end. Returns the exit status, or -1 if the process did not start, crashed or did not
-    /// end.
+    /// Waits for the end of the process. Returns the exit status, or -1 if the process did not start, crashed
+    /// or did not end within \a limitMs.
     int status(int limitMs = LimitMs)
     {
         const bool hasEnded = state() == QProcess::NotRunning || waitForFinished(limitMs);
@@ -39,8 +41,8 @@ public:
         return hasRun && exitStatus() == QProcess::NormalExit ? exitCode() : -1;
     }
 
-    /// Waits for the end. Returns whether the program \a name refused its arguments: it ended with status 2
-    /// after one message on standard error and none on standard output.
+    /// Waits for the end of the process. Returns whether the program \a name refused its arguments, that is,
+    /// ended with status 2, wrote one message "NAME: ..." to standard error and nothing to standard output.
     bool hasRefusedArguments(const char *name)
     {
         return status() == 2 && readAllStandardError().count(name + QByteArray(": ")) == 1 &&

@@ -8,7 +8,7 @@
 
 Q_DECLARE_METATYPE(faults::Call)
 
-/// Receives datagrams at a port of this computer.
+/// Receives datagrams at a port of 127.0.0.1 that the system picks.
 class Receiver
 {
 public:
@@ -18,7 +18,8 @@ public:
 
     bool isEmpty() const { return !m_socket.hasPendingDatagrams(); }
 
-    /// Returns the next datagram; empty if none arrives.
+    /// Waits for the next datagram, as comesTrue() does, and returns it. Returns an empty text if none
+    /// arrives.
     QByteArray next()
     {
         if (!comesTrue([this] { return !isEmpty(); }))
@@ -29,7 +30,8 @@ public:
         return bytes;
     }
 
-    /// Like comesTrue(), but also passes each datagram that arrives to \a take.
+    /// Waits until \a wanted returns true, as comesTrue() does, and returns its result. Passes each datagram
+    /// that arrives until then to \a take.
     template <typename Predicate, typename Take>
     bool readsUntil(Predicate wanted, Take take)
     {
@@ -49,7 +51,7 @@ private:
     QUdpSocket m_socket;
 };
 
-/// A running channel and the receiver to which it sends.
+/// A channel that is started, and the receiver to which it sends.
 class RunningChannel : public FedChannel
 {
 public:
@@ -63,14 +65,15 @@ public:
     Receiver receiver;
 };
 
-/// Blocks every send until release() or its destruction.
+/// Blocks every send until release() is called or the object is destroyed.
 class HeldSends
 {
 public:
     HeldSends() { faults::path = faults::Held; }
     ~HeldSends() { release(); }
     static void release() { faults::path = faults::Open; }
-    /// Waits until a send is blocked.
+
+    /// Waits until a send is blocked. Returns false if comesTrue() does.
     bool hold() const
     {
         return comesTrue([this] { return faults::sends > m_before; });

@@ -7,14 +7,16 @@
 #include <string>
 #include <vector>
 
-/// Computes which datagrams a channel's worker should send, in another way than FrameAssembler: from the
-/// positions of lines in a list of all lines, without counters. Deliberately slow and simple.
+/// Computes which datagrams a channel's worker should send. Unlike FrameAssembler, which counts lines, it
+/// finds the frames by the positions of the opening lines in a list of all lines. Deliberately slow and
+/// simple.
 class ReferenceModel
 {
 public:
+    /// Sets the channel's divisor, at least 1.
     void setDivisor(int divisor) { m_divisor = divisor; }
 
-    /// Models the start of a worker. Only the opening type stays known.
+    /// Models the start of a worker. Of the previous lines only the opening type stays known.
     void start()
     {
         m_lines.clear();
@@ -23,10 +25,10 @@ public:
         m_skipsToOpening = false;
     }
 
-    /// Drops the lines of the current frame.
+    /// Drops the lines that have been collected for the next datagram.
     void reset() { m_frameBegin = m_lines.size(); }
 
-    /// Models a loss of lines before the next one.
+    /// Models a loss of lines before the next line.
     void loseLines()
     {
         start();
@@ -54,7 +56,7 @@ public:
     /// Returns the type whose lines open frames; empty before the first line.
     const std::string &openingType() const { return m_openingType; }
 
-    /// Returns the size of the current, incomplete frame.
+    /// Returns the number of bytes that have been collected for the next datagram.
     std::size_t pendingBytes() const { return frameText().size(); }
 
 private:
@@ -74,8 +76,9 @@ private:
         return {};
     }
 
-    /// A frame is as long as the previous one. The previous one reaches from one opening line to the next, or
-    /// starts with the first line of all if there is no earlier opening line.
+    /// Returns whether the current frame, which begins with the last opening line, is as long as the previous
+    /// one, which begins with the opening line before that, or with the first line of the list if there is
+    /// none.
     bool isFrameComplete() const
     {
         const std::optional<std::size_t> begin = openingBefore(m_lines.size());
@@ -85,6 +88,7 @@ private:
         return m_lines.size() - *begin == *begin - beginOfPrevious;
     }
 
+    /// Returns the text of the collected lines if it should be sent. Begins the next datagram in both cases.
     std::optional<std::string> takeFrame()
     {
         const std::string frame = frameText();
@@ -98,6 +102,7 @@ private:
         return frame;
     }
 
+    /// Returns the collected lines as they stand in a datagram.
     std::string frameText() const
     {
         std::string frame;
@@ -110,7 +115,7 @@ private:
         return frame;
     }
 
-    /// Returns the number after the first three characters; 0 if there is none or it does not fit into 32
+    /// Returns the number after the first three characters, or 0 if there is none or it does not fit into 32
     /// bits.
     static std::int64_t numberIn(const std::string &text)
     {
@@ -119,10 +124,10 @@ private:
         return number == static_cast<std::int32_t>(number) ? number : 0;
     }
 
-    std::vector<Line> m_lines;    // since the worker started or lines were lost
-    std::size_t m_frameBegin = 0; // index of the first line of the current frame
+    std::vector<Line> m_lines;    // since the last call of start()
+    std::size_t m_frameBegin = 0; // index of the first line of the next datagram
     std::string m_openingType;
-    int m_linesWithoutOpening = 0; // since the last opening line, the worker's start or the last loss
-    bool m_skipsToOpening = false; // lines were lost: the next ones are the rest of an incomplete frame
+    int m_linesWithoutOpening = 0; // since the last opening line or the last call of start()
+    bool m_skipsToOpening = false; // lines were lost, so lines are skipped up to the next opening line
     int m_divisor = 1;
 };

@@ -2,7 +2,7 @@
 
 #include <QtTest>
 
-/// The data of a test: the constructor names the columns, each call adds a row.
+/// The data of a test. The constructor names the columns; each call of the object adds a row:
 ///     const Table<QByteArray, int> row("text", "length");
 ///     row("empty text", "", 0);
 template <typename... Types>

@@ -6,7 +6,8 @@
 
 #include <thread>
 
-/// Waits until \a wanted returns true, without processing events. Returns false after 30 seconds.
+/// Calls \a wanted until it returns true, without processing events. Returns false if that takes more than 30
+/// seconds.
 template <typename Predicate>
 bool comesTrue(Predicate wanted)
 {
