@@ -34,7 +34,7 @@ public:
 private:
     static bool has(const char *fault) { return qgetenv("MODULE_FAULT") == fault; }
     static void stayInMemory();
-    void query();
+    void query(); // a query that Controllers before version 1.4 do not know
 
     QPluginLoader m_loader{QLatin1String(PLUGIN_PATH)};
     ModuleInterface *m_module;
