@@ -30,7 +30,7 @@ QStringList tabTitles(int channels)
     return titles;
 }
 
-/// Closes the open help window and returns its size; empty if none is open.
+/// Closes the open help window and returns its size, or an empty size if none is open.
 QSize takeHelp()
 {
     const QWidgetList windows = QApplication::topLevelWidgets();
@@ -45,7 +45,8 @@ QSize takeHelp()
 
 } // namespace
 
-/// Start, opening, lock, keyboard and routing of the dialog. TestAccept tests the commands sent on leaving.
+/// Tests the start, the opening, the lock, the keyboard and the routing of the dialog. TestAccept tests the
+/// commands that are sent when the user leaves the dialog.
 class TestDialog : public QObject
 {
     Q_OBJECT
@@ -61,7 +62,7 @@ private slots:
     void openingShowsTheRouterMode_data();
     void openingShowsTheRouterMode();
     void keyboardReachesEveryControl();
-    void routerModeAtStartForwards();
+    void dataAreForwardedIfRouterModeIsOnAtStart();
     void closedChannelGetsNoDataDuringItsResetCommand();
     void catalogueChangeIsHandledOnlyInRouterMode_data();
     void catalogueChangeIsHandledOnlyInRouterMode();
@@ -125,6 +126,7 @@ void TestDialog::openingBringsEverythingUpToDate()
                                                       << "output net_via_router" << destinationQueries()
                                                       << "output number_of_types");
         // The address of this computer is queried before the channels, because their pages use it.
+        QVERIFY(sent.contains("output net chmon"));
         QVERIFY(sent.indexOf("output net ch01", 13) > sent.indexOf("output net chmon"));
         QCOMPARE(sent.last(), QByteArray("config is_changeable"));
 
@@ -138,6 +140,7 @@ void TestDialog::openingBringsEverythingUpToDate()
         // While the dialog is open, the action sends no query.
         fixture.change(withChannels(4));
         fixture.dialog->update_and_exec();
+        QCOMPARE(fixture.sent(), sent);
         QCOMPARE(fixture.titles(), tabTitles(2));
         QCOMPARE(page->spinBox_port->value(), 6000);
     });
@@ -147,7 +150,7 @@ void TestDialog::cursorIsBusyOnlyWhileTheControllerWorks()
 {
     DialogFixture fixture(withChannels(2));
     fixture.create();
-    QStringList idle; // exchanges without the busy cursor
+    QStringList idle; // queries and commands without the busy cursor
     fixture.onExchange([&](const Exchange &exchange) {
         const QCursor *cursor = QGuiApplication::overrideCursor();
         if (!cursor || cursor->shape() != Qt::WaitCursor)
@@ -156,7 +159,7 @@ void TestDialog::cursorIsBusyOnlyWhileTheControllerWorks()
     fixture.controller.clearRecord();
     QVERIFY(fixture.open([&] {
         QVERIFY(!QGuiApplication::overrideCursor());
-        QVERIFY(fixture.sent().size() > 30);
+        QVERIFY(fixture.sent().size() > 30); // the opening has sent its queries
         fixture.page(0)->lineEdit_host->clear();
         bool busyInBox = true;
         MessageBoxes boxes;
@@ -181,13 +184,15 @@ void TestDialog::changedChannelCountRebuildsTheTabs()
     fixture.create();
     const int width = fixture.dialog->width();
     const QPointer<ChannelWidget> first = fixture.page(0);
-    // The height must stay, although it exceeds that of the screen.
+    // The dialog must keep this height, although it exceeds that of the screen.
     const int height = QGuiApplication::primaryScreen()->size().height() + 100;
     fixture.dialog->resize(width, height);
     fixture.open([&] {
         QVERIFY(fixture.dialog->width() < width + 300);
         QCOMPARE(fixture.dialog->height(), height);
     });
+    // From six channels on, the dialog is 60 pixels per channel wider than at its start. With fewer it keeps
+    // its width.
     for (const auto &[channels, wider] : {std::pair(6, 360), {10, 600}, {2, 600}}) {
         fixture.change(withChannels(channels));
         fixture.open([&fixture, channels = channels] { QCOMPARE(fixture.titles(), tabTitles(channels)); });
@@ -217,6 +222,7 @@ void TestDialog::openingFollowsTheLock()
         state.version.minor = minor;
         state.version.third = third;
     });
+    // An image of another size than that of the lock.
     fixture.window.setWindowIcon(QIcon(":/act_as_router_whatsthis.png"));
     fixture.controller.overrideAnswer("config is_changeable", answer);
     QVERIFY(fixture.open([&] {
@@ -294,10 +300,12 @@ void TestDialog::keyboardReachesEveryControl()
                 QVERIFY(help.width() > 364 && help.height() > 142); // the size of the picture in the help
             QTest::keyClick(widget, Qt::Key_Tab);
         } while (fixture.dialog->focusWidget() != bar && visited.size() < 20);
+        // The entry of the table, between multicast and my_ip, is empty: the name tableView has no "_".
         QCOMPARE(visited.join(' '), QLatin1String("tabwidget_tabbar active_channel host multicast  my_ip "
                                                   "closeTab port sendDataDivisor actAsRouter ok"));
 
-        // The row of the frame counter, the first one, cannot be ticked.
+        // The first row, the frame counter's, is disabled. The current row is therefore the second one, and
+        // Down goes to the third one.
         QTableView *types = fixture.page(1)->tableView;
         QTest::keyClick(types, Qt::Key_Down);
         QTest::keyClick(types, Qt::Key_Space);
@@ -309,7 +317,7 @@ void TestDialog::keyboardReachesEveryControl()
     });
 }
 
-void TestDialog::routerModeAtStartForwards()
+void TestDialog::dataAreForwardedIfRouterModeIsOnAtStart()
 {
     QUdpSocket receiver;
     QVERIFY(receiver.bind(QHostAddress::LocalHost));
@@ -341,7 +349,7 @@ void TestDialog::routerModeAtStartForwards()
     QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
 }
 
-/// Data that the host delivers while it sends the command reach only the other channel.
+/// Data that the host delivers while it executes the command reach only the other channel.
 void TestDialog::closedChannelGetsNoDataDuringItsResetCommand()
 {
     QUdpSocket kept, closed;
@@ -397,7 +405,7 @@ void TestDialog::catalogueChangeIsHandledOnlyInRouterMode()
         steps << QString(enable ? "on" : "off") + (known ? ", new type requested" : "");
     });
     fixture.controller.clearRecord();
-    // A message that comes on another thread is queued to the GUI thread.
+    // A message on another thread is queued to the GUI thread.
     std::thread([&] { fixture.link.sendMessage("OutputTypesChanged"); }).join();
     QVERIFY(fixture.sent().isEmpty());
     QCoreApplication::processEvents();
