@@ -11,6 +11,7 @@ Q_DECLARE_METATYPE(WayOut)
 
 namespace {
 
+/// Returns the commands that set the active state of the channels 1 to \a channels to \a state.
 Commands activeCommands(int channels, const QByteArray &state)
 {
     Commands commands;
@@ -26,8 +27,8 @@ void clickExit(NetworkDialog *dialog)
 
 } // namespace
 
-/// Adding and closing tabs, editing and leaving the dialog with mouse and keyboard, and which commands the
-/// Controller gets.
+/// Tests adding and closing tabs, editing, and leaving the dialog with mouse and keyboard, and the commands
+/// that the Controller gets.
 class TestAccept : public QObject
 {
     Q_OBJECT
@@ -38,11 +39,11 @@ private slots:
     void closingAsksAndResetsTheChannel();
     void editsAreWrittenInOrder_data();
     void editsAreWrittenInOrder();
-    void twoChangedChannelsAreSwitchedOffFirst();
+    void allChannelsAreSwitchedOffFirstIfTwoHaveChanged();
     void everyWayOutAsksAboutConflicts_data();
     void everyWayOutAsksAboutConflicts();
-    void failedCheckShowsItsTab();
-    void refusedCommandsAreLogged();
+    void failedValidationSelectsTheTabOfItsChannel();
+    void refusedCommandsExceptTicksAndDestinationsAreLogged();
     void routerModeIsWrittenOnlyAfterAChange();
 };
 
@@ -50,7 +51,7 @@ void TestAccept::plusTabAndCtrlTAddChannels()
 {
     DialogFixture fixture(withChannels(8));
     fixture.open([&] {
-        // F9 goes to the next channel, from the last one to the first. T without Ctrl adds no channel.
+        // F9 selects the next channel, and the first one after the last. T without Ctrl adds no channel.
         fixture.tabs()->setCurrentIndex(7);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_F9);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_F9);
@@ -59,12 +60,13 @@ void TestAccept::plusTabAndCtrlTAddChannels()
         clickTab(fixture.tabs()->tabBar(), 8);
         QCOMPARE(fixture.tabs()->currentIndex(), 8);
         QCOMPARE(fixture.titles().mid(7), QStringList({"Channel 8", "Channel 9", "+"}));
-        // Adding a channel sends no command.
+        // Adding a channel sends queries, but no command.
         QVERIFY(fixture.controller.commands().isEmpty());
         QVERIFY(!fixture.page(7)->pushButton_closeTab->isVisibleTo(fixture.page(7)));
         QVERIFY(fixture.page(8)->pushButton_closeTab->isVisible());
         QCOMPARE(fixture.page(8)->spinBox_port->value(), 5000);
 
+        // The second key press has no effect, because there are ten channels then.
         QTest::keyClick(fixture.dialog.get(), Qt::Key_T, Qt::ControlModifier);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_T, Qt::ControlModifier);
         QCOMPARE(fixture.titles().mid(8), QStringList({"Channel 9", "Channel 10"}));
@@ -77,7 +79,7 @@ void TestAccept::closingAsksAndResetsTheChannel_data()
     const Table<int, bool> row("channels", "locked");
     row("third channel", 3, false);
     row("tenth channel", 10, false);
-    row("locked Controller", 2, true);
+    row("locked Controller, which refuses the reset", 2, true);
 }
 
 void TestAccept::closingAsksAndResetsTheChannel()
@@ -116,8 +118,8 @@ void TestAccept::closingAsksAndResetsTheChannel()
 
 void TestAccept::editsAreWrittenInOrder_data()
 {
-    // The minor version of the Controller, the commands that follow the active state of the second of three
-    // channels, and the edit.
+    // The columns: the minor version of the Controller; the commands between the active states of channels 2
+    // and 3; and the edit on the page of channel 2.
     const Table<int, Commands, Edit> row("minor", "commands", "edit");
     const QByteArray destination = "output net ch02 udp '127.0.0.1' 5002";
     const QByteArray divisor = "output net_divisor ch02 1";
@@ -126,13 +128,14 @@ void TestAccept::editsAreWrittenInOrder_data()
 
     row("untick by double click", 9, {"output active ch02 6d no", destination, divisor},
         [](ChannelWidget *page) {
-            // Beside the check box, which reacts to single clicks. A double click begins with a single click.
+            // Click the text, because the check box reacts to each single click. A user's double click begins
+            // with a click, which mouseDClick() does not send.
             const QModelIndex index = page->channel()->typeModel()->findItems("6d").first()->index();
             const QPoint text = page->tableView->visualRect(index).center();
             QTest::mouseClick(page->tableView->viewport(), Qt::LeftButton, {}, text);
             QTest::mouseDClick(page->tableView->viewport(), Qt::LeftButton, {}, text);
         });
-    row("host, left by Escape", 9, {"output net ch02 udp '127.0.0.7' 5002", divisor},
+    row("host, dialog left with Escape", 9, {"output net ch02 udp '127.0.0.7' 5002", divisor},
         [](ChannelWidget *page) {
             typeInto(page->lineEdit_host, "127.0.0.7");
             QTest::keyClick(page->lineEdit_host, Qt::Key_Escape);
@@ -164,13 +167,13 @@ void TestAccept::editsAreWrittenInOrder()
         edit(fixture.page(1));
     }));
     commands = activeCommands(2, "yes") + commands + activeCommands(3, "yes").mid(2);
-    // The first accept() after a start always writes the router mode, if the Controller has it.
+    // The first accept() after a start always writes the router mode, if the Controller knows it.
     if (minor >= 4)
         commands << "output net_via_router no";
     QCOMPARE(fixture.controller.commands(), commands);
 }
 
-void TestAccept::twoChangedChannelsAreSwitchedOffFirst()
+void TestAccept::allChannelsAreSwitchedOffFirstIfTwoHaveChanged()
 {
     DialogFixture fixture(withChannels(3));
     fixture.open([&] {
@@ -187,9 +190,10 @@ void TestAccept::twoChangedChannelsAreSwitchedOffFirst()
 
 void TestAccept::everyWayOutAsksAboutConflicts_data()
 {
-    // How often the user answers Yes before the first No, and how the user leaves.
+    // The columns: how many questions the user answers with Yes before answering No, and how the user leaves
+    // the dialog. There are two questions.
     const Table<int, WayOut> row("yeses", "leave");
-    row("close button, No", 0, [](NetworkDialog *dialog) { dialog->close(); });
+    row("close button of the window, No", 0, [](NetworkDialog *dialog) { dialog->close(); });
     row("Escape, Yes and No", 1, [](NetworkDialog *dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
     row("Exit, Yes twice", 2, clickExit);
 }
@@ -198,7 +202,8 @@ void TestAccept::everyWayOutAsksAboutConflicts()
 {
     QFETCH(int, yeses);
     QFETCH(WayOut, leave);
-    // Three spellings of one destination, and a fourth channel with that destination that is not active.
+    // The first three channels have the same destination in three spellings. The fourth one has it, too, but
+    // is not active.
     DialogFixture fixture([](ControllerState &state) {
         withChannels(4)(state);
         state.channels[1].destination = {Destination::Kind::Udp, "127.1", 5001};
@@ -207,7 +212,7 @@ void TestAccept::everyWayOutAsksAboutConflicts()
         state.channels[3].active = false;
     });
     fixture.open([&] {
-        fixture.page(2)->lineEdit_host->clear(); // invalid, but checked after all conflicts
+        fixture.page(2)->lineEdit_host->clear(); // invalid, but validated only after all conflicts
         MessageBoxes boxes;
         boxes.decide = [&](const QMessageBox *) {
             return boxes.texts.size() <= yeses ? QMessageBox::Yes : QMessageBox::No;
@@ -222,7 +227,7 @@ void TestAccept::everyWayOutAsksAboutConflicts()
             QCOMPARE(fixture.page(i)->checkBox_active_channel->isChecked(), i == 0 || i > yeses);
         }
         QCOMPARE(fixture.dialog->isVisible(), yeses < 2);
-        // Two channels were switched off, so they count as changed.
+        // The two deactivated channels count as changed, so all channels are switched off first.
         Commands commands;
         if (yeses == 2)
             commands = activeCommands(4, "no") << "output net_active ch01 yes"
@@ -232,7 +237,7 @@ void TestAccept::everyWayOutAsksAboutConflicts()
     });
 }
 
-void TestAccept::failedCheckShowsItsTab()
+void TestAccept::failedValidationSelectsTheTabOfItsChannel()
 {
     DialogFixture fixture(withChannels(4));
     QVERIFY(fixture.open([&] {
@@ -253,7 +258,7 @@ void TestAccept::failedCheckShowsItsTab()
     QVERIFY(fixture.controller.commands().contains("output net ch02 udp '127.0.0.2' 5002"));
 }
 
-void TestAccept::refusedCommandsAreLogged()
+void TestAccept::refusedCommandsExceptTicksAndDestinationsAreLogged()
 {
     DialogFixture fixture(withChannels(2));
     QVERIFY(fixture.open([&] {
@@ -280,13 +285,13 @@ void TestAccept::routerModeIsWrittenOnlyAfterAChange()
     fixture.open(toggle);
     QCOMPARE(fixture.routerSwitches, QList<bool>({true}));
     QCOMPARE(fixture.link.requestedTypes(fixture.dialog.get()), QSet<QByteArray>({"fr", "6d"}));
-    // Toggling the box twice counts as a change. Without a click, the mode is not written.
+    // Toggling the box twice counts as a change.
     fixture.open([&] {
         toggle();
         toggle();
     });
+    // Without a click the mode is not written, not even after the Controller has changed it.
     fixture.open([] {});
-    // A change that came from the Controller is not written either.
     fixture.change([](ControllerState &state) { state.viaRouter = false; });
     fixture.open([] {});
     QCOMPARE(fixture.routerSwitches, QList<bool>({true, true}));

@@ -37,8 +37,8 @@ QString latin(const char *text)
     return QString::fromLatin1(text);
 }
 
-/// Returns output types with the given names; their descriptions are their positions. A type whose name is
-/// followed by "-" is not available.
+/// Returns output types with the given names, which are separated by blanks. Their descriptions are their
+/// positions, from 0 on. A type whose name is followed by "-" is not available.
 QList<OutputTypeInfo> catalogue(const char *names)
 {
     QList<OutputTypeInfo> types;
@@ -48,8 +48,9 @@ QList<OutputTypeInfo> catalogue(const char *names)
     return types;
 }
 
-/// A host with a Controller of version 1.6 and the first channel as loaded: active, divisor 4, host
-/// "tracker", port 5100, with the rows fr, 6d (ticked), 3d (not available) and 2dmon (hidden).
+/// A host with a Controller of version 1.6, and the first channel after load(): active, divisor 4, host
+/// "tracker", port 5100. Its rows are 0 fr, 1 6d (ticked), 2 3d (not available) and 3 2dmon (hidden). The
+/// journal and the count of look-ups are empty.
 struct Setup
 {
     Setup()
@@ -107,7 +108,7 @@ QStringList describeRows(Channel &channel)
 
 Q_DECLARE_METATYPE(Edit)
 
-/// The catalogue, the model of one channel, and its queries and commands to the Controller.
+/// Tests the catalogue, the model of one channel, and the queries and commands that they send.
 class TestChannel : public QObject
 {
     Q_OBJECT
@@ -118,19 +119,19 @@ private slots:
     void monitorIpIsTheSecondFieldOfTheAnswer();
     void rowsFollowTheFixedOrder_data();
     void rowsFollowTheFixedOrder();
-    void thisComputerHasThreeNames_data();
-    void thisComputerHasThreeNames();
+    void thisComputerIsKnownByAddressNameAndFullName_data();
+    void thisComputerIsKnownByAddressNameAndFullName();
     void loadReadsTheState_data();
     void loadReadsTheState();
     void failedQueriesOfDivisorAndTicksAreLogged();
-    void twoDigitChannelAndSpecialTypeNameAreSentCorrectly();
+    void twoDigitChannelAndSpecialTypeNameAreSentUnchanged();
     void loadPublishesTicksOnceAtItsEnd();
     void valuesClampedByThePageAreEdits();
-    void editsAreStored_data();
-    void editsAreStored();
+    void onlyValidEditsAreStored_data();
+    void onlyValidEditsAreStored();
     void failedLookUpIsRepeated();
-    void commitSendsPendingEdits_data();
-    void commitSendsPendingEdits();
+    void commitSendsPendingEditsOnlyIfActive_data();
+    void commitSendsPendingEditsOnlyIfActive();
     void commitSendsEachEditOnce();
     void refusedCommandsCountAsCommitted();
 };
@@ -203,12 +204,12 @@ void TestChannel::rowsFollowTheFixedOrder()
     QTEST(describeRows(setup.channel).join(' '), "rows");
 }
 
-void TestChannel::thisComputerHasThreeNames_data()
+void TestChannel::thisComputerIsKnownByAddressNameAndFullName_data()
 {
     const Table<QString, QString, QString, bool> row("hostName", "domain", "candidate", "isMine");
     row("address", "pc", "lab.org", "10.1.2.3", true);
     row("name", "pc", "lab.org", "pc", true);
-    row("name with domain", "pc", "lab.org", "pc.lab.org", true);
+    row("name and domain", "pc", "lab.org", "pc.lab.org", true);
     row("name in upper case", "pc", "lab.org", "PC", false);
     row("empty, name unknown", "", "lab.org", "", false);
     row("domain only, name unknown", "", "lab.org", ".lab.org", false);
@@ -216,7 +217,7 @@ void TestChannel::thisComputerHasThreeNames_data()
     row("name with a dot, domain unknown", "pc", "", "pc.", false);
 }
 
-void TestChannel::thisComputerHasThreeNames()
+void TestChannel::thisComputerIsKnownByAddressNameAndFullName()
 {
     QFETCH(QString, hostName);
     QFETCH(QString, domain);
@@ -232,7 +233,7 @@ void TestChannel::loadReadsTheState_data()
     const Table<QByteArray, QByteArray, bool, QString> row("query", "answer", "fails", "state");
     const char *destination = "output net ch01";
     row("no destination", destination, "none", false, "'' 0.0.0.0:5000 divisor 4 on unicast unchanged");
-    row("multicast, query fails", destination, "multicast alias 6000", true,
+    row("multicast, query fails but writes an answer", destination, "multicast alias 6000", true,
         "'alias' 10.0.0.7:6000 divisor 4 on multicast unchanged");
     row("kind with a capital letter, Latin-1 host, fourth field", destination,
         "Multicast tr\xe4ger 6000 7000", false,
@@ -241,11 +242,11 @@ void TestChannel::loadReadsTheState_data()
         "'' 0.0.0.0:5100 divisor 4 on unicast unchanged");
     row("port is no number", destination, "udp alias x", false,
         "'alias' 10.0.0.7:0 divisor 4 on unicast unchanged");
-    row("yes and a blank", "output net_active ch01", "yes ", false,
+    row("active, but with a trailing blank", "output net_active ch01", "yes ", false,
         "'tracker' 10.0.0.7:5100 divisor 4 off multicast unchanged");
     row("divisor 0", "output net_divisor ch01", "0", false,
         "'tracker' 10.0.0.7:5100 divisor 1 on multicast unchanged");
-    row("divisor, query fails", "output net_divisor ch01", "7", true,
+    row("divisor, query fails but writes an answer", "output net_divisor ch01", "7", true,
         "'tracker' 10.0.0.7:5100 divisor 1 on multicast unchanged");
 }
 
@@ -275,7 +276,7 @@ void TestChannel::failedQueriesOfDivisorAndTicksAreLogged()
     QVERIFY(!setup.channel.isTypeActive("6d"));
 }
 
-void TestChannel::twoDigitChannelAndSpecialTypeNameAreSentCorrectly()
+void TestChannel::twoDigitChannelAndSpecialTypeNameAreSentUnchanged()
 {
     Setup setup;
     Channel tenth(&setup.manager, 9, &setup.versions);
@@ -291,8 +292,8 @@ void TestChannel::twoDigitChannelAndSpecialTypeNameAreSentCorrectly()
              QStringList({"output net_active ch10 yes", latin("output active ch10 \xe4%1%s no")}));
 }
 
-/// During a refresh all ticks are off until they have been read. If each change was published, frames that
-/// arrive meanwhile would lack lines.
+/// During a refresh all ticks of the rows are off until they have been read. If each change were published,
+/// frames that arrive meanwhile would lack lines.
 void TestChannel::loadPublishesTicksOnceAtItsEnd()
 {
     Setup setup;
@@ -323,14 +324,14 @@ void TestChannel::valuesClampedByThePageAreEdits()
     QCOMPARE(describe(setup.channel), latin("'tracker' 10.0.0.7:1024 divisor 4 on unicast changed"));
 }
 
-void TestChannel::editsAreStored_data()
+void TestChannel::onlyValidEditsAreStored_data()
 {
     const Table<QString, Edit> row("state", "edit");
     const char *unchanged = "'tracker' 10.0.0.7:5100 divisor 4 on unicast unchanged";
     row("port below the range", unchanged, [](Channel &channel) { channel.setPort(-1); });
     row("port above the range", unchanged, [](Channel &channel) { channel.setPort(65536); });
     row("divisor below 1", unchanged, [](Channel &channel) { channel.setDataDivisor(0); });
-    row("all values as they were", unchanged, [](Channel &channel) {
+    row("all values as they are", unchanged, [](Channel &channel) {
         channel.setPort(5100);
         channel.setDataDivisor(4);
         channel.setActive(true);
@@ -343,7 +344,7 @@ void TestChannel::editsAreStored_data()
         [](Channel &channel) { channel.setPort(65535); });
     row("divisor", "'tracker' 10.0.0.7:5100 divisor 1 on unicast changed",
         [](Channel &channel) { channel.setDataDivisor(1); });
-    row("inactive", "'tracker' 10.0.0.7:5100 divisor 4 off unicast changed",
+    row("active state", "'tracker' 10.0.0.7:5100 divisor 4 off unicast changed",
         [](Channel &channel) { channel.setActive(false); });
     row("multicast", "'tracker' 10.0.0.7:5100 divisor 4 on multicast changed",
         [](Channel &channel) { channel.setMulticast(true); });
@@ -353,7 +354,7 @@ void TestChannel::editsAreStored_data()
         [](Channel &channel) { tick(channel, 3, true); });
 }
 
-void TestChannel::editsAreStored()
+void TestChannel::onlyValidEditsAreStored()
 {
     QFETCH(Edit, edit);
     Setup setup;
@@ -372,7 +373,7 @@ void TestChannel::failedLookUpIsRepeated()
     }
 }
 
-void TestChannel::commitSendsPendingEdits_data()
+void TestChannel::commitSendsPendingEditsOnlyIfActive_data()
 {
     const Table<QStringList, Edit> row("commands", "edit");
     const QString on = "output net_active ch01 yes";
@@ -413,7 +414,7 @@ void TestChannel::commitSendsPendingEdits_data()
         });
 }
 
-void TestChannel::commitSendsPendingEdits()
+void TestChannel::commitSendsPendingEditsOnlyIfActive()
 {
     QFETCH(Edit, edit);
     Setup setup;

@@ -1,4 +1,4 @@
-// Which channels get which line, and when a removed channel may be destroyed.
+// Tests which lines reach a channel, and when a removed channel may be destroyed.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -21,15 +21,16 @@ private slots:
 
 void TestChannelFanOut::lineReachesTheChannelsThatTickItsType_data()
 {
+    // The name of a row compares the type of the offered line with the ticked type.
     const Table<QByteArray, QByteArray, bool> row("ticked", "offered", "arrives");
     row("the same type", "6d", "6d", true);
     row("another type", "6d", "3d", false);
     row("a longer type", "6d", "6df2", false);
     row("a shorter type", "6df2", "6d", false);
     row("another case", "6d", "6D", false);
-    row("the same first eight bytes", "12345678a", "12345678b", false);
-    row("a long type", "12345678b", "12345678b", true);
-    row("bytes above 127", "\xfc\xe4", "\xfc\xe4", true);
+    row("another type with the same first eight bytes", "12345678a", "12345678b", false);
+    row("the same type, longer than eight bytes", "12345678b", "12345678b", true);
+    row("the same type, bytes above 127", "\xfc\xe4", "\xfc\xe4", true);
     row("an empty type", "6d", "", false);
 }
 
@@ -76,7 +77,8 @@ void TestChannelFanOut::publishWaitsForReadersOfThePreviousTable()
     ChannelFanOut fanOut(isRouterActive);
     fanOut.publish({&channel});
 
-    // A thread that resets frames waits for the blocked send, and remains a reader of its table until then.
+    // A thread that resets frames waits for the blocked send and is a reader of its table until the send
+    // ends.
     HeldSends sends;
     channel.feed("fr1 6d1 fr2 6d2");
     QVERIFY(sends.hold());
@@ -88,6 +90,7 @@ void TestChannelFanOut::publishWaitsForReadersOfThePreviousTable()
         publish = std::async(std::launch::async, [&fanOut, &channel] { fanOut.publish({&channel}); });
         readerIsAwaited = publish.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout;
     }
+    // deliver() does not wait for publish().
     std::future<void> delivery = std::async(std::launch::async, [&fanOut] { fanOut.deliver("gl", "gl 1"); });
     const bool delivered = delivery.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
     sends.release();

@@ -14,7 +14,7 @@ int lookUpsWithBusyCursor = 0;
 
 } // namespace
 
-// Counts the look-ups, and those during which the mouse cursor shows that the program is busy.
+// Counts all look-ups, and the look-ups during which the mouse cursor shows that the program is busy.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the declaration's names are reserved
 extern "C" int getaddrinfo(const char *name, const char *service, const addrinfo *hints, addrinfo **found)
 {
@@ -28,11 +28,11 @@ extern "C" int getaddrinfo(const char *name, const char *service, const addrinfo
 
 namespace {
 
-// The address and the name of this computer.
+// The address and the name of this computer. Both contain letters, which a multicast host must not contain.
 const QString monitorIp("0x0a000005");
 const QString hostName("localhost");
 
-// Host texts with letters that need no name server: a hexadecimal address, and a syntactically invalid name.
+// Hosts with letters that need no name server: a hexadecimal address, and a syntactically invalid name.
 const QString otherName("0x0a000007");
 const QString badName("bad..name");
 
@@ -49,6 +49,7 @@ struct Page
         QVERIFY(QTest::qWaitForWindowActive(&widget));
     }
 
+    /// Makes the channel active, with the given destination, and shows it on the page.
     void showActive(const QString &host, bool multicast = false)
     {
         channel.setHost(host);
@@ -57,6 +58,7 @@ struct Page
         widget.updateFromChannel();
     }
 
+    /// Types \a text into the host field.
     void type(const QString &text) { typeInto(widget.lineEdit_host, text); }
 
     FakeIOManager manager;
@@ -104,9 +106,9 @@ void TestChannelWidget::controlsFollowChannelAndVersion()
 
 void TestChannelWidget::boxesChangeTheHostField_data()
 {
-    // The first host, the steps, the final text of the field, the final state of boxes and field, and the
-    // host that the channel has then. Step "m" clicks the multicast box, "t" the box "this computer"; any
-    // other step is typed.
+    // The columns: the host at first, the steps, and the final text of the field, state of boxes and field,
+    // and host of the channel. Step "m" clicks the multicast box, "t" the box "this computer"; any other step
+    // is typed into the field.
     const Table<QString, QStringList, QString, QString, QString> row("host", "steps", "field", "state",
                                                                      "channelHost");
     const QString group("239.1.2.3");
@@ -118,7 +120,8 @@ void TestChannelWidget::boxesChangeTheHostField_data()
     row("this computer on", otherIp, {"t"}, monitorIp, "mine closed", otherIp);
     row("this computer off", otherIp, {"t", "t"}, monitorIp, "open", otherIp);
     row("this computer, then multicast", otherIp, {"t", "m"}, "", "multicast open", monitorIp);
-    row("by name, then multicast", otherIp, {hostName, "t", "m"}, "", "multicast open", hostName);
+    row("own name typed, this computer, then multicast", otherIp, {hostName, "t", "m"}, "", "multicast open",
+        hostName);
     row("multicast, then this computer", otherIp, {"m", group, "t"}, monitorIp, "closed", group);
 }
 
@@ -141,7 +144,8 @@ void TestChannelWidget::boxesChangeTheHostField()
     QTEST(multicast + mine + (page.widget.lineEdit_host->isEnabled() ? "open" : "closed"), "state");
     QTEST(page.widget.lineEdit_host->text(), "field");
     QTEST(page.channel.host(), "channelHost");
-    // Whatever the boxes show, commit() writes the text of the field, because it first asks for a flush.
+    // In the dialog, commit() first makes the page flush, so it writes the text of the field, whatever the
+    // boxes show.
     page.widget.flushChangesToChannel();
     QTEST(page.channel.host(), "field");
 }
@@ -185,8 +189,8 @@ void TestChannelWidget::cursorIsBusyDuringLookUps()
 
 void TestChannelWidget::validateWarnsOfBadDestinations_data()
 {
-    // The message is the beginning of the text, empty if no box opens. With model 0, the query of the model
-    // fails although it writes 100.
+    // The column "message" is the beginning of the message box's text, empty if no box opens. Model 0 means
+    // that the query for the model fails although it writes 100.
     const Table<QString, bool, int, QString, int> row("field", "multicast", "model", "message", "answer");
     const int cancel = QMessageBox::Cancel;
     const QString loopback("If you intend this computer");
@@ -222,7 +226,7 @@ void TestChannelWidget::validateWarnsOfBadDestinations()
     QFETCH(int, model);
     QFETCH(QString, message);
     QFETCH(int, answer);
-    // The result must not depend on whether the channel already has the text and its address.
+    // The result must not depend on whether the channel already has the text of the field and its address.
     for (const bool flushed : {false, true}) {
         Page page;
         page.showActive(otherIp, multicast);

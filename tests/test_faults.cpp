@@ -1,4 +1,5 @@
-// Fault injection: the platform refuses sends and the resources that a channel needs for forwarding.
+// Tests with fault injection: the platform refuses sends and the resources that a channel needs to forward
+// data.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -16,6 +17,7 @@
 
 namespace {
 
+/// Returns the words of the frames \a first to \a last.
 QByteArray frames(int first, int last)
 {
     QByteArrayList words;
@@ -24,7 +26,8 @@ QByteArray frames(int first, int last)
     return words.join(' ');
 }
 
-/// Returns all received text up to \a words, however it is divided into datagrams.
+/// Waits until the received text ends with the lines of \a words. Returns all of it, however it is divided
+/// into datagrams.
 QByteArray textUpTo(Receiver *receiver, const QByteArray &words)
 {
     QByteArray text;
@@ -61,10 +64,11 @@ void TestFaults::init()
 {
     m_threads = threadCount();
     m_descriptors = descriptorCount();
-    faults::takenWakeUps = faults::wakeUps.load(); // nobody takes the wake-ups of an unusable condition
+    // The previous test may have made a condition unusable, whose wake-ups no thread has taken.
+    faults::takenWakeUps = faults::wakeUps.load();
 }
 
-/// No refusal leaves a thread or a descriptor behind.
+/// Checks that no thread and no descriptor is left.
 void TestFaults::cleanup()
 {
     faults::holdLookUps = false;
@@ -74,7 +78,7 @@ void TestFaults::cleanup()
 
 void TestFaults::channelWithoutLocksNeverRoutes_data()
 {
-    // How often the constructor of a channel makes the call.
+    // The column "count" is how often the constructor of a channel makes the call.
     const Table<faults::Call, int> row("call", "count");
     row("memory", faults::Memory, 10);
     row("mutex", faults::MutexCreate, 3);
@@ -92,7 +96,7 @@ void TestFaults::channelWithoutLocksNeverRoutes()
         FedChannel channel(receiver.port());
         refusal.reset();
         QVERIFY(faults::refusals > 0);
-        // A later start does not make the locks.
+        // No start creates the missing locks.
         for (int start = 0; start < 2; ++start) {
             channel.updateRouterActiveState(true);
             channel.feed(frames(1, 4));
@@ -106,8 +110,8 @@ void TestFaults::channelWithoutLocksNeverRoutes()
 
 void TestFaults::forwardingResumesAfterARefusal_data()
 {
-    // The refused call, how many calls are granted before, how many are refused, and whether the channel has
-    // a socket, has a worker and forwards frames meanwhile.
+    // The columns: the refused call; how many such calls succeed first, and how many then fail at most; and
+    // whether the channel has a socket, has a worker and forwards frames meanwhile.
     const Table<faults::Call, int, int, bool, bool, bool> row("call", "spared", "times", "socket", "worker",
                                                               "forwards");
     row("no socket", faults::SocketCreate, 0, INT_MAX, false, true, false);
@@ -128,7 +132,7 @@ void TestFaults::forwardingResumesAfterARefusal_data()
     row("wait for lines fails", faults::LineWait, 0, INT_MAX, true, true, true);
 }
 
-/// Only frames that cannot be sent during the refusal are lost.
+/// Also checks that no frame is lost except those that cannot be sent during the refusal.
 void TestFaults::forwardingResumesAfterARefusal()
 {
     QFETCH(faults::Call, call);
@@ -161,7 +165,7 @@ void TestFaults::forwardingResumesAfterARefusal()
 }
 
 #ifdef Q_OS_UNIX
-/// select() cannot wait for such a socket.
+/// select() cannot wait for a descriptor of FD_SETSIZE or above.
 void TestFaults::socketAboveFdSetSizeCanBeWaitedFor()
 {
     Receiver receiver;

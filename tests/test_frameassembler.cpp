@@ -1,9 +1,9 @@
-// How lines are joined into frames, without threads.
+// Tests how FrameAssembler joins lines into frames.
 //
 // Streams and datagrams are written as words: "fr100" stands for the line "fr 100" of the type fr, "6d7" for
-// the line "6d 7" of the type 6d, and a bare type for a line of that type without text; "gl*9" is nine such
-// lines. In a stream, "restart" starts a new worker, "reset" drops the frame, and "gap" means that lines were
-// lost.
+// the line "6d 7" of the type 6d, and a bare type for a line of that type without text; "gl*9" stands for
+// nine such lines. In a stream, "restart" means that a new worker starts, "reset" that the frame is dropped,
+// and "gap" that lines were lost.
 
 #include "frameassembler.h"
 #include "table.h"
@@ -17,7 +17,7 @@ QByteArray wordsOf(QByteArray datagram)
     return datagram.replace(' ', "").replace("\r\n", " ").trimmed();
 }
 
-/// Uses an assembler like a worker.
+/// Uses a FrameAssembler as a worker does, with divisor 1.
 class Assembly
 {
 public:
@@ -110,7 +110,8 @@ void TestFrameAssembler::datagramsAreTheFramesOfTheStream_data()
            "fr5 6d5 3d5 fr6 6d6 3d6 | fr7 6d7 3d7");
     row("gap in the first frame", "fr1 6d1 gap 3d4 fr5 6d5 3d5 fr6 6d6 3d6", "fr5 6d5 3d5 fr6 6d6 3d6");
 
-    // The opening type is switched off. Lines are counted from the one after its last line.
+    // The opening type 6d is switched off. The assembler counts the lines after the last one of this type, or
+    // after a gap.
     static_assert(FrameAssembler::MaximumLinesWithoutStart == 1000, "the streams below depend on the limit");
     row("new opening type after 1000 lines", "6d1 fr1 6d2 fr2 gl*999 3d7 fr7 3d8 fr8 3d9 fr9",
         "6d1 fr1 6d2 fr2 | 3d7 fr7 3d8 fr8 | 3d9 fr9");
