@@ -349,7 +349,7 @@ void TestDialog::dataAreForwardedIfRouterModeIsOnAtStart()
     QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
 }
 
-/// Data that the host delivers while it executes the command reach only the other channel.
+/// Data that the host delivers while it executes the reset command reach only the other channel.
 void TestDialog::closedChannelGetsNoDataDuringItsResetCommand()
 {
     QUdpSocket kept, closed;
