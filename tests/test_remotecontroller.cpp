@@ -11,6 +11,7 @@
 #include <QElapsedTimer>
 #include <QNetworkDatagram>
 #include <QTcpServer>
+#include <QTemporaryFile>
 #include <QUdpSocket>
 
 #include <memory>
@@ -168,6 +169,7 @@ private slots:
     void waitForASilentControllerReportsAReason();
     void connectionIsRestoredAfterARestart();
     void cutFrameIsNotDelivered();
+    void lateClientLearnsThatTheDataHaveEnded();
     void stateReachesTheFrontend();
     void directOutputEndsWhenRouterModeStarts();
     void programEndsCleanlyOnASignal();
@@ -388,6 +390,23 @@ void TestRemoteController::cutFrameIsNotDelivered()
     }
     const QList<QByteArray> expected{"reset", "fr 1\r\n6d 0\r\n", "reset", "fr 4\r\n", "idle"};
     QTRY_COMPARE_WITH_TIMEOUT(sink.events(), expected, waitMs);
+}
+
+void TestRemoteController::lateClientLearnsThatTheDataHaveEnded()
+{
+    QTemporaryFile recording;
+    QVERIFY(recording.open() && recording.write("fr 1\n6d 0\nfr 2\n6d 0\n") > 0 && recording.flush());
+    ControllerOptions options = freePorts();
+    options.replay = recording.fileName();
+    RunningController service(options);
+    // The first client connects before or after the end; both clients must learn of it.
+    RecordingSink sinks[2];
+    for (RecordingSink &sink : sinks) {
+        DataClient data(sink);
+        data.connectTo(localHost, service.dataPort);
+        QTRY_VERIFY_WITH_TIMEOUT(sink.events().contains("idle"), waitMs);
+    }
+    QCOMPARE(sinks[1].events(), (QList<QByteArray>{"reset", "idle"}));
 }
 
 void TestRemoteController::stateReachesTheFrontend()

@@ -109,12 +109,12 @@ void ControllerService::takeFrame(const Frame &frame)
 
 void ControllerService::takeReset()
 {
-    m_dataServer.sendEvent(protocol::reset);
+    m_dataServer.sendReset();
 }
 
 void ControllerService::takeIdle()
 {
-    m_dataServer.sendEvent(protocol::idle);
+    m_dataServer.sendIdle();
 }
 
 } // namespace simulation

@@ -53,15 +53,23 @@ void DataServer::sendFrame(const Frame &frame)
     enqueue(text + "\r\n");
 }
 
-void DataServer::sendEvent(const QByteArray &line)
+void DataServer::sendReset()
 {
-    enqueue(line + '\n');
+    m_isIdle = false;
+    enqueue(QByteArray(protocol::reset) + '\n');
+}
+
+void DataServer::sendIdle()
+{
+    // Set the flag first, so that a client that connects now gets the event at least once.
+    m_isIdle = true;
+    enqueue(QByteArray(protocol::idle) + '\n');
 }
 
 void DataServer::setState(const QByteArray &line)
 {
     m_state = line;
-    sendEvent(line);
+    enqueue(line + '\n');
 }
 
 void DataServer::acceptConnection()
@@ -81,6 +89,8 @@ void DataServer::acceptConnection()
         connect(socket, &QTcpSocket::readyRead, socket, [socket] { socket->readAll(); });
         socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         socket->write(QByteArray(protocol::reset) + '\n' + m_state + '\n');
+        if (m_isIdle)
+            socket->write(QByteArray(protocol::idle) + '\n');
         m_clients.append(socket);
         m_clientCount = m_clients.size();
     }

@@ -36,11 +36,15 @@ public:
     /// than 16 MiB would be queued, the frame is dropped. Thread-safe.
     void sendFrame(const Frame &frame);
 
-    /// Queues the event \a line, such as protocol::reset, as sendFrame() queues a frame. Thread-safe.
-    void sendEvent(const QByteArray &line);
+    /// Queues the event that the data start again, as sendFrame() queues a frame. Thread-safe.
+    void sendReset();
 
-    /// Calls sendEvent() with \a line. Until the next call, each new client also gets \a line when it
-    /// connects.
+    /// Queues the event that the data have ended. Until the next sendReset(), each new client also gets this
+    /// event when it connects; a client that connects during the call may get it twice. Thread-safe.
+    void sendIdle();
+
+    /// Queues the event \a line, which describes the Controller's state. Until the next call, each new client
+    /// also gets \a line when it connects.
     void setState(const QByteArray &line);
 
 private:
@@ -54,6 +58,7 @@ private:
     QByteArray m_state; ///< the line that setState() has set
     QList<QTcpSocket *> m_clients;
     std::atomic<int> m_clientCount{0}; ///< size of m_clients, for other threads
+    std::atomic<bool> m_isIdle{false}; ///< the data have ended
 
     std::mutex m_mutex; ///< guards all members below
     QByteArray m_pending;
