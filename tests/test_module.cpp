@@ -50,7 +50,7 @@ void TestModule::pluginIdentityIsFixed()
     for (const char *name : {"ModuleInterface", "io.kelmora-sys.orvane2.gui.Module/0.2.0"})
         QCOMPARE(object->qt_metacast(name), static_cast<void *>(host.module));
     QCOMPARE(host.module->moduleName(), QString("GUI Output Settings"));
-    QCOMPARE(host.module->moduleVersion(), QString("v2.2.5"));
+    QCOMPARE(host.module->moduleVersion(), QString("v" PROJECT_VERSION));
     QVERIFY(host.loader.unload());
 }
 
