@@ -54,6 +54,7 @@ class TestDialog : public QObject
 private slots:
     void metaObjectsHaveExactlyTheseMethods();
     void tabsFollowHighestChannelInUse();
+    void clicksReachTheControlsAboveTenTabs();
     void openingBringsEverythingUpToDate();
     void cursorIsBusyOnlyWhileTheControllerWorks();
     void changedChannelCountRebuildsTheTabs();
@@ -109,6 +110,20 @@ void TestDialog::tabsFollowHighestChannelInUse()
     fixture.controller.fail("output net ch", SimulatedController::Match::Prefix);
     fixture.create();
     QCOMPARE(fixture.titles(), tabTitles(1));
+}
+
+/// With ten channels there is no "+" tab. Its page must not be shown elsewhere.
+void TestDialog::clicksReachTheControlsAboveTenTabs()
+{
+    DialogFixture fixture(withChannels(10));
+    QWidgetList reached;
+    QWidgetList controls;
+    QVERIFY(fixture.open([&] {
+        controls = {fixture.dialog->checkBox_actAsRouter, fixture.tabs()->tabBar()};
+        for (QWidget *control : qAsConst(controls))
+            reached << fixture.dialog->childAt(control->mapTo(fixture.dialog.get(), QPoint(5, 5)));
+    }));
+    QCOMPARE(reached, controls);
 }
 
 void TestDialog::openingBringsEverythingUpToDate()

@@ -39,7 +39,6 @@ void NetworkDialog::setupTabs()
     m_tabWidget = new NetworkDialogTabWidget(this);
     m_tabWidget->setWhatsThis(QLatin1String("Add new tab: Ctrl + T\nClose tab:   Ctrl + W"));
     layout_tabWidget->addWidget(m_tabWidget);
-    m_plusPage = new QWidget(this);
     describeForScreenReaders();
     connect(m_tabWidget, SIGNAL(tabBarClicked(int)), this, SLOT(onTabBarClicked(int)));
 }
@@ -47,7 +46,6 @@ void NetworkDialog::setupTabs()
 void NetworkDialog::describeForScreenReaders()
 {
     m_tabWidget->setAccessibleName(QLatin1String("Channels"));
-    m_plusPage->setAccessibleName(QLatin1String("Add a channel with Ctrl + T"));
     // A screen reader needs a plain text: the What's This help of this check box is rich text with an image.
     checkBox_actAsRouter->setAccessibleDescription(
         QLatin1String("Passes the tracking data on to receivers outside the Controller's network"));
@@ -196,7 +194,7 @@ void NetworkDialog::applyLock()
         checkBox_actAsRouter->setEnabled(false);
         m_tabWidget->removePlusTab();
     } else if (!m_tabWidget->hasPlusTab() && m_tabWidget->count() < Channel::MaximumCount) {
-        m_tabWidget->addPlusTab(m_plusPage);
+        m_tabWidget->addPlusTab();
     }
 }
 

@@ -212,8 +212,7 @@ private:
     // Shared with the channels, whose workers use it.
     std::shared_ptr<networksettings2g::ChannelFanOut> m_fanOut =
         std::make_shared<networksettings2g::ChannelFanOut>(m_routerActive);
-    int m_channelCount = 0; // m_channels.size(), except within a function that changes both
-    QWidget *m_plusPage = nullptr;
+    int m_channelCount = 0;          // m_channels.size(), except within a function that changes both
     int m_baseWidth = 0;             // width of the form, to which many tabs add
     bool m_tabsChanged = false;      // a channel has been created since the router mode was last committed
     int m_callsFromHost = 0;         // CallFromHost objects alive

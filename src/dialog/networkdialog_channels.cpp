@@ -30,7 +30,7 @@ void NetworkDialog::rebuildTabs()
     for (int index = 0; index < m_channelCount; ++index)
         createChannel(index);
     if (m_channelCount < Channel::MaximumCount)
-        m_tabWidget->addPlusTab(m_plusPage);
+        m_tabWidget->addPlusTab();
 }
 
 void NetworkDialog::createChannel(int index)
@@ -48,7 +48,7 @@ void NetworkDialog::createChannel(int index)
     connect(page, SIGNAL(checkBox_active_channel_toggled()), this, SLOT(onCheckBox_active_channel_toggled()));
     connect(page, SIGNAL(closeTab(int)), this, SLOT(closeLastTab()));
     m_pages << page;
-    m_tabWidget->addTab(page, QString::fromLatin1("Channel %1").arg(index + 1));
+    m_tabWidget->addTab(page, QString::fromLatin1("Channel %1").arg(channel->number()));
     m_tabsChanged = true;
 
     m_fanOut->publish(m_channels);

@@ -16,7 +16,7 @@ void NetworkDialog::onTabBarClicked(int index)
     m_tabWidget->removePlusTab();
     createChannel(index);
     if (index < Channel::MaximumCount - 1)
-        m_tabWidget->addPlusTab(m_plusPage);
+        m_tabWidget->addPlusTab();
     refreshChannel(index);
     m_tabWidget->setCurrentIndex(index);
     ++m_channelCount;
@@ -61,7 +61,7 @@ void NetworkDialog::closeLastTab()
         return;
     closeTab(number - 1);
     if (number == Channel::MaximumCount)
-        m_tabWidget->addPlusTab(m_plusPage);
+        m_tabWidget->addPlusTab();
     m_tabWidget->setCurrentIndex(number - 2);
     updateCloseButtons();
 }

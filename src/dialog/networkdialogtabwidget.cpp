@@ -10,13 +10,16 @@ const QLatin1String plusTitle("+");
 
 NetworkDialogTabWidget::NetworkDialogTabWidget(QWidget *parent)
     : QTabWidget(parent)
+    , m_plusPage(new QWidget(this))
 {
+    m_plusPage->hide(); // while there is no "+" tab, the page would cover a part of the tab row
+    m_plusPage->setAccessibleName(QLatin1String("Add a channel with Ctrl + T"));
 }
 
-void NetworkDialogTabWidget::addPlusTab(QWidget *page)
+void NetworkDialogTabWidget::addPlusTab()
 {
-    const int tab = addTab(page, plusTitle);
-    tabBar()->setAccessibleTabName(tab, page->accessibleName());
+    const int tab = addTab(m_plusPage, plusTitle);
+    tabBar()->setAccessibleTabName(tab, m_plusPage->accessibleName());
 }
 
 void NetworkDialogTabWidget::removePlusTab()

@@ -11,10 +11,10 @@ class NetworkDialogTabWidget : public QTabWidget
 public:
     explicit NetworkDialogTabWidget(QWidget *parent);
 
-    /// Appends the "+" tab, which shows \a page.
-    void addPlusTab(QWidget *page);
+    /// Appends the "+" tab, which shows an empty page.
+    void addPlusTab();
 
-    /// Removes the "+" tab, if there is one, without deleting its page.
+    /// Removes the "+" tab, if there is one.
     void removePlusTab();
 
     bool hasPlusTab() const { return plusTab() >= 0; }
@@ -26,4 +26,6 @@ public slots:
 
 private:
     int plusTab() const;
+
+    QWidget *m_plusPage; // empty, shown by the "+" tab; reused, so that removing the tab deletes nothing
 };
