@@ -27,7 +27,7 @@ uint32_t workerEntry(void *channel)
 
 ChannelAsRouter::ChannelAsRouter(IOManager *ioManager, int channelIndex, BackendVersions *versions)
     : Channel(ioManager, channelIndex, versions)
-    , m_log(this, channelIndex + 1)
+    , m_log(this, number())
 {
     mutexCreate(&m_frameMutex);
     if (!hasLocks())
@@ -132,6 +132,13 @@ void ChannelAsRouter::startThread()
     m_log.log(RouterLog::ThreadRefused);
 }
 
+/// The worker's loop:
+///
+///     become the worker, or return if another thread is the worker
+///     until the run is no longer wanted:
+///         if all lines are read and no frame is complete:  sleep until called, at most 100 ms
+///         serve each called channel of the fan-out, see serveFrames()
+///         with m_frameMutex:  take the next lines, read up to the end of one frame, send it
 void ChannelAsRouter::runWorker()
 {
     if (!m_lines.tryBecomeWorker())
@@ -202,8 +209,16 @@ bool ChannelAsRouter::tryServe()
     return served;
 }
 
-/// Returns false if the channel's own worker must handle the remaining lines. Writes the last event to log,
-/// if there is one, to \a dropped.
+/// Handles lines in place of the channel's worker, which sleeps:
+///
+///     begin the service, which takes the first lines
+///     while the service is granted:
+///         read lines up to the end of one frame;  if the socket is ready, send it
+///         if lines or a complete frame are left:  leave them to the worker and return false
+///         continue the service, which takes the lines that have arrived since
+///
+/// Returns false if the worker must handle the remaining lines. Writes the last event to log, if there is
+/// one, to \a dropped.
 bool ChannelAsRouter::serveFrames(LogEvent *dropped)
 {
     using Service = LineMonitor::Service;

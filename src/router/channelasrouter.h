@@ -31,6 +31,8 @@ class ChannelFanOut;
 /// the channel from being destroyed, as a reader of the fan-out does (see ChannelFanOut). Worker threads call
 /// runWorker(). Everything else that is not marked "any thread" in Channel belongs to the GUI thread.
 ///
+/// States: see LineMonitor.
+///
 /// Invariants:
 /// 1. Lock order: LineMonitor::m_runMutex, m_frameMutex, LineMonitor::m_mutex. A thread that holds m_mutex
 ///    may try to lock m_runMutex, without waiting. No thread holds the frame mutexes of two channels.

@@ -18,7 +18,8 @@ namespace networksettings2g {
 /// Readers (data threads and workers) use a table that the GUI thread replaces as a whole, so a line goes to
 /// one consistent set of channels and ticks. There are two tables, one of which is current. A reader
 /// registers and learns the current index in one atomic operation, so publish() cannot switch tables in
-/// between (read-copy-update with double buffering):
+/// between. This is read-copy-update (P. E. McKenney and J. D. Slingwine, 1998) with double buffering and
+/// split reference counts (A. Williams, "C++ Concurrency in Action", chapter 7):
 ///
 ///     reader:    index = readerState.fetch_add(2) & 1;  use tables[index];  ++tables[index].readersLeft;
 ///     publish(): fill the other table;  old = readerState.exchange(other);  wait until

@@ -12,9 +12,9 @@ struct CAPABILITY("mutex") Mutex;
 
 namespace networksettings2g {
 
-/// A monitor (a class whose functions lock its own mutex) between the threads that deliver a channel's lines
-/// and those that handle them. It contains the queue, lets the channel's worker sleep, and decides which
-/// thread is that worker.
+/// A monitor (C. A. R. Hoare, 1974: a class whose functions lock its own mutex) between the threads that
+/// deliver a channel's lines and those that handle them. It contains the queue, lets the channel's worker
+/// sleep, and decides which thread is that worker.
 ///
 /// A worker that is awake also handles the lines of channels whose workers sleep; it is then their server. A
 /// thread that handles lines holds the channel's frame mutex, so at most one thread does so at a time.
@@ -64,7 +64,7 @@ public:
     /// Queues a copy of \a line, for which LineQueue may drop lines. Returns whether the state is Called
     /// afterwards. The caller must then call wakeWorker() of this monitor, or of the monitor of another
     /// channel whose append() returns true later and whose worker serves this channel.
-    bool append(const RouterLine &line);
+    bool append(const RouterLine &line) EXCLUDES(m_mutex);
 
     /// Wakes the worker if it sleeps. Does not lock m_mutex, because the woken worker would block on it at
     /// once.
@@ -72,22 +72,22 @@ public:
 
     /// Wakes a sleeping worker so that it calls isRunWanted(). Must be called after the result of that
     /// function has changed to false; otherwise the worker notices the change only when it next wakes.
-    void interruptWorker();
+    void interruptWorker() EXCLUDES(m_mutex);
 
     /// Makes the calling thread the worker. Returns false if another thread is the worker. Returns true also
     /// if mutexTryLock() fails, so that the channel forwards nevertheless.
-    bool tryBecomeWorker() UNCHECKED_LOCKING;
+    bool tryBecomeWorker() EXCLUDES(m_mutex) UNCHECKED_LOCKING;
 
     /// Worker: ceases to be the worker, unless the run is still wanted. Returns whether it has ceased.
-    bool tryStopWorker() UNCHECKED_LOCKING;
+    bool tryStopWorker() EXCLUDES(m_mutex) UNCHECKED_LOCKING;
 
     /// Returns whether another thread is the worker; false also if mutexTryLock() fails.
-    bool hasWorker() UNCHECKED_LOCKING;
+    bool hasWorker() EXCLUDES(m_mutex) UNCHECKED_LOCKING;
 
     /// Worker: sleeps until a signal comes or 100 ms have passed. During the sleep, a backlog, or a line
     /// that meets \a next, leads to Called. Returns at once if lines are queued or the run is not wanted.
     /// Once the platform's wait has failed, only pauses for 10 ms.
-    void waitForLines(WakeCondition next);
+    void waitForLines(WakeCondition next) EXCLUDES(m_mutex);
 
     enum class Taken
     {
@@ -98,11 +98,11 @@ public:
 
     /// Worker: takes the oldest block of lines. Here and below, all lines of \a block must have been read
     /// before the call, and \a block is unchanged if no lines are taken.
-    Taken take(LineBlock *block);
+    Taken take(LineBlock *block) EXCLUDES(m_mutex);
 
     /// In state Asleep, lets the next line lead to Called and takes all lines; returns false if the queue is
     /// empty. In any other state changes nothing and returns false.
-    bool takeLinesOfSleepingWorker(LineBlock *block);
+    bool takeLinesOfSleepingWorker(LineBlock *block) EXCLUDES(m_mutex);
 
     /// Returns whether the state is Called. Only a hint, because it does not lock the mutex.
     bool isCalled() const { return m_state.load(std::memory_order_relaxed) == Called; }
@@ -115,15 +115,15 @@ public:
     };
 
     /// Server: takes the lines if the state is Called. Refuses on a backlog or if the run is not wanted.
-    Service beginService(LineBlock *block);
+    Service beginService(LineBlock *block) EXCLUDES(m_mutex);
 
     /// Server: continues a granted service after all lines of \a block have been handled. Takes the lines
     /// that have arrived since, or refuses as beginService() does; if there are none, leaves the worker
     /// asleep until a line meets \a next. Does nothing if the worker has woken in the meantime.
-    Service continueService(WakeCondition next, LineBlock *block);
+    Service continueService(WakeCondition next, LineBlock *block) EXCLUDES(m_mutex);
 
     /// Server: ends a granted service and leaves the rest to the worker, which the caller must wake.
-    void abandonService();
+    void abandonService() EXCLUDES(m_mutex);
 
 private:
     enum State

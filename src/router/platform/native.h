@@ -1,5 +1,7 @@
 #pragma once
 
+#include "threadannotations.h"
+
 #include <cstdint>
 
 /// The functions of the operating system that threads.h and udp.h need. posix/ and windows/ implement them.
@@ -21,10 +23,10 @@ enum NativeResult : int
 /// The number of milliseconds with which nativeSemaphoreWait() waits without limit.
 constexpr uint32_t nativeForever = UINT32_MAX;
 
-struct NativeMutex;     ///< recursive, owned by a thread
-struct NativeSemaphore; ///< counts up to a maximum
-struct NativeLock;      ///< not recursive: a thread must not enter it twice
-struct NativeThread;    ///< a thread that must be joined
+struct NativeMutex;                    ///< recursive, owned by a thread
+struct NativeSemaphore;                ///< counts up to a maximum
+struct CAPABILITY("mutex") NativeLock; ///< not recursive: a thread must not enter it twice
+struct NativeThread;                   ///< a thread that must be joined
 
 /// The platform's handle of a socket: a descriptor on POSIX, a SOCKET on Windows.
 using NativeSocket = intptr_t;
@@ -53,8 +55,8 @@ int nativeSemaphorePost(NativeSemaphore *semaphore, int32_t count);
 int nativeSemaphoreClose(NativeSemaphore *semaphore);
 
 NativeLock *nativeLockCreate();
-void nativeLockEnter(NativeLock *lock);
-void nativeLockLeave(NativeLock *lock);
+void nativeLockEnter(NativeLock *lock) ACQUIRE(lock);
+void nativeLockLeave(NativeLock *lock) RELEASE(lock);
 void nativeLockDelete(NativeLock *lock);
 /// Returns the one lock that exists without nativeLockCreate() and is never deleted.
 NativeLock *nativeSharedLock();

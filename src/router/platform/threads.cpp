@@ -19,15 +19,15 @@ constexpr int32_t goneLimit = 500000000;
 
 constexpr uint32_t threadStackBytes = 102400;
 
-class LockGuard
+class SCOPED_CAPABILITY LockGuard
 {
 public:
-    explicit LockGuard(NativeLock *lock)
+    explicit LockGuard(NativeLock *lock) ACQUIRE(lock)
         : m_lock(lock)
     {
         nativeLockEnter(m_lock);
     }
-    ~LockGuard() { nativeLockLeave(m_lock); }
+    ~LockGuard() RELEASE() { nativeLockLeave(m_lock); }
     LockGuard(const LockGuard &) = delete;
     LockGuard &operator=(const LockGuard &) = delete;
 
@@ -58,7 +58,7 @@ int closeGate(Condition *condition)
     return nativeSemaphoreWait(condition->gate, nativeForever);
 }
 
-void forgetGone(Condition *condition)
+void forgetGone(Condition *condition) REQUIRES(condition->lock)
 {
     addBlocked(condition, -condition->waitersGone);
     condition->waitersGone = 0;
@@ -92,7 +92,7 @@ struct Departure
     int32_t drain = 0; ///< posts of late waiters that closeGroup() must take
 };
 
-int leaveGroup(Condition *condition, Departure *departure)
+int leaveGroup(Condition *condition, Departure *departure) REQUIRES(condition->lock)
 {
     if (departure->timedOut) {
         // A wake-up was issued to this waiter, so it counts as woken.
@@ -109,7 +109,7 @@ int leaveGroup(Condition *condition, Departure *departure)
     return Succeeded;
 }
 
-int leaveWithoutWakeUp(Condition *condition)
+int leaveWithoutWakeUp(Condition *condition) REQUIRES(condition->lock)
 {
     ++condition->waitersGone;
     if (condition->waitersGone < goneLimit)
@@ -140,7 +140,7 @@ int closeGroup(Condition *condition, int32_t drain)
     return openGate(condition);
 }
 
-int startGroup(Condition *condition)
+int startGroup(Condition *condition) REQUIRES(condition->lock)
 {
     if (closeGate(condition) != NativeTaken)
         return PlatformFailed;
@@ -172,13 +172,13 @@ struct ThreadRecord
     void *argument;
     NativeThread *thread = nullptr;
     std::atomic<bool> finished{false}; ///< the entry function has returned
-    bool claimed = false;              ///< another thread joins this one and removes the record
-    ThreadRecord *next = nullptr;
+    /// Another thread joins this one and removes the record.
+    bool claimed GUARDED_BY(nativeSharedLock()) = false;
+    ThreadRecord *next GUARDED_BY(nativeSharedLock()) = nullptr;
 };
 
-/// The head of the list. nativeSharedLock() guards it and the members claimed and next of all records. It is
-/// a plain pointer, so that nothing is destroyed when the library is unloaded.
-ThreadRecord *firstThread = nullptr;
+/// The head of the list. A plain pointer, so that nothing is destroyed when the library is unloaded.
+ThreadRecord *firstThread GUARDED_BY(nativeSharedLock()) = nullptr;
 
 /// The arguments for a new thread, on the stack of the thread that starts it.
 struct ThreadStart

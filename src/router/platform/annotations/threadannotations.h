@@ -13,6 +13,8 @@
 #define SCOPED_CAPABILITY THREAD_ANNOTATION(scoped_lockable)
 #define GUARDED_BY(mutex) THREAD_ANNOTATION(guarded_by(mutex))
 #define REQUIRES(mutex) THREAD_ANNOTATION(requires_capability(mutex))
+/// For a function that locks the mutex itself, so that the caller must not hold it.
+#define EXCLUDES(mutex) THREAD_ANNOTATION(locks_excluded(mutex))
 #define ACQUIRE(...) THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define RELEASE(...) THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 /// For a function that locks in a way that the analysis cannot follow.

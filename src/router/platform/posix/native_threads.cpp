@@ -246,12 +246,12 @@ NativeLock *nativeLockCreate()
     return nullptr;
 }
 
-void nativeLockEnter(NativeLock *lock)
+void nativeLockEnter(NativeLock *lock) UNCHECKED_LOCKING
 {
     pthread_mutex_lock(&lock->mutex);
 }
 
-void nativeLockLeave(NativeLock *lock)
+void nativeLockLeave(NativeLock *lock) UNCHECKED_LOCKING
 {
     pthread_mutex_unlock(&lock->mutex);
 }

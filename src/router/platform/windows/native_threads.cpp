@@ -146,12 +146,12 @@ NativeLock *nativeLockCreate()
     return new (std::nothrow) NativeLock;
 }
 
-void nativeLockEnter(NativeLock *lock)
+void nativeLockEnter(NativeLock *lock) UNCHECKED_LOCKING
 {
     AcquireSRWLockExclusive(&lock->lock);
 }
 
-void nativeLockLeave(NativeLock *lock)
+void nativeLockLeave(NativeLock *lock) UNCHECKED_LOCKING
 {
     ReleaseSRWLockExclusive(&lock->lock);
 }
