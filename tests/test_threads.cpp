@@ -34,7 +34,7 @@ int countOf(NativeSemaphore *semaphore)
     int count = 0;
     while (nativeSemaphoreWait(semaphore, 0) == NativeTaken)
         ++count;
-    return count == 0 || nativeSemaphorePost(semaphore, count) == 0 ? count : -1;
+    return count == 0 || nativeSemaphorePost(semaphore, count) == NativeTaken ? count : -1;
 }
 
 /// Stands for thread-local data of a host, which the C library keeps on each thread's stack.
@@ -91,14 +91,14 @@ private:
 
 void TestThreads::init()
 {
-    QCOMPARE(mutexCreate(&m_mutex), 0);
-    QCOMPARE(condCreate(&m_condition), 0);
+    QCOMPARE(mutexCreate(&m_mutex), int(Succeeded));
+    QCOMPARE(condCreate(&m_condition), int(Succeeded));
 }
 
 void TestThreads::cleanup()
 {
-    QCOMPARE(condDestroy(m_condition), 0);
-    QCOMPARE(mutexDestroy(m_mutex), 0);
+    QCOMPARE(condDestroy(m_condition), int(Succeeded));
+    QCOMPARE(mutexDestroy(m_mutex), int(Succeeded));
 }
 
 /// Waits on another thread. The result is that of the wait, or -2 if the mutex was not held after it.
@@ -107,7 +107,7 @@ std::future<int> TestThreads::wait(uint32_t milliseconds)
     return std::async(std::launch::async, [this, milliseconds] {
         mutexLock(m_mutex);
         const int result = condTimedWait(m_condition, m_mutex, milliseconds);
-        return mutexUnlock(m_mutex) == 0 ? result : -2;
+        return mutexUnlock(m_mutex) == Succeeded ? result : -2;
     });
 }
 
@@ -118,8 +118,8 @@ bool TestThreads::hasBlocked(int count)
 }
 
 /// Returns waitersBlocked, waitersToUnblock, waitersGone, waitersLate, and the counts of the queue and the
-/// gate.
-Counts TestThreads::counts() const
+/// gate. Locks nothing: no other thread may be using the condition.
+Counts TestThreads::counts() const UNCHECKED_LOCKING
 {
     return {m_condition->waitersBlocked, m_condition->waitersToUnblock, m_condition->waitersGone,
             m_condition->waitersLate,    countOf(m_condition->queue),   countOf(m_condition->gate)};
@@ -127,17 +127,17 @@ Counts TestThreads::counts() const
 
 void TestThreads::mutexBelongsToItsThread()
 {
-    QCOMPARE(mutexLock(m_mutex), 0);
-    QCOMPARE(mutexTryLock(m_mutex), 0);
+    QCOMPARE(mutexLock(m_mutex), int(Succeeded));
+    QCOMPARE(mutexTryLock(m_mutex), int(Succeeded));
     QCOMPARE(onAnotherThread(mutexUnlock, m_mutex), int(PlatformFailed));
-    QCOMPARE(mutexUnlock(m_mutex), 0);
+    QCOMPARE(mutexUnlock(m_mutex), int(Succeeded));
     QCOMPARE(onAnotherThread(mutexTryLock, m_mutex), int(MutexHeldElsewhere));
-    QCOMPARE(mutexUnlock(m_mutex), 0);
+    QCOMPARE(mutexUnlock(m_mutex), int(Succeeded));
     QCOMPARE(mutexUnlock(m_mutex), int(PlatformFailed));
-    QCOMPARE(onAnotherThread(tryLockAndUnlock, m_mutex), 0);
+    QCOMPARE(onAnotherThread(tryLockAndUnlock, m_mutex), int(Succeeded));
 }
 
-void TestThreads::timedOutWaitersAreSubtracted()
+void TestThreads::timedOutWaitersAreSubtracted() UNCHECKED_LOCKING
 {
     QElapsedTimer timer;
     timer.start();
@@ -148,10 +148,11 @@ void TestThreads::timedOutWaitersAreSubtracted()
 
     std::future<int> woken = wait(longWait);
     QVERIFY(hasBlocked(3));
-    QCOMPARE(condSignal(m_condition), 0);
-    QCOMPARE(woken.get(), 0);
+    QCOMPARE(condSignal(m_condition), int(Succeeded));
+    QCOMPARE(woken.get(), int(Succeeded));
     QCOMPARE(counts(), m_idle);
-    // Without any wake-up, waitersGone is subtracted when it reaches its limit.
+    // Without any wake-up, waitersGone is subtracted when it reaches its limit. The counters are set without
+    // the lock, because no other thread uses the condition.
     m_condition->waitersBlocked = 499999998;
     m_condition->waitersGone = 499999998;
     QCOMPARE(wait(0).get(), int(WaitTimedOut));
@@ -167,14 +168,14 @@ void TestThreads::condSignalWakesOneWaiterAndCondWakeAll()
     for (int waiter = 0; waiter < 3; ++waiter)
         waits.push_back(wait(longWait));
     QVERIFY(hasBlocked(3));
-    QCOMPARE(condSignal(m_condition), 0);
+    QCOMPARE(condSignal(m_condition), int(Succeeded));
     QCOMPARE(m_condition->waitersBlocked.load(), 2);
     // The woken waiter opens the gate for new waiters, although two others still sleep.
     waits.push_back(wait(longWait));
     QVERIFY(hasBlocked(3));
-    QCOMPARE(condWake(m_condition, 1), 0);
+    QCOMPARE(condWake(m_condition, 1), int(Succeeded));
     for (std::future<int> &result : waits)
-        QCOMPARE(result.get(), 0);
+        QCOMPARE(result.get(), int(Succeeded));
     QCOMPARE(counts(), m_idle);
 }
 
@@ -223,7 +224,7 @@ void TestThreads::threadBlocksSignalsMeantForTheHost()
     const auto look = [](void *data) -> uint32_t {
         return pthread_sigmask(SIG_BLOCK, nullptr, static_cast<sigset_t *>(data)) == 0;
     };
-    QCOMPARE(threadStart(look, &mask), 0);
+    QCOMPARE(threadStart(look, &mask), int(Succeeded));
     threadAwait(&mask);
     QVERIFY(sigismember(&mask, SIGTERM) && sigismember(&mask, SIGCHLD));
     QVERIFY(!sigismember(&mask, SIGSEGV) && !sigismember(&mask, SIGFPE));
@@ -235,7 +236,7 @@ void TestThreads::threadBlocksSignalsMeantForTheHost()
 void TestThreads::threadLocalDataTakeNoStackFromAThread()
 {
     int touched = 0;
-    QCOMPARE(threadStart(useWholeStack, &touched), 0);
+    QCOMPARE(threadStart(useWholeStack, &touched), int(Succeeded));
     threadAwait(&touched);
     QCOMPARE(touched, 187); // all steps of useWholeStack()
 }

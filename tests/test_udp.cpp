@@ -82,14 +82,14 @@ private:
 void TestUdp::init()
 {
     m_descriptors = descriptorCount();
-    QCOMPARE(udpOpen(&m_sender, 0, UdpAnyPort), 0);
-    QCOMPARE(udpOpen(&m_receiver, 0, UdpAnyPort), 0);
+    QCOMPARE(udpOpen(&m_sender, 0, UdpAnyPort), int(UdpSucceeded));
+    QCOMPARE(udpOpen(&m_receiver, 0, UdpAnyPort), int(UdpSucceeded));
 }
 
 void TestUdp::cleanup()
 {
-    QCOMPARE(udpClose(m_sender), 0);
-    QCOMPARE(udpClose(m_receiver), 0);
+    QCOMPARE(udpClose(m_sender), int(UdpSucceeded));
+    QCOMPARE(udpClose(m_receiver), int(UdpSucceeded));
     QCOMPARE(descriptorCount(), m_descriptors);
 }
 
@@ -106,7 +106,7 @@ void TestUdp::datagramArrivesWholeOrNotAtAll()
         QCOMPARE(udpSend(m_sender, "", negative, INADDR_LOOPBACK, portOf(m_receiver->socket), 0),
                  int(UdpFailed));
     for (const QByteArray &data : {QByteArray(65507, 'x'), QByteArray("a\0\xff\0", 4), QByteArray()}) {
-        QCOMPARE(send(m_sender, data), 0);
+        QCOMPARE(send(m_sender, data), int(UdpSucceeded));
         QCOMPARE(receivedAt(m_receiver->socket), data);
     }
 }
@@ -117,20 +117,20 @@ void TestUdp::flagsAndPortConfigureTheSocket()
     SocketHandle *handle = m_sender;
     QCOMPARE(udpOpen(&handle, taken, 0), int(UdpFailed));
     QCOMPARE(handle, m_sender);
-    QCOMPARE(udpOpen(&handle, taken, UdpAnyPort), 0);
+    QCOMPARE(udpOpen(&handle, taken, UdpAnyPort), int(UdpSucceeded));
     QVERIFY(portOf(handle->socket) != 0 && portOf(handle->socket) != taken);
     QVERIFY(!isInherited(handle->socket));
-    QCOMPARE(udpClose(handle), 0);
+    QCOMPARE(udpClose(handle), int(UdpSucceeded));
     const uint32_t broadcast = 0x7fffffff; // 127.255.255.255, of the loopback network
     QCOMPARE(send(m_sender, "all", broadcast), int(UdpFailed));
-    QCOMPARE(udpOpen(&handle, 0, UdpBroadcast), 0);
+    QCOMPARE(udpOpen(&handle, 0, UdpBroadcast), int(UdpSucceeded));
     QCOMPARE(portOf(handle->socket), uint16_t(0));
-    QCOMPARE(send(handle, "all", broadcast), 0);
+    QCOMPARE(send(handle, "all", broadcast), int(UdpSucceeded));
     QCOMPARE(receivedAt(m_receiver->socket), QByteArray("all"));
-    QCOMPARE(udpClose(handle), 0);
+    QCOMPARE(udpClose(handle), int(UdpSucceeded));
 
-    QCOMPARE(udpClose(m_receiver), 0);
-    QCOMPARE(udpOpen(&m_receiver, taken, 0), 0);
+    QCOMPARE(udpClose(m_receiver), int(UdpSucceeded));
+    QCOMPARE(udpOpen(&m_receiver, taken, 0), int(UdpSucceeded));
     QCOMPARE(portOf(m_receiver->socket), taken);
 }
 

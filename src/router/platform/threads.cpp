@@ -332,7 +332,7 @@ int condDestroy(Condition *condition)
     const int queueResult = nativeSemaphoreClose(condition->queue);
     const int gateResult = nativeSemaphoreClose(condition->gate);
     delete condition;
-    return queueResult == 0 && gateResult == 0 ? Succeeded : PlatformFailed;
+    return queueResult == NativeTaken && gateResult == NativeTaken ? Succeeded : PlatformFailed;
 }
 
 int condTimedWait(Condition *condition, Mutex *mutex, uint32_t milliseconds) UNCHECKED_LOCKING

@@ -21,18 +21,18 @@ SocketHandle *makeHandle(uint16_t flags)
 bool configure(const SocketHandle *handle, uint16_t port)
 {
     const bool anyPort = handle->flags & UdpAnyPort;
-    if ((handle->flags & UdpBroadcast) && nativeSocketAllowBroadcast(handle->socket) != 0)
+    if ((handle->flags & UdpBroadcast) && nativeSocketAllowBroadcast(handle->socket) != NativeTaken)
         return false;
     if (!anyPort && port == 0)
         return true;
-    return nativeSocketBind(handle->socket, anyPort ? 0 : port) == 0;
+    return nativeSocketBind(handle->socket, anyPort ? 0 : port) == NativeTaken;
 }
 
 } // namespace
 
 int udpOpen(SocketHandle **handle, uint16_t port, uint16_t flags)
 {
-    if (nativeNetworkStart() != 0)
+    if (nativeNetworkStart() != NativeTaken)
         return UdpFailed;
     SocketHandle *made = makeHandle(flags);
     if (!made) {
@@ -71,7 +71,7 @@ int udpClose(SocketHandle *handle)
     const int result = nativeSocketClose(handle->socket);
     delete handle;
     nativeNetworkStop();
-    return result < 0 ? UdpFailed : UdpSucceeded;
+    return result == NativeTaken ? UdpSucceeded : UdpFailed;
 }
 
 uint32_t resolveHost(const char *text)
@@ -81,7 +81,7 @@ uint32_t resolveHost(const char *text)
     const uint32_t dotted = nativeDottedAddress(text);
     if (dotted != nativeNoAddress)
         return dotted;
-    if (nativeNetworkStart() != 0)
+    if (nativeNetworkStart() != NativeTaken)
         return 0;
     const uint32_t address = nativeLookUp(text);
     nativeNetworkStop();
