@@ -62,10 +62,10 @@ void TestModulecheck::faultOfABrokenModuleIsFound_data()
     // The name of each row is also the value of MODULE_FAULT that gives the broken module this fault.
     const Table<QString, QString> row("cycle", "expected");
     row("stays registered", "life", "Call prepareShutdown()");
-    row("calls after shut-down", "life", "came after prepareShutdown() had returned");
-    row("calls on a thread", "life", "came on another thread than the GUI thread");
+    row("calls after shut-down", "life", "was called after prepareShutdown() had returned");
+    row("calls on a thread", "life", "was called on a thread other than the GUI thread");
     row("leaves a thread", "life", "No thread of the module runs afterwards");
-    row("stays in memory", "life", "It leaves the memory");
+    row("stays in memory", "life", "It is no longer in memory");
     row("crashes", "life", "crashed or was aborted");
     row("requires CommandManager first", "parameters", "in any of the 24 orders");
     row("ignores ObserverMode", "observer", "moduleActions() is empty");

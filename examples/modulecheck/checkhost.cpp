@@ -220,12 +220,12 @@ QStringList CheckHost::takeFaults()
 void CheckHost::noteCall(const std::string &call)
 {
     if (std::this_thread::get_id() != m_guiThread) {
-        addFault(call + " came on another thread than the GUI thread");
+        addFault(call + " was called on a thread other than the GUI thread");
         return;
     }
     ++m_callCount;
     if (m_closed)
-        addFault(call + " came after prepareShutdown() had returned");
+        addFault(call + " was called after prepareShutdown() had returned");
 }
 
 // Records a fault if the Controller's version does not know the query or command \a text.

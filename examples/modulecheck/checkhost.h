@@ -63,7 +63,7 @@ public:
     /// Makes every later call of the module a fault. Call it after prepareShutdown() has returned.
     void close() { m_closed = true; }
 
-    /// Returns how many functions of IOManager the module has called on the GUI thread.
+    /// Returns how often the module has called a function of IOManager on the GUI thread.
     int callCount() const { return m_callCount; }
 
     /// Returns the faults that were recorded since the previous call of this function.

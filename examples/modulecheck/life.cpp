@@ -144,7 +144,7 @@ void Life::unload()
     const QString loaded = file();
     const bool unloaded = m_loader.unload();
     m_module = nullptr;
-    step("Unload the library. It leaves the memory.", unloaded && !isInMemory(loaded));
+    step("Unload the library. It is no longer in memory.", unloaded && !isInMemory(loaded));
 }
 
 void Life::shutDown()
