@@ -57,6 +57,8 @@ void FrameSequence::takeLate(qint64 number)
         m_lateRun.clear();
         m_lateAdded = 0;
     }
+    if (m_lateRun.empty())
+        m_stepBefore = m_step;
     m_lateRun.push_back(number);
     if (number > *m_recent.begin() && m_recent.count(number) == 0) {
         add(number);
@@ -66,10 +68,10 @@ void FrameSequence::takeLate(qint64 number)
         restart();
 }
 
-/// Undoes what the numbers of m_lateRun have changed in the counts, and makes them the start of a new
-/// sequence.
+/// Undoes what the numbers of m_lateRun have changed, and makes them the start of a new sequence.
 void FrameSequence::restart()
 {
+    m_step = m_stepBefore;
     m_arrived -= m_lateAdded;
     m_outOfOrder -= RestartAfter;
     m_lostBefore = lost();

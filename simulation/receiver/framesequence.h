@@ -38,14 +38,14 @@ private:
     void restart();
 
     bool m_hasBegun = false;
-    qint64 m_first = 0;   ///< the first number of this sequence
-    qint64 m_last = 0;    ///< the greatest number of this sequence
-    qint64 m_step = 0;    ///< the greatest common divisor of the numbers of this sequence
-    qint64 m_arrived = 0; ///< how many different numbers of this sequence have arrived
-    std::set<qint64>
-        m_recent; ///< the greatest numbers that have arrived, to distinguish late ones from duplicates
+    qint64 m_first = 0;            ///< the first number of this sequence
+    qint64 m_last = 0;             ///< the greatest number of this sequence
+    qint64 m_step = 0;             ///< the greatest common divisor of the numbers of this sequence
+    qint64 m_arrived = 0;          ///< how many different numbers of this sequence have arrived
+    std::set<qint64> m_recent;     ///< the greatest numbers that have arrived, to recognise duplicates
     std::vector<qint64> m_lateRun; ///< the late numbers that have arrived last, in ascending order
     qint64 m_lateAdded = 0;        ///< how many numbers of m_lateRun were counted in m_arrived
+    qint64 m_stepBefore = 0;       ///< m_step before the numbers of m_lateRun
     qint64 m_lostBefore = 0;       ///< lost numbers of previous sequences
     qint64 m_outOfOrder = 0;
     int m_restarts = 0;
