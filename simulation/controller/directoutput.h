@@ -23,7 +23,7 @@ public:
     void follow(const ChannelRoutes &routes);
 
     /// Sends \a frame on each active channel that has to send it. Datagrams that the system does not accept
-    /// are lost.
+    /// are lost. May block while the send buffer of the socket is full.
     void send(const Frame &frame);
 
 private:

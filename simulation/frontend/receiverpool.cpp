@@ -24,7 +24,7 @@ quint16 ReceiverPool::listen(int index, quint32 address)
 void ReceiverPool::follow(const ChannelRoutes &routes)
 {
     m_routes = routes;
-    // Close every receiver whose destination has changed before opening new ones: two channels may have
+    // First close every receiver that does not listen or whose destination has changed: two channels may have
     // swapped destinations.
     for (size_t i = 0; i < routes.size(); ++i) {
         const DatagramReceiver *receiver = m_receivers[i].get();

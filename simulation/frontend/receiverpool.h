@@ -41,7 +41,7 @@ public:
     /// cannot listen, its report contains the problem.
     void follow(const ChannelRoutes &routes);
 
-    /// Call the functions of FrameChecker with the same names for all receivers.
+    /// These functions call those of DatagramReceiver with the same names for all receivers.
     void begin();
     void restart();
     void join();
