@@ -22,9 +22,9 @@ class ChannelWidget;
 class IOManager;
 class NetworkDialogTabWidget;
 
-/// The module's dialog, with one tab for each output channel up to the last one that has a destination. It is
-/// created hidden when the module starts, shown modally each time the menu action is triggered, and exists
-/// until shut-down, because its channels forward tracking data also while it is hidden.
+/// The module's dialog, with one tab for each output channel up to the last one that has a destination.
+/// ModuleInterface::moduleActions() creates it hidden. It is shown modally each time the menu action is
+/// triggered, and exists until shut-down, because its channels forward tracking data also while it is hidden.
 ///
 /// Thread safety: the functions of Requester and MessageReceiver may be called on any thread, everything else
 /// on the GUI thread only.
@@ -47,8 +47,8 @@ class NetworkDialog : public QDialog, public Ui::NetworkDialog, public Requester
 
 public:
     /// Builds the window. The host keeps ownership of all three arguments. None may be null. \a ioManager
-    /// must exist until teardownRequests() or release() has returned, and \a versions as long as the dialog.
-    /// If \a parent is destroyed before release() is called, it destroys the dialog.
+    /// must exist until teardownRequests() has returned, and \a versions as long as the dialog. If \a parent
+    /// is destroyed before release() is called, it destroys the dialog.
     NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersions *versions);
 
     /// Waits until no data thread uses a channel and every worker has ended. teardownRequests() must have
@@ -95,8 +95,8 @@ public slots:
     /// locked, otherwise disables it.
     void onCheckBox_active_channel_toggled();
 
-    /// Ctrl + T adds a channel, Ctrl + W closes the last one after a question, F9 selects the next tab. The
-    /// base class handles all other keys.
+    /// Ctrl + T adds a channel, Ctrl + W closes the last one after a question, F9 selects the next tab. T and
+    /// W without Ctrl do nothing. The base class handles all other keys.
     void keyPressEvent(QKeyEvent *event) override;
 
 private slots:

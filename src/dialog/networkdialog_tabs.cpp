@@ -45,8 +45,8 @@ void NetworkDialog::keyPressEvent(QKeyEvent *event)
 
 void NetworkDialog::selectNextTab()
 {
-    // Do not advance to the last tab: it is the "+" tab, unless there are ten channels or the configuration
-    // is locked.
+    // Do not advance to the last tab, which is the "+" tab. If there is none, because there are ten channels
+    // or the configuration is locked, this skips the last channel.
     const int current = m_tabWidget->currentIndex();
     m_tabWidget->setCurrentIndex(current + 2 < m_tabWidget->count() ? current + 1 : 0);
 }

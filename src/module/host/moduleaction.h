@@ -15,6 +15,6 @@ struct ModuleAction
     int actionNumber;
     QString menuTitle; // the menu for the action, with the mnemonic marked by "&"
     int menuNumber;
-    QDialog *dialog = nullptr; // null again if the host destroys its parent widget
+    QDialog *dialog = nullptr; // null again after the parent widget has been destroyed
     int lastNumber;
 };
