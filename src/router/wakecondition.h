@@ -17,7 +17,7 @@ public:
     WakeCondition() = default;
 
     /// Is met by the \a lines-th line (at least 1), or earlier by a line of type \a opener. With
-    /// \a openerExpectedFirst, an opener that is the first line meets it only if \a lines is 1.
+    /// \a openerExpectedFirst, a first line of that type meets it only if \a lines is 1.
     WakeCondition(std::size_t lines, std::string_view opener, bool openerExpectedFirst)
         : m_lines(lines)
         , m_opener(opener)

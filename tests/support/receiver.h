@@ -30,8 +30,8 @@ public:
         return bytes;
     }
 
-    /// Waits until \a wanted returns true, as comesTrue() does, and returns its result. Passes each datagram
-    /// that arrives until then to \a take.
+    /// Waits until \a wanted returns true. Returns false if comesTrue() does. Passes each datagram that
+    /// arrives until then to \a take.
     template <typename Predicate, typename Take>
     bool readsUntil(Predicate wanted, Take take)
     {

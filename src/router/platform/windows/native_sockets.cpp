@@ -33,8 +33,8 @@ bool makeNonBlocking(SOCKET socket)
     return ioctlsocket(socket, FIONBIO, &on) == 0;
 }
 
-/// Prevents calls on \a socket from failing with WSAECONNRESET after a receiver of its datagrams has closed
-/// its port. If the system refuses the setting, only datagrams are lost, so the result is ignored.
+/// Prevents calls on \a socket from failing with WSAECONNRESET after one of its datagrams has reached a
+/// closed port. If the system refuses the setting, only datagrams are lost, so the result is ignored.
 void ignoreClosedPorts(SOCKET socket)
 {
     BOOL reported = FALSE;

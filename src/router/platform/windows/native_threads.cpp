@@ -53,7 +53,8 @@ void becomeOwner(NativeMutex *mutex)
     mutex->depth = 1;
 }
 
-/// Adapts the calling convention, which differs from that of \a entry on 32-bit systems.
+/// CreateThread() requires this calling convention, which on 32-bit systems differs from that of
+/// NativeThread::entry.
 DWORD WINAPI runNativeThread(void *data)
 {
     const auto *thread = static_cast<NativeThread *>(data);
