@@ -43,7 +43,8 @@ int run(const BenchOptions &options, const Receivers &receivers)
 } // namespace
 
 /// Returns 0 if rows were measured, there are no remarks (for example on lost datagrams), and the JSON file,
-/// if any, was written. Goals that are not met do not change the result.
+/// if any, was written. Goals that are not met do not change the result. With --probe, returns the result of
+/// probeResidency().
 int main(int argc, char *argv[])
 {
     QStringList arguments;
