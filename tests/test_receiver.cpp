@@ -92,6 +92,7 @@ void TestReceiver::gapsInTheNumbersAreCounted_data()
     row("loss after a restart", {500, 501, 1, 2, 3, 4, 5, 7, 8, 9, 10, 11, 12}, 1, 0, 1);
     row("restart does not fill the gaps before it", {1, 2, 20, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, 17, 0, 1);
     row("no restart before the tenth late frame", {500, 501, 1, 2, 3, 4, 5, 6, 7, 8, 9, 502}, 0, 9, 0);
+    row("restart with a smaller divisor", {2, 4, 6, 8, 10, 12, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}, 0, 0, 1);
 }
 
 void TestReceiver::gapsInTheNumbersAreCounted()
