@@ -42,10 +42,11 @@ constexpr uint32_t firstFrameNumber = 100'000'000;
 constexpr int numberPosition = 3;
 constexpr int numberDigits = 9;
 
-/// Writes \a number as numberDigits decimal digits, without a terminating zero.
+/// Writes \a number, which must have at most numberDigits digits, with leading zeros and without a
+/// terminating zero character.
 void writeNumber(char *digits, uint32_t number);
 
-/// Returns the number of numberDigits decimal digits.
+/// Returns the number that numberDigits decimal digits, starting at \a digits, represent.
 uint32_t readNumber(const char *digits);
 
 /// Returns the types that channel \a channel, counted from 0, ticks: those of the first and the last line,

@@ -61,7 +61,7 @@ void Relay::run()
     char datagram[65536];
     for (;;) {
         const ssize_t length = recv(m_socket, datagram, sizeof datagram, 0);
-        // After an error of the socket no datagrams are sent, which measurePipeline() reports.
+        // After a socket error, the relay sends nothing more; measurePipeline() reports the lost datagrams.
         if (m_stopping || (length < 0 && errno != EAGAIN && errno != EINTR))
             return;
         if (length < numberPosition + numberDigits)
