@@ -81,7 +81,7 @@ int TableManager::addRequester(Requester *requester)
 
 int TableManager::removeRequester(Requester * /*requester*/)
 {
-    // Locking waits for a call in progress; after this function no call is in progress and none will follow.
+    // Locking waits until no call of onOutputData() is in progress. With m_requester null, none will follow.
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_requester = nullptr;
     return done;
@@ -107,7 +107,7 @@ int TableManager::removeMessageReceiver(const char * /*name*/, MessageReceiver *
 
 void TableManager::deliver(const std::string &type, const std::string &line)
 {
-    // The lock may be held during the call: onOutputData() neither blocks nor calls the host.
+    // The lock may be held: onOutputData() waits only for short locks and calls no function of the host.
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_requester && m_types.count(type) > 0)
         m_requester->onOutputData(type.c_str(), line.c_str());

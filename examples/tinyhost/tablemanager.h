@@ -33,7 +33,7 @@ public:
     /// Passes \a text to the module if a message receiver is registered. GUI thread only.
     void sendMessage(const char *text);
 
-    /// Any thread.
+    /// Returns whether the module has requested \a type. Any thread.
     bool isRequested(const std::string &type);
 
     /// Returns whether a requester or a message receiver is registered, or a type is requested. GUI thread
