@@ -1,5 +1,5 @@
 # Installs the CMake package that a host's project finds with find_package(NetworkSettings2GModule), and the documents
-# for hosts and users.
+# and examples.
 include(CMakePackageConfigHelpers)
 
 set(generated ${PROJECT_BINARY_DIR}/${PROJECT_NAME})
