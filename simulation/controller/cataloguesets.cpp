@@ -49,6 +49,7 @@ const QList<CatalogueSet> &catalogueSets()
         {QT_TRANSLATE_NOOP("CatalogueSets", "Well-known only (13)"), withAvailability(known, true, 1)},
         {QT_TRANSLATE_NOOP("CatalogueSets", "Bodies and markers (4)"), bodies},
         {QT_TRANSLATE_NOOP("CatalogueSets", "Default and 100 more (115)"), withMore(usual, 100)},
+        // Every third type is unavailable, and also "gl", as in the default catalogue.
         {QT_TRANSLATE_NOOP("CatalogueSets", "Well-known, five unavailable (13)"),
          withAvailability(known, false, 3)},
         {QT_TRANSLATE_NOOP("CatalogueSets", "All unavailable"), withAvailability(usual, false, 1)},

@@ -71,7 +71,7 @@ Defaults are in parentheses.
 The network:
   --address <address>  IPv4 address to listen on; 0.0.0.0: all addresses of this computer (127.0.0.1)
   --port <port>        TCP port of the commands; 0: any free port (5600)
-  --data-port <port>   TCP port of the data; 0: any free port (the port after --port)
+  --data-port <port>   TCP port of the data; 0: any free port (the port after --port, or any free port if --port is 0)
 
 The Controller:
   --controller-version <major.minor[.third]>
@@ -80,7 +80,7 @@ The Controller:
   --locked             lock the configuration
   --router             start in router mode, so that the frontend's module sends the data
   --channels <n>       number of channels to set up, 0 to 10 (3); channel 1 sends to port 5001, channel 2 to port 5002,
-                       and so on: channels 3 and 8 to multicast groups, the others to this computer
+                       and so on; the destinations of channels 3 and 8 are multicast groups, the others this computer
   --answer-delay <ms>  delay of each answer, 0 to 2000 (0)
   --refuse <p>         probability that a command is refused, 0 to 1 (0)
 

@@ -23,7 +23,7 @@ struct ControllerOptions
     bool version = false;
     QString address = QLatin1String("127.0.0.1");
     int port = defaultControllerPort;
-    int dataPort = -1; ///< -1: the port after that of the commands; 0: any free one
+    int dataPort = -1; ///< -1: port + 1, or any free port if port is 0; 0: any free port
     int channels = 3;  ///< how many channels are set up
     int rate = 60;     ///< frames per second
     BackendVersions controllerVersion = {{0, 0, 0}, 1, 9, 0};

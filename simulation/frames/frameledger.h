@@ -12,7 +12,7 @@ namespace simulation {
 class FrameLedger
 {
 public:
-    /// Records a frame with \a number. A program that itself sends the frame must call this function before,
+    /// Records a frame with \a number. A program that sends the frame itself must call this function first,
     /// so that no datagram arrives before its number is recorded. No channel sends a frame with the number 0,
     /// so such a frame counts in frames() only.
     void note(qint32 number);

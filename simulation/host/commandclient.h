@@ -49,8 +49,8 @@ public:
     /// Returns the latest answer to "hello", or a default Greeting if there was none.
     Greeting greeting() const;
 
-    /// Returns the reason of the latest failure or loss of the connection. Before the first one, returns that
-    /// the Controller does not answer.
+    /// Returns the reason of the latest failure or loss of the connection. Before the first failure, the text
+    /// says that the Controller does not answer.
     QString problem() const;
 
     /// Sends a query. Fails with -1 without sending it if \a text is too long for one line or contains a

@@ -52,7 +52,8 @@ void FrameChecker::take(const QByteArray &datagram)
 
 bool FrameChecker::isWellFormed(const DatagramContent &content) const
 {
-    // Only the last number must be due: the first datagram of a router also contains the frame before it.
+    // Only the last number must be due: the first datagram of a router also contains the preceding frame,
+    // which need not be due.
     bool good = content.isComplete && !content.numbers.isEmpty();
     for (const QByteArray &type : content.types)
         good = good && m_expectation.types.contains(type);

@@ -57,8 +57,8 @@ void ControllerWindow::hideEvent(QHideEvent *event)
     emit visibilityChanged(false);
 }
 
-/// Lets the mouse wheel scroll the panels. Without this, the wheel would change the value of the combo box or
-/// spin box under the pointer, even of one without the focus.
+/// Makes the mouse wheel scroll the panels while the pointer is over a combo box or spin box without the
+/// focus. Otherwise the wheel would change the value of that box.
 void ControllerWindow::keepWheelFromBoxes()
 {
     const auto widgets = findChildren<QWidget *>();
