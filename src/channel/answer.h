@@ -7,8 +7,8 @@
 
 namespace networksettings2g {
 
-/// A buffer for one text answer of the Controller. A host may write nothing when a query fails, so the buffer
-/// is zeroed before each query and is always terminated. IOManager::getValue() fixes its size, which is not
+/// A buffer for one text answer of the Controller. It is zeroed before each query, so that the answer is
+/// empty if the query fails and the host writes nothing. IOManager::getValue() fixes its size, which is not
 /// passed to the host.
 class Answer
 {
