@@ -3,6 +3,7 @@
 
 # Runs the tests of one preset in an isolated network: run_tests PRESET [CTEST-OPTION...]
 # Removes the warnings that Qt's offscreen platform prints about the operations of windows that it does not support.
+# The exit status is that of ctest only if the script has set pipefail.
 run_tests() {
     local preset=$1
     shift
