@@ -49,8 +49,8 @@ QList<OutputTypeInfo> catalogue(const char *names)
 }
 
 /// A host with a Controller of version 1.6, and the first channel after load(): active, divisor 4, host
-/// "tracker", port 5100. Its rows are 0 fr, 1 6d (ticked), 2 3d (not available) and 3 2dmon (hidden). The
-/// journal and the count of look-ups are empty.
+/// "tracker", port 5100. Its rows 0 to 3 are "fr", "6d" (ticked), "3d" (not available) and "2dmon" (hidden).
+/// The journal is empty, and no look-up is counted yet.
 struct Setup
 {
     Setup()

@@ -106,9 +106,10 @@ void TestChannelWidget::controlsFollowChannelAndVersion()
 
 void TestChannelWidget::boxesChangeTheHostField_data()
 {
-    // The columns: the host at first, the steps, and the final text of the field, state of boxes and field,
-    // and host of the channel. Step "m" clicks the multicast box, "t" the box "this computer"; any other step
-    // is typed into the field.
+    // The step "m" clicks the multicast box, "t" the box "this computer"; any other step is typed into the
+    // field. The last three columns are the results: the text of the field, the state of the boxes and the
+    // field, and the host of the channel. "mine" stands for the ticked box "this computer", "open" and
+    // "closed" for the enabled and the disabled field.
     const Table<QString, QStringList, QString, QString, QString> row("host", "steps", "field", "state",
                                                                      "channelHost");
     const QString group("239.1.2.3");
@@ -144,8 +145,8 @@ void TestChannelWidget::boxesChangeTheHostField()
     QTEST(multicast + mine + (page.widget.lineEdit_host->isEnabled() ? "open" : "closed"), "state");
     QTEST(page.widget.lineEdit_host->text(), "field");
     QTEST(page.channel.host(), "channelHost");
-    // In the dialog, commit() first makes the page flush, so it writes the text of the field, whatever the
-    // boxes show.
+    // In the dialog, commit() first makes the page flush. The channel then has the text of the field,
+    // whatever the boxes show.
     page.widget.flushChangesToChannel();
     QTEST(page.channel.host(), "field");
 }

@@ -363,7 +363,7 @@ void TestRaces::framesStayInOrderWhileAServedChannelChanges_data()
         });
 }
 
-/// A data thread feeds frames all the time, and each attempt changes a random one of ten channels.
+/// While a data thread feeds frames, each attempt changes a randomly chosen channel.
 void TestRaces::framesStayInOrderWhileAServedChannelChanges()
 {
     QFETCH(const Change, change);
@@ -391,7 +391,7 @@ void TestRaces::framesStayInOrderWhileAServedChannelChanges()
         spin(below(20000));
     }
     data.reset();
-    waits = Endless; // from now on, a channel that was called but not served would never send
+    waits = Endless; // from now on, no time-out makes up for a missing wake-up
     for (int frames = 0; frames < 5; ++frames)
         channels.feedFrame(++number);
     QVERIFY(comesTrue([&number] { return haveAllSent(number); }));

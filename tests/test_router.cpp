@@ -205,8 +205,8 @@ void TestRouter::stopWaitsForAStalledSend()
     stop.get();
 }
 
-/// If a thread tried to become the worker after the present worker has decided to stop, and before it has
-/// stopped, the thread would find a worker that does not check again whether the run is wanted.
+/// Without the wait, a thread could fail to become the worker because the current worker still exists,
+/// although that worker has already decided to stop and does not check again whether the run is wanted.
 void TestRouter::startWhileAWorkerStopsWaitsForItsEnd()
 {
     LineMonitor *monitor = nullptr;
@@ -251,7 +251,7 @@ void TestRouter::resetComesBetweenTwoFramesOfABacklog()
     }
     faults::locksUnfairly = false;
     faults::path = faults::Open;
-    // At most one send should begin during each reset. Two more are tolerated on a busy computer.
+    // At most one send should begin during each reset. On a busy computer, two more in total are tolerated.
     QVERIFY2(sendsDuringResets <= resets + 2, qPrintable(QString::number(sendsDuringResets)));
 }
 
@@ -289,7 +289,7 @@ void TestRouter::laterLineRepeatsADelayedWakeUp()
     QCOMPARE(datagram, bytesOf("fr3 6d3"));
 }
 
-/// The second channel's worker serves the first channel, for which no further line comes.
+/// The second channel's worker serves the first channel. No line follows those that come during this service.
 void TestRouter::linesThatComeDuringAServiceAreSent()
 {
     Receiver first, second;
