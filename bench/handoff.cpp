@@ -35,7 +35,7 @@ int64_t HandOff::sendFrame(uint32_t number)
             const std::lock_guard<std::mutex> lock(channel->mutex);
             channel->wanted = number;
         }
-        // Notify after unlocking; otherwise the woken thread would block on the mutex at once.
+        // Notify after unlocking; otherwise the woken thread could block on the mutex at once.
         channel->wake.notify_one();
     }
     return start;
@@ -53,7 +53,8 @@ void HandOff::run(Channel &channel, int index, uint16_t port, int padding)
             return;
         const uint32_t wanted = channel.wanted;
         lock.unlock();
-        // Frame numbers have no gaps, so send all frames that were requested during the previous send.
+        // The first frame may have any number. The numbers after it have no gaps, so send all frames that
+        // were requested during the previous send.
         for (sent = sent == 0 ? wanted : sent + 1; sent != wanted; ++sent)
             sender.send(sent);
         sender.send(sent);

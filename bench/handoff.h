@@ -19,6 +19,8 @@ class Receivers;
 class HandOff : public Pipeline
 {
 public:
+    /// Starts one thread for each of the first \a channels receivers. Every datagram has \a padding
+    /// additional bytes.
     HandOff(const Receivers &receivers, int channels, int padding = 0);
     ~HandOff() override;
     HandOff(const HandOff &) = delete;
