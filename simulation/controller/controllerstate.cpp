@@ -38,7 +38,8 @@ ControllerState defaultControllerState()
     state.systemModel = loopbackModel;
     state.monitorAddress = "127.0.0.1";
     state.catalogue = defaultCatalogue();
-    // The frame counter is ticked initially: the user cannot change its tick, and a router needs it.
+    // The frame counter is ticked initially, because the user cannot change its tick, and in router mode the
+    // module sends no frame without a number.
     for (OutputChannel &channel : state.channels)
         channel.types.insert("fr");
     return state;

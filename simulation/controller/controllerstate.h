@@ -10,7 +10,7 @@
 
 namespace simulation {
 
-/// Number of output channels. The command language counts them from 1, this code from 0.
+/// Number of output channels. The command language counts them from 1, ControllerState::channels from 0.
 constexpr int outputChannelCount = 10;
 
 /// One entry of the Controller's catalogue of ASCII output types.

@@ -48,7 +48,7 @@ private:
     QTimer *m_silenceTimer = nullptr;   ///< runs while connected; restarted when data arrive
     Frame m_frame;                      ///< the lines of the frame that is being received
 
-    EventThread m_thread; ///< the last member, so that it ends before the others are destroyed
+    EventThread m_thread;
 };
 
 } // namespace simulation

@@ -10,7 +10,7 @@ namespace simulation {
 
 namespace {
 
-/// The share of the expected frames that must arrive. It is below 1 because clocks and timers may run slow.
+/// The share of the expected rate that must be reached. It is below 1 because clocks and timers may run slow.
 constexpr double sufficientShare = 0.95;
 
 /// Returns the part that the progress line and the summary of a port have in common.

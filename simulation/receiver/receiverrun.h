@@ -23,8 +23,8 @@ public:
     explicit ReceiverRun(const ReceiverOptions &options, QObject *parent = nullptr);
     ~ReceiverRun() override;
 
-    /// Opens all ports, and the file if the options name one. Returns false and sets \a problem to a message
-    /// of one line on failure.
+    /// Opens all ports, and the file to which datagrams are written, if the options name one. Returns false
+    /// and sets \a problem to a message of one line on failure.
     bool begin(QString *problem);
 
     /// Runs the event loop and prints the counts once per second, until the time in the options has passed or
@@ -35,8 +35,8 @@ public:
     /// everything could be written.
     bool finishRecording(QString *problem);
 
-    /// Prints a summary for each port. Returns whether on every port frames arrived, as fast as the options
-    /// require, no frame was lost, and no datagram was malformed.
+    /// Prints a summary for each port. Returns whether on every port frames arrived, their average rate was
+    /// at least 95 % of the expected one, no frame was lost, and no datagram was malformed.
     bool judge() const;
 
 private:
