@@ -149,7 +149,7 @@ int main(int argc, char *argv[])
     bool good = step("take the actions", takeActions(module, window));
     good &= step("types are requested", manager.isRequested("fr") && manager.isRequested("6d"));
 
-    // Data arrives during all further steps, as in a real host.
+    // Data flow during all further steps, as in a real host.
     DataThread data(manager);
     good &= step("a frame arrives", frameArrives(receiver, {"fr", "6d"}));
 

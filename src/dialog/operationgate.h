@@ -5,9 +5,9 @@
 
 namespace networksettings2g {
 
-/// Admits one operation on the channels at a time. A host may run its event loop, or call the module, from
-/// within a command, and a message box runs an event loop of its own. Code that could then start a second
-/// operation must ask mayBegin() first. GUI thread only.
+/// Admits one operation on the channels at a time. During an operation a host may run its event loop, or call
+/// the module, from within a command, and a message box runs an event loop of its own. Code that could start
+/// a second operation in that way must check mayBegin() first. GUI thread only.
 ///
 /// | State  | mayBegin() | Left by                                           |
 /// |--------|------------|---------------------------------------------------|
