@@ -51,7 +51,8 @@ void TestAccept::plusTabAndCtrlTAddChannels()
 {
     DialogFixture fixture(withChannels(8));
     fixture.open([&] {
-        // F9 selects the next channel, and the first one after the last. T without Ctrl adds no channel.
+        // F9 selects the next channel, or the first one if the last is selected. T without Ctrl adds no
+        // channel.
         fixture.tabs()->setCurrentIndex(7);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_F9);
         QTest::keyClick(fixture.dialog.get(), Qt::Key_F9);
@@ -118,8 +119,8 @@ void TestAccept::closingAsksAndResetsTheChannel()
 
 void TestAccept::editsAreWrittenInOrder_data()
 {
-    // The columns: the minor version of the Controller; the commands between the active states of channels 2
-    // and 3; and the edit on the page of channel 2.
+    // The columns: the minor version of the Controller; the commands that come between those that set the
+    // active states of channels 2 and 3; and the edit on the page of channel 2.
     const Table<int, Commands, Edit> row("minor", "commands", "edit");
     const QByteArray destination = "output net ch02 udp '127.0.0.1' 5002";
     const QByteArray divisor = "output net_divisor ch02 1";

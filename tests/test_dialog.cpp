@@ -206,8 +206,8 @@ void TestDialog::changedChannelCountRebuildsTheTabs()
         QVERIFY(fixture.dialog->width() < width + 300);
         QCOMPARE(fixture.dialog->height(), height);
     });
-    // From six channels on, the dialog is 60 pixels per channel wider than at its start. With fewer it keeps
-    // its width.
+    // With six or more channels, an opening makes the dialog 60 pixels per channel wider than it was after
+    // start(). With fewer channels, the dialog keeps its width.
     for (const auto &[channels, wider] : {std::pair(6, 360), {10, 600}, {2, 600}}) {
         fixture.change(withChannels(channels));
         fixture.open([&fixture, channels = channels] { QCOMPARE(fixture.titles(), tabTitles(channels)); });
@@ -237,7 +237,7 @@ void TestDialog::openingFollowsTheLock()
         state.version.minor = minor;
         state.version.third = third;
     });
-    // An image of another size than that of the lock.
+    // This image differs in size from that of the lock.
     fixture.window.setWindowIcon(QIcon(":/act_as_router_whatsthis.png"));
     fixture.controller.overrideAnswer("config is_changeable", answer);
     QVERIFY(fixture.open([&] {

@@ -220,7 +220,7 @@ private:
         feedChannel(line);
         if (m_ticked.count(line.type))
             feedModel(line);
-        readsUntil([] { return true; }); // sends wait while too many datagrams are unread
+        readsUntil([] { return true; }); // a send waits while too many datagrams are unread
     }
 
     bool causeEvent()
@@ -267,7 +267,8 @@ private:
         m_model.setDivisor(divisor);
     }
 
-    /// Feeds lines of another type than the opening type, about as many as make that type the opening type.
+    /// Feeds lines of one type that is not the opening type, about as many as it takes to make it the opening
+    /// type. Returns false on a time-out.
     bool feedWithoutOpening()
     {
         m_event = "lines without the opening type";
@@ -281,7 +282,8 @@ private:
         return fallsAsleep();
     }
 
-    /// Queues lines while there is no worker, in about half of the cases more than the queue holds.
+    /// Queues lines while there is no worker, in about half of the cases more than the queue holds. Returns
+    /// false on a time-out.
     bool queueWithoutWorker()
     {
         // setActive() does not wake the worker, which ends after its wait has timed out.

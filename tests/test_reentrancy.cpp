@@ -25,8 +25,8 @@ void routing(ControllerState &state)
 class ShutdownWithinCall
 {
 public:
-    /// The host shuts the module down within call number \a call, counted from 1, or only after run() if it
-    /// is 0. With \a release it also releases the dialog within that call.
+    /// The host shuts the module down within call number \a call, counted from 1. If \a call is 0, the
+    /// destructor shuts it down. With \a release the host also releases the dialog within that call.
     ShutdownWithinCall(int call, bool release)
         : m_call(call)
         , m_release(release)

@@ -29,8 +29,8 @@ void editAndLeave(QDialog *dialog, int value)
 
 } // namespace
 
-/// The dialog with the Controller whose address and port the environment variable CONTROLLER contains, such
-/// as "10.0.0.1:5600". script/network runs this test over a slow, lossy network.
+/// Tests the dialog with a remote Controller. The environment variable CONTROLLER contains the Controller's
+/// address and port, such as "10.0.0.1:5600". script/network runs this test over a slow, lossy link.
 class TestRemoteDialog : public QObject
 {
     Q_OBJECT

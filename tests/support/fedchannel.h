@@ -77,8 +77,8 @@ public:
             m_fanOut->publish({});
     }
 
-    /// Replaces the types that the channel knows; none is ticked then. The fan-out keeps the previous ticks
-    /// until tick() changes one.
+    /// Replaces the types that the channel knows. Afterwards no type is ticked, but the fan-out keeps the
+    /// previous ticks until tick() changes one.
     void setCatalogue(const QByteArrayList &names)
     {
         QList<networksettings2g::OutputTypeInfo> types;
