@@ -1,5 +1,5 @@
-// Tests with fault injection: the platform refuses sends and the resources that a channel needs to forward
-// data.
+// Tests with fault injection: sends, waits and look-ups fail, and the platform refuses the resources that a
+// channel needs to forward data.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -64,7 +64,7 @@ void TestFaults::init()
 {
     m_threads = threadCount();
     m_descriptors = descriptorCount();
-    // The previous test may have made a condition unusable, whose wake-ups no thread has taken.
+    // If the previous test has made a condition unusable, some of its wake-ups were never taken.
     faults::takenWakeUps = faults::wakeUps.load();
 }
 

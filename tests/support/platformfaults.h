@@ -9,8 +9,8 @@
 #include <thread>
 #include <utility>
 
-// Platform fault injection: a test observes the waits of a worker, delays its sends, and makes platform
-// functions fail. The option --wrap of the linker redirects calls of functions of native.h to the functions
+// Platform fault injection: a test observes the waits of workers, delays sends, and makes platform functions
+// fail. The option --wrap of the linker redirects calls of functions of native.h to the functions
 // __wrap_native...() below, which reach the real ones as __real_native...(). Only one source file of a
 // program may include this header, because it defines functions that are not inline.
 
@@ -26,7 +26,7 @@ enum Call
     MutexTryLock,
     SemaphoreCreate,
     SemaphoreWait, ///< any wait for a semaphore, also LineWait
-    GatePost,      ///< a post to another semaphore than lineQueue
+    GatePost,      ///< a post to a semaphore other than lineQueue
     LineWait,      ///< a worker's wait for lines, recognised by its time-out
     LockCreate,
     ThreadCreate,
@@ -45,7 +45,8 @@ inline std::atomic<int> granted{0};      // calls that will still succeed before
 inline std::atomic<int> refusals{0};     // calls that have failed since the last Refusal was created
 inline std::atomic<int> mostRefusals{0}; // the limit of refusals
 
-/// Returns whether the current call, of the kind \a call, must fail, and counts it.
+/// Returns whether the current call, which is of the kind \a call, must fail, and updates granted and
+/// refusals.
 inline bool refuses(Call call)
 {
     if (refused != call || granted-- > 0 || refusals >= mostRefusals)
@@ -58,7 +59,8 @@ inline bool refuses(Call call)
 class Refusal
 {
 public:
-    /// The first \a spared calls of the kind \a call succeed, the following ones fail, at most \a times.
+    /// Lets the first \a spared calls of the kind \a call succeed, and makes up to \a times of the following
+    /// ones fail.
     explicit Refusal(Call call, int spared = 0, int times = INT_MAX)
     {
         refusals = 0;
@@ -75,7 +77,7 @@ public:
 inline std::atomic<bool> timeOuts{false}; // if false, a wait for lines does not time out
 inline std::atomic<int> lineWaits{0};     // started
 inline std::atomic<int> endedLineWaits{0};
-inline std::atomic<NativeSemaphore *> lineQueue{nullptr}; // the queue of the condition that was created last
+inline std::atomic<NativeSemaphore *> lineQueue{nullptr}; // Condition::queue of the latest condition
 inline std::atomic<int> wakeUps{0};                       // posts to lineQueue
 inline std::atomic<int> takenWakeUps{0};                  // waits for lineQueue that have taken a post
 
@@ -114,8 +116,8 @@ inline std::atomic<bool> holdWokenWorkers{false}; // while true, a worker's wait
 inline std::atomic<bool> isPaced{false};
 constexpr int pacedBytes = 20000; // well below the usual size of a socket's buffer
 
-/// If not null, the calling thread's next unlock of a mutex sets this to null and returns only when the flag
-/// is false.
+/// If not null, points to a flag: the calling thread's next unlock of a mutex sets this pointer to null and
+/// returns only when the flag is false.
 inline thread_local std::atomic<bool> *heldAfterUnlock = nullptr;
 inline std::atomic<int> threadsHeldAfterUnlock{0}; // such unlocks so far
 
@@ -129,7 +131,7 @@ inline int bytesTaken(int length)
     return length + 500;
 }
 
-inline std::atomic<bool> holdLookUps{false}; // while true, look-ups do not return, each for 10 s at most
+inline std::atomic<bool> holdLookUps{false}; // while true, each look-up blocks, for 10 s at most
 inline std::atomic<int> lookUpsStarted{0};
 inline std::atomic<int> lookUpsEnded{0};
 
