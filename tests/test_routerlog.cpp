@@ -141,7 +141,8 @@ void TestRouterLog::linesLostBeforeAResetAreLogged()
     QVERIFY(comesTrue([] { return isLogged("lines dropped: more arrived than could be sent"); }));
 }
 
-/// The destructor joins the worker on the GUI thread, for which the message handler may be waiting.
+/// The destructor joins the worker on the GUI thread. A worker that called the message handler itself could
+/// not end, because the handler waits for the GUI thread.
 void TestRouterLog::handlerMayBlockOnTheGuiThreadDuringDestruction()
 {
     QLoggingCategory::setFilterRules("networksettings.router=true");

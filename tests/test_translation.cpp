@@ -77,7 +77,8 @@ struct TranslatedHost
         host.module->releaseResources();
     }
 
-    /// Opens the dialog, runs \a action while it is open, and closes it without applying changes.
+    /// Opens the dialog and runs \a action while it is open. Then closes it without applying changes, unless
+    /// \a action has closed it.
     void open(const std::function<void()> &action)
     {
         QTimer::singleShot(0, dialog, [&] {
