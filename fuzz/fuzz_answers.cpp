@@ -110,7 +110,8 @@ public:
         return take(name);
     }
 
-    /// Makes every later call by the module a fault. Called after teardownRequests(), which is the shut-down.
+    /// Checks that the module has unregistered itself, and makes every later call by the module a fault.
+    /// Called after teardownRequests(), which shuts the module down.
     void shut()
     {
         require(!m_hasRequester && !m_hasReceiver,
@@ -128,7 +129,7 @@ private:
         Chosen,          // one of chosenTexts, or the longest answer; for a number, an extreme value
         Raw,             // random bytes; for a number, an extreme value
         FailingWithText, // an answer as for Raw, but with a nonzero result
-        Reentered,       // the host calls the module, then answers
+        Reentered,       // as Steady, or as Fitting for a number, after a call of reenter()
         LastKind = Reentered
     };
 
@@ -144,7 +145,7 @@ private:
     /// Returns the result of a call other than a query: failure with a probability of one in four.
     int result() { return m_input.ConsumeIntegral<quint8>() % 4 == 1 ? 1 : 0; }
 
-    /// Checks a call with \a text that is neither a query nor a command. Returns the call's result.
+    /// Checks a call that is neither a query nor a command, and its \a text. Returns the call's result.
     int take(const char *text)
     {
         require(!m_shut, "no call after the shut-down");

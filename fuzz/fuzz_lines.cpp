@@ -157,13 +157,13 @@ private:
     std::size_t m_next = 0;
 };
 
-/// Runs one stream through queue and assembler, as a worker uses them.
+/// Runs one stream through a queue and an assembler, as a worker uses them.
 void runStream(FuzzedDataProvider &input)
 {
     CheckedAssembler assembler;
     CheckedQueue queue;
     int divisor = 1;
-    int bulk = 3; // limits the number of steps with many lines, which take long
+    int bulk = 3; // limits the number of steps with many lines, which are slow
     while (input.remaining_bytes() > 0) {
         const int step = input.ConsumeIntegralInRange(0, 11);
         Line line = takeLine(input);
