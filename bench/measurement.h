@@ -17,9 +17,9 @@ using PipelineMaker = std::function<std::unique_ptr<Pipeline>()>;
 using Feed = std::function<Run(Pipeline &)>;
 
 /// Creates a pipeline, warms it up, stores the result of \a feed in \a run, and destroys the pipeline, so
-/// that its threads do not exist while another pipeline is measured. Adds a remark that begins with \a name
-/// if datagrams are lost. Returns false if the warm-up fails, in which case \a run does not change, or if no
-/// datagram arrives after the warm-up.
+/// that its threads do not exist while another pipeline is measured. Returns false if the warm-up fails, in
+/// which case \a run does not change, or if no datagram arrives after the warm-up. Adds a remark that begins
+/// with \a name if the warm-up fails or datagrams are lost after it.
 bool measurePipeline(const QString &name, const PipelineMaker &make, const Feed &feed,
                      const Receivers &receivers, Report &report, Run *run);
 

@@ -4,14 +4,15 @@
 
 namespace bench {
 
-/// Returns the \a share quantile (0 to 1) of \a sorted, which must be in ascending order and not empty.
+/// Returns the quantile of \a sorted at \a share, 0 to 1: the element of the nearest rank. \a sorted must be
+/// in ascending order and not empty.
 double quantile(const std::vector<double> &sorted, double share);
 
 /// Returns the median of \a values, which must not be empty.
 double median(std::vector<double> values);
 
-/// Pairs of a value of the module ("ours") and a value of its limit, measured alternately, one pair per
-/// repetition. Without a pair, only add() and isEmpty() may be called.
+/// Pairs of a value of the module ("ours") and the value that it is compared with ("limit"), measured
+/// alternately, one pair per repetition. Without a pair, only add() and isEmpty() may be called.
 class Pairs
 {
 public:
@@ -19,11 +20,11 @@ public:
 
     bool isEmpty() const { return m_ours.empty(); }
 
-    /// Return the median of the module's values and that of the limit's values.
+    /// Return the median of the module's values and that of the limits.
     double ours() const { return median(m_ours); }
     double limit() const { return median(m_limit); }
 
-    /// Return the median, minimum and maximum of the ratios of the pairs.
+    /// Return the median, minimum and maximum of the ratios ours / limit of the pairs.
     double ratio() const { return median(m_ratios); }
     double leastRatio() const;
     double greatestRatio() const;
