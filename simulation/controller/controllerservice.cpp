@@ -92,7 +92,7 @@ void ControllerService::followState()
     m_dataServer.setState(protocol::state + stateText(state));
 }
 
-/// Stores the address of the client that has sent "hello" last. The query "output net chmon" returns this
+/// Stores the address of the client that sent "hello" last. The query "output net chmon" returns this
 /// address, and "my_ip" in a command stands for it.
 void ControllerService::followClient(const QHostAddress &address)
 {

@@ -29,8 +29,8 @@ public:
     /// \a problem to a message of one line on failure.
     bool openSource(QString *problem);
 
-    /// Starts to listen and to produce data. Call it once, after openSource(). Returns false and sets \a
-    /// problem to a message of one line on failure.
+    /// Starts to listen and to produce data. Call it once, after openSource() has succeeded. Returns false
+    /// and sets \a problem to a message of one line on failure.
     bool start(QString *problem);
 
     /// Returns the Controller, which is thread-safe. After a change of its state on another thread, the data

@@ -47,7 +47,7 @@ int ControllerLink::getValue(char *answer, const char *format, ...)
     QByteArray reply;
     const int result = m_service.query(text, &reply);
     if (!reply.isNull()) {
-        // Latin-1: truncation cannot split a character.
+        // The text is Latin-1, so truncation cannot split a character.
         reply.truncate(AnswerSize - 1);
         std::memcpy(answer, reply.constData(), size_t(reply.size()) + 1);
     }
@@ -181,8 +181,8 @@ int ControllerLink::removeMessageReceiver(const char *name, MessageReceiver *rec
     return 0;
 }
 
-/// Calls \a call for each registered requester that \a wanted accepts, with m_mutex unlocked. The counter
-/// keeps removeRequester() waiting until the call has returned.
+/// Calls \a call for each registered requester that \a wanted accepts, with m_mutex unlocked.
+/// Subscriber::busy keeps removeRequester() waiting until the call has returned.
 template <typename Wanted, typename Call>
 void ControllerLink::callRequesters(Wanted wanted, Call call)
 {

@@ -42,7 +42,7 @@ public:
     explicit ControllerLink(CommandService &service, QObject *parent = nullptr);
 
     // IOManager. Queries and commands return the result of the CommandService, getIntValue() also -1 if the
-    // answer is no number. The other functions return -1 if a type, a name or an object is null, if a
+    // answer is not a number. The other functions return -1 if a type, a name or an object is null, if a
     // message receiver is already added, or if the object to remove is not added or has another name.
     int getValue(char *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
     int getIntValue(int *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);

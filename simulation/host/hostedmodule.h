@@ -24,7 +24,7 @@ public:
     /// of one line if the file is missing, cannot be loaded or is not a module of this host.
     bool load(const QString &file, QString *problem);
 
-    /// Returns the absolute path of the file that was loaded last.
+    /// Returns the absolute path of the last existing file that was passed to load().
     QString file() const { return m_loader.fileName(); }
 
     /// Returns the name and the version of the loaded module.

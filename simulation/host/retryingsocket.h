@@ -19,7 +19,7 @@ public:
     void connectTo(const QString &host, quint16 port);
 
     /// Drops the connection, emits failed() with \a reason, and starts to connect again half a second later.
-    /// Does nothing while a new attempt is already pending.
+    /// Does nothing during this half second.
     void drop(const QString &reason);
 
     /// Returns the socket for reading and writing.
