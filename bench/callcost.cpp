@@ -13,33 +13,34 @@ namespace bench {
 
 namespace {
 
-/// The time that the calls of one side took, in nanoseconds.
+/// The times that the calls of one target took, in nanoseconds. A target is the module, a LockAndCopy or
+/// Nothing.
 struct Spent
 {
     std::vector<double> durations; // one per call, except the calls with the last line of a frame
     int64_t last = 0;              // sum of the CPU times of the calls with the last line of a frame
 };
 
-/// A side that does nothing. Its cost is that of reading the clocks and is subtracted from the cost of the
-/// other sides.
+/// A target that does nothing. Its cost is that of reading the clocks and is subtracted from the cost of the
+/// other targets.
 struct Nothing
 {
     void setNumber(uint32_t /*number*/) {}
     void deliver(int /*index*/) {}
 };
 
-template <typename Side>
-void measureFrame(Side &side, Spent *spent)
+template <typename Target>
+void measureFrame(Target &target, Spent *spent)
 {
     constexpr int lastLine = linesPerFrame - 1;
-    side.setNumber(nextFrameNumber());
+    target.setNumber(nextFrameNumber());
     for (int index = 0; index < lastLine; ++index) {
         const int64_t start = nowNs();
-        side.deliver(index);
+        target.deliver(index);
         spent->durations.push_back(double(nowNs() - start));
     }
     const int64_t start = threadCpuNs();
-    side.deliver(lastLine);
+    target.deliver(lastLine);
     spent->last += threadCpuNs() - start;
 }
 

@@ -34,7 +34,7 @@ public:
 private:
     struct Channel
     {
-        std::mutex mutex; // guards the members below, except the thread
+        std::mutex mutex; // guards buffer, used, woken and stopping
         std::array<char, 65536> buffer{};
         size_t used = 0; // bytes
         std::condition_variable wake;
@@ -54,9 +54,9 @@ private:
 /// the clocks.
 struct LineCost
 {
-    double median = 0; ///< median time of a call with any line of a frame but the last
+    double median = 0; ///< median time of all calls except those with the last line of a frame
     double mean = 0;   ///< mean time of the same calls
-    double last = 0;   ///< mean CPU time of the call with the last line of a frame
+    double last = 0;   ///< mean CPU time of the calls with the last line of a frame
 };
 
 struct CallCosts
@@ -66,10 +66,10 @@ struct CallCosts
     LineCost wakes;  ///< of LockAndCopy that wakes its threads
 };
 
-/// Delivers \a frames frames to the module and to both limits, in turn, on a thread of its own. Before the
-/// next frame is delivered, waits until all datagrams of the previous one have arrived; that time is not
-/// measured. Returns false if datagrams are lost. If this already happens in the warm-up, \a costs does not
-/// change.
+/// Delivers \a frames frames on a separate thread, each in turn to the module, to a LockAndCopy without
+/// threads and to one with threads. Before the next frame is delivered, waits until all datagrams of the
+/// previous one have arrived; that time is not measured. Returns false if datagrams are lost. If this already
+/// happens in the warm-up, \a costs does not change.
 bool measureCalls(ModuleUnderTest &module, const Receivers &receivers, int frames, CallCosts *costs);
 
 } // namespace bench

@@ -31,7 +31,7 @@ uint64_t total(const Receivers &receivers, int channels, uint64_t (Receivers::*c
     return sum;
 }
 
-/// Returns the smallest number of datagrams that one of the receivers has counted since \a before.
+/// Returns the smallest difference between a receiver's current count and its count in \a before.
 uint64_t fewest(const Receivers &receivers, const std::vector<uint64_t> &before)
 {
     uint64_t fewest = UINT64_MAX;

@@ -15,7 +15,7 @@ struct Run
     uint64_t arrived = 0;            ///< datagrams received
     uint64_t bytes = 0;              ///< in the received datagrams
     int64_t cpuNs = 0;               ///< CPU time of this process from the first frame to the last arrival
-    std::vector<double> latenciesNs; ///< of the received datagrams, in ascending order; only of a paced run
+    std::vector<double> latenciesNs; ///< of the received datagrams, in ascending order; only in a paced run
 
     /// \a arrived must not be 0.
     double cpuPerDatagramNs() const { return double(cpuNs) / double(arrived); }
