@@ -61,9 +61,9 @@ public:
     /// and the destructor may be called.
     bool isUsable() const { return m_mutex && m_runMutex && m_condition; }
 
-    /// Queues a copy of \a line, for which LineQueue may drop lines. Returns whether the state is Called
-    /// afterwards. The caller must then call wakeWorker() of this monitor, or of the monitor of another
-    /// channel whose append() returns true later and whose worker serves this channel.
+    /// Queues a copy of \a line with LineQueue::append(), which may drop lines. Returns whether the state is
+    /// Called afterwards. If so, the caller must call wakeWorker() of this monitor, or of the monitor of
+    /// another channel whose append() returns true later and whose worker serves this channel.
     bool append(const RouterLine &line) EXCLUDES(m_mutex);
 
     /// Wakes the worker if it sleeps. Does not lock m_mutex, because the woken worker would block on it at

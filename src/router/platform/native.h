@@ -6,7 +6,7 @@
 
 /// The functions of the operating system that threads.h and udp.h need. posix/ and windows/ implement them.
 /// They have C linkage, so that tests can replace any of them at link time by one that fails. A function that
-/// creates a record returns a null pointer on failure. A function that closes one frees it, even on failure.
+/// creates an object returns a null pointer on failure. A function that closes one frees it, even on failure.
 /// A function that returns int returns NativeTaken (0) for success or NativeFailed, unless its comment lists
 /// other results.
 
@@ -85,8 +85,8 @@ int nativeSocketBind(NativeSocket socket, uint16_t port);
 /// Waits at most \a timeoutMicroseconds, on POSIX rounded up to milliseconds, until a datagram can be sent.
 /// Returns NativeTaken, NativeTimedOut or NativeFailed.
 int nativeSocketWaitWritable(NativeSocket socket, uint32_t timeoutMicroseconds);
-/// Sends one datagram without waiting, address and port in host byte order. Returns the number of bytes sent,
-/// NativeNotReady if the socket is not ready, or NativeFailed.
+/// Sends one datagram without waiting. \a address and \a port are in host byte order. Returns the number of
+/// bytes sent, NativeNotReady if the socket is not ready, or NativeFailed.
 int32_t nativeSocketSend(NativeSocket socket, const void *data, int32_t length, uint32_t address,
                          uint16_t port);
 int nativeSocketClose(NativeSocket socket);

@@ -9,7 +9,7 @@
 /// An open UDP socket. Only one thread may use it at a time.
 struct SocketHandle;
 
-/// The results of these functions.
+/// The results of the functions that return int.
 enum UdpResult : int
 {
     UdpSucceeded = 0,

@@ -17,7 +17,7 @@ struct NativeMutex
     pthread_mutex_t mutex;
 };
 
-/// sem_t has no maximum, so the count is tracked separately.
+/// The maximum of sem_t cannot be chosen, so the count is tracked separately.
 struct NativeSemaphore
 {
     sem_t semaphore;
@@ -98,7 +98,8 @@ void *runNativeThread(void *data)
     return nullptr;
 }
 
-/// Adds to \a sum the thread-local storage of \a library. A callback of dl_iterate_phdr().
+/// Adds the size of the thread-local storage of \a library to \a sum, which points to a size_t. A callback of
+/// dl_iterate_phdr().
 int addThreadLocalBytes(dl_phdr_info *library, size_t /*size*/, void *sum)
 {
     for (int i = 0; i < library->dlpi_phnum; ++i) {
