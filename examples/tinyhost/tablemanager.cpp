@@ -107,7 +107,7 @@ int TableManager::removeMessageReceiver(const char * /*name*/, MessageReceiver *
 
 void TableManager::deliver(const std::string &type, const std::string &line)
 {
-    // The lock may be held: onOutputData() waits only for short locks and calls no function of the host.
+    // The lock may be held: onOutputData() waits only for short locks and never calls the host.
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_requester && m_types.count(type) > 0)
         m_requester->onOutputData(type.c_str(), line.c_str());
