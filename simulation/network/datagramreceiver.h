@@ -56,7 +56,7 @@ private:
     quint32 m_address = 0;
     quint16 m_port = 0;
     QByteArray m_error;       ///< of listen()
-    int m_wake[2] = {-1, -1}; ///< a pipe; closing its write end, the second one, ends the thread
+    int m_wake[2] = {-1, -1}; ///< a pipe; closing its write end, m_wake[1], ends the thread
     std::thread m_thread;
 };
 

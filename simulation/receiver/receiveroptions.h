@@ -20,8 +20,9 @@ struct ReceiverOptions
     QString save;                 ///< file to which datagrams are written; empty: none
 };
 
-/// Parses the command line \a arguments, which begin with the program's name. Returns false and sets \a
-/// problem to a message of one line if they are invalid. May block while a host name is resolved.
+/// Parses the command line \a arguments, which begin with the program's name. With --help or --version, sets
+/// only help and version. Returns false and sets \a problem to a message of one line if the arguments are
+/// invalid. May block while a host name is resolved.
 bool parseReceiverOptions(const QStringList &arguments, ReceiverOptions *options, QString *problem);
 
 /// Returns the text for "--help".

@@ -88,7 +88,7 @@ QPen channelPen(int number)
     static constexpr std::array<QRgb, 5> colors{0xff0072b2, 0xffd55e00, 0xff009e73, 0xffcc79a7, 0xffe69f00};
     const auto index = size_t(number - 1);
     QPen pen(QColor(colors[index % colors.size()]), 2.0);
-    // Short dashes, so that even the small samples in the legend show two of them.
+    // The dashes are short, so that even the small samples in the legend show two of them.
     if (index / colors.size() % 2 == 1)
         pen.setDashPattern({2.0, 1.5});
     return pen;

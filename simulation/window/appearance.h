@@ -23,7 +23,7 @@ QPen channelPen(int number);
 /// \a palette. The icon looks the same in a selected item.
 QIcon channelIcon(int number, const QPalette &palette);
 
-/// Switches the program to a dark palette or back to the desktop's palette. GUI thread only.
+/// Switches the program to a dark style and palette or back to those of the desktop. GUI thread only.
 void setDarkPalette(bool dark);
 
 } // namespace simulation

@@ -39,7 +39,7 @@ private:
     HostedModule &m_module;
     MainWindow &m_window;
     QPointer<QDialog> m_dialog;
-    std::optional<BackendVersions> m_pendingVersion; ///< applied as soon as the dialog is closed
+    std::optional<BackendVersions> m_pendingVersion; ///< requested, but not applied yet
 };
 
 } // namespace simulation
