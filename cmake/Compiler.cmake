@@ -1,7 +1,7 @@
 # Sets the compiler options of all targets.
 if(MSVC)
     # Without /Zc:__cplusplus the macro __cplusplus does not have the value of the standard in use. Warning 4324 reports
-    # the padding that alignas() causes on purpose.
+    # the padding that alignas() adds, which is intended.
     add_compile_options(/W4 /wd4324 /utf-8 /permissive- /Zc:__cplusplus)
     add_compile_definitions(_CRT_SECURE_NO_WARNINGS)
     set(warnings_as_errors /WX)

@@ -93,7 +93,7 @@ void TestFrameAssembler::datagramsAreTheFramesOfTheStream_data()
     steady("frame number 0", "fr0 6d0 3d0 fr4 6d4 3d4", "fr4 6d4 3d4");
     steady("negative frame number", "fr-3 6d3 3d3 fr4 6d4 3d4", "fr-3 6d3 3d3 | fr4 6d4 3d4");
     steady("frame number above 32 bits", "fr4294967299 6d3 3d3 fr4 6d4 3d4", "fr4 6d4 3d4");
-    steady("frame with one line less", "fr3 6d3 fr4 6d4 3d4 fr5 6d5 3d5 fr6 6d6 3d6",
+    steady("frame with one line fewer", "fr3 6d3 fr4 6d4 3d4 fr5 6d5 3d5 fr6 6d6 3d6",
            "fr3 6d3 fr4 6d4 | 3d4 fr5 6d5 3d5 | fr6 6d6 3d6");
     steady("frame with one line more", "fr3 6d3 3d3 gl3 fr4 6d4 3d4 fr5 6d5 3d5 fr6 6d6 3d6",
            "fr3 6d3 3d3 | gl3 fr4 6d4 3d4 fr5 6d5 3d5 | fr6 6d6 3d6");

@@ -20,7 +20,7 @@ Datagrams frames(int first, int last)
     return datagrams;
 }
 
-/// The program receiver as a process. The constructor waits until the program listens on \a ports ports.
+/// The program `receiver` as a process. The constructor waits until the program listens on \a ports ports.
 class RunningReceiver : public Program
 {
 public:

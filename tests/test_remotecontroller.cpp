@@ -1,4 +1,4 @@
-// The simulated Controller on a network, its clients, and the programs controller and frontend.
+// Tests the simulated Controller on a network, its clients, and the programs `controller` and `frontend`.
 
 #include "commandclient.h"
 #include "controllerservice.h"
@@ -95,8 +95,8 @@ private:
     }
 
     mutable std::mutex m_mutex;
-    // Not a QList: its shared data are freed in Qt's library, which is not instrumented, so ThreadSanitizer
-    // does not see how this is synchronised.
+    // Not a QList, whose shared data are freed in Qt's library. That library is not instrumented, so
+    // ThreadSanitizer would not see that the accesses to these data are synchronised.
     std::vector<QByteArray> m_events;
 };
 
@@ -506,11 +506,11 @@ void TestRemoteController::channelsOfARemoteControllerGetTheirFrames()
     }
 }
 
-/// The Controller cannot be reached, the port is missing, or another option is only for the embedded
-/// Controller.
+/// Three cases: the Controller cannot be reached, the port is missing, or another option is only for the
+/// embedded Controller.
 void TestRemoteController::unusableControllerOptionIsRefused()
 {
-    // Nobody listens at a port that has just been released.
+    // No program listens on a port that has just been released.
     QTcpServer server;
     QVERIFY(server.listen(QHostAddress::LocalHost));
     const QString port = QString::number(server.serverPort());

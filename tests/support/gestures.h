@@ -9,7 +9,7 @@
 
 // Functions that act like a user with mouse and keyboard.
 
-/// Scrolls the tab row with its arrows until the middle of tab \a tab is visible.
+/// Scrolls the tab row with its arrows so that at least the middle of tab \a tab is visible.
 inline void scrollToTab(QTabBar *bar, int tab)
 {
     const QList<QToolButton *> arrows = bar->findChildren<QToolButton *>();

@@ -76,9 +76,9 @@ private:
         return {};
     }
 
-    /// Returns whether the current frame, which begins with the last opening line, is as long as the previous
-    /// one, which begins with the opening line before that, or with the first line of the list if there is
-    /// none.
+    /// Returns whether the current frame has as many lines as the previous one. The current frame begins with
+    /// the last opening line. The previous one begins with the opening line before that or, if there is none,
+    /// with the first line of the list.
     bool isFrameComplete() const
     {
         const std::optional<std::size_t> begin = openingBefore(m_lines.size());
