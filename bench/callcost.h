@@ -15,8 +15,9 @@ namespace bench {
 class ModuleUnderTest;
 class Receivers;
 
-/// The lower limit of the cost of delivering a line to several channels. For each channel, the delivering
-/// thread locks one plain mutex and copies the type and the line into a preallocated buffer.
+/// A minimal implementation of delivering lines to several channels, with which the module is compared. For
+/// each channel, the delivering thread locks one plain mutex and copies the type and the line into a
+/// preallocated buffer.
 class LockAndCopy
 {
 public:
