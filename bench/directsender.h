@@ -9,10 +9,12 @@ namespace bench {
 
 class Receivers;
 
-/// The limit "one sender": the feeding thread sends all datagrams itself, without a hand-off.
+/// The limit that the rows call "one sender": the feeding thread sends all datagrams itself, without a
+/// hand-off to other threads.
 class DirectSender : public Pipeline
 {
 public:
+    /// Creates a sender for each of the first \a channels receivers, which must have been started.
     DirectSender(const Receivers &receivers, int channels);
 
     int64_t sendFrame(uint32_t number) override;

@@ -62,7 +62,7 @@ bool Receivers::start()
 void Receivers::receiveForever(pid_t parent)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() != parent) // it ended before prctl(), so no signal will come
+    if (getppid() != parent) // the parent ended before prctl(), so no signal will come
         _exit(1);
     for (size_t i = 0; i < m_sockets.size(); ++i)
         std::thread(receive, m_sockets[i], std::ref((*m_inboxes)[i])).detach();
@@ -82,6 +82,8 @@ void Receivers::receive(int socket, Inbox &inbox)
         Arrival &arrival = inbox.arrivals[number % Inbox::Kept];
         arrival.time.store(time, std::memory_order_relaxed);
         arrival.number.store(number, std::memory_order_release);
+        // Count the datagram last, so that a thread that reads the new count also reads the new bytes
+        // and arrival time.
         inbox.bytes.fetch_add(uint64_t(length), std::memory_order_relaxed);
         inbox.datagrams.fetch_add(1, std::memory_order_release);
     }

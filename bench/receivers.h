@@ -13,6 +13,8 @@ namespace bench {
 /// The receivers of all datagrams, one per channel, in a separate process, so that their CPU time is not
 /// counted. Each is a thread that blocks in recv(), as a real receiver does, and writes its counts and the
 /// time of each arrival to shared memory.
+///
+/// Thread safety: after start(), any thread may call the const functions.
 class Receivers
 {
 public:
@@ -21,8 +23,8 @@ public:
     Receivers(const Receivers &) = delete;
     Receivers &operator=(const Receivers &) = delete;
 
-    /// Opens the sockets and forks the process. Call it before any thread is created. Returns false on
-    /// failure.
+    /// Opens the sockets and forks the process. Call it once, before any thread is created, because fork()
+    /// copies only the calling thread. Returns false on failure.
     bool start();
 
     /// Returns the port of a channel's receiver on 127.0.0.1.

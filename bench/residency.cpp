@@ -18,7 +18,7 @@ namespace bench {
 
 namespace {
 
-constexpr int rate = 1000;
+constexpr int rate = 1000; // frames per second
 
 /// Returns the size of the resident anonymous and file pages of this process, without the memory shared with
 /// the receivers.

@@ -29,7 +29,8 @@ struct Probe
 bool runProbe(const Probe &probe, Residency *residency);
 
 /// The main function of the process that runProbe() starts: measures and prints the residency. Returns the
-/// exit status, which is 1 if no datagrams arrive.
+/// exit status, which is 1 if a data flow is wanted but the warm-up fails or no datagram arrives in its first
+/// second.
 int probeResidency(const BenchOptions &options, const Receivers &receivers);
 
 } // namespace bench
