@@ -24,6 +24,7 @@ public:
     /// a message of one line on failure.
     bool listen(const QHostAddress &address, quint16 port, QString *problem);
 
+    /// Returns the port on which the server listens, or 0 if it does not listen.
     quint16 port() const { return m_server.serverPort(); }
 
     /// Sets the port of the data connections. The answer to "hello" contains this port.

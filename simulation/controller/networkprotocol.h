@@ -40,8 +40,8 @@ struct Greeting
 /// Returns \a greeting as the text that follows "ok" in the answer to "hello".
 QByteArray greetingText(const Greeting &greeting);
 
-/// Parses the text that greetingText() returns. Returns false if \a text has another form; \a greeting may
-/// then be changed in part.
+/// Parses the text that greetingText() returns. Returns false if \a text has another form or the port is 0;
+/// \a greeting may then be changed in part.
 bool parseGreeting(const QByteArray &text, Greeting *greeting);
 
 /// Returns the parts of \a state that a frontend shows, as JSON without line ends.

@@ -15,7 +15,7 @@ struct Options
     bool version = false;
     bool headless = false;
     bool dark = false;
-    int seconds = 0;  ///< 0: until the user quits; parseOptions() sets 5 by default with --headless
+    int seconds = 0;  ///< duration of the run; 0: no limit; parseOptions() sets 5 by default with --headless
     int rate = 60;    ///< frames per second
     int channels = 3; ///< number of channels to set up
     BackendVersions controllerVersion = {{0, 0, 0}, 1, 9, 0};

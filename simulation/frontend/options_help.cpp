@@ -32,8 +32,8 @@ The data:
                        "-" for standard input
 
 The run:
-  --headless           run without a window, until the data end at the latest: print one line per second for each
-                       receiver, then a summary
+  --headless           run without a window: print one line per second for each receiver, then a summary; the run also
+                       stops when the data end
   --seconds <n>        stop after this many seconds, 0 to 604800 (5 with --headless, otherwise 0); 0: run until the
                        window is closed or the program is interrupted
   --dark               start with the dark palette, like View > Dark palette

@@ -29,6 +29,7 @@ class Session : public QObject, public FrameSink
     Q_OBJECT
 
 public:
+    /// With a remote Controller, starts to connect in the background.
     explicit Session(const Options &options, QObject *parent = nullptr);
     ~Session() override;
 

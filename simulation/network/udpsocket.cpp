@@ -175,7 +175,8 @@ bool staysOnThisComputer(quint32 address)
     const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (descriptor < 0)
         return false;
-    // Connecting a UDP socket sends nothing; it makes the system choose the local address for that route.
+    // Connecting a UDP socket sends nothing; it makes the system choose the local address for the route to
+    // \a address.
     constexpr quint16 discardPort = 9; // the port has no influence on the route
     const sockaddr_in remote = socketAddress(address, discardPort);
     sockaddr_in local{};

@@ -15,6 +15,7 @@ class SignalWatcher : public QObject
     Q_OBJECT
 
 public:
+    /// Aborts the program if no pipe can be created.
     explicit SignalWatcher(QObject *parent = nullptr);
     ~SignalWatcher() override;
 

@@ -44,7 +44,7 @@ MainWindow::MainWindow(Session &session, bool dark, QWidget *parent)
     , m_session(session)
     , m_controller(session)
 {
-    // A modal dialog of the module blocks this window, but not the Controller's window.
+    // With this attribute, a modal dialog of the module blocks this window, but not the Controller's window.
     setAttribute(Qt::WA_GroupLeader);
     makeMenus(dark);
     makeViews();
@@ -240,6 +240,7 @@ void MainWindow::followConnection()
         if (!isConnected)
             colors.setColor(QPalette::WindowText, failureColor(colors));
         m_connection->setPalette(colors);
+        // If the data have ended, the Controller reports this again on the new connection.
         if (isConnected)
             m_sourceEnded = false;
     });

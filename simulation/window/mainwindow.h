@@ -21,6 +21,7 @@ class MainWindow : public QMainWindow
     Q_OBJECT
 
 public:
+    /// \a session must outlive the window. With \a dark, the window starts with the dark palette.
     MainWindow(Session &session, bool dark, QWidget *parent = nullptr);
 
     ControllerWindow &controllerWindow() { return m_controller; }
