@@ -24,8 +24,8 @@ public:
 
     /// Destroys the dialog with its channels, and invalidates the entries that moduleActions() has returned.
     /// Blocks until the threads of the module have ended, at most 100 ms for each. Afterwards no object of
-    /// the module waits for the event loop. The host may unload the library at once, unless a function of the
-    /// module, such as the dialog's event loop, is still on the call stack.
+    /// the module is left for the event loop to delete. The host may unload the library at once, unless a
+    /// function of the module, such as the dialog's event loop, is still on the call stack.
     ///
     /// If the host calls this function from within a command of the module, the dialog and its threads exist
     /// until the function of the module that sent the command has returned to the host.
@@ -40,14 +40,17 @@ public:
     /// Returns the actions for the host's menus. The module owns the entries. The first call, also the first
     /// one after releaseResources(), creates the dialog and the action. This call blocks: it queries the
     /// Controller, registers the module's Requester and MessageReceiver and, in router mode, starts routing.
-    /// Returns an empty list in observer mode, and also to a call that the host makes from within a command
-    /// of the first call.
+    /// Returns an empty list in observer mode. A call from within a command of the first call returns an
+    /// empty list, too. So does the first call itself if the host calls releaseResources() within it.
     virtual QList<ModuleAction *> moduleActions() = 0;
 
     /// Stores a parameter. Keys: "CommandManager" (IOManager *), "ModuleParent" (QWidget *, the parent of the
     /// dialog), "BackendVersions" (BackendVersions *), "ObserverMode" (bool, false by default; true makes
     /// moduleActions() create nothing). Any other key is ignored. \a value must hold a pointer as exactly the
-    /// named type, and the pointer must not be null. The host keeps ownership of the objects.
+    /// named type, and the pointer must not be null. The host keeps ownership of the objects. The
+    /// IOManager must exist until releaseResources() has returned, the BackendVersions until no function of
+    /// the module is on the call stack any more. If the host destroys the parent before releaseResources(),
+    /// the dialog is destroyed with it; the host must call prepareShutdown() before that.
     virtual void setParameter(QString key, QVariant value) = 0;
 };
 
