@@ -18,7 +18,8 @@ struct RouterLine
 class LineBlock
 {
 public:
-    /// The limits of a block. Only a single line that is longer may exceed them, in a block of its own.
+    /// The limits of a block. Only a line that is too long for MaximumBytes may exceed it, in a block of its
+    /// own.
     static constexpr std::size_t MaximumLines = 1024;
     static constexpr std::size_t MaximumBytes = std::size_t{128} * 1024; // about twice the longest frame
 
@@ -44,7 +45,8 @@ public:
     /// Returns the size of the block and its buffer in bytes, spare capacity included.
     std::size_t allocatedBytes() const { return sizeof *this + m_memory.capacity(); }
 
-    /// Drops all lines, read or not. Releases the buffer if it is much larger than normal traffic needs.
+    /// Drops all lines, read or not. Releases the buffer if it exceeds MaximumBytes, or if it has grown and
+    /// these lines used less than a quarter of it.
     void clear();
 
 private:
