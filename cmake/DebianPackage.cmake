@@ -17,9 +17,9 @@ set(CPACK_DEBIAN_PACKAGE_SUGGESTS "cmake, qtbase5-dev")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "output settings dialog for an optical tracking frontend")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
 "A plug-in module for the graphical frontend of an optical tracking system. It
-gives the user the one dialog in which the ten UDP output channels of the
-tracking Controller are set up. In router mode it forwards the tracking data
-itself, frame by frame, to receivers outside the Controller's network.
+gives the user a dialog to set up the ten UDP output channels of the
+tracking Controller. In router mode it forwards the tracking data itself, one
+datagram per frame, to receivers outside the Controller's network.
 
 The program receiver shows on the receiving computer whether the data arrive,
 how fast, and whether frames are lost or malformed.

@@ -121,7 +121,7 @@ void TestUdp::flagsAndPortConfigureTheSocket()
     QVERIFY(portOf(handle->socket) != 0 && portOf(handle->socket) != taken);
     QVERIFY(!isInherited(handle->socket));
     QCOMPARE(udpClose(handle), int(UdpSucceeded));
-    const uint32_t broadcast = 0x7fffffff; // 127.255.255.255, of the loopback network
+    const uint32_t broadcast = 0x7fffffff; // 127.255.255.255, the broadcast address of the loopback network
     QCOMPARE(send(m_sender, "all", broadcast), int(UdpFailed));
     QCOMPARE(udpOpen(&handle, 0, UdpBroadcast), int(UdpSucceeded));
     QCOMPARE(portOf(handle->socket), uint16_t(0));
