@@ -59,7 +59,7 @@ void actionsTwice(Life &life)
     const QList<ModuleAction *> first = life.module()->moduleActions();
     const int calls = life.host.callCount();
     const QList<ModuleAction *> second = life.module()->moduleActions();
-    life.step("Call moduleActions() again at any time: it returns the same entry and sends no query.",
+    life.step("Call moduleActions() again: it returns the same entry and sends no query.",
               first.size() == 1 && first == second && life.host.callCount() == calls);
     life.end();
 }
