@@ -13,8 +13,11 @@ class QTcpSocket;
 
 namespace simulation {
 
-/// Streams frames and events to every connected frontend over TCP. Lives on a thread with an event loop. Only
-/// the functions that are marked as thread-safe may be called on other threads.
+/// Streams frames and events to every connected frontend over TCP. They are queued, and the event loop sends
+/// them. A frame or event that would enlarge the queue above 16 MiB is dropped.
+///
+/// Lives on a thread with an event loop. Only the functions that are marked as thread-safe may be called on
+/// other threads.
 class DataServer : public QObject
 {
     Q_OBJECT
@@ -32,11 +35,11 @@ public:
 
     quint16 port() const { return m_server.serverPort(); }
 
-    /// Queues the lines of \a frame and an empty line for all clients; the event loop sends them. If more
-    /// than 16 MiB would be queued, the frame is dropped. Thread-safe.
+    /// Queues the lines of \a frame and an empty line for all clients. Thread-safe.
     void sendFrame(const Frame &frame);
 
-    /// Queues the event that the data start again, as sendFrame() queues a frame. Thread-safe.
+    /// Queues the event that the data start again. Each new client also gets this event when it connects.
+    /// Thread-safe.
     void sendReset();
 
     /// Queues the event that the data have ended. Until the next sendReset(), each new client also gets this

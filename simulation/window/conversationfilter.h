@@ -24,7 +24,8 @@ public:
     /// Accepts only entries of \a kind. Failures are the entries whose FailureRole is true.
     void setKind(Kind kind);
 
-    /// Accepts only entries whose text or answer contains every word of \a words, ignoring case.
+    /// Accepts only entries in which every word of \a words occurs in the text or in the answer, ignoring
+    /// case.
     void setWords(const QString &words);
 
     /// Returns \a rows, one index of this model per row, as lines of tab-separated columns in the order of

@@ -15,13 +15,13 @@ EmptyHint::EmptyHint(const QString &text, QAbstractItemView *view)
     setEnabled(false);
     setAlignment(Qt::AlignCenter);
     const QAbstractItemModel *model = view->model();
-    connect(model, &QAbstractItemModel::rowsInserted, this, &EmptyHint::follow);
-    connect(model, &QAbstractItemModel::rowsRemoved, this, &EmptyHint::follow);
-    connect(model, &QAbstractItemModel::modelReset, this, &EmptyHint::follow);
-    follow();
+    connect(model, &QAbstractItemModel::rowsInserted, this, &EmptyHint::updateVisibility);
+    connect(model, &QAbstractItemModel::rowsRemoved, this, &EmptyHint::updateVisibility);
+    connect(model, &QAbstractItemModel::modelReset, this, &EmptyHint::updateVisibility);
+    updateVisibility();
 }
 
-void EmptyHint::follow()
+void EmptyHint::updateVisibility()
 {
     setVisible(m_view->model()->rowCount() == 0);
 }

@@ -21,7 +21,7 @@ class ReceiversPanel : public QWidget
 public:
     explicit ReceiversPanel(QWidget *parent = nullptr);
 
-    /// Shows \a reports. Call it several times per second, as ReceiversModel::update().
+    /// Shows \a reports. Call it several times per second, as ReceiversModel::update() requires.
     void showReports(const QList<ReceiverReport> &reports);
 
 signals:
