@@ -98,9 +98,10 @@ void ChannelAsRouter::startRouter()
     setHost(host());
     {
         // Drop the old frame and set m_routerRunning under one lock, before the new thread starts. A worker
-        // that is about to stop handles its last lines either before, so that they are dropped with the
-        // frame, or afterwards; then it finds m_routerRunning set and continues. If the router was stopped,
-        // no line of the new run is dropped here, because none is queued before m_routerRunning is set.
+        // that is about to stop handles its last lines either before this lock, so that they are dropped with
+        // the frame, or after it. In the second case it finds m_routerRunning set and continues. If the
+        // router was stopped, no line of the new run is dropped here, because none is queued before
+        // m_routerRunning is set.
         const PriorityFrameLock lock(this);
         hasSocket = m_socketHandle || udpOpen(&m_socketHandle, 0, UdpAnyPort) == UdpSucceeded;
         dropFrame();
@@ -217,8 +218,8 @@ bool ChannelAsRouter::tryServe()
 ///         if lines or a complete frame are left:  leave them to the worker and return false
 ///         continue the service, which takes the lines that have arrived since
 ///
-/// Returns false if the worker must handle the remaining lines. Writes the last event to log, if there is
-/// one, to \a dropped.
+/// Returns false if the worker must handle the remaining lines. Stores in \a dropped the last event that the
+/// caller must log, if there is one.
 bool ChannelAsRouter::serveFrames(LogEvent *dropped)
 {
     using Service = LineMonitor::Service;

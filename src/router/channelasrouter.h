@@ -18,11 +18,12 @@ class ChannelFanOut;
 /// thread of its own joins them into frames and sends each frame whose number is divisible by the divisor as
 /// one UDP datagram to the channel's destination.
 ///
-/// A worker that is awake also serves the called channels of the same fan-out (see LineMonitor), so that one
-/// wake-up per frame can serve several channels. A server waits only for short locks: it only tries to lock
-/// the frame mutex, sends only if the socket is ready, and leaves everything else (a backlog, lost lines, a
-/// socket that is not ready, a frame mutex that another thread holds or wants, a stop) to the channel's own
-/// worker, which it wakes. So a channel whose socket is not ready delays no other channel.
+/// A worker that is awake also serves the called channels of the same fan-out: as their server (see
+/// LineMonitor), it handles their lines, so that one wake-up per frame can serve several channels. A server
+/// waits only for short locks: it only tries to lock the frame mutex, and it sends only if the socket is
+/// ready. It leaves everything else (a backlog, lost lines, a socket that is not ready, a frame mutex that
+/// another thread holds or wants, a stop) to the channel's own worker, which it wakes. So a channel whose
+/// socket is not ready delays no other channel.
 ///
 /// Failures of forwarding are not reported to the user, only to RouterLog. A channel whose locks could not be
 /// created never routes.

@@ -10,8 +10,8 @@
 
 namespace networksettings2g {
 
-/// Joins lines into frames. The stream does not mark where a frame begins: the type of the first line is
-/// taken for the opening type, whose lines open frames. A frame is complete when as many lines have arrived
+/// Joins lines into frames. The stream does not mark where a frame begins, so the type of the first line
+/// becomes the opening type, whose lines open frames. A frame is complete when as many lines have arrived
 /// since its opening line, including that line, as the previous frame had. Lines that are not part of a
 /// complete frame when the next frame opens stay in the buffer and become part of the next frame: those of
 /// the first frame after a start, those of a frame that is shorter than the previous one, and those at the

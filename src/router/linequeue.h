@@ -12,7 +12,7 @@ namespace networksettings2g {
 ///
 /// Invariants:
 /// 1. lineCount() is at most MaximumLines, allocatedBytes() at most MaximumBytes.
-/// 2. No block in m_full is empty, and all of their lines are older than those of m_newest.
+/// 2. No block in m_full is empty, and all lines in m_full are older than those in m_newest.
 class LineQueue
 {
 public:
