@@ -68,7 +68,8 @@ void Channel::setOutputTypes(const QList<OutputTypeInfo> &types)
 
 QVector<OutputTypeInfo> Channel::inDisplayOrder(const QList<OutputTypeInfo> &types) const
 {
-    // One entry for each well-known type. The entry stays nameless if the catalogue lacks the type.
+    // The list begins with one entry for each well-known type. An entry stays nameless if the catalogue
+    // lacks its type.
     QVector<OutputTypeInfo> ordered(m_typeOrder.size());
     for (const OutputTypeInfo &type : types) {
         const int position = m_typeOrder.indexOf(type.name);

@@ -65,9 +65,9 @@ public:
     void load();
 
     /// Emits committingChanges(), then writes the active state to the Controller and, if the channel is
-    /// active and has pending edits, the changed ticks, the destination and, if the Controller's version has
-    /// one, the divisor. Continues after a refused command. Only refusals of the active state and of the
-    /// divisor are logged. Does nothing if the index is MaximumCount or above.
+    /// active and has pending edits, the changed ticks, the destination and, from version 1.6 of the
+    /// Controller on, the divisor. Continues after a refused command. Only refusals of the active state and
+    /// of the divisor are logged. Does nothing if the index is MaximumCount or above.
     void commit();
 
     /// Switches the channel on or off on the Controller, but not in this object. A refusal is logged.
@@ -156,7 +156,8 @@ signals:
     void committingChanges();
 
 public slots:
-    // Each slot stores its value as a pending edit. It ignores the present value, unless stated otherwise.
+    // Each slot stores its value as a pending edit. Unless stated otherwise, it does nothing if the value is
+    // already stored.
 
     /// Sets the port. Ignores \a p outside 0 to 65535.
     void setPort(int p);

@@ -36,8 +36,8 @@ QString NetworkSettings2GModule::moduleVersion()
 
 QList<ModuleAction *> NetworkSettings2GModule::moduleActions()
 {
-    // If there is a dialog but no action yet, the host makes this call from within a command that
-    // NetworkDialog::start() has sent: create nothing.
+    // If there is a dialog but no action yet, the host makes this call while NetworkDialog::start() is
+    // calling the host: create nothing.
     if (m_actions.isEmpty() && !m_record.dialog && !m_observerMode)
         makeAction();
     return m_actions;
@@ -47,11 +47,11 @@ void NetworkSettings2GModule::makeAction()
 {
     const QPointer<NetworkDialog> dialog = new NetworkDialog(m_ioManager, m_moduleParent, m_versions);
     m_record.dialog = dialog;
-    // The parent widget may destroy the dialog before this object does.
+    // The parent widget may destroy the dialog before releaseResources() does.
     connect(dialog, &QObject::destroyed, this, [this] { m_record.dialog = nullptr; });
     dialog->start();
     if (!dialog || m_record.dialog != dialog)
-        return; // the host called releaseResources() from within a command
+        return; // the host called releaseResources() during start()
     m_record.menuTitle = tr("&Tracking");
     m_record.menuNumber = 300;
     m_record.actionNumber = 170;

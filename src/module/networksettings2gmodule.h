@@ -23,7 +23,8 @@ public:
     QString moduleName() override;
     QString moduleVersion() override;
 
-    /// Creates dialog and action if there are none, unless "ObserverMode" is set.
+    /// Creates the dialog and the action if there are none, unless "ObserverMode" is set. Returns the record
+    /// of the action, if there is an action.
     QList<ModuleAction *> moduleActions() override;
 
     void setParameter(QString key, QVariant value) override;
