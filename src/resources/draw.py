@@ -112,8 +112,9 @@ def converted(pixels, colour_type):
 def streams(rows, step):
     """Yields the image data compressed in several ways, any of which may give the smallest result.
 
-    The ways are each filter for all rows, and two heuristics that choose a filter for each row: the smallest sum of
-    absolute values, and the smallest compressed row.
+    The rows are filtered in seven ways: with each filter for all rows, and with two heuristics that choose a filter for
+    each row, the smallest sum of absolute values and the smallest compressed row. Each result is compressed with three
+    strategies of zlib.
     """
     blank = bytes(len(rows[0]))
     lines = [
