@@ -1,5 +1,5 @@
-// The plug-in file in a host that does not link Qt's network library, with Qt's platform plug-in for Windows
-// and in Windows' own style.
+// Tests the plug-in file in a host that does not link Qt's network library, with Qt's platform plug-in for
+// Windows and in Windows' own style.
 
 #include "backendversions.h"
 #include "moduleaction.h"
