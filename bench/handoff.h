@@ -13,9 +13,9 @@ namespace bench {
 
 class Receivers;
 
-/// The lower limit of the cost of a design with one thread per channel. Once per frame, the feeding thread
-/// wakes the thread of each channel with a plain mutex and condition variable, and that thread sends a
-/// prepared datagram. No line is copied, and no frame is assembled.
+/// A minimal implementation of one thread per channel, with which the module is compared. Once per frame, the
+/// feeding thread wakes the thread of each channel with a plain mutex and condition variable, and that thread
+/// sends a prepared datagram. No line is copied, and no frame is assembled.
 class HandOff : public Pipeline
 {
 public:
