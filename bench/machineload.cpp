@@ -35,7 +35,7 @@ int64_t cpuNs(const timeval &time)
     return time.tv_sec * second + time.tv_usec * 1000;
 }
 
-/// Returns the CPU time of the child processes that have ended.
+/// Returns the CPU time of the child processes that have ended and been waited for.
 int64_t endedChildrenNs()
 {
     rusage usage{};

@@ -37,8 +37,9 @@ struct Goal
 class Report
 {
 public:
-    /// Adds a row that compares the module ("ours") with a limit. \a what names the measured value and its
-    /// unit. \a pairs must not be empty. The goal applies to the median ratio.
+    /// Adds a row that compares the module ("ours") with a limit, such as a minimal implementation of the
+    /// same work. \a what names the measured value and its unit. \a pairs must not be empty. The goal applies
+    /// to the median ratio.
     void add(const QString &what, const Pairs &pairs, const Goal &goal);
 
     /// Adds a row without a limit; the goal applies to the value itself.

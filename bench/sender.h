@@ -15,8 +15,8 @@ namespace bench {
 class Sender
 {
 public:
-    /// \a port is that of the receiver on 127.0.0.1. The caller owns \a socket and closes it only after the
-    /// last send().
+    /// \a channel and \a padding are those of datagramOf(). \a port is that of the receiver on 127.0.0.1. The
+    /// caller owns \a socket and closes it only after the last send().
     Sender(int channel, uint16_t port, int socket, int padding = 0)
         : m_datagram(datagramOf(channel, padding))
         , m_socket(socket)
