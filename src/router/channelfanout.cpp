@@ -13,7 +13,7 @@ namespace networksettings2g {
 namespace {
 
 /// deliver() wakes one worker for each group of up to this many called channels. Measured with ten channels:
-/// two servers keep two processors busy, and more servers cost more wake-ups than they gain.
+/// two servers keep two processors busy, and the wake-ups of more servers cost more than they gain.
 constexpr int channelsPerServer = 5;
 
 /// Returns the first eight bytes of \a type as a number, which is faster to compare than a text. Types that
@@ -105,8 +105,8 @@ void ChannelFanOut::serveCalled(const ChannelAsRouter *server)
     const Reader reader(*this);
     const Channels &channels = reader.table().channels;
     // Begin with the channel before the server, go backwards and wrap around: deliver() wakes the last
-    // channel of each group, so two servers begin with different groups. The server itself comes last; its
-    // worker is awake, so it is not called.
+    // channel of each group, so two servers begin with different groups. The server itself comes last;
+    // serve() does nothing for it, because its worker is awake.
     const int count = channels.size();
     const int first = std::find(channels.cbegin(), channels.cend(), server) - channels.cbegin();
     for (int step = 1; step <= count; ++step)

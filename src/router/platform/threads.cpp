@@ -88,7 +88,7 @@ int countAtGate(Condition *condition)
 struct Departure
 {
     bool timedOut = false;
-    bool last = false; ///< the last waiter of its group, and no other waits: it must call closeGroup()
+    bool last = false; ///< it is the last of its group, and no other thread waits: it must call closeGroup()
     int32_t drain = 0; ///< posts of late waiters that closeGroup() must take
 };
 
@@ -258,7 +258,7 @@ void joinClaimed(ThreadRecord *record)
     delete record;
 }
 
-/// Joins finished threads, so that threads that are never awaited do not accumulate records and stacks.
+/// Joins finished threads, so that their records and stacks do not accumulate until threadAwait() is called.
 void joinFinished()
 {
     const auto finished = [](const ThreadRecord *record) {

@@ -29,8 +29,8 @@ struct Condition;
 /// provides no mutex.
 int mutexCreate(Mutex **mutex);
 
-/// Waits without limit until the calling thread holds \a mutex. A thread that already holds it holds it once
-/// more. Returns Succeeded or PlatformFailed.
+/// Waits without limit until the calling thread holds \a mutex. A thread that already holds it gains one
+/// more level. Returns Succeeded or PlatformFailed.
 int mutexLock(Mutex *mutex) ACQUIRE(mutex);
 
 /// Locks \a mutex if this is possible without waiting. Returns Succeeded, MutexHeldElsewhere or
