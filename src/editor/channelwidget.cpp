@@ -146,9 +146,9 @@ void ChannelWidget::showRows()
     placeCursor();
 }
 
-// Makes the first visible enabled identifier the current cell, if there is none: setCurrentIndex() ignores a
-// disabled cell. Without a current cell, the arrow keys try to select only the first cell. That is usually
-// the frame counter's, which is disabled, so the arrow keys would never reach the other cells.
+// If there is no current cell, makes the first visible enabled identifier the current cell; setCurrentIndex()
+// ignores disabled cells. Without a current cell, the arrow keys try to select only the first cell. That is
+// usually the frame counter's, which is disabled, so the arrow keys would never reach the other cells.
 void ChannelWidget::placeCursor()
 {
     for (int row = 0; row < tableView->model()->rowCount() && !tableView->currentIndex().isValid(); ++row) {

@@ -72,7 +72,7 @@ public slots:
     /// Stores the text of the host field in the channel, which looks up the host. May block.
     void flushChangesToChannel();
 
-    /// Toggles the tick at \a index, unless the cell is disabled or in another column. So the user may also
+    /// Toggles the tick at \a index if that is an enabled cell of the identifier column. So the user may also
     /// double-click the identifier instead of clicking its check box.
     void tableViewItemDoubleClicked(const QModelIndex &index);
 
