@@ -136,7 +136,7 @@ int main(int argc, char **argv)
         reportProblem(QLatin1String("there is no display; --headless runs without a window"));
         return WrongUsage;
     }
-    // Pass only the program's name to Qt, which has options of the same names, such as -plugin.
+    // Pass only the program's name to Qt, which would take options such as --plugin for its own.
     int argumentCount = 1;
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
