@@ -5,15 +5,17 @@
 
 class TableManager;
 
-/// Delivers tracking data on its own thread: a frame of three lines every two milliseconds.
+/// Delivers tracking data on its own thread: a frame of three lines about every two milliseconds.
 class DataThread
 {
 public:
+    /// Starts the thread. \a manager must outlive this object.
     explicit DataThread(TableManager &manager)
         : m_manager(manager)
         , m_thread([this] { run(); })
     {
     }
+    /// Stops the thread and waits until it has ended.
     ~DataThread();
     DataThread(const DataThread &) = delete;
     DataThread &operator=(const DataThread &) = delete;
