@@ -5,6 +5,7 @@ Needs the command rsvg-convert and, for the labels, the font DejaVu Sans. Each i
 size in bytes. If the compressed pixels need fewer bytes, a text chunk, which viewers do not show, takes up the rest.
 """
 
+import argparse
 import pathlib
 import struct
 import subprocess
@@ -164,6 +165,7 @@ def encoded(name, width, height, colour_type, size):
 
 
 def main():
+    argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter).parse_args()
     for image in IMAGES:
         name, width, height, colour_type, size = image
         try:
