@@ -119,7 +119,7 @@ void TestFrontend::headlessRunReportsWhetherAllFramesArrived()
     // Two lines of each frame are skipped: the empty one and the one of an unknown type.
     QByteArray recording;
     for (const int number : {1000, 1001, 1005, 1010, 1012, 1014, 1015})
-        recording += "fr " + QByteArray::number(number) + "\r\n6d 0\n\n3d 0\n6df2 0\r\nold 1\n";
+        recording += "fr " + QByteArray::number(number) + "\r\n6d 0\n\n3d\n6df2 0\r\nold 1\n";
     for (const char *arguments :
          {"--seconds 1 --rate 200 --channels 10", "--seconds 1 --rate 500 --channels 10 --router",
           "--seconds 1 --controller-version 1.5 --router --locked", "--replay -", "--replay - --router"}) {

@@ -8,7 +8,8 @@ namespace simulation {
 
 QByteArray lineType(const QByteArray &line)
 {
-    return line.left(line.indexOf(' '));
+    const int end = line.indexOf(' ');
+    return end < 0 ? line : line.left(end);
 }
 
 qint32 frameNumber(const QByteArray &line)

@@ -37,11 +37,12 @@ void LastFrameView::showReport(const ReceiverReport &report)
     // Setting the text would clear the user's selection.
     if ((isSameChannel && m_text->textCursor().hasSelection()) || text == m_text->toPlainText())
         return;
-    // Setting the text scrolls to the first column.
-    QScrollBar *bar = m_text->horizontalScrollBar();
-    const int position = bar->value();
+    // Setting the text scrolls to the first line and column.
+    const int row = m_text->verticalScrollBar()->value();
+    const int column = m_text->horizontalScrollBar()->value();
     m_text->setPlainText(text);
-    bar->setValue(position);
+    m_text->verticalScrollBar()->setValue(row);
+    m_text->horizontalScrollBar()->setValue(column);
 }
 
 void LastFrameView::showNone()

@@ -44,6 +44,14 @@ void ReceiversModel::update(const QList<ReceiverReport> &reports)
         emit dataChanged(index(0, 0), index(m_reports.size() - 1, ColumnCount - 1));
 }
 
+int ReceiversModel::rowOf(int channel) const
+{
+    const auto found =
+        std::find_if(m_reports.cbegin(), m_reports.cend(),
+                     [channel](const ReceiverReport &report) { return report.channel == channel; });
+    return found == m_reports.cend() ? -1 : int(found - m_reports.cbegin());
+}
+
 void ReceiversModel::takeSample(const ReceiverReport &report)
 {
     QQueue<Sample> &samples = m_samples[report.channel];

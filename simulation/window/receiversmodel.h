@@ -38,6 +38,9 @@ public:
     /// Returns the report of \a row, which must exist.
     const ReceiverReport &report(int row) const { return m_reports.at(row); }
 
+    /// Returns the row of the channel with the number \a channel, or -1 if there is none.
+    int rowOf(int channel) const;
+
     /// Returns the frames per second over the last second, by channel number.
     QHash<int, double> rates() const;
 

@@ -96,10 +96,13 @@ QWidget *ReceiversPanel::makeDetails()
 
 void ReceiversPanel::showReports(const QList<ReceiverReport> &reports)
 {
+    const QModelIndex current = m_table->currentIndex();
+    const int channel = current.isValid() ? m_model->report(current.row()).channel : 0;
     m_model->update(reports);
     m_plot->addRates(m_model->rates());
+    // The selection is lost when a receiver is added or removed.
     if (!m_table->currentIndex().isValid() && m_model->rowCount() > 0)
-        m_table->selectRow(0);
+        m_table->selectRow(qMax(0, m_model->rowOf(channel)));
     showFrame();
 }
 
