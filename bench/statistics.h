@@ -4,8 +4,8 @@
 
 namespace bench {
 
-/// Returns the quantile of \a sorted at \a share, 0 to 1: the element of the nearest rank. \a sorted must be
-/// in ascending order and not empty.
+/// Returns the quantile of \a sorted at \a share, 0 to 1: the element at the index share * (size - 1),
+/// rounded to the nearest integer. \a sorted must be in ascending order and not empty.
 double quantile(const std::vector<double> &sorted, double share);
 
 /// Returns the median of \a values, which must not be empty.

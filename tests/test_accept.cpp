@@ -44,7 +44,7 @@ private slots:
     void everyWayOutAsksAboutConflicts();
     void failedValidationSelectsTheTabOfItsChannel();
     void refusedCommandsExceptTicksAndDestinationsAreLogged();
-    void routerModeIsWrittenOnlyAfterAChange();
+    void laterOpeningsWriteTheRouterModeOnlyAfterAClick();
 };
 
 void TestAccept::plusTabAndCtrlTAddChannels()
@@ -213,7 +213,9 @@ void TestAccept::everyWayOutAsksAboutConflicts()
         state.channels[3].active = false;
     });
     fixture.open([&] {
-        fixture.page(2)->lineEdit_host->clear(); // invalid, but validated only after all conflicts
+        // Invalid, but never reported: the pages are validated after the conflicts, and channel 3 is
+        // inactive by then.
+        fixture.page(2)->lineEdit_host->clear();
         MessageBoxes boxes;
         boxes.decide = [&](const QMessageBox *) {
             return boxes.texts.size() <= yeses ? QMessageBox::Yes : QMessageBox::No;
@@ -278,7 +280,7 @@ void TestAccept::refusedCommandsExceptTicksAndDestinationsAreLogged()
                        "Error: Unable to set value act as router"}));
 }
 
-void TestAccept::routerModeIsWrittenOnlyAfterAChange()
+void TestAccept::laterOpeningsWriteTheRouterModeOnlyAfterAClick()
 {
     DialogFixture fixture(withChannels(2));
     fixture.create();
@@ -291,7 +293,7 @@ void TestAccept::routerModeIsWrittenOnlyAfterAChange()
         toggle();
         toggle();
     });
-    // Without a click the mode is not written, not even after the Controller has changed it.
+    // In a later opening without a click the mode is not written, not even if the Controller has changed it.
     fixture.open([] {});
     fixture.change([](ControllerState &state) { state.viaRouter = false; });
     fixture.open([] {});

@@ -36,7 +36,7 @@ void CheckHost::answerWithTwoChannels(quint16 port)
     const std::string longest(answerSize - 1, 'x');
     answers = {
         {"config is_changeable", "yes"},
-        {"system model", "100"}, // the only model on which the module accepts 127.0.0.1 as a destination
+        {"system model", "100"}, // on any other model the dialog refuses the destination 127.0.0.1
         {"output net_via_router", "yes"},
         {"output net chmon", "udp 127.0.0.1 5000"},
         {"output number_of_types", "3"},

@@ -60,7 +60,7 @@ public:
     /// Returns whether a requester or a message receiver is registered, or a type is requested.
     bool isInUse();
 
-    /// Makes every later call of the module a fault. Call it after prepareShutdown() has returned.
+    /// Makes every later call by the module a fault. Call it after prepareShutdown() has returned.
     void close() { m_closed = true; }
 
     /// Returns how often the module has called a function of IOManager on the GUI thread.
