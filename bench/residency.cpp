@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QProcess>
 
+#include <array>
 #include <cstdio>
 #include <memory>
 
@@ -40,7 +41,8 @@ void printResidency()
 {
     const double resident = residentKiB();
     malloc_trim(0);
-    std::printf("%f %f\n", resident, residentKiB());
+    // Whole numbers, because the parent process could not read the decimal separator of every locale.
+    std::printf("%.0f %.0f\n", resident, residentKiB());
 }
 
 std::unique_ptr<Pipeline> makePipeline(const QString &what, const Receivers &receivers, int channels,
@@ -67,9 +69,17 @@ bool runProbe(const Probe &probe, Residency *residency)
     if (!process.waitForFinished(probe.seconds * 1000 + spareMs) || process.exitCode() != 0)
         return false;
     const QList<QByteArray> words = process.readAllStandardOutput().simplified().split(' ');
-    *residency = {words.value(0).toDouble(), words.value(1).toDouble(), words.value(2).toDouble(),
-                  words.value(3).toDouble()};
-    return words.size() == 4;
+    std::array<double, 4> numbers{};
+    if (words.size() != int(numbers.size()))
+        return false;
+    for (size_t i = 0; i < numbers.size(); ++i) {
+        bool isNumber = false;
+        numbers[i] = words.at(int(i)).toDouble(&isNumber);
+        if (!isNumber)
+            return false;
+    }
+    *residency = {numbers[0], numbers[1], numbers[2], numbers[3]};
+    return true;
 }
 
 int probeResidency(const BenchOptions &options, const Receivers &receivers)
