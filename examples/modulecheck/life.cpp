@@ -21,7 +21,7 @@ namespace {
 constexpr int frameLimitMilliseconds = 20000;
 constexpr int threadLimitMilliseconds = 1000;
 
-/// Returns the number of threads of this process; 0 on systems without this folder.
+/// Returns the number of threads of this process, or 0 on a system without /proc/self/task.
 int threadCount()
 {
     return QDir(QLatin1String("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();

@@ -41,7 +41,8 @@ public:
     /// unload().
     ModuleInterface *module() const { return m_module; }
     QString file() const { return m_loader.fileName(); }
-    QString error() const { return m_loader.errorString(); }
+    /// Returns why the file could not be loaded, or an empty text if it was loaded.
+    QString error() const { return m_loader.isLoaded() ? QString() : m_loader.errorString(); }
     Report *report() const { return m_report; }
 
     /// Passes one parameter to the module: 0 is "CommandManager", 1 is "ModuleParent", 2 is

@@ -34,7 +34,7 @@ const std::vector<Cycle> cycles = {
     {"dialog", "The dialog is opened and closed", dialogOpenedAndClosed},
     {"open-dialog", "Shut-down with the dialog open", shutdownWithDialogOpen},
     {"open-message-box", "Shut-down with a message box open", shutdownWithMessageBoxOpen},
-    {"parent-first", "The parent widget is destroyed first", parentDestroyedFirst},
+    {"parent-first", "The parent widget is destroyed before releaseResources()", parentDestroyedFirst},
     {"event-loop", "The host runs its event loop within queries", eventLoopInQueries},
     {"message-thread", "A message on another thread", messageOnAnotherThread},
     {"four-threads", "Data on four threads until the end", dataOnFourThreads},
@@ -77,10 +77,13 @@ int runHere(const QString &file, const Cycle &cycle)
 {
     Report report;
     Life life(file, &report);
-    if (!life.module())
-        return notUsable(file, QLatin1String("no module with the interface ") +
-                                   QLatin1String(qobject_interface_iid<ModuleInterface *>()) +
-                                   QLatin1String(". ") + life.error());
+    if (!life.module()) {
+        QString reason = QLatin1String("no module with the interface ") +
+                         QLatin1String(qobject_interface_iid<ModuleInterface *>());
+        if (!life.error().isEmpty())
+            reason += QLatin1String(". ") + life.error();
+        return notUsable(file, reason);
+    }
     std::printf("%s: %s\n", cycle.name, cycle.title);
     life.step("Load the file with QPluginLoader without load hints and cast its instance to ModuleInterface.",
               true);
@@ -95,7 +98,7 @@ int runInChild(const QString &file, const Cycle &cycle)
     child.start(QCoreApplication::applicationFilePath(),
                 {QLatin1String(inProcess), file, QLatin1String(cycle.name)});
     if (!child.waitForStarted()) {
-        std::printf("  FAILED  the process for %s could not be started: %s\n", cycle.name,
+        std::printf("  FAILED  The process for the life cycle \"%s\" could not be started: %s\n", cycle.name,
                     qPrintable(child.errorString()));
         std::fflush(stdout); // the next child process writes to the same standard output
         return Faulty;
@@ -103,13 +106,16 @@ int runInChild(const QString &file, const Cycle &cycle)
     if (!child.waitForFinished(cycleLimitSeconds * 1000)) {
         child.kill();
         child.waitForFinished();
-        std::printf("  FAILED  %s did not end within %d s; its last completed step is above.\n", cycle.name,
-                    cycleLimitSeconds);
+        std::printf("  FAILED  The life cycle \"%s\" did not end within %d s; its completed steps, if any, "
+                    "are above.\n",
+                    cycle.name, cycleLimitSeconds);
         std::fflush(stdout); // the next child process writes to the same standard output
         return Faulty;
     }
     if (child.exitStatus() == QProcess::CrashExit || child.exitCode() > NotUsable) {
-        std::printf("  FAILED  %s crashed or was aborted after the last step above.\n", cycle.name);
+        std::printf("  FAILED  The life cycle \"%s\" crashed or was aborted; its completed steps, if any, "
+                    "are above.\n",
+                    cycle.name);
         std::fflush(stdout);
         return Faulty;
     }
