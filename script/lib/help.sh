@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Sourced by the scripts in script/.
+# Sourced by the scripts in script/ and .ci/.
 
 # If one of the arguments is --help or -h, prints the comment at the head of the script and exits.
 show_help_if_asked() {

@@ -6,8 +6,8 @@
 
 namespace simulation {
 
-/// Passes queries and commands to another service like a slow Controller: each call first blocks its thread
-/// for the delay. Thread-safe.
+/// Behaves like a slow Controller: each query or command blocks the calling thread for the delay and is then
+/// passed to another service. Thread-safe.
 class DelayedCommands : public CommandService
 {
 public:
