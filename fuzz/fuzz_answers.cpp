@@ -126,8 +126,8 @@ private:
         Failing,
         Steady,          // a correct answer that depends on the query only
         Fitting,         // a random answer of the right form
-        Chosen,          // one of chosenTexts, or the longest answer; for a number, an extreme value
-        Raw,             // random bytes; for a number, an extreme value
+        Chosen,          // one of chosenTexts, or the longest answer; for a number, a special one
+        Raw,             // random bytes; for a number, as for Chosen
         FailingWithText, // an answer as for Raw, but with a nonzero result
         Reentered,       // as Steady, or as Fitting for a number, after a call of reenter()
         LastKind = Reentered
@@ -149,7 +149,8 @@ private:
     int take(const char *text)
     {
         require(!m_shut, "no call after the shut-down");
-        require(std::strlen(text) < sizeof m_text, "texts are shorter than the buffer");
+        require(std::strlen(text) < sizeof m_text,
+                "type names, log messages and receiver names are shorter than 4096 bytes");
         return result();
     }
 
@@ -324,9 +325,11 @@ private:
             return;
         check();
         const int events = m_input.ConsumeIntegralInRange(0, 4);
-        for (int i = 0; i < events; ++i)
+        // A message may lead to queries, and the shut-down within a query destroys the dialog.
+        for (int i = 0; i < events && m_dialog; ++i)
             notify();
-        deliver();
+        if (m_dialog)
+            deliver();
         QCoreApplication::processEvents();
     }
 
@@ -578,7 +581,7 @@ int FuzzedHost::answerNumber(int *answer)
     if (kind == Failing)
         return 1;
     int number = kind == Steady ? 6 : m_input.ConsumeIntegralInRange(0, 12);
-    if (kind != Steady && kind != Fitting)
+    if (kind != Steady && kind != Fitting) // 100 is the system model that permits loopback destinations
         number = m_input.PickValueInArray({-1, 100, 10001, 65536, INT_MIN, INT_MAX});
     if (types) // limits the duration of a run
         number = qMin(number, qMin(mostTypes, 6 + static_cast<int>(m_input.remaining_bytes())));
