@@ -26,8 +26,10 @@ std::size_t LineBlock::allocationFor(const RouterLine &line) const
 
 void LineBlock::append(const RouterLine &line)
 {
-    if (const std::size_t bytes = allocationFor(line))
+    if (const std::size_t bytes = allocationFor(line)) {
+        m_memory.reserve(bytes); // resize() alone may allocate more than allocationFor() has announced
         m_memory.resize(bytes);
+    }
     const Lengths lengths = {line.type.size(), line.line.size()};
     char *to = m_memory.data() + m_used;
     std::memcpy(to, &lengths, sizeof lengths);

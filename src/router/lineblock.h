@@ -45,8 +45,8 @@ public:
     /// Returns the size of the block and its buffer in bytes, spare capacity included.
     std::size_t allocatedBytes() const { return sizeof *this + m_memory.capacity(); }
 
-    /// Drops all lines, read or not. Releases the buffer if it exceeds MaximumBytes, or if it has grown and
-    /// these lines used less than a quarter of it.
+    /// Drops all lines, read or not. Releases the buffer if it exceeds MaximumBytes, or if it exceeds 8 KiB
+    /// and these lines used less than a quarter of it.
     void clear();
 
 private:
