@@ -78,7 +78,7 @@ class TestWindowsDialog : public QObject
     Q_OBJECT
 
 private slots:
-    void wrongHostIsRefusedInAMessageBox();
+    void dialogRefusesAWrongHostAndThePluginUnloads();
 
 private:
     void enterMulticastHost(QDialog *dialog);
@@ -110,7 +110,7 @@ void TestWindowsDialog::enterMulticastHost(QDialog *dialog)
     QVERIFY(!dialog->isVisible());
 }
 
-void TestWindowsDialog::wrongHostIsRefusedInAMessageBox()
+void TestWindowsDialog::dialogRefusesAWrongHostAndThePluginUnloads()
 {
     QCOMPARE(QGuiApplication::platformName(), QStringLiteral("windows"));
     QCOMPARE(QApplication::style()->objectName(), QStringLiteral("windowsvista"));

@@ -10,9 +10,10 @@ class IOManager;
 class QRegExpValidator;
 
 /// The editor page of one output channel. It stores edits in the channel: the host when its field loses the
-/// focus or Enter is pressed, everything else at once. It writes nothing to the Controller. The table shows
-/// the channel's own type model, to which the view writes the ticks. The active box also starts and stops the
-/// channel's router.
+/// focus or Enter is pressed, everything else at once. The box "this computer" only writes the address to the
+/// host field and disables the field; flushChangesToChannel() stores it. The page sends no commands to the
+/// Controller. The table shows the channel's own type model, to which the view writes the ticks. The active
+/// box also starts and stops the channel's router.
 ///
 /// The host field has two input modes: while multicast is ticked, it accepts only digits and dots, otherwise
 /// names and addresses. GUI thread only.

@@ -47,10 +47,11 @@ public:
     /// Stores a parameter. Keys: "CommandManager" (IOManager *), "ModuleParent" (QWidget *, the parent of the
     /// dialog), "BackendVersions" (BackendVersions *), "ObserverMode" (bool, false by default; true makes
     /// moduleActions() create nothing). Any other key is ignored. \a value must hold a pointer as exactly the
-    /// named type, and the pointer must not be null. The host keeps ownership of the objects. The
-    /// IOManager must exist until releaseResources() has returned, the BackendVersions until no function of
-    /// the module is on the call stack any more. If the host destroys the parent before releaseResources(),
-    /// the dialog is destroyed with it; the host must call prepareShutdown() before that.
+    /// named type, and the pointer must not be null. The host keeps ownership of the objects.
+    /// The IOManager and the BackendVersions must exist until releaseResources() has returned. If a function
+    /// of the module is then still on the call stack, the BackendVersions must exist until that function has
+    /// returned, too. If the host destroys the parent before releaseResources(), the dialog is destroyed with
+    /// it; the host must call prepareShutdown() before that.
     virtual void setParameter(QString key, QVariant value) = 0;
 };
 
