@@ -18,7 +18,8 @@ work, and prints one table. docs/performance.md explains its rows.
   --quick          a third of the repetitions, and a shorter data flow in the rows of memory growth
   --only GROUP     measure only this group of rows: paced (cpu and latency mean the same group), throughput, call,
                    growth, opening or memory
-  --soak SECONDS   duration of the data flow in the rows of memory growth (10, with --quick 4)
+  --soak SECONDS   duration of the data flow in the rows of memory growth, which are in the group memory (10, with
+                   --quick 4; at least 2)
   --json FILE      also write the table to FILE as JSON
   --help           print this text)";
 
@@ -48,10 +49,10 @@ BenchOptions parseOptions(const QStringList &arguments)
         exitWith(QLatin1String(help), stdout, 0);
     if (!parser.positionalArguments().isEmpty())
         exitWith(QLatin1String("Unexpected argument: ") + parser.positionalArguments().first(), stderr, 2);
-    bool isNumber = true;
+    bool isNumber = false;
     const int soakSeconds = parser.isSet(soak) ? parser.value(soak).toInt(&isNumber) : 0;
-    if (!isNumber || soakSeconds < 0)
-        exitWith(QLatin1String("--soak needs a whole number of seconds"), stderr, 2);
+    if (parser.isSet(soak) && (!isNumber || soakSeconds < 2))
+        exitWith(QLatin1String("--soak needs a whole number of seconds, at least 2"), stderr, 2);
     return {parser.value(json), parser.value(only), parser.isSet(quick), soakSeconds, parser.value(probe)};
 }
 
