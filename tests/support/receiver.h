@@ -18,8 +18,8 @@ public:
 
     bool isEmpty() const { return !m_socket.hasPendingDatagrams(); }
 
-    /// Waits for the next datagram, as comesTrue() does, and returns it. Returns an empty text if none
-    /// arrives.
+    /// Waits for the next datagram and returns it. Returns an empty array if none arrives within the time
+    /// limit of comesTrue().
     QByteArray next()
     {
         if (!comesTrue([this] { return !isEmpty(); }))
@@ -30,8 +30,8 @@ public:
         return bytes;
     }
 
-    /// Waits until \a wanted returns true. Returns false if comesTrue() does. Passes each datagram that
-    /// arrives until then to \a take.
+    /// Passes each arriving datagram to \a take until \a wanted returns true. Returns false if that takes
+    /// longer than the time limit of comesTrue().
     template <typename Predicate, typename Take>
     bool readsUntil(Predicate wanted, Take take)
     {
@@ -73,7 +73,7 @@ public:
     ~HeldSends() { release(); }
     static void release() { faults::path = faults::Open; }
 
-    /// Waits until a send is blocked. Returns false if comesTrue() does.
+    /// Waits until a send is blocked. Returns false if that takes longer than the time limit of comesTrue().
     bool hold() const
     {
         return comesTrue([this] { return faults::sends > m_before; });

@@ -38,6 +38,7 @@ public:
     /// Adds the next line. Returns the datagram that is sent after it, if there is one.
     std::optional<std::string> add(const std::string &type, const std::string &text)
     {
+        // After 1000 lines of other types, the opening type is assumed to have been switched off.
         if (m_linesWithoutOpening == 1000 && type != m_openingType) {
             m_openingType = type;
             start();
@@ -124,7 +125,7 @@ private:
         return number == static_cast<std::int32_t>(number) ? number : 0;
     }
 
-    std::vector<Line> m_lines;    // since the last call of start()
+    std::vector<Line> m_lines;    // since the last call of start(), without the skipped ones
     std::size_t m_frameBegin = 0; // index of the first line of the next datagram
     std::string m_openingType;
     int m_linesWithoutOpening = 0; // since the last opening line or the last call of start()
