@@ -26,7 +26,8 @@ bool measureSetup(int types, int tickingChannels, const Receivers &receivers, Re
     const bool arrived = measureCalls(module, receivers, framesPerRun, costs);
     if (!arrived)
         report.remark(
-            QString::fromLatin1("call: datagrams were lost with %1 ticking channels").arg(tickingChannels));
+            QString::fromLatin1("datagrams were lost while calls were measured with %1 ticking channels")
+                .arg(tickingChannels));
     return arrived;
 }
 
