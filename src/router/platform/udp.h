@@ -28,9 +28,9 @@ enum UdpFlag : uint16_t
 /// bound. \a flags are UdpFlag values. Returns UdpSucceeded and writes \a handle, or returns UdpFailed.
 int udpOpen(SocketHandle **handle, uint16_t port, uint16_t flags);
 
-/// Sends \a length bytes as one datagram to \a address and \a port. Waits at most \a timeoutMicroseconds
-/// until the socket accepts it. Returns UdpSucceeded (sent completely), UdpTimedOut, or UdpFailed (error or
-/// only partly sent).
+/// Sends \a length bytes as one datagram to \a address and \a port. Waits at most \a timeoutMicroseconds, on
+/// POSIX rounded up to milliseconds, until the socket accepts it. Returns UdpSucceeded (sent completely),
+/// UdpTimedOut, or UdpFailed (error or only partly sent).
 int udpSend(SocketHandle *handle, const void *data, int32_t length, uint32_t address, uint16_t port,
             uint32_t timeoutMicroseconds);
 
