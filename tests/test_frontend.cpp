@@ -1,4 +1,4 @@
-// The simulated frontend: the checker of its receivers, its session, and the program itself.
+// Tests the simulated frontend: the checker of its receivers, its session, and the program itself.
 
 #include "cataloguesets.h"
 #include "controlleroptions.h"
@@ -164,7 +164,8 @@ void TestFrontend::sessionAppliesChangesWhileItRuns()
 
     session.setPaused(true);
     qint64 frames = 0;
-    // While the session is paused, the data thread still delivers resets, but no frame.
+    // While the session is paused, the data thread still delivers resets, but no frame. It delivered the
+    // first reset when it started.
     for (const int resets : {2, 3}) {
         session.resetOutput();
         QTRY_COMPARE_WITH_TIMEOUT(requester.resets, resets, waitMs);

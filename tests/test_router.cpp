@@ -1,6 +1,6 @@
-// Forwarding with real workers and real sockets on the loopback interface. A worker's waits for lines do not
-// time out, except between the steps "off" and "on" of doStep(). So a sleeping worker sends a frame only if a
-// line wakes it.
+// Tests forwarding with real workers and real sockets on the loopback interface. A worker's waits for lines
+// do not time out, except between the steps "off" and "on" of doStep(). So a sleeping worker sends a frame
+// only if a line wakes it.
 
 #include "fedchannel.h"
 #include "receiver.h"
@@ -122,7 +122,8 @@ void TestRouter::datagramsFollowFromTheSteps_data()
         first + "|fr3 6d3|fr4 6d4|fr5 6d5");
     row("no frame is sent while the address is unknown",
         "start off gone on " + first + " fr3 6d3 fr4 nowhere start asleep here 6d4", "fr4 6d4");
-    // The line fr15 exceeds the limit of lines, so the block that begins with fr11 is dropped.
+    // The line fr15 exceeds the limit of lines, so the block that begins with fr11 is dropped. The frames of
+    // the step "many" have the number 0 and are never sent.
     row("overflow leaves only complete frames",
         "start " + first +
             " fr3 asleep reset off gone on fr11 6d11 fr12 6d12 fr13 6d13 many fr14 6d14 fr15 "

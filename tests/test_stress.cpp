@@ -21,7 +21,7 @@ quint32 numberFromEnvironment(const char *name, quint32 fallback)
     return given.isEmpty() ? fallback : given.toUInt();
 }
 
-/// Reports a changed catalogue. Called on another thread than the GUI thread. tsan.supp names this function.
+/// Reports a changed catalogue. Called on a thread other than the GUI thread. tsan.supp names this function.
 void announceFromOutside(ControllerLink &link)
 {
     link.sendMessage("OutputTypesChanged");
