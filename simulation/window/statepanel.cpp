@@ -104,7 +104,8 @@ void StatePanel::makeModels(QFormLayout *form)
 void StatePanel::makeSwitches(QFormLayout *form)
 {
     m_locked->setToolTip(
-        tr("The Controller refuses all changes; the dialog shows this the next time it opens"));
+        tr("The Controller refuses all changes. From version 1.9 on, the dialog shows this the\n"
+           "next time it opens."));
     connect(m_locked, &QCheckBox::clicked, this, [this](bool on) {
         m_session.controller().change([on](ControllerState &state) { state.locked = on; });
     });
