@@ -54,7 +54,7 @@ void TestOverload::cleanup()
 void TestOverload::queueStaysBoundedWhileSendsStall()
 {
     // During the stall the memory is measured twice: when firstFrames frames have been delivered, and when
-    // floodFrames frames have been delivered and wantedSends sends have begun. The queue holds far less than
+    // floodFrames frames have been delivered and wantedSends sends have begun. The queue holds far fewer than
     // firstFrames frames.
     constexpr int firstFrames = 20000, floodFrames = 100000;
     constexpr int wantedSends = 25;

@@ -8,7 +8,7 @@ class CheckHost;
 
 /// Delivers tracking data on its own threads until it is destroyed, about once per millisecond on each. The
 /// first thread delivers whole frames of the types "fr", "6d" and "mk". Each other thread delivers lines of
-/// the type "3d", and the last thread also reports a reset after every 50 lines.
+/// the type "3d"; the last of these threads also reports a reset after every 50 lines.
 class DataThreads
 {
 public:
