@@ -81,7 +81,8 @@ void Channel::loadTicks()
 
 void Channel::loadTick(int row)
 {
-    // The index is persistent, because a host may call the module from within a query and change the rows.
+    // The index is persistent, so that the tick goes to the right row even if the rows change during the
+    // query. The dialog prevents such a change, but the channel does not rely on that.
     const QPersistentModelIndex index = m_typeModel.index(row, IdentifierColumn);
     const QString name = index.data().toString();
     Answer answer;
