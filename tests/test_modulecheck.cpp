@@ -68,7 +68,7 @@ void TestModulecheck::faultOfABrokenModuleIsFound_data()
     row("stays in memory", "life", "It is no longer in memory");
     row("crashes", "life", "crashed or was aborted");
     row("requires CommandManager first", "parameters", "in any of the 24 orders");
-    row("ignores ObserverMode", "observer", "moduleActions() is empty");
+    row("ignores ObserverMode", "observer", "moduleActions() returns an empty list");
     row("makes new entries", "actions-twice", "it returns the same entry");
     row("ignores the version", "old-controller", "is unknown to this version");
     row("writes at shut-down", "open-message-box", "nothing is written");

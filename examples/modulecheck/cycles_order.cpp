@@ -17,7 +17,7 @@ void loadOnly(Life &life)
 void ordinaryLife(Life &life)
 {
     life.begin();
-    life.step("Expect requests for the types of all channels when moduleActions() returns in router mode.",
+    life.step("In router mode, expect requests for all ticked types before moduleActions() returns.",
               life.host.isRequested("fr") && life.host.isRequested("6d") && life.host.isRequested("3d"));
     life.end();
 }
@@ -44,7 +44,7 @@ void observerMode(Life &life)
     life.module()->setParameter(QLatin1String("ObserverMode"), true);
     for (int index = 0; index < 3; ++index)
         life.setParameter(index);
-    life.step("Pass \"ObserverMode\" with the value true: moduleActions() is empty.",
+    life.step("Pass \"ObserverMode\" with the value true: moduleActions() returns an empty list.",
               life.module()->moduleActions().isEmpty());
     life.module()->prepareShutdown();
     life.module()->releaseResources();
