@@ -63,7 +63,7 @@ private:
     {
         QString what;
         double ours = 0;
-        bool isPair = false; ///< the row has a limit; the next members are valid
+        bool isPair = false; ///< the row has a limit; otherwise the next five members are unused
         double limit = 0;
         double ratio = 0;
         double least = 0;     ///< of the ratios

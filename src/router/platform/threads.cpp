@@ -164,9 +164,8 @@ int assignWakeUps(Condition *condition, bool all, int32_t *posts)
     return Succeeded;
 }
 
-/// A thread that has not been joined. All records are kept in a list, so that every thread is joined: the
-/// library may be unloaded as soon as its objects are destroyed, and by then the last instruction of each
-/// thread must have run, not only the last one of its entry function.
+/// A thread that has not been joined. All records are kept in a list, so that every thread is joined before
+/// the library is unloaded: until a thread has ended, it may execute the library's code.
 struct ThreadRecord
 {
     void *argument;
