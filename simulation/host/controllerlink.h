@@ -27,9 +27,9 @@ struct LogLine
 /// registered requesters and message receivers.
 ///
 /// Thread-safe. No lock is held while a requester or a message receiver is called. These may therefore call
-/// any function except removeRequester() and removeMessageReceiver(), which wait until no call to the removed
-/// object is pending or in progress, and could wait for their own caller. Signals are emitted on the thread
-/// of the call that caused them.
+/// any function except removeRequester() and removeMessageReceiver(), which could deadlock: they wait until
+/// no call to the removed object is pending or in progress. Signals are emitted on the thread of the call
+/// that caused them.
 class ControllerLink : public QObject, public IOManager
 {
     Q_OBJECT
@@ -43,7 +43,8 @@ public:
 
     // IOManager. Queries and commands return the result of the CommandService, getIntValue() also -1 if the
     // answer is not a number. The other functions return -1 if a type, a name or an object is null, if a
-    // message receiver is already added, or if the object to remove is not added or has another name.
+    // message receiver is already registered, or if the object to remove is not registered or was registered
+    // under another name.
     int getValue(char *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
     int getIntValue(int *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);
     int setValue(const char *format, ...) override IOMANAGER_PRINTF(2, 3);

@@ -32,9 +32,9 @@ public:
     bool isListening() const { return m_thread.joinable(); }
     QByteArray error() const { return m_error; }
 
-    /// These functions call those of FrameChecker with the same names. Before that, they check the datagrams
-    /// that wait in the socket, at most 256, against the previous expectation. expect() does nothing if the
-    /// expectation has not changed.
+    /// These functions first check the datagrams that wait in the socket, at most 256, and then call the
+    /// functions of FrameChecker with the same names. expect() does nothing if the expectation has not
+    /// changed.
     void expect(const Expectation &expectation);
     void begin();
     void restart();

@@ -71,7 +71,7 @@ void FaultPanel::showFaults()
     for (size_t i = 0; i < m_boxes.size(); ++i) {
         QComboBox *box = m_boxes[i];
         box->setCurrentIndex(box->findData(int(faults[i])));
-        // Kinds with a fault are bold.
+        // The box of a kind with a fault has a bold font.
         QFont bold = box->font();
         bold.setBold(faults[i] != Fault::None);
         if (bold != box->font())
