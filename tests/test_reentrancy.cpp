@@ -153,7 +153,7 @@ QString shownState(const DialogFixture &fixture)
 Q_DECLARE_METATYPE(Gesture)
 
 /// Calls and input at unexpected moments: a shut-down while the dialog or a message box is open, a host that
-/// calls the module from within a command, and input while changes are written.
+/// calls the module from within a query or command, and input while changes are written.
 class TestReentrancy : public QObject
 {
     Q_OBJECT
@@ -370,8 +370,8 @@ public:
     }
 };
 
-/// If input were accepted while the host runs its event loop within a command, an edit could be shown and yet
-/// not be written.
+/// If input were accepted while the host runs its event loop within a query or command, an edit could be
+/// shown and yet not be written.
 void TestReentrancy::inputIsRefusedDuringAccept()
 {
     QFETCH(Gesture, gesture);

@@ -399,7 +399,7 @@ void TestRemoteController::lateClientLearnsThatTheDataHaveEnded()
     ControllerOptions options = freePorts();
     options.replay = recording.fileName();
     RunningController service(options);
-    // The first client connects before or after the end; both clients must learn of it.
+    // The first client connects before or after the data end; both clients must receive "idle".
     RecordingSink sinks[2];
     for (RecordingSink &sink : sinks) {
         DataClient data(sink);

@@ -23,6 +23,7 @@ int threadRemainsCount();
 /// Returns the physical memory that the process uses, or -1 if Windows does not report it.
 long long residentBytes();
 
-/// Returns the memory that the program has allocated, without the freed memory that the C library keeps.
-/// Exists only on Linux. Meaningless if isSanitized, because a sanitizer replaces the C library's allocator.
+/// Returns the bytes that the program has allocated. Of the freed memory that the C library keeps, only the
+/// small blocks in its per-thread caches are included. Exists only on Linux. Meaningless if isSanitized,
+/// because a sanitizer replaces the C library's allocator.
 long long allocatedBytes();
