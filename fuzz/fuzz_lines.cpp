@@ -157,7 +157,8 @@ private:
     std::size_t m_next = 0;
 };
 
-/// Runs one stream through a queue and an assembler, as a worker uses them.
+/// Performs the steps of one stream: events, and lines that go to the queue, to the assembler, or from the
+/// queue to the assembler.
 void runStream(FuzzedDataProvider &input)
 {
     CheckedAssembler assembler;
