@@ -69,8 +69,8 @@ public:
     /// lines.
     void wakeWorker() { m_lines.wakeWorker(); }
 
-    /// If the channel is in state Called, handles its lines or wakes its worker. Called by the worker of
-    /// another channel. Waits only for short locks.
+    /// If the channel is in state Called, handles its lines or wakes its worker; otherwise does nothing.
+    /// Workers call it through ChannelFanOut::serveCalled(). Waits only for short locks.
     void serve();
 
     /// Drops the frame that is being assembled. Lines that an awake worker has not handled yet are kept.
