@@ -14,7 +14,8 @@ class QTcpSocket;
 namespace simulation {
 
 /// Streams frames and events to every connected frontend over TCP. They are queued, and the event loop sends
-/// them. A frame or event that would enlarge the queue above 16 MiB is dropped.
+/// them. A frame or event that would enlarge the queue above 16 MiB is dropped. A client is disconnected if
+/// more than 4 MiB cannot be sent because it does not read.
 ///
 /// Lives on a thread with an event loop. Only the functions that are marked as thread-safe may be called on
 /// other threads.

@@ -12,7 +12,7 @@
 namespace simulation {
 
 /// Sends queries and commands to a Controller over TCP. After start() it connects in the background, and
-/// again after each loss of the connection.
+/// again after each failed attempt and each loss of the connection.
 ///
 /// Thread safety: any thread may call the public functions. query() and command() wait for the answer; calls
 /// from several threads are executed one after another. The socket lives on a separate thread, so that it
