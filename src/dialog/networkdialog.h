@@ -79,8 +79,8 @@ public:
     int onMessage(int a, int b, const char *text) override;
 
 signals:
-    /// Starts the router of every active channel if \a enable is true, otherwise stops all routers. The
-    /// connections are direct, so all routers have started or stopped when emit returns.
+    /// If \a enable is true, starts the router of every active channel and stops the others. Otherwise stops
+    /// all routers. The connections are direct, so all routers have started or stopped when emit returns.
     void deferedRouterActiveToggled(bool enable);
 
 public slots:
@@ -114,10 +114,10 @@ private slots:
     /// the routers.
     void on_checkBox_actAsRouter_toggled(bool checked);
 
-    /// Checks all channels, writes all changes to the Controller and closes the dialog. If a check fails, the
-    /// dialog stays open. If the configuration is locked or the module has been shut down, only closes the
-    /// dialog. Otherwise does nothing while an operation is in progress. Every way of leaving the dialog
-    /// calls this slot.
+    /// Checks all channels, commits them (see Channel::commit()) and, if necessary, the router mode, and
+    /// closes the dialog. If a check fails, the dialog stays open. If the configuration is locked or the
+    /// module has been shut down, only closes the dialog. Otherwise does nothing while an operation is in
+    /// progress. Every way of leaving the dialog calls this slot.
     void accept() override;
 
     /// Calls accept(), because the dialog cannot be left without applying the changes.
@@ -162,7 +162,11 @@ private:
     int channelsInUse();
     void rebuildTabs();
     void createChannel(int index);
+
+    /// Removes tab \a index and its channel, and at once clears the destination of channel \a index + 1 on
+    /// the Controller.
     void closeTab(int index);
+
     void resetOnController(int number);
     void discard(ChannelAsRouter *channel, ChannelWidget *page);
     void rebuildChannels();
@@ -203,7 +207,7 @@ private:
     QPointer<QWidget> m_parentWidget; // source of the window icon
     NetworkDialogTabWidget *m_tabWidget = nullptr;
     QList<ChannelAsRouter *> m_channels; // owned
-    QList<ChannelWidget *> m_pages;      // owned, Qt children of m_tabWidget
+    QList<ChannelWidget *> m_pages;      // owned, Qt descendants of m_tabWidget
     bool m_locked = false;               // the configuration was locked when the dialog was last opened
     QIcon m_lockIcon;
     bool m_routerChanged = false;            // the user has toggled the router check box since the opening

@@ -2,7 +2,7 @@
 
 #include <QTabWidget>
 
-/// The tab row of the output dialog: one tab per channel, and the tab "+" after the last one, which adds a
+/// The tabs of the module's dialog: one per channel, followed by the tab "+", with which the user adds a
 /// channel. The "+" tab is recognised by its title.
 class NetworkDialogTabWidget : public QTabWidget
 {
@@ -27,5 +27,5 @@ public slots:
 private:
     int plusTab() const;
 
-    QWidget *m_plusPage; // empty, shown by the "+" tab; reused, so that removing the tab deletes nothing
+    QWidget *m_plusPage; // empty, shown by the "+" tab; reused, because removeTab() does not delete it
 };
