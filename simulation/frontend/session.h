@@ -149,7 +149,7 @@ private:
     RouteFinder m_routeFinder;
     std::unique_ptr<ReplayedFrames> m_recording; ///< null after start() and without a recording
     int m_skippedLines = 0;
-    std::unique_ptr<DataThread> m_dataThread; ///< null before start() and with a remote Controller
+    std::unique_ptr<DataThread> m_dataThread; ///< exists from start() to stop() with an embedded Controller
     std::unique_ptr<DataClient> m_data;       ///< null with an embedded Controller
 };
 
