@@ -112,6 +112,9 @@ void TestSimulatedController::versionDeterminesTheFeatures()
         QCOMPARE(send(controller, false, "output net_via_router") == "no", minor >= 4);
         QCOMPARE(send(controller, true, "output net_divisor ch01 2") == "accepted", minor >= 6);
         QCOMPARE(send(controller, false, "config is_changeable") == "yes", minor >= 9);
+        controller.change([](ControllerState &state) { state.locked = true; });
+        QCOMPARE(send(controller, true, "output net ch01 none") == "accepted", minor < 9);
+        controller.change([](ControllerState &state) { state.locked = false; });
     }
 }
 

@@ -233,7 +233,7 @@ int executeCommand(ControllerState &state, const QByteArray &text)
     const Words words = text.split(' ');
     if (words.size() < 3 || words.first() != "output")
         return NotUnderstood;
-    if (state.locked)
+    if (state.locked && versionAtLeast(state.version, 1, 9))
         return Locked;
     const QByteArray &keyword = words.at(1);
     if (keyword == "net_via_router")

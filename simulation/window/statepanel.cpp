@@ -104,8 +104,8 @@ void StatePanel::makeModels(QFormLayout *form)
 void StatePanel::makeSwitches(QFormLayout *form)
 {
     m_locked->setToolTip(
-        tr("The Controller refuses all changes. From version 1.9 on, the dialog shows this the\n"
-           "next time it opens."));
+        tr("The Controller refuses all changes, and the dialog shows this the next time it opens.\n"
+           "The lock exists from version 1.9 on."));
     connect(m_locked, &QCheckBox::clicked, this, [this](bool on) {
         m_session.controller().change([on](ControllerState &state) { state.locked = on; });
     });
@@ -147,6 +147,7 @@ void StatePanel::showState()
     const ControllerState state = m_session.controller().state();
     m_locked->setChecked(state.locked);
     m_router->setChecked(state.viaRouter);
+    m_locked->setEnabled(versionAtLeast(state.version, 1, 9));
     m_router->setEnabled(versionAtLeast(state.version, 1, 4));
     m_model->setCurrentIndex(m_model->findData(state.systemModel));
 }
