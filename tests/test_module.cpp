@@ -62,6 +62,7 @@ void TestModule::actionIsCreatedOnceAndOutlivesTheDialog()
     const QList<ModuleAction *> actions = host.module->moduleActions();
     QCOMPARE(actions.size(), 1);
     const ModuleAction &record = *actions.first();
+    QCOMPARE(host.window.findChildren<QDialog *>().size(), 1);
     QCOMPARE(record.action->text(), QString("&Output"));
     QCOMPARE(record.action->shortcut(), QKeySequence(Qt::Key_F9));
     QCOMPARE(record.menuTitle + QString(" %1 %2").arg(record.menuNumber).arg(record.actionNumber),

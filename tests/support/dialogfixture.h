@@ -61,13 +61,15 @@ public:
 
     /// Opens the dialog, which is created if necessary, runs \a action in its event loop, and clicks the Exit
     /// button if the dialog is still open. If this does not close the dialog, returns false and closes it
-    /// without writing the changes.
+    /// without writing the changes. Ends the test program if the dialog does not open.
     bool open(const std::function<void()> &action)
     {
         if (!dialog)
             create();
+        bool hasRun = false;
         bool left = true;
         QTimer::singleShot(0, dialog.get(), [&] {
+            hasRun = true;
             action();
             const MessageBoxes rejecting; // an unexpected box would block the test
             if (dialog->isVisible())
@@ -77,6 +79,8 @@ public:
                 dialog->done(QDialog::Rejected);
         });
         dialog->update_and_exec();
+        if (!hasRun)
+            qFatal("the dialog was not opened");
         return left;
     }
 
