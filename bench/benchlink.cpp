@@ -18,7 +18,7 @@ QByteArray formatted(const char *format, va_list arguments)
 {
     char text[256];
     const int length = std::vsnprintf(text, sizeof text, format, arguments);
-    return {text, length};
+    return {text, qMin(length, int(sizeof text) - 1)};
 }
 
 } // namespace
