@@ -27,7 +27,10 @@ bool isInput(const QObject *receiver, const QEvent *event)
     case QEvent::TouchUpdate:
     case QEvent::TouchEnd:
         return true;
-    case QEvent::Timer: // a spin box steps while the mouse button is held on an arrow
+    // While the mouse button is held on an arrow, a spin box steps by a timer, and also when the mouse moves
+    // to the other arrow.
+    case QEvent::Timer:
+    case QEvent::MouseMove:
         return qobject_cast<const QAbstractSpinBox *>(receiver);
     default:
         return false;
