@@ -39,8 +39,8 @@ void reportProblem(const QString &line)
     std::fprintf(stderr, "frontend: %s\n", qPrintable(line));
 }
 
-/// Selects the offscreen platform for a headless run. Returns false if a window is wanted and there is no
-/// display. Call it before creating the application object.
+/// Selects the offscreen platform for a headless run. Returns false if a window is wanted, but neither a
+/// display nor QT_QPA_PLATFORM is set. Call it before creating the application object.
 bool choosePlatform(const Options &options)
 {
     if (options.headless)

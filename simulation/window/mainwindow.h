@@ -21,7 +21,8 @@ class MainWindow : public QMainWindow
     Q_OBJECT
 
 public:
-    /// \a session must outlive the window. With \a dark, the window starts with the dark palette.
+    /// \a session must outlive the window. With \a dark, the whole program starts with the dark style and
+    /// palette.
     MainWindow(Session &session, bool dark, QWidget *parent = nullptr);
 
     ControllerWindow &controllerWindow() { return m_controller; }
