@@ -23,7 +23,7 @@ public:
     QString moduleName() override;
     QString moduleVersion() override;
 
-    /// Creates the dialog and the action if there are none, unless "ObserverMode" is set. Returns the record
+    /// Creates the dialog and the action if there are none, unless "ObserverMode" is true. Returns the record
     /// of the action, if there is an action.
     QList<ModuleAction *> moduleActions() override;
 

@@ -96,8 +96,9 @@ void LineMonitor::sleep()
         return;
     // The wait has failed, now or in an earlier call, so the condition is unusable: another wait, or a
     // signal, could block forever. After the failure it is unknown whether this thread holds the mutex. Lock
-    // it, and set the state to Awake, so that no thread that checks the state from now on signals. Then
-    // release every level of the mutex, pause, and return with the mutex held once.
+    // it, and set the state to Awake, so that later calls of append(), interruptWorker() and beginService()
+    // lead to no signal. A server that is serving now may still signal once. Then release every level of the
+    // mutex, pause, and return with the mutex held once.
     mutexLock(m_mutex);
     m_waitFailed = true;
     m_state = Awake;
