@@ -8,7 +8,9 @@
 #include <QAbstractSpinBox>
 #include <QComboBox>
 #include <QEvent>
+#include <QHideEvent>
 #include <QScrollArea>
+#include <QShowEvent>
 #include <QVBoxLayout>
 
 namespace simulation {
@@ -48,13 +50,15 @@ void ControllerWindow::setVersionChangeable(bool changeable)
 void ControllerWindow::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    emit visibilityChanged(true);
+    if (!event->spontaneous())
+        emit visibilityChanged(true);
 }
 
 void ControllerWindow::hideEvent(QHideEvent *event)
 {
     QWidget::hideEvent(event);
-    emit visibilityChanged(false);
+    if (!event->spontaneous())
+        emit visibilityChanged(false);
 }
 
 /// Makes the mouse wheel scroll the panels while the pointer is over a combo box or spin box without the

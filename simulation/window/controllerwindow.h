@@ -24,7 +24,8 @@ public:
 signals:
     /// StatePanel::versionWanted() was emitted.
     void versionWanted(const BackendVersions &version);
-    /// The window was shown (\a visible true) or hidden.
+    /// The window was shown (\a visible true) or hidden. Not emitted when the window system minimizes or
+    /// restores the window.
     void visibilityChanged(bool visible);
 
 protected:
