@@ -1,5 +1,5 @@
 # Sets the folders of the installed files, relative to the prefix.
-if(EXISTS /etc/debian_version AND CMAKE_LIBRARY_ARCHITECTURE)
+if(EXISTS /etc/debian_version AND CMAKE_LIBRARY_ARCHITECTURE AND NOT DEFINED CMAKE_INSTALL_LIBDIR)
     # GNUInstallDirs chooses this folder only if the prefix is /usr when the project is configured. The prefix is often
     # given only later, to cmake --install.
     set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE PATH "Folder of the libraries")
