@@ -25,9 +25,8 @@ bool measureSetup(int types, int tickingChannels, const Receivers &receivers, Re
     ModuleUnderTest module(receivers, setup);
     const bool arrived = measureCalls(module, receivers, framesPerRun, costs);
     if (!arrived)
-        report.remark(
-            QString::fromLatin1("datagrams were lost while calls were measured with %1 ticking channels")
-                .arg(tickingChannels));
+        report.remark(QString::fromLatin1("datagrams were lost while the calls for %1 channels were measured")
+                          .arg(tickingChannels));
     return arrived;
 }
 

@@ -46,8 +46,8 @@ void addMemoryRows(const BenchOptions &options, const Receivers & /*receivers*/,
         runnings.push_back(running);
         forwarding.add(running - idle, thread);
     }
-    report.add(QLatin1String("memory of a channel and its page, idle [KiB]"), median(idles));
-    report.add(QLatin1String("memory of a channel and its page, running [KiB]"), median(runnings));
+    report.add(QLatin1String("memory of a channel and its dialog tab, idle [KiB]"), median(idles));
+    report.add(QLatin1String("memory of a channel and its dialog tab, running [KiB]"), median(runnings));
     report.add(QLatin1String("memory, running minus idle / a sending thread [KiB]"), forwarding,
                Goal::shown());
 
