@@ -18,8 +18,8 @@ void onSignal(int)
     const int before = errno;
     const char mark = 1;
     const ssize_t written = ::write(selfPipe[1], &mark, sizeof mark);
-    // The write may fail because the pipe is full. The byte is not needed then, because the pipe already
-    // holds others.
+    // A handler could do nothing about a failed write. The pipe cannot be full: because of SA_RESETHAND, each
+    // of the two signals writes at most one byte.
     static_cast<void>(written);
     errno = before;
 }
