@@ -33,8 +33,9 @@ public:
     /// and sets \a problem to a message of one line on failure.
     bool start(QString *problem);
 
-    /// Returns the Controller, which is thread-safe. After a change of its state on another thread, the data
-    /// and the clients follow when the event loop has processed the change.
+    /// Returns the Controller, which is thread-safe. After a change of its state on another thread, the UDP
+    /// output uses the new state, and the clients of the data server receive it, only when the event loop has
+    /// processed the change.
     SimulatedController &controller() { return m_controller; }
     quint16 commandPort() const { return m_commandServer.port(); }
     quint16 dataPort() const { return m_dataServer.port(); }

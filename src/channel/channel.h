@@ -139,7 +139,7 @@ public:
     void setTickedTypesCallback(std::function<void()> callback);
 
     /// Returns the IPv4 address of \a host, a dotted address or a name, in host byte order, or 0 if it has
-    /// none. Blocks while it looks up a name, and shows the busy cursor.
+    /// none. Blocks while it looks up a name, and shows the wait cursor.
     static quint32 lookUp(const QString &host);
 
     /// Returns whether \a candidate is this computer's address, its name, or its name and domain joined by a

@@ -96,8 +96,8 @@ void NetworkDialog::rebuildChannels()
 
 void NetworkDialog::destroyChannels()
 {
-    // Order matters: publish() waits until no data thread uses the channels, and pages refer to their
-    // channels.
+    // Order matters: publish() waits until no data thread and no worker of another channel uses the channels,
+    // and pages refer to their channels.
     m_fanOut->publish({});
     while (!m_pages.isEmpty())
         delete m_pages.takeFirst();

@@ -34,8 +34,8 @@ public:
         EventCount
     };
 
-    /// \a channelNumber counts from 1, as the user does. \a channel must live on the GUI thread and outlive
-    /// the log.
+    /// \a channelNumber counts from 1, as the user does. \a channel must live on the GUI thread and must have
+    /// the log as a member: queued messages use the log and are discarded when \a channel is destroyed.
     RouterLog(QObject *channel, int channelNumber);
 
     /// Logs \a event, at most once per second for each kind of event; the next message of that kind gives the
