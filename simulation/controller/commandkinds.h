@@ -21,7 +21,7 @@ constexpr int commandKindCount = 17;
 const std::array<CommandKind, commandKindCount> &commandKinds();
 
 /// Returns the position in commandKinds() of the kind to which \a text belongs, or -1 if it belongs to none.
-/// \a isCommand tells whether \a text is a command or a query.
+/// \a isCommand is true for a command and false for a query.
 int commandKindOf(bool isCommand, const QByteArray &text);
 
 } // namespace simulation

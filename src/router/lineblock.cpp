@@ -27,7 +27,7 @@ std::size_t LineBlock::allocationFor(const RouterLine &line) const
 void LineBlock::append(const RouterLine &line)
 {
     if (const std::size_t bytes = allocationFor(line)) {
-        m_memory.reserve(bytes); // resize() alone may allocate more than allocationFor() has announced
+        m_memory.reserve(bytes); // resize() alone may allocate more than allocationFor() has returned
         m_memory.resize(bytes);
     }
     const Lengths lengths = {line.type.size(), line.line.size()};
