@@ -4,8 +4,8 @@
 #include "condition.h"
 #include "fedchannel.h"
 #include "loop.h"
+#include "platformthreads.h"
 #include "table.h"
-#include "threads.h"
 #include "waiting.h"
 
 #include <QRandomGenerator>

@@ -1,6 +1,6 @@
 #include "condition.h"
 #include "native.h"
-#include "threads.h"
+#include "platformthreads.h"
 #include "waiting.h"
 
 #include <QElapsedTimer>

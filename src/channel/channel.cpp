@@ -131,6 +131,16 @@ void Channel::setTickedTypesCallback(std::function<void()> callback)
     m_tickedTypesCallback = std::move(callback);
 }
 
+void Channel::setDestinationCallback(std::function<void()> callback)
+{
+    m_destinationCallback = std::move(callback);
+}
+
+void Channel::setDivisorCallback(std::function<void()> callback)
+{
+    m_divisorCallback = std::move(callback);
+}
+
 void Channel::setMonitorIp(QString monitorIp)
 {
     m_monitorIp = monitorIp;
@@ -218,19 +228,31 @@ void Channel::setMulticast(bool b)
 
 void Channel::setDataDivisor(int dataDiv)
 {
-    if (dataDiv < 1 || dataDiv == m_dataDivisor)
-        return;
-    m_dataDivisor = dataDiv;
-    m_changed = true;
+    if (dataDiv >= 1 && storeDivisor(dataDiv))
+        m_changed = true;
+}
+
+/// Returns whether \a divisor is another one than before.
+bool Channel::storeDivisor(int divisor)
+{
+    if (m_dataDivisor.exchange(divisor) == divisor)
+        return false;
+    m_divisorCallback();
+    return true;
 }
 
 void Channel::setIp(uint ip)
 {
-    uint32_t first, second, third, fourth;
-    splitIpv4(&first, &second, &third, &fourth, ip);
-    m_host = QString::fromLatin1("%1.%2.%3.%4").arg(first).arg(second).arg(third).arg(fourth);
+    m_host = dotted(ip);
     setDestination(ip, port());
     m_changed = true;
+}
+
+QString Channel::dotted(quint32 address)
+{
+    uint32_t first, second, third, fourth;
+    splitIpv4(&first, &second, &third, &fourth, address);
+    return QString::fromLatin1("%1.%2.%3.%4").arg(first).arg(second).arg(third).arg(fourth);
 }
 
 void Channel::setHost(const QString &h)
@@ -258,7 +280,9 @@ quint32 Channel::lookUp(const QString &host)
 
 void Channel::setDestination(quint32 address, int port)
 {
-    m_destination = quint64{address} << PortBits | static_cast<quint16>(port);
+    const quint64 both = quint64{address} << PortBits | static_cast<quint16>(port);
+    if (m_destination.exchange(both) != both)
+        m_destinationCallback();
 }
 
 bool Channel::isPort(int number)

@@ -76,7 +76,7 @@ public:
     /// Rebuilds the rows from \a types: well-known identifiers first, in their fixed order, then the others
     /// in the order of the catalogue; a type without a name gets no row. All ticks are off until load() has
     /// read them. tickedTypes() does not change, so that a refresh does not break up a frame.
-    void setOutputTypes(const QList<networksettings2g::OutputTypeInfo> &types);
+    void setOutputTypes(const QList<OutputTypeInfo> &types);
 
     /// Set the identities of this computer that isMyIp() compares with: its address as the Controller sees
     /// it, its name, and its domain. Empty if unknown.
@@ -138,6 +138,14 @@ public:
     /// Replaces the previous callback. \a callback must not be empty.
     void setTickedTypesCallback(std::function<void()> callback);
 
+    /// Make the channel call \a callback after each change of destination() or dataDivisor(), whatever has
+    /// caused it. They replace the previous callback. \a callback must not be empty.
+    void setDestinationCallback(std::function<void()> callback);
+    void setDivisorCallback(std::function<void()> callback);
+
+    /// Returns the dotted form of \a address, which is in host byte order.
+    static QString dotted(quint32 address);
+
     /// Returns the IPv4 address of \a host, a dotted address or a name, in host byte order, or 0 if it has
     /// none. Blocks while it looks up a name, and shows the wait cursor.
     static quint32 lookUp(const QString &host);
@@ -188,15 +196,15 @@ private:
     void commitTicks();
     void commitDestination();
     void commitDataDivisor();
-    QVector<networksettings2g::OutputTypeInfo>
-    inDisplayOrder(const QList<networksettings2g::OutputTypeInfo> &types) const;
-    void fillRows(const QVector<networksettings2g::OutputTypeInfo> &types);
+    QVector<OutputTypeInfo> inDisplayOrder(const QList<OutputTypeInfo> &types) const;
+    void fillRows(const QVector<OutputTypeInfo> &types);
     void findHiddenRows();
     void updateTickedTypes();
     bool hasPendingTick() const;
     static bool isTickPending(const QStandardItem &identifier);
     void setHostAndPort(const QString &host, int port);
     void setDestination(quint32 address, int port);
+    bool storeDivisor(int divisor);
     static bool isPort(int number);
 
     static constexpr int PortBits = 16;
@@ -219,5 +227,7 @@ private:
     QString m_host;
     QVector<QByteArray> m_tickedTypes;
     std::function<void()> m_tickedTypesCallback = [] {};
+    std::function<void()> m_destinationCallback = [] {};
+    std::function<void()> m_divisorCallback = [] {};
     bool m_holdTicks = false; // true while rows are rebuilt or ticks loaded: m_tickedTypes must not change
 };

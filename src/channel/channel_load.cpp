@@ -64,7 +64,7 @@ void Channel::loadDataDivisor()
         divisor = 1;
     }
     // The router divides by this value, so it must not be 0.
-    m_dataDivisor = qMax(divisor, 1);
+    storeDivisor(qMax(divisor, 1));
 }
 
 void Channel::loadTicks()

@@ -5,7 +5,7 @@
 #include "hostlog.h"
 #include "iomanager.h"
 
-namespace networksettings2g {
+using namespace networksettings2g;
 
 namespace {
 
@@ -75,5 +75,3 @@ QString queryMonitorIp(IOManager *manager)
     manager->getValue(answer.buffer(), commands::monitorAddress);
     return answer.text().section(QLatin1Char(' '), 1, 1);
 }
-
-} // namespace networksettings2g

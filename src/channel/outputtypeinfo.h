@@ -5,8 +5,6 @@
 
 class IOManager;
 
-namespace networksettings2g {
-
 /// One ASCII output type that the Controller offers.
 struct OutputTypeInfo
 {
@@ -26,5 +24,3 @@ int queryOutputTypes(IOManager *manager, QList<OutputTypeInfo> *types);
 /// the query fails or the answer has no second word. A failure is not logged. Blocks for one query. GUI
 /// thread only.
 QString queryMonitorIp(IOManager *manager);
-
-} // namespace networksettings2g

@@ -212,7 +212,7 @@ private:
     QIcon m_lockIcon;
     bool m_routerChanged = false;            // the user has toggled the router check box since the opening
     std::atomic<bool> m_routerActive{false}; // while true, the fan-out passes lines on
-    QList<networksettings2g::OutputTypeInfo> m_outputTypes; // the catalogue as last read
+    QList<OutputTypeInfo> m_outputTypes;     // the catalogue as last read
     // Shared with the channels, whose workers use it.
     std::shared_ptr<networksettings2g::ChannelFanOut> m_fanOut =
         std::make_shared<networksettings2g::ChannelFanOut>(m_routerActive);
@@ -222,5 +222,6 @@ private:
     int m_callsFromHost = 0;         // CallFromHost objects alive
     bool m_openingDue = false;       // the action was triggered during an operation of the hidden dialog
     bool m_catalogueChanged = false; // a catalogue change arrived during an operation
-    bool m_releaseDue = false;       // the host called release() from within a command
+    std::atomic<bool> m_followQueued{false}; // an event that follows a catalogue change is queued
+    bool m_releaseDue = false;               // the host called release() from within a command
 };

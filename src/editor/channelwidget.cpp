@@ -133,9 +133,9 @@ void ChannelWidget::updateFromChannel()
 
 void ChannelWidget::showWhetherMyIp()
 {
-    m_myIpSlotEnabled = false;
+    m_myIpSlotArmed = false;
     checkBox_my_ip->setChecked(m_channel->isMyIp());
-    m_myIpSlotEnabled = true;
+    m_myIpSlotArmed = true;
 }
 
 void ChannelWidget::showRows()
@@ -205,7 +205,7 @@ void ChannelWidget::enterNamesMode()
 
 void ChannelWidget::on_checkBox_my_ip_toggled(bool val)
 {
-    if (!m_myIpSlotEnabled)
+    if (!m_myIpSlotArmed)
         return;
     lineEdit_host->setEnabled(!val);
     if (!val)

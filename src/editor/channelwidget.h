@@ -2,6 +2,7 @@
 
 #include "ui_channelwidget.h"
 
+#include <QMessageBox>
 #include <QWidget>
 
 struct BackendVersions;
@@ -103,14 +104,14 @@ private:
     bool judgeUnicast(const QString &host, quint32 address);
     quint32 addressOf(const QString &host) const;
     int systemModel() const;
-    void warn(const QString &message);
+    void warn(const QString &message, QMessageBox::StandardButton defaultButton = QMessageBox::NoButton);
 
     IOManager *m_ioManager;
     BackendVersions *m_versions;
     ChannelAsRouter *m_channel;
     QRegExpValidator *m_hostNameValidator = nullptr;
     QRegExpValidator *m_ipDigitsValidator = nullptr;
-    bool m_myIpSlotEnabled = true; // false while showWhetherMyIp() sets the check box
-    bool m_routerMode = false;     // see setRouterMode()
-    bool m_silenced = false;       // see silence()
+    bool m_myIpSlotArmed = true; // false while showWhetherMyIp() sets the check box
+    bool m_routerMode = false;   // see setRouterMode()
+    bool m_silenced = false;     // see silence()
 };

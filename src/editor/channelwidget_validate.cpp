@@ -41,7 +41,7 @@ bool ChannelWidget::validate()
 
     const QString host = lineEdit_host->text();
     if (host.isEmpty()) {
-        warn(tr("Invalid empty host for channel %1").arg(m_channel->number()));
+        warn(tr("Invalid empty host for channel %1").arg(m_channel->number()), QMessageBox::Cancel);
         return false;
     }
     const int model = systemModel();
@@ -51,7 +51,8 @@ bool ChannelWidget::validate()
         warn(tr("If you intend this computer to be the destination host of channel %1 please \n"
                 "use the 'this computer' check box instead of '%2'.")
                  .arg(m_channel->number())
-                 .arg(host));
+                 .arg(host),
+             QMessageBox::Cancel);
         return false;
     }
 
@@ -112,7 +113,8 @@ int ChannelWidget::systemModel() const
     return m_ioManager->getIntValue(&model, commands::systemModel) == 0 ? model : -1;
 }
 
-void ChannelWidget::warn(const QString &message)
+void ChannelWidget::warn(const QString &message, QMessageBox::StandardButton defaultButton)
 {
-    showMessage(this, QMessageBox::Warning, tr("Network Settings"), message, QMessageBox::Cancel);
+    showMessage(this, QMessageBox::Warning, tr("Network Settings"), message, QMessageBox::Cancel,
+                defaultButton);
 }

@@ -1,7 +1,7 @@
 #include "channelfanout.h"
 
 #include "channelasrouter.h"
-#include "threads.h"
+#include "platformthreads.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "threads.h"
+#include "platformthreads.h"
 
 namespace networksettings2g {
 

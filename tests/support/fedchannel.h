@@ -81,7 +81,7 @@ public:
     /// previous ticks until tick() changes one.
     void setCatalogue(const QByteArrayList &names)
     {
-        QList<networksettings2g::OutputTypeInfo> types;
+        QList<OutputTypeInfo> types;
         for (const QByteArray &name : names)
             types.append({QString::fromLatin1(name), QString(), true});
         setOutputTypes(types);

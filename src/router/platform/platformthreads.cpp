@@ -1,4 +1,4 @@
-#include "threads.h"
+#include "platformthreads.h"
 
 #include "condition.h"
 #include "native.h"
@@ -18,6 +18,10 @@ constexpr int32_t queueMaximum = 1000000000; // more posts than there can be wai
 constexpr int32_t goneLimit = 500000000;
 
 constexpr uint32_t threadStackBytes = 102400;
+
+/// So often a starting thread gives up its time slice before it sleeps. Giving it up does not let a thread of
+/// lower priority run on every system.
+constexpr int yields = 100;
 
 class SCOPED_CAPABILITY LockGuard
 {
@@ -375,8 +379,8 @@ int threadStart(uint32_t (*entry)(void *), void *argument)
         delete record;
         return PlatformFailed;
     }
-    while (start.started.load(std::memory_order_acquire) == 0)
-        nativeSleep(0);
+    for (int round = 0; start.started.load(std::memory_order_acquire) == 0; ++round)
+        nativeSleep(round < yields ? 0 : 1);
     return Succeeded;
 }
 
