@@ -1,4 +1,5 @@
 #include "dialogfixture.h"
+#include "fakeiomanager.h"
 #include "gestures.h"
 #include "table.h"
 
@@ -55,6 +56,7 @@ private slots:
     void metaObjectsHaveExactlyTheseMethods();
     void tabsFollowHighestChannelInUse();
     void clicksReachTheControlsAboveTenTabs();
+    void hostGetsEachFormatAsListed();
     void openingBringsEverythingUpToDate();
     void cursorIsBusyOnlyWhileTheControllerWorks();
     void changedChannelCountRebuildsTheTabs();
@@ -67,6 +69,8 @@ private slots:
     void closedChannelGetsNoDataDuringItsResetCommand();
     void catalogueChangeIsHandledOnlyInRouterMode_data();
     void catalogueChangeIsHandledOnlyInRouterMode();
+    void waitingMessagesCauseOneRefresh();
+    void openingShowsTheFocusOnTheTabRow();
 };
 
 /// Hosts can reach signals and slots by name, so none may be missing or be added.
@@ -113,6 +117,76 @@ void TestDialog::tabsFollowHighestChannelInUse()
 }
 
 /// With ten channels there is no "+" tab. Its page must not be shown elsewhere.
+/// A host may dispatch its calls by the format.
+void TestDialog::hostGetsEachFormatAsListed()
+{
+    FakeIOManager host;
+    host.answers = {
+        {"config is_changeable", "yes"},           {"output net_via_router", "no"},
+        {"output number_of_types", "1"},           {"output type t01", "6d"},
+        {"output type_desc 6d", "body"},           {"output available 6d", "yes"},
+        {"output net chmon", "udp 127.0.0.9"},     {"output net ch01", "udp 127.0.0.1 5001"},
+        {"output net ch02", "udp 127.0.0.9 5002"}, {"output net ch03", "multicast 239.1.1.1 5003"},
+        {"output net_active ch01", "yes"},         {"output net_active ch02", "yes"},
+        {"output net_active ch03", "yes"},         {"system model", "100"}}; // may send to 127.0.0.1
+    QWidget window;
+    BackendVersions versions{{}, 1, 9, 0};
+    NetworkDialog dialog(&host, &window, &versions);
+    dialog.start();
+    const auto openAnd = [&](const std::function<void()> &edit) {
+        QTimer::singleShot(0, &dialog, [&] {
+            MessageBoxes boxes({QMessageBox::Yes});
+            edit();
+            QTest::keyClick(&dialog, Qt::Key_Escape);
+            if (dialog.isVisible())
+                dialog.done(QDialog::Rejected);
+        });
+        dialog.update_and_exec();
+    };
+    openAnd([&] {
+        for (ChannelWidget *page : dialog.findChildren<ChannelWidget *>())
+            page->channel()->typeModel()->item(0)->setCheckState(Qt::Checked);
+        dialog.checkBox_actAsRouter->setChecked(true);
+    });
+    host.answers["output net_via_router"] = "yes";
+    openAnd([&] {
+        dialog.checkBox_actAsRouter->setChecked(false);
+        QTest::keyClick(&dialog, Qt::Key_W, Qt::ControlModifier);
+    });
+    dialog.teardownRequests();
+
+    const QSet<QByteArray> listed{"config is_changeable",
+                                  "output active ch%02d %s",
+                                  "output active ch%02d %s %s",
+                                  "output available %s",
+                                  "output net ch%02d",
+                                  "output net ch%02d multicast '%s' %d",
+                                  "output net ch%02d none",
+                                  "output net ch%02d udp '%s' %d",
+                                  "output net ch%02d udp my_ip %d",
+                                  "output net chmon",
+                                  "output net_active ch%02d",
+                                  "output net_active ch%02d no",
+                                  "output net_active ch%02d yes",
+                                  "output net_divisor ch%02d",
+                                  "output net_divisor ch%02d %d",
+                                  "output net_via_router",
+                                  "output net_via_router no",
+                                  "output net_via_router yes",
+                                  "output number_of_types",
+                                  "output type t%02d",
+                                  "output type_desc %s",
+                                  "system model"};
+    const auto joined = [](const QSet<QByteArray> &texts) {
+        return QByteArrayList(texts.values()).join(", ");
+    };
+    QCOMPARE(joined(host.formats - listed), QByteArray());
+    QCOMPARE(joined(listed - host.formats), QByteArray());
+    for (const char *sent : {"output active ch03 6d yes", "output net ch01 udp '127.0.0.1' 5001",
+                             "output net ch02 udp my_ip 5002", "output net ch03 multicast '239.1.1.1' 5003"})
+        QVERIFY2(host.journal.contains(QString::fromLatin1(sent)), sent);
+}
+
 void TestDialog::clicksReachTheControlsAboveTenTabs()
 {
     DialogFixture fixture(withChannels(10));
@@ -186,6 +260,9 @@ void TestDialog::cursorIsBusyOnlyWhileTheControllerWorks()
         QVERIFY(!busyInBox);
         fixture.page(0)->lineEdit_host->setText("127.0.0.1");
         fixture.page(0)->spinBox_port->setValue(6001);
+        const int queries = fixture.sent().size();
+        clickTab(fixture.tabs()->tabBar(), 2);
+        QVERIFY(fixture.sent().size() > queries);
     }));
     QVERIFY(!QGuiApplication::overrideCursor());
     QVERIFY(fixture.controller.commands().contains("output net ch01 udp '127.0.0.1' 6001"));
@@ -426,6 +503,41 @@ void TestDialog::catalogueChangeIsHandledOnlyInRouterMode()
     QCoreApplication::processEvents();
     QCOMPARE(!fixture.sent().isEmpty(), routing);
     QCOMPARE(steps, routing ? QStringList({"off", "on, new type requested"}) : QStringList());
+}
+
+void TestDialog::waitingMessagesCauseOneRefresh()
+{
+    DialogFixture fixture([&](ControllerState &state) {
+        withChannels(1)(state);
+        state.viaRouter = true;
+    });
+    fixture.create();
+    for (int burst = 1; burst <= 2; ++burst) {
+        std::thread([&] {
+            for (int message = 0; message < 5; ++message)
+                fixture.link.sendMessage("OutputTypesChanged");
+        }).join();
+        QCoreApplication::processEvents();
+        QCOMPARE(fixture.routerSwitches.size(), 2 * burst);
+    }
+}
+
+/// The space bar changes nothing before the user has moved the focus.
+void TestDialog::openingShowsTheFocusOnTheTabRow()
+{
+    DialogFixture fixture(withChannels(2));
+    for (int opening = 0; opening < 2; ++opening) {
+        fixture.open([&] {
+            QVERIFY(QTest::qWaitForWindowActive(fixture.dialog.get()));
+            QWidget *focused = fixture.dialog->focusWidget();
+            QCOMPARE(focused, fixture.tabs()->tabBar());
+            QVERIFY(fixture.dialog->testAttribute(Qt::WA_KeyboardFocusChange));
+            QTest::keyClick(focused, Qt::Key_Space);
+            QVERIFY(!fixture.dialog->checkBox_actAsRouter->isChecked());
+            QVERIFY(fixture.page(0)->checkBox_active_channel->isChecked());
+            fixture.page(0)->checkBox_active_channel->setFocus();
+        });
+    }
 }
 
 QTEST_MAIN(TestDialog)

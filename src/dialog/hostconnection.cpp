@@ -2,7 +2,7 @@
 
 #include <QScopedValueRollback>
 
-#include <cstdio>
+#include <cstring>
 
 namespace networksettings2g {
 
@@ -10,16 +10,26 @@ namespace {
 
 constexpr int failed = -1;
 
-QByteArray formatted(const char *format, va_list arguments)
+/// The largest number of arguments of a format in commands.h.
+constexpr std::size_t maximumArguments = 3;
+
+/// Calls \a call with the values in \a read, followed by the arguments for the conversions in \a format.
+/// Each level of the recursion reads one argument: a text for "%s", an int for any other conversion.
+template <typename Call, typename... Read>
+int callWithArguments(const char *format, va_list arguments, Call call, Read... read)
 {
-    va_list measured;
-    va_copy(measured, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, measured);
-    va_end(measured);
-    QByteArray text(qMax(length, 0), Qt::Uninitialized);
-    // QByteArray keeps room for the terminating zero.
-    std::vsnprintf(text.data(), static_cast<size_t>(text.size()) + 1, format, arguments);
-    return text;
+    const char *conversion = std::strchr(format, '%');
+    if (!conversion)
+        return call(read...);
+    if constexpr (sizeof...(read) < maximumArguments) {
+        if (conversion[1] == 's') {
+            const char *text = va_arg(arguments, const char *);
+            return callWithArguments(conversion + 1, arguments, call, read..., text);
+        }
+        const int number = va_arg(arguments, int);
+        return callWithArguments(conversion + 1, arguments, call, read..., number);
+    }
+    return failed;
 }
 
 } // namespace
@@ -38,31 +48,41 @@ int HostConnection::pass(Call call)
     return call(m_ioManager);
 }
 
+template <typename Function, typename... Answer>
+int HostConnection::send(Function function, const char *format, va_list arguments, Answer... answer)
+{
+    return pass([&](IOManager *host) {
+        return callWithArguments(format, arguments, [&](auto... values) {
+            return (host->*function)(answer..., format, values...);
+        });
+    });
+}
+
 int HostConnection::getValue(char *answer, const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const QByteArray text = formatted(format, arguments);
+    const int result = send(&IOManager::getValue, format, arguments, answer);
     va_end(arguments);
-    return pass([&](IOManager *host) { return host->getValue(answer, "%s", text.constData()); });
+    return result;
 }
 
 int HostConnection::getIntValue(int *answer, const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const QByteArray text = formatted(format, arguments);
+    const int result = send(&IOManager::getIntValue, format, arguments, answer);
     va_end(arguments);
-    return pass([&](IOManager *host) { return host->getIntValue(answer, "%s", text.constData()); });
+    return result;
 }
 
 int HostConnection::setValue(const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const QByteArray text = formatted(format, arguments);
+    const int result = send(&IOManager::setValue, format, arguments);
     va_end(arguments);
-    return pass([&](IOManager *host) { return host->setValue("%s", text.constData()); });
+    return result;
 }
 
 int HostConnection::requestOutputType(const char *type, Requester *requester)

@@ -2,8 +2,6 @@
 
 #include "iomanager.h"
 
-#include <QByteArray>
-
 #include <cstdarg>
 
 namespace networksettings2g {
@@ -12,8 +10,8 @@ namespace networksettings2g {
 /// host until close(). Afterwards every call fails without reaching the host, so an operation that is in
 /// progress at shut-down sends nothing more. GUI thread only.
 ///
-/// A query or command is formatted here and passed to the host as a text with the format "%s", because a
-/// variadic function cannot pass its arguments on to another one.
+/// A query or command reaches the host with the format in commands.h and its arguments, so that the host can
+/// dispatch by the format. The formats may have at most three conversions, "%s", "%d" or "%02d".
 class HostConnection final : public IOManager
 {
 public:
@@ -41,6 +39,10 @@ public:
 private:
     template <typename Call>
     int pass(Call call);
+
+    /// Calls \a function of the host with \a answer, \a format and the arguments for the format.
+    template <typename Function, typename... Answer>
+    int send(Function function, const char *format, va_list arguments, Answer... answer);
 
     IOManager *m_ioManager; // null after close()
     int m_callsUnderWay = 0;

@@ -114,12 +114,16 @@ int NetworkDialog::onMessage(int /*a*/, int /*b*/, const char *text)
         const CallFromHost call(this);
         followCatalogueChange();
     };
+    const auto followQueued = [this, follow] {
+        m_followQueued = false; // first, so that a later message is not lost
+        follow();
+    };
     // The refresh must run on the GUI thread, with the routers stopped before it and started after it. So a
-    // call on another thread queues the whole operation.
+    // call on another thread queues the whole operation, unless it is queued already.
     if (QThread::currentThread() == thread())
         follow();
-    else
-        QMetaObject::invokeMethod(this, follow, Qt::QueuedConnection);
+    else if (!m_followQueued.exchange(true))
+        QMetaObject::invokeMethod(this, followQueued, Qt::QueuedConnection);
     return 0;
 }
 

@@ -1,5 +1,6 @@
 #include "networkdialog.h"
 
+#include "busycursor.h"
 #include "channel.h"
 #include "channelwidget.h"
 #include "networkdialogtabwidget.h"
@@ -12,6 +13,7 @@ void NetworkDialog::onTabBarClicked(int index)
 {
     if (!m_tabWidget->isPlusTab(index) || !m_gate.mayBegin())
         return;
+    const BusyCursor busy;
     const Operation operation(&m_gate);
     m_tabWidget->removePlusTab();
     createChannel(index);

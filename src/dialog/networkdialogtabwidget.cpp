@@ -1,5 +1,6 @@
 #include "networkdialogtabwidget.h"
 
+#include <QShowEvent>
 #include <QTabBar>
 
 namespace {
@@ -26,6 +27,15 @@ void NetworkDialogTabWidget::removePlusTab()
 {
     if (hasPlusTab())
         removeTab(plusTab());
+}
+
+void NetworkDialogTabWidget::showEvent(QShowEvent *event)
+{
+    QTabWidget::showEvent(event);
+    if (event->spontaneous()) // a minimized window is restored
+        return;
+    window()->setAttribute(Qt::WA_KeyboardFocusChange); // styles draw the focus only with this attribute
+    tabBar()->setFocus(Qt::TabFocusReason);
 }
 
 bool NetworkDialogTabWidget::isPlusTab(int tab) const

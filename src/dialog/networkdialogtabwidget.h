@@ -24,6 +24,11 @@ public slots:
     /// Sets the colour of the title of tab \a tabIndex.
     void changeTabTitleFontColor(int tabIndex, const QColor &color);
 
+protected:
+    /// Gives the focus to the tab row, and makes it visible, when the dialog opens. On another widget a press
+    /// of the space bar could change a setting unnoticed.
+    void showEvent(QShowEvent *event) override;
+
 private:
     int plusTab() const;
 

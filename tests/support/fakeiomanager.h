@@ -32,6 +32,9 @@ public:
     /// receiver), or "log LEVEL COMPONENT NUMBER MESSAGE".
     QStringList journal;
 
+    /// The formats of all queries and commands so far.
+    QSet<QByteArray> formats;
+
     /// If set, each call, once it is in the journal, invokes this function with its line of the journal. The
     /// function may change the answers and the failing calls, which the call reads afterwards.
     std::function<void(const QByteArray &)> onCall;
@@ -94,6 +97,7 @@ public:
 private:
     QByteArray take(const char *format, va_list arguments)
     {
+        formats << format;
         char text[1024];
         std::vsnprintf(text, sizeof text, format, arguments);
         journal << QString::fromLatin1(text);
