@@ -39,6 +39,7 @@ private slots:
     void stalledChannelDelaysNoOther();
     void nextFrameGoesToTheNewDestination();
     void runningWorkerContinuesIfAThreadIsRefused();
+    void startedThreadBecomesTheWorkerIfAThreadIsRefused();
 
 private:
     void doStep(const QByteArray &step, FedChannel *channel, bool isSlow);
@@ -228,6 +229,7 @@ void TestRouter::startWhileAWorkerStopsWaitsForItsEnd()
     };
     LineMonitor stopping(isRunWanted);
     monitor = &stopping;
+    stopping.announceThread();
     QVERIFY(stopping.tryBecomeWorker());
     QVERIFY(stopping.tryStopWorker());
     QVERIFY(start.get());
@@ -368,6 +370,22 @@ void TestRouter::runningWorkerContinuesIfAThreadIsRefused()
     channel.updateRouterActiveState(true);
     channel.feed("fr3 6d3");
     QCOMPARE(channel.receiver.next(), bytesOf("fr3 6d3"));
+}
+
+void TestRouter::startedThreadBecomesTheWorkerIfAThreadIsRefused()
+{
+    Receiver receiver;
+    FedChannel channel(receiver.port());
+    channel.resetFrame(); // the first lock of this thread
+    faults::holdFirstLocks = true;
+    channel.updateRouterActiveState(true);
+    {
+        const faults::Refusal refusal(faults::ThreadCreate);
+        channel.updateRouterActiveState(true);
+    }
+    faults::holdFirstLocks = false;
+    channel.feed("fr1 6d1 fr2 6d2");
+    QCOMPARE(receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
 }
 
 QTEST_GUILESS_MAIN(TestRouter)

@@ -53,6 +53,7 @@ private slots:
     void eachEventIsLoggedAtMostOncePerSecond();
     void failureIsLogged_data();
     void failureIsLogged();
+    void interruptionsAndChangesAreLogged();
     void linesLostBeforeAResetAreLogged();
     void handlerMayBlockOnTheGuiThreadDuringDestruction();
 };
@@ -124,6 +125,35 @@ void TestRouterLog::failureIsLogged()
     channel.updateRouterActiveState(true);
     channel.feed(words);
     QVERIFY2(comesTrue([&] { return isLogged(reason); }), qPrintable(takeLogged().join('|')));
+}
+
+void TestRouterLog::interruptionsAndChangesAreLogged()
+{
+    QLoggingCategory::setFilterRules("networksettings.router=true");
+    RunningChannel channel;
+    channel.updateRouterActiveState(true);
+    channel.resetFrame();
+    channel.feed("fr1");
+    QVERIFY(comesTrue(faults::isAsleep)); // an awake worker could handle the line after the restart
+    channel.updateRouterActiveState(true);
+    channel.feed("6d1");
+    QVERIFY(comesTrue(faults::isAsleep));
+    channel.resetFrame();
+    channel.setIp(0x7f000002);
+    channel.setPort(5005);
+    channel.setDataDivisor(3);
+    channel.setDataDivisor(3);
+    channel.updateRouterActiveState(false);
+    channel.resetFrame();
+    channel.setDataDivisor(4);
+    QStringList expected{"started", "restarted between two frames",
+                         "restarted: the frame in progress is dropped",
+                         "the destination is now 127.0.0.2 port " + QString::number(channel.receiver.port()),
+                         "the divisor is now 3", "stopped",
+                         // data threads cause resets, so they are logged from the event loop
+                         "reset between two frames", "reset: the frame in progress is dropped"};
+    expected.replaceInStrings(QRegularExpression("^"), "channel 1: ");
+    QCOMPARE(takeLogged(), expected);
 }
 
 void TestRouterLog::linesLostBeforeAResetAreLogged()

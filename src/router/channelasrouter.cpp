@@ -2,7 +2,7 @@
 
 #include "channelfanout.h"
 #include "mutexguard.h"
-#include "threads.h"
+#include "platformthreads.h"
 #include "udp.h"
 
 using namespace networksettings2g;
@@ -32,6 +32,8 @@ ChannelAsRouter::ChannelAsRouter(IOManager *ioManager, int channelIndex, Backend
     mutexCreate(&m_frameMutex);
     if (!hasLocks())
         m_log.log(RouterLog::LocksRefused);
+    setDestinationCallback([this] { logDestination(); });
+    setDivisorCallback([this] { logDivisor(); });
 }
 
 ChannelAsRouter::~ChannelAsRouter()
@@ -76,8 +78,13 @@ void ChannelAsRouter::resetFrame()
 {
     if (!hasLocks())
         return;
-    const PriorityFrameLock lock(this);
-    dropFrame();
+    bool dropped = false;
+    {
+        const PriorityFrameLock lock(this);
+        dropped = dropFrame();
+    }
+    if (m_routerRunning)
+        m_log.post(dropped ? RouterLog::ResetWithinFrame : RouterLog::Reset);
 }
 
 void ChannelAsRouter::updateRouterActiveState(bool active)
@@ -94,6 +101,7 @@ void ChannelAsRouter::startRouter()
 {
     const bool wasRunning = m_routerRunning;
     bool hasSocket = false;
+    bool dropped = false;
     // Repeat a look-up that has failed. No lock is held, because data threads must not wait for a look-up.
     setHost(host());
     {
@@ -104,11 +112,11 @@ void ChannelAsRouter::startRouter()
         // m_routerRunning is set.
         const PriorityFrameLock lock(this);
         hasSocket = m_socketHandle || udpOpen(&m_socketHandle, 0, UdpAnyPort) == UdpSucceeded;
-        dropFrame();
+        dropped = dropFrame();
         m_routerRunning = true;
     }
-    if (!wasRunning)
-        m_log.log(RouterLog::Started);
+    const RouterLog::Event restart = dropped ? RouterLog::RestartedWithinFrame : RouterLog::Restarted;
+    m_log.log(wasRunning ? restart : RouterLog::Started);
     if (!hasSocket)
         m_log.log(RouterLog::SocketRefused);
     startThread();
@@ -119,15 +127,21 @@ void ChannelAsRouter::stopRouter()
     const bool wasRunning = m_routerRunning.exchange(false);
     m_lines.interruptWorker();
     threadSleep(stopMilliseconds);
-    resetFrame();
+    {
+        const PriorityFrameLock lock(this);
+        dropFrame();
+    }
     if (wasRunning)
         m_log.log(RouterLog::Stopped);
 }
 
 void ChannelAsRouter::startThread()
 {
-    // A worker that still exists continues, because m_routerRunning is set.
-    if (threadStart(workerEntry, this) == Succeeded || m_lines.hasWorker())
+    m_lines.announceThread();
+    if (threadStart(workerEntry, this) == Succeeded)
+        return;
+    // A worker that exists, or is about to, continues, because m_routerRunning is set.
+    if (m_lines.withdrawThread())
         return;
     m_routerRunning = false;
     m_log.log(RouterLog::ThreadRefused);
@@ -149,7 +163,7 @@ void ChannelAsRouter::runWorker()
         m_frame.startRun();
     }
     while (!m_lines.tryStopWorker()) {
-        if (m_frameLocksWanted > 0)
+        while (m_frameLocksWanted > 0)
             threadSleep(1); // lets the threads in PriorityFrameLock lock m_frameMutex
         waitForLines();
         // Serve the other channels first, because the send on this channel's own socket may wait. Serve them
@@ -259,7 +273,8 @@ ChannelAsRouter::LogEvent ChannelAsRouter::assembleFrame(uint32_t timeoutMicrose
     return dropped;
 }
 
-void ChannelAsRouter::dropFrame()
+/// Returns whether the frame had any text.
+bool ChannelAsRouter::dropFrame()
 {
     // Lines that a sleeping worker has left in the queue belong to the frame being dropped. None of them
     // completes a frame, because none has met the wake condition.
@@ -268,7 +283,23 @@ void ChannelAsRouter::dropFrame()
         while (m_block.read(&line))
             m_frame.add(line);
     }
+    const bool dropped = m_frame.hasText();
     m_frame.resetFrame();
+    return dropped;
+}
+
+void ChannelAsRouter::logDestination()
+{
+    const UdpDestination to = destination();
+    if (m_routerRunning)
+        m_log.log(RouterLog::DestinationChanged,
+                  QString::fromLatin1("%1 port %2").arg(dotted(to.address)).arg(to.port));
+}
+
+void ChannelAsRouter::logDivisor()
+{
+    if (m_routerRunning)
+        m_log.log(RouterLog::DivisorChanged, QString::number(dataDivisor()));
 }
 
 /// Sends the complete frame if it is sendable and the router runs. Returns the event to log if the frame

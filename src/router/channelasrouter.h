@@ -35,8 +35,7 @@ class ChannelFanOut;
 /// States: see LineMonitor.
 ///
 /// Invariants:
-/// 1. Lock order: LineMonitor::m_runMutex, m_frameMutex, LineMonitor::m_mutex. A thread that holds m_mutex
-///    may try to lock m_runMutex, without waiting. No thread holds the frame mutexes of two channels.
+/// 1. Lock order: m_frameMutex, LineMonitor::m_mutex. No thread holds the frame mutexes of two channels.
 /// 2. Lines are handled only with m_frameMutex held: by the worker, by a server, or by a thread that drops
 ///    the frame. The mutex stays locked during a send, in which the worker waits for the socket for at most
 ///    100 ms.
@@ -103,7 +102,9 @@ private:
     bool serveFrames(LogEvent *dropped) REQUIRES(m_frameMutex);
     LogEvent assembleFrame(uint32_t timeoutMicroseconds) REQUIRES(m_frameMutex);
     LogEvent sendFrame(uint32_t timeoutMicroseconds) REQUIRES(m_frameMutex);
-    void dropFrame() REQUIRES(m_frameMutex);
+    bool dropFrame() REQUIRES(m_frameMutex);
+    void logDestination();
+    void logDivisor();
 
     // enqueue() uses the first group of members, frame handling the second. Each group starts on its own
     // cache line, to prevent false sharing, and is kept small, because at every frame it must be loaded into

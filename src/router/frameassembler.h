@@ -60,6 +60,9 @@ public:
     /// Returns whether the text would exceed MaximumFrameBytes; text() is then empty.
     bool isOversized() const { return m_oversized; }
 
+    /// Returns whether the lines of the current frame, complete or not, have any text.
+    bool hasText() const { return m_oversized || !m_frameBuffer.isEmpty(); }
+
     /// Returns the frame's lines without empty ones, each ended by one CR LF.
     const QByteArray &text() const { return m_frameBuffer; }
 

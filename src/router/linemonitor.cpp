@@ -1,7 +1,7 @@
 #include "linemonitor.h"
 
 #include "mutexguard.h"
-#include "threads.h"
+#include "platformthreads.h"
 
 #include <utility>
 
@@ -18,7 +18,6 @@ LineMonitor::LineMonitor(std::function<bool()> isRunWanted)
     : m_isRunWanted(std::move(isRunWanted))
 {
     mutexCreate(&m_mutex);
-    mutexCreate(&m_runMutex);
     condCreate(&m_condition);
 }
 
@@ -26,10 +25,8 @@ LineMonitor::~LineMonitor()
 {
     if (m_condition)
         condDestroy(m_condition);
-    for (Mutex *mutex : {m_mutex, m_runMutex}) {
-        if (mutex)
-            mutexDestroy(mutex);
-    }
+    if (m_mutex)
+        mutexDestroy(m_mutex);
 }
 
 bool LineMonitor::append(const RouterLine &line)
@@ -53,28 +50,31 @@ void LineMonitor::interruptWorker()
         wakeWorker();
 }
 
+void LineMonitor::announceThread()
+{
+    const MutexGuard guard(m_mutex);
+    ++m_announcedThreads;
+}
+
+bool LineMonitor::withdrawThread()
+{
+    const MutexGuard guard(m_mutex);
+    --m_announcedThreads;
+    return m_hasWorker || m_announcedThreads > 0;
+}
+
 bool LineMonitor::tryBecomeWorker()
 {
     const MutexGuard guard(m_mutex);
-    return mutexTryLock(m_runMutex) != MutexHeldElsewhere;
+    --m_announcedThreads;
+    return !std::exchange(m_hasWorker, true);
 }
 
 bool LineMonitor::tryStopWorker()
 {
     const MutexGuard guard(m_mutex);
-    if (m_isRunWanted())
-        return false;
-    mutexUnlock(m_runMutex);
-    return true;
-}
-
-bool LineMonitor::hasWorker()
-{
-    const MutexGuard guard(m_mutex);
-    if (mutexTryLock(m_runMutex) == MutexHeldElsewhere)
-        return true;
-    mutexUnlock(m_runMutex);
-    return false;
+    m_hasWorker = m_isRunWanted();
+    return !m_hasWorker;
 }
 
 void LineMonitor::waitForLines(WakeCondition next)

@@ -42,9 +42,10 @@ namespace networksettings2g {
 ///    preempted before its signal, the next line from another thread causes a signal.
 /// 3. In state Asleep, all queued lines are in one block, and no lines were dropped before them: a second
 ///    block or a loss leads to Called.
-/// 4. Unless the platform fails, at most one thread is the worker. Becoming and ceasing to be the worker
-///    exclude each other, because both lock m_mutex. So if a thread fails to become the worker, the current
-///    worker has yet to check whether the run is still wanted.
+/// 4. At most one thread is the worker. Becoming and ceasing to be the worker exclude each other, because
+/// both
+///    lock m_mutex. So if a thread fails to become the worker, the current worker has yet to check whether
+///    the run is still wanted.
 class LineMonitor
 {
 public:
@@ -59,7 +60,7 @@ public:
 
     /// Returns false if a mutex or the condition could not be created; then only this function, isCalled()
     /// and the destructor may be called.
-    bool isUsable() const { return m_mutex && m_runMutex && m_condition; }
+    bool isUsable() const { return m_mutex && m_condition; }
 
     /// Queues a copy of \a line with LineQueue::append(), which may drop lines. Returns whether the state is
     /// Called afterwards. If so, the caller must call wakeWorker() of this monitor, or of the monitor of
@@ -74,15 +75,19 @@ public:
     /// function has changed to false; otherwise the worker notices the change only when it next wakes.
     void interruptWorker() EXCLUDES(m_mutex);
 
-    /// Makes the calling thread the worker. Returns false if another thread is the worker. Returns true also
-    /// if mutexTryLock() fails, so that the channel forwards nevertheless.
-    bool tryBecomeWorker() EXCLUDES(m_mutex) UNCHECKED_LOCKING;
+    /// Announces a thread that will call tryBecomeWorker(). Must be called before the thread is started.
+    void announceThread() EXCLUDES(m_mutex);
+
+    /// Withdraws an announcement, because the thread could not be started. Returns whether another thread is
+    /// the worker, or has been announced and will become the worker.
+    bool withdrawThread() EXCLUDES(m_mutex);
+
+    /// Makes the calling thread, which has been announced, the worker. Returns false if another thread is the
+    /// worker.
+    bool tryBecomeWorker() EXCLUDES(m_mutex);
 
     /// Worker: ceases to be the worker, unless the run is still wanted. Returns whether it has ceased.
-    bool tryStopWorker() EXCLUDES(m_mutex) UNCHECKED_LOCKING;
-
-    /// Returns whether another thread is the worker; false also if mutexTryLock() fails.
-    bool hasWorker() EXCLUDES(m_mutex) UNCHECKED_LOCKING;
+    bool tryStopWorker() EXCLUDES(m_mutex);
 
     /// Worker: sleeps until a signal comes or 100 ms have passed. During the sleep, a backlog, or a line
     /// that meets \a next, leads to Called. Returns at once if lines are queued or the run is not wanted.
@@ -143,7 +148,8 @@ private:
     bool m_waitFailed GUARDED_BY(m_mutex) = false;
     WakeCondition m_wakeCondition GUARDED_BY(m_mutex); // of the sleeping worker
     LineQueue m_queue GUARDED_BY(m_mutex);
-    Mutex *m_runMutex = nullptr; // held by the worker as long as it is the worker
+    bool m_hasWorker GUARDED_BY(m_mutex) = false;
+    int m_announcedThreads GUARDED_BY(m_mutex) = 0; // threads that have not called tryBecomeWorker() yet
     const std::function<bool()> m_isRunWanted;
 };
 

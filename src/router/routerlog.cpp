@@ -18,8 +18,20 @@ const char *textOf(RouterLog::Event event)
     switch (event) {
     case RouterLog::Started:
         return "started";
+    case RouterLog::Restarted:
+        return "restarted between two frames";
+    case RouterLog::RestartedWithinFrame:
+        return "restarted: the frame in progress is dropped";
     case RouterLog::Stopped:
         return "stopped";
+    case RouterLog::Reset:
+        return "reset between two frames";
+    case RouterLog::ResetWithinFrame:
+        return "reset: the frame in progress is dropped";
+    case RouterLog::DestinationChanged:
+        return "the destination is now ";
+    case RouterLog::DivisorChanged:
+        return "the divisor is now ";
     case RouterLog::LocksRefused:
         return "cannot route: its locks could not be created";
     case RouterLog::SocketRefused:
@@ -54,10 +66,10 @@ RouterLog::RouterLog(QObject *channel, int channelNumber)
 {
 }
 
-void RouterLog::log(Event event)
+void RouterLog::log(Event event, const QString &value)
 {
     if (const std::optional<int> suppressed = admit(event))
-        write(event, *suppressed);
+        write(event, value, *suppressed);
 }
 
 void RouterLog::post(std::optional<Event> event)
@@ -66,7 +78,7 @@ void RouterLog::post(std::optional<Event> event)
     if (!suppressed)
         return;
     QMetaObject::invokeMethod(
-        m_channel, [this, event, suppressed] { write(*event, *suppressed); }, Qt::QueuedConnection);
+        m_channel, [this, event, suppressed] { write(*event, {}, *suppressed); }, Qt::QueuedConnection);
 }
 
 /// If \a event may be logged now, returns how many events of its kind were suppressed since the last logged
@@ -85,13 +97,14 @@ std::optional<int> RouterLog::admit(Event event)
     return record.suppressed.exchange(0);
 }
 
-void RouterLog::write(Event event, int suppressed) const
+void RouterLog::write(Event event, const QString &value, int suppressed) const
 {
+    const QByteArray text = textOf(event) + value.toLatin1();
     if (suppressed > 0)
-        qCInfo(routerCategory, "channel %d: %s (%d more suppressed)", m_channelNumber, textOf(event),
+        qCInfo(routerCategory, "channel %d: %s (%d more suppressed)", m_channelNumber, text.constData(),
                suppressed);
     else
-        qCInfo(routerCategory, "channel %d: %s", m_channelNumber, textOf(event));
+        qCInfo(routerCategory, "channel %d: %s", m_channelNumber, text.constData());
 }
 
 } // namespace networksettings2g

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QString>
 
 #include <array>
 #include <atomic>
@@ -20,7 +20,13 @@ public:
     enum Event
     {
         Started,
+        Restarted,
+        RestartedWithinFrame,
         Stopped,
+        Reset,
+        ResetWithinFrame,
+        DestinationChanged,
+        DivisorChanged,
         LocksRefused,
         SocketRefused,
         ThreadRefused,
@@ -38,9 +44,9 @@ public:
     /// the log as a member: queued messages use the log and are discarded when \a channel is destroyed.
     RouterLog(QObject *channel, int channelNumber);
 
-    /// Logs \a event, at most once per second for each kind of event; the next message of that kind gives the
-    /// number of suppressed ones. GUI thread only.
-    void log(Event event);
+    /// Logs \a event with \a value, which only some events have, at most once per second for each kind of
+    /// event; the next message of that kind gives the number of suppressed ones. GUI thread only.
+    void log(Event event, const QString &value = {});
 
     /// Logs \a event, if it is not empty, as log() does, but from the GUI thread's event loop, so that the
     /// caller does not wait for the host: the host's message handler may be slow, or may wait for the GUI
@@ -55,7 +61,7 @@ private:
     };
 
     std::optional<int> admit(Event event);
-    void write(Event event, int suppressed) const;
+    void write(Event event, const QString &value, int suppressed) const;
 
     QObject *const m_channel;
     const int m_channelNumber;

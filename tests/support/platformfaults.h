@@ -121,9 +121,13 @@ constexpr int pacedBytes = 20000; // well below the usual size of a socket's buf
 inline thread_local std::atomic<bool> *heldAfterUnlock = nullptr;
 inline std::atomic<int> threadsHeldAfterUnlock{0}; // such unlocks so far
 
-/// If true, the calling thread polls for a mutex every 0.2 ms instead of queuing for it: the worst case of an
-/// unfair mutex.
+/// If true, the calling thread polls for a mutex every 5 ms instead of queuing for it: the worst case of an
+/// unfair mutex on a busy computer.
 inline thread_local bool locksUnfairly = false;
+
+/// While true, the first lock of a mutex by a thread does not return.
+inline std::atomic<bool> holdFirstLocks{false};
+inline thread_local bool hasLocked = false;
 
 /// Returns about how much space a datagram of \a length bytes takes in the buffer of the receiver's socket.
 inline int bytesTaken(int length)
@@ -165,11 +169,14 @@ FAULT_POINT(int, MutexTryLock, (NativeMutex * mutex), (mutex), int(NativeFailed)
 int __real_nativeMutexLock(NativeMutex *);
 int __wrap_nativeMutexLock(NativeMutex *mutex)
 {
+    while (!faults::hasLocked && faults::holdFirstLocks)
+        nativeSleep(0);
+    faults::hasLocked = true;
     if (!faults::locksUnfairly)
         return __real_nativeMutexLock(mutex);
     int result = __real_nativeMutexTryLock(mutex);
     while (result != NativeTaken && result != NativeFailed) {
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
         result = __real_nativeMutexTryLock(mutex);
     }
     return result;
