@@ -152,7 +152,8 @@ void TestFaults::forwardingResumesAfterARefusal()
             QCOMPARE(textUpTo(&receiver, frames(4, 4)), bytesOf(frames(1, 4)));
         else if (worker)
             QVERIFY(comesTrue(faults::isAsleep));
-        QVERIFY(faults::refusals > 0);
+        // The worker may send a frame before it makes the first call that is refused.
+        QVERIFY(comesTrue([] { return faults::refusals > 0; }));
         QCOMPARE(descriptorCount(), descriptors + (socket ? 1 : 0));
         QCOMPARE(threadCount(), m_threads + (worker ? 1 : 0));
     }
