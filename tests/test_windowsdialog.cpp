@@ -15,7 +15,10 @@
 #include <QPushButton>
 #include <QStyle>
 #include <QTimer>
+#include <QVersionNumber>
 #include <QtTest>
+
+#include <vector>
 
 #include <qt_windows.h>
 
@@ -49,6 +52,32 @@ bool isInMemory(const QString &file)
     return GetModuleHandleW(reinterpret_cast<const wchar_t *>(path.utf16())) != nullptr;
 }
 
+/// The version resource of a file, or empty texts if there is none.
+struct FileVersion
+{
+    explicit FileVersion(const QString &file)
+    {
+        const QString path = QDir::toNativeSeparators(file);
+        const auto *name = reinterpret_cast<const wchar_t *>(path.utf16());
+        std::vector<char> data(GetFileVersionInfoSizeW(name, nullptr));
+        if (!GetFileVersionInfoW(name, 0, DWORD(data.size()), data.data()))
+            return;
+        void *value = nullptr;
+        UINT size = 0;
+        if (VerQueryValueW(data.data(), L"\\", &value, &size)) {
+            const auto *fixed = static_cast<const VS_FIXEDFILEINFO *>(value);
+            number = QVersionNumber(HIWORD(fixed->dwFileVersionMS), LOWORD(fixed->dwFileVersionMS),
+                                    HIWORD(fixed->dwFileVersionLS))
+                         .toString();
+        }
+        if (VerQueryValueW(data.data(), L"\\StringFileInfo\\040904b0\\FileVersion", &value, &size))
+            text = QString::fromWCharArray(static_cast<const wchar_t *>(value));
+    }
+
+    QString number; ///< the first three numbers, which installers compare
+    QString text;   ///< what the properties of the file show
+};
+
 /// Saves a screenshot of \a widget in the folder that the environment variable NATIVE_PICTURES names, if it
 /// is set.
 void savePicture(QWidget *widget, const char *name)
@@ -79,6 +108,7 @@ class TestWindowsDialog : public QObject
 
 private slots:
     void dialogRefusesAWrongHostAndThePluginUnloads();
+    void fileHasTheVersionThatTheModuleReports();
 
 private:
     void enterMulticastHost(QDialog *dialog);
@@ -139,6 +169,16 @@ void TestWindowsDialog::dialogRefusesAWrongHostAndThePluginUnloads()
     QVERIFY(!isInMemory(loader.fileName()));
     // This program does not link the library, so only the plug-in can have kept it in memory.
     QVERIFY(isInMemory(QStringLiteral("Qt5Network.dll")));
+}
+
+void TestWindowsDialog::fileHasTheVersionThatTheModuleReports()
+{
+    QPluginLoader loader(QStringLiteral(PLUGIN_PATH));
+    auto *module = qobject_cast<ModuleInterface *>(loader.instance());
+    QVERIFY2(module, qPrintable(loader.errorString()));
+    const FileVersion version(loader.fileName());
+    QCOMPARE('v' + version.number, module->moduleVersion());
+    QCOMPARE('v' + version.text, module->moduleVersion());
 }
 
 QTEST_MAIN(TestWindowsDialog)
