@@ -1,4 +1,5 @@
 #include "benchoptions.h"
+#include "hostedmodule.h"
 #include "receivers.h"
 #include "report.h"
 #include "residency.h"
@@ -14,20 +15,52 @@ namespace {
 
 struct RowGroup
 {
-    const char *words; // --only selects the group by any part of these
+    const char *name;
     void (*add)(const BenchOptions &, const Receivers &, Report &);
+    bool isDefault;        // measured if --only is missing
+    bool comparesTwoFiles; // works with --against
 };
 
 const RowGroup rowGroups[] = {
-    {"paced cpu latency", addPacedRows}, {"throughput", addThroughputRows}, {"call", addCallRows},
-    {"growth", addGrowthRows},           {"opening", addOpeningRows},       {"memory", addMemoryRows},
+    {"paced", addPacedRows, true, true},      {"sizes", addSizeRows, false, true},
+    {"call", addCallRows, true, false},       {"growth", addGrowthRows, true, false},
+    {"opening", addOpeningRows, true, false}, {"memory", addMemoryRows, true, false},
 };
+
+/// Returns the names of the groups that can be measured with \a options.
+QStringList groupsFor(const BenchOptions &options)
+{
+    QStringList names;
+    for (const RowGroup &group : rowGroups) {
+        if (options.against.isEmpty() || group.comparesTwoFiles)
+            names << QLatin1String(group.name);
+    }
+    return names;
+}
+
+/// Returns what is wrong with the options; empty if nothing is.
+QString problemWith(const BenchOptions &options)
+{
+    const QStringList known = groupsFor(options);
+    for (const QString &group : options.only) {
+        if (!known.contains(group))
+            return QString::fromLatin1("'%1' is not a group to measure: %2")
+                .arg(group, known.join(QLatin1String(", ")));
+    }
+    QString problem;
+    simulation::HostedModule other;
+    if (!options.against.isEmpty() && other.load(options.against, &problem))
+        other.end(&problem);
+    return problem;
+}
 
 int run(const BenchOptions &options, const Receivers &receivers)
 {
     Report report;
+    const QStringList possible = groupsFor(options);
     for (const RowGroup &group : rowGroups) {
-        if (QLatin1String(group.words).contains(options.only))
+        const QString name = QLatin1String(group.name);
+        if (options.only.isEmpty() ? group.isDefault && possible.contains(name) : options.only.contains(name))
             group.add(options, receivers, report);
     }
     report.finish();
@@ -58,5 +91,10 @@ int main(int argc, char *argv[])
         return 1;
     }
     const QApplication application(argc, argv);
+    const QString problem = problemWith(options);
+    if (!problem.isEmpty()) {
+        std::fprintf(stderr, "benchmark: %s\n", qPrintable(problem));
+        return 2;
+    }
     return options.probe.isEmpty() ? run(options, receivers) : probeResidency(options, receivers);
 }

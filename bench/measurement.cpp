@@ -24,7 +24,7 @@ void compareBytes(const QString &name, const Run &ours, const Run &limit, Report
 {
     // If datagrams were lost, measurePipeline() has reported it. The average lengths may then differ, because
     // the channels' datagrams have different lengths.
-    if (ours.arrived != ours.sent || limit.arrived != limit.sent)
+    if (ours.arrived != ours.sent || limit.arrived != limit.sent || ours.sent != limit.sent)
         return;
     if (ours.bytes * limit.arrived != limit.bytes * ours.arrived)
         report.remark(

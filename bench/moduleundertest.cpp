@@ -68,7 +68,7 @@ ModuleUnderTest::ModuleUnderTest(const Receivers &receivers, const Setup &setup)
 {
     prepareController(receivers);
     QString problem;
-    exitIf(!m_module.load(QLatin1String(PLUGIN_PATH), &problem), problem);
+    exitIf(!m_module.load(setup.plugin, &problem), problem);
     const QList<ModuleAction *> actions = m_module.begin(&m_link, &m_window, &m_versions);
     exitIf(actions.isEmpty() || !m_link.requester(),
            QLatin1String("the plug-in does not register with the host"));

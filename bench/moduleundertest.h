@@ -17,7 +17,8 @@ class Receivers;
 /// The state of the Controller when the module is loaded, and the frames that the host delivers.
 struct Setup
 {
-    int channels = channelCount;        ///< active channels with a destination, 1 to 10
+    QString plugin = QLatin1String(PLUGIN_PATH); ///< the plug-in file
+    int channels = channelCount;                 ///< active channels with a destination, 1 to 10
     int tickingChannels = channelCount; ///< how many of them, from the first on, tick types that occur in the
                                         ///< frame; the others tick a type that never occurs
     bool allLines = false;              ///< ticking channels tick all twelve types instead of ten

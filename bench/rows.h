@@ -10,12 +10,13 @@ class Report;
 // two are made alternately. Usually the second measurement is that of a limit: a minimal implementation of
 // the same work.
 
-/// Adds the CPU time per datagram and the latency at 60 and 1000 frames per second, and the latency of nine
-/// channels while the tenth is stalled.
+/// Adds the CPU time per datagram and the latency at 60 and 1000 frames per second, the latency of nine
+/// channels while the tenth is stalled, and the CPU time without pacing. With --against, compares with the
+/// other plug-in instead of with the limits.
 void addPacedRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
-/// Adds the number of datagrams per millisecond of CPU time, without pacing.
-void addThroughputRows(const BenchOptions &options, const Receivers &receivers, Report &report);
+/// Adds the CPU time and the latency for datagrams of 1 to 60 KB to 2, 5 and 10 channels.
+void addSizeRows(const BenchOptions &options, const Receivers &receivers, Report &report);
 
 /// Adds the duration of onOutputData() for ten channels, for one and for none.
 void addCallRows(const BenchOptions &options, const Receivers &receivers, Report &report);

@@ -9,173 +9,234 @@
 #include "report.h"
 #include "statistics.h"
 
+#include <map>
+#include <vector>
+
 namespace bench {
 
 namespace {
 
-struct Pace
+enum class Value
 {
-    int channels;
-    int rate;       // frames per second
-    double seconds; // of one repetition
-    int repetitions;
-    int padding; // additional bytes in each frame
+    Cpu,    ///< CPU time per datagram
+    Median, ///< of the latency
+    Late    ///< 99 % quantile of the latency
 };
 
-constexpr int paddingTo60Kb = 59000;
+enum class Limit
+{
+    HandOff,
+    OneSender,
+    Relay,
+    NoneStalled, ///< the module itself, without a stalled channel
+    OtherPlugin  ///< the file of the option --against
+};
+
+struct RowPlan
+{
+    Value value;
+    Limit limit;
+    Goal goal;
+};
+
+/// A stream of frames and the rows for which it is measured.
+struct Pace
+{
+    QString name;
+    Setup setup;
+    int rate;   // frames per second; 0: without pacing
+    int frames; // of one repetition
+    int repetitions;
+    std::vector<RowPlan> rows;
+};
+
+Setup setupOf(int channels, int padding = 0)
+{
+    Setup setup;
+    setup.channels = setup.tickingChannels = channels;
+    setup.padding = padding;
+    return setup;
+}
 
 // At a low rate, a repetition must be longer to contain enough frames. At a high rate, more and shorter
 // repetitions give more stable medians.
-const Pace paces[] = {{10, 1000, 1, 9, 0},
-                      {10, 60, 2, 7, 0},
-                      {1, 1000, 1, 9, 0},
-                      {1, 60, 3, 5, 0},
-                      {10, 60, 2, 7, paddingTo60Kb}};
-
-/// The measurements of one pace, in microseconds: the CPU time per datagram, and the median and the 99 %
-/// quantile of the latency. The limit is the hand-off unless the name contains another one.
-struct Measured
+std::vector<Pace> paces()
 {
-    Pairs cpu;
-    Pairs cpuSender;
-    Pairs cpuRelay;
-    Pairs latency;
-    Pairs latency99;
-    Pairs latencyRelay;
-    Pairs latency99Relay;
-};
-
-void addCpu(const Run &ours, const Run &limit, Pairs *pairs)
-{
-    pairs->add(ours.cpuPerDatagramNs() / 1000, limit.cpuPerDatagramNs() / 1000);
+    constexpr int paddingTo60Kb = 59000;
+    Setup stalled;
+    stalled.stalled = true;
+    return {
+        {QLatin1String("10 channels, 1000 frames/s"),
+         setupOf(10),
+         1000,
+         1000,
+         9,
+         {{Value::Cpu, Limit::OneSender, Goal::atMost(1.4)},
+          {Value::Cpu, Limit::Relay, Goal::shown()},
+          {Value::Median, Limit::HandOff, Goal::atMost(0.65)},
+          {Value::Late, Limit::HandOff, Goal::atMost(0.8)},
+          {Value::Median, Limit::Relay, Goal::shown()}}},
+        {QLatin1String("10 channels, 60 frames/s"),
+         setupOf(10),
+         60,
+         120,
+         7,
+         {{Value::Cpu, Limit::OneSender, Goal::atMost(1.7)},
+          {Value::Cpu, Limit::Relay, Goal::shown()},
+          {Value::Median, Limit::HandOff, Goal::atMost(0.8)},
+          {Value::Late, Limit::HandOff, Goal::atMost(0.8)},
+          {Value::Median, Limit::Relay, Goal::shown()}}},
+        {QLatin1String("1 channel, 1000 frames/s"),
+         setupOf(1),
+         1000,
+         1000,
+         9,
+         {{Value::Cpu, Limit::HandOff, Goal::shown()}, {Value::Median, Limit::HandOff, Goal::atMost(1.3)}}},
+        {QLatin1String("10 channels, 60 frames/s of 60 KB"),
+         setupOf(10, paddingTo60Kb),
+         60,
+         120,
+         7,
+         {{Value::Cpu, Limit::HandOff, Goal::shown()},
+          {Value::Median, Limit::HandOff, Goal::atMost(0.85)},
+          {Value::Late, Limit::HandOff, Goal::atMost(1.0)}}},
+        {QLatin1String("9 channels beside a stalled one, 60 frames/s"),
+         stalled,
+         60,
+         120,
+         7,
+         {{Value::Median, Limit::NoneStalled, Goal::atMost(1.1)},
+          {Value::Late, Limit::NoneStalled, Goal::atMost(1.2)}}},
+        {QLatin1String("10 channels, unpaced"),
+         setupOf(10),
+         0,
+         4000,
+         9,
+         {{Value::Cpu, Limit::OneSender, Goal::atMost(1.43)}}}};
 }
 
-void addLatency(const Run &ours, const Run &limit, double share, Pairs *pairs)
+/// Returns a row for each value, compared with the other plug-in.
+std::vector<RowPlan> rowsAgainstPlugin(const Pace &pace)
 {
-    pairs->add(quantile(ours.latenciesNs, share) / 1000, quantile(limit.latenciesNs, share) / 1000);
+    std::vector<RowPlan> rows{{Value::Cpu, Limit::OtherPlugin, Goal::shown()}};
+    if (pace.rate > 0) {
+        rows.push_back({Value::Median, Limit::OtherPlugin, Goal::shown()});
+        rows.push_back({Value::Late, Limit::OtherPlugin, Goal::shown()});
+    }
+    return rows;
 }
 
-/// Measures the two limits that send to all ten channels from one thread: the direct sender and the relay.
-template <typename MeasureOne>
-void addLimitsForTen(const Receivers &receivers, const Run &ours, const MeasureOne &measureOne,
-                     Measured *measured)
+std::unique_ptr<Pipeline> makeLimit(Limit limit, Setup setup, const QString &otherPlugin,
+                                    const Receivers &receivers)
 {
-    Run direct;
-    Run relay;
-    if (measureOne([&] { return std::make_unique<DirectSender>(receivers, channelCount); }, ", one sender",
-                   &direct))
-        addCpu(ours, direct, &measured->cpuSender);
-    if (!measureOne([&] { return std::make_unique<Relay>(receivers, channelCount); }, ", relay", &relay))
-        return;
-    addCpu(ours, relay, &measured->cpuRelay);
-    addLatency(ours, relay, 0.5, &measured->latencyRelay);
-    addLatency(ours, relay, 0.99, &measured->latency99Relay);
+    switch (limit) {
+    case Limit::HandOff:
+        return std::make_unique<HandOff>(receivers, setup.channels, setup.padding);
+    case Limit::OneSender:
+        return std::make_unique<DirectSender>(receivers, setup.channels);
+    case Limit::Relay:
+        return std::make_unique<Relay>(receivers, setup.channels);
+    case Limit::NoneStalled:
+        setup.stalled = false;
+        break;
+    case Limit::OtherPlugin:
+        setup.plugin = otherPlugin;
+        break;
+    }
+    return std::make_unique<ModuleUnderTest>(receivers, setup);
 }
 
-Measured measurePace(const Pace &pace, const QString &name, const BenchOptions &options,
-                     const Receivers &receivers, Report &report)
+QString nameOf(Limit limit)
 {
-    const int frames = int(pace.seconds * pace.rate);
-    const Feed feed = [&](Pipeline &pipeline) { return runPaced(pipeline, receivers, pace.rate, frames); };
-    const auto measureOne = [&](const PipelineMaker &make, const char *pipeline, Run *run) {
-        return measurePipeline(name + QLatin1String(pipeline), make, feed, receivers, report, run);
+    constexpr const char *names[] = {"hand-off", "one sender", "relay", "none stalled", "other"};
+    return QLatin1String(names[int(limit)]);
+}
+
+QString nameOf(Value value)
+{
+    constexpr const char *names[] = {"cpu per datagram", "latency median", "latency 99%"};
+    return QLatin1String(names[int(value)]);
+}
+
+double microseconds(Value value, const Run &run)
+{
+    if (value == Value::Cpu)
+        return run.cpuPerDatagramNs() / 1000;
+    return quantile(run.latenciesNs, value == Value::Median ? 0.5 : 0.99) / 1000;
+}
+
+/// Measures the module and each limit once, and adds one pair to each row of \a pairs.
+void measureOnce(const Pace &pace, const QString &otherPlugin, const Receivers &receivers, Report &report,
+                 std::vector<Pairs> *pairs)
+{
+    const auto measureOne = [&](const QString &name, const PipelineMaker &make, Run *run) {
+        const auto feed = [&](Pipeline &pipeline) {
+            return pace.rate > 0 ? runPaced(pipeline, receivers, pace.rate, pace.frames)
+                                 : runWindowed(pipeline, receivers, pace.frames);
+        };
+        return measurePipeline(pace.name + QLatin1String(", ") + name, make, feed, receivers, report, run);
     };
-    Measured measured;
-    for (int i = 0; i < options.repetitions(pace.repetitions); ++i) {
-        Setup setup;
-        setup.channels = setup.tickingChannels = pace.channels;
-        setup.padding = pace.padding;
-        Run ours;
-        Run handOff;
-        if (!measureOne([&] { return std::make_unique<ModuleUnderTest>(receivers, setup); }, ", ours",
-                        &ours) ||
-            !measureOne([&] { return std::make_unique<HandOff>(receivers, pace.channels, pace.padding); },
-                        ", hand-off", &handOff))
-            continue;
-        compareBytes(name, ours, handOff, report);
-        addCpu(ours, handOff, &measured.cpu);
-        addLatency(ours, handOff, 0.5, &measured.latency);
-        addLatency(ours, handOff, 0.99, &measured.latency99);
-        if (pace.channels > 1 && pace.padding == 0)
-            addLimitsForTen(receivers, ours, measureOne, &measured);
-    }
-    return measured;
-}
-
-void addRow(const char *what, const QString &pace, const char *limit, const Pairs &pairs, const Goal &goal,
-            Report &report)
-{
-    if (!pairs.isEmpty())
-        report.add(
-            QString::fromLatin1("%1, %2 / %3 [us]").arg(QLatin1String(what), pace, QLatin1String(limit)),
-            pairs, goal);
-}
-
-/// Compares two latencies: that of nine channels while the socket of the tenth is never ready, and that of
-/// ten channels that all send.
-void addStallRows(const BenchOptions &options, const Receivers &receivers, Report &report)
-{
-    constexpr int rate = 60, frames = 120;
-    const Feed feed = [&](Pipeline &pipeline) { return runPaced(pipeline, receivers, rate, frames); };
-    const QString name = QLatin1String("9 channels beside a stalled one, 60 frames/s");
-    Measured measured; // the limit is the latency without a stalled channel
-    for (int i = 0; i < options.repetitions(7); ++i) {
-        Setup setup;
-        Run free;
-        Run stalled;
-        const auto make = [&] { return std::make_unique<ModuleUnderTest>(receivers, setup); };
-        if (!measurePipeline(QLatin1String("10 channels, none stalled"), make, feed, receivers, report,
-                             &free))
-            continue;
-        setup.stalled = true;
-        if (!measurePipeline(QLatin1String("10 channels, one stalled"), make, feed, receivers, report,
-                             &stalled))
-            continue;
-        addLatency(stalled, free, 0.5, &measured.latency);
-        addLatency(stalled, free, 0.99, &measured.latency99);
-    }
-    addRow("latency median", name, "none stalled", measured.latency, Goal::atMost(1.1), report);
-    addRow("latency 99%", name, "none stalled", measured.latency99, Goal::atMost(1.2), report);
-}
-
-/// Returns the goal of at most \a goalForTen for ten channels, or \a goalForOne for one channel. Ten channels
-/// have the lower goal because one woken worker serves several of them.
-Goal goalOf(const Pace &pace, double goalForTen, double goalForOne)
-{
-    return Goal::atMost(pace.channels > 1 ? goalForTen : goalForOne);
-}
-
-void addRowsOf(const Pace &pace, const QString &name, const Measured &measured, Report &report)
-{
-    if (measured.cpu.isEmpty())
+    Run ours;
+    if (!measureOne(
+            QLatin1String("ours"), [&] { return std::make_unique<ModuleUnderTest>(receivers, pace.setup); },
+            &ours))
         return;
-    const bool isLarge = pace.padding > 0;
-    const bool isFast = pace.rate == 1000;
-    addRow("cpu per datagram", name, "hand-off", measured.cpu, Goal::shown(), report);
-    addRow("cpu per datagram", name, "one sender", measured.cpuSender, Goal::atMost(isFast ? 1.4 : 1.7),
-           report);
-    addRow("cpu per datagram", name, "relay", measured.cpuRelay, Goal::shown(), report);
-    addRow("latency median", name, "hand-off", measured.latency,
-           isLarge ? Goal::atMost(0.85) : goalOf(pace, isFast ? 0.65 : 0.8, 1.3), report);
-    addRow("latency 99%", name, "hand-off", measured.latency99,
-           isLarge ? Goal::atMost(1.0) : goalOf(pace, 0.8, 1.5), report);
-    addRow("latency median", name, "relay", measured.latencyRelay, Goal::shown(), report);
-    addRow("latency 99%", name, "relay", measured.latency99Relay, Goal::shown(), report);
+    std::map<Limit, Run> limits;
+    for (size_t i = 0; i < pace.rows.size(); ++i) {
+        const Limit limit = pace.rows[i].limit;
+        if (limits.count(limit) == 0) {
+            measureOne(
+                nameOf(limit), [&] { return makeLimit(limit, pace.setup, otherPlugin, receivers); },
+                &limits[limit]);
+            compareBytes(pace.name, ours, limits[limit], report);
+        }
+        if (limits[limit].arrived > 0)
+            (*pairs)[i].add(microseconds(pace.rows[i].value, ours),
+                            microseconds(pace.rows[i].value, limits[limit]));
+    }
+}
+
+void addRows(std::vector<Pace> paces, const BenchOptions &options, const Receivers &receivers, Report &report)
+{
+    for (Pace &pace : paces) {
+        if (!options.against.isEmpty())
+            pace.rows = rowsAgainstPlugin(pace);
+        std::vector<Pairs> pairs(pace.rows.size());
+        for (int i = 0; i < options.repetitions(pace.repetitions); ++i)
+            measureOnce(pace, options.against, receivers, report, &pairs);
+        for (size_t i = 0; i < pairs.size(); ++i) {
+            const RowPlan &row = pace.rows[i];
+            if (!pairs[i].isEmpty())
+                report.add(QString::fromLatin1("%1, %2 / %3 [us]")
+                               .arg(nameOf(row.value), pace.name, nameOf(row.limit)),
+                           pairs[i], row.goal);
+        }
+    }
 }
 
 } // namespace
 
 void addPacedRows(const BenchOptions &options, const Receivers &receivers, Report &report)
 {
-    for (const Pace &pace : paces) {
-        const QString name = QString::fromLatin1("%1 channel%2, %3 frames/s%4")
-                                 .arg(pace.channels)
-                                 .arg(QLatin1String(pace.channels > 1 ? "s" : ""))
-                                 .arg(pace.rate)
-                                 .arg(QLatin1String(pace.padding > 0 ? " of 60 KB" : ""));
-        addRowsOf(pace, name, measurePace(pace, name, options, receivers, report), report);
+    addRows(paces(), options, receivers, report);
+}
+
+void addSizeRows(const BenchOptions &options, const Receivers &receivers, Report &report)
+{
+    constexpr int frameBytes = 1000; // without padding
+    std::vector<Pace> paces;
+    for (const int kilobytes : {1, 4, 16, 60}) {
+        for (const int channels : {2, 5, 10})
+            paces.push_back(
+                {QString::fromLatin1("%1 channels, 200 frames/s of %2 KB").arg(channels).arg(kilobytes),
+                 setupOf(channels, kilobytes * 1000 - frameBytes),
+                 200,
+                 200,
+                 9,
+                 {{Value::Cpu, Limit::HandOff, Goal::shown()},
+                  {Value::Median, Limit::HandOff, Goal::shown()}}});
     }
-    addStallRows(options, receivers, report);
+    addRows(std::move(paces), options, receivers, report);
 }
 
 } // namespace bench
