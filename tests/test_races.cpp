@@ -32,8 +32,7 @@ const std::thread::id mainThread = std::this_thread::get_id();
 std::atomic<int> becameWorker{0}; // threads that became the worker
 std::atomic<int> foundWorker{0};  // threads that found another worker
 std::atomic<int> workerYields{0}; // yields of any thread but the main thread before it locks a mutex
-std::atomic<NativeMutex *> runMutex{nullptr};
-std::atomic<int> leaveYields{0}; // yields of a worker before it unlocks the run mutex
+std::atomic<int> leaveYields{0};  // yields of a worker before it checks whether to stop
 std::atomic<bool> destroying{false};
 std::atomic<int> lateAttempts{0};    // attempts to become the worker during a destruction
 std::atomic<int> publishWaits{0};    // sleeps of publish() while a reader uses the previous table
@@ -80,8 +79,9 @@ int lastNumberIn(const QByteArray &datagram)
 
 } // namespace
 
-// The linker redirects calls of the platform's functions to the functions below (--wrap).
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker prescribes the names.
+// The linker redirects calls of the platform's functions, and of two of LineMonitor under their mangled
+// names, to the functions below (--wrap). NOLINTBEGIN(bugprone-reserved-identifier): the linker prescribes
+// the names.
 extern "C" {
 
 // Replaces each sleep with a yield, because no duration of a sleep matters here. On the main thread, only
@@ -103,26 +103,22 @@ int __wrap_nativeMutexLock(NativeMutex *mutex)
     return __real_nativeMutexLock(mutex);
 }
 
-// With a single channel, only a thread that tries to become its worker calls this function. With several
-// channels, servers call it too; the counters are not used then.
-int __real_nativeMutexTryLock(NativeMutex *);
-int __wrap_nativeMutexTryLock(NativeMutex *mutex)
+bool __real__ZN17networksettings2g11LineMonitor15tryBecomeWorkerEv(LineMonitor *);
+bool __wrap__ZN17networksettings2g11LineMonitor15tryBecomeWorkerEv(LineMonitor *monitor)
 {
-    const int result = __real_nativeMutexTryLock(mutex);
-    ++(result == NativeTaken ? becameWorker : foundWorker);
-    if (result == NativeTaken)
-        runMutex = mutex;
+    const bool became = __real__ZN17networksettings2g11LineMonitor15tryBecomeWorkerEv(monitor);
+    ++(became ? becameWorker : foundWorker);
     if (destroying)
         ++lateAttempts;
-    return result;
+    return became;
 }
 
-int __real_nativeMutexUnlock(NativeMutex *);
-int __wrap_nativeMutexUnlock(NativeMutex *mutex)
+bool __real__ZN17networksettings2g11LineMonitor13tryStopWorkerEv(LineMonitor *);
+bool __wrap__ZN17networksettings2g11LineMonitor13tryStopWorkerEv(LineMonitor *monitor)
 {
-    for (int turn = 0; mutex == runMutex && turn < leaveYields; ++turn)
+    for (int turn = 0; turn < leaveYields; ++turn)
         std::this_thread::yield();
-    return __real_nativeMutexUnlock(mutex);
+    return __real__ZN17networksettings2g11LineMonitor13tryStopWorkerEv(monitor);
 }
 
 int __real_nativeSemaphoreWait(NativeSemaphore *, uint32_t);

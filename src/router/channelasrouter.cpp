@@ -12,10 +12,6 @@ namespace {
 constexpr uint32_t stopMilliseconds = 10; // time in which the worker can end before a stop locks m_frameMutex
 constexpr uint32_t sendTimeoutMicroseconds = 100000;
 
-/// The largest number of frames that a server handles for one channel before it leaves the rest to the
-/// channel's worker.
-constexpr int framesPerService = 4;
-
 uint32_t workerEntry(void *channel)
 {
     if (channel)
@@ -48,9 +44,10 @@ ChannelAsRouter::~ChannelAsRouter()
         mutexDestroy(m_frameMutex);
 }
 
-bool ChannelAsRouter::enqueue(const RouterLine &line)
+std::size_t ChannelAsRouter::enqueue(const RouterLine &line)
 {
-    return isActive() && m_routerRunning && destination().address != 0 && m_lines.append(line);
+    const bool isWanted = isActive() && m_routerRunning && destination().address != 0;
+    return isWanted ? m_lines.append(line) : 0;
 }
 
 /// Locks m_frameMutex with priority over the worker and servers: while a thread waits here, the worker pauses
@@ -152,7 +149,7 @@ void ChannelAsRouter::startThread()
 ///     become the worker, or return if another thread is the worker
 ///     until the run is no longer wanted:
 ///         if all lines are read and no frame is complete:  sleep until called, at most 100 ms
-///         serve each called channel of the fan-out, see serveFrames()
+///         serve each called channel of the fan-out, see serveFrame()
 ///         with m_frameMutex:  take the next lines, read up to the end of one frame, send it
 void ChannelAsRouter::runWorker()
 {
@@ -169,7 +166,7 @@ void ChannelAsRouter::runWorker()
         // Serve the other channels first, because the send on this channel's own socket may wait. Serve them
         // also when stopping: a data thread that has called several channels may have woken only this worker.
         if (m_fanOut)
-            m_fanOut->serveCalled(this);
+            m_fanOut->serveCalled();
         handleLines(); // also when stopping: lines left in the queue belong to the frame that the stop drops
     }
 }
@@ -208,50 +205,41 @@ void ChannelAsRouter::handleLines()
 
 void ChannelAsRouter::serve()
 {
-    if (m_lines.isCalled() && !tryServe())
+    if (!m_lines.isCalled())
+        return;
+    bool isServed = false;
+    if (tryLockFrame()) {
+        LogEvent dropped;
+        isServed = serveFrame(&dropped);
+        mutexUnlock(m_frameMutex);
+        m_log.post(dropped);
+    }
+    if (!isServed)
         wakeWorker();
 }
 
-/// Returns false if the channel's own worker must handle the lines.
-bool ChannelAsRouter::tryServe()
+/// Locks m_frameMutex unless another thread holds it or waits for it in PriorityFrameLock.
+bool ChannelAsRouter::tryLockFrame() UNCHECKED_LOCKING
 {
-    if (m_frameLocksWanted > 0 || mutexTryLock(m_frameMutex) != Succeeded)
-        return false;
-    LogEvent dropped;
-    const bool served = serveFrames(&dropped);
-    mutexUnlock(m_frameMutex);
-    m_log.post(dropped);
-    return served;
+    return m_frameLocksWanted == 0 && mutexTryLock(m_frameMutex) == Succeeded;
 }
 
-/// Handles lines in place of the channel's worker, which sleeps:
-///
-///     begin the service, which takes the first lines
-///     while the service is granted:
-///         read lines up to the end of one frame;  if the socket is ready, send it
-///         if lines or a complete frame are left:  leave them to the worker and return false
-///         continue the service, which takes the lines that have arrived since
-///
-/// Returns false if the worker must handle the remaining lines. Stores in \a dropped the last event that the
-/// caller must log, if there is one.
-bool ChannelAsRouter::serveFrames(LogEvent *dropped)
+/// Handles one block of lines in place of the worker. Returns false if the worker must wake up for what is
+/// left: a second frame, a frame for which the socket is not ready, newer lines, a backlog, a stop.
+bool ChannelAsRouter::serveFrame(LogEvent *dropped)
 {
     using Service = LineMonitor::Service;
     if (!m_block.isRead() || m_frame.isComplete())
         return false;
-    Service service = m_lines.beginService(&m_block);
-    for (int frames = 0; service == Service::Granted; ++frames) {
-        if (frames < framesPerService) {
-            if (const LogEvent event = assembleFrame(0))
-                *dropped = event;
-        }
-        if (!m_block.isRead() || m_frame.isComplete()) {
-            m_lines.abandonService();
-            return false;
-        }
-        service = m_lines.continueService(m_frame.nextCompletion(), &m_block);
+    const Service service = m_lines.beginService(&m_block);
+    if (service != Service::Granted)
+        return service == Service::NotNeeded;
+    *dropped = assembleFrame(0);
+    if (!m_block.isRead() || m_frame.isComplete()) {
+        m_lines.abandonService();
+        return false;
     }
-    return service == Service::NotNeeded;
+    return m_lines.endService(m_frame.nextCompletion());
 }
 
 /// Reads lines of m_block up to the end of a frame and sends the frame. A frame that cannot be sent is lost,

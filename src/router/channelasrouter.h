@@ -58,18 +58,18 @@ public:
     void setFanOut(std::shared_ptr<networksettings2g::ChannelFanOut> fanOut) { m_fanOut = std::move(fanOut); }
 
     /// Queues a copy of \a line, whose type the channel ticks, if the channel is active, its router runs and
-    /// its destination has an address. Returns true if the channel is in state Called afterwards (see
-    /// LineMonitor). The caller must then call wakeWorker() of this channel, or of a channel of the same
-    /// fan-out whose enqueue() returns true later. Waits only for LineMonitor::m_mutex, which is held only
-    /// for short operations.
-    bool enqueue(const networksettings2g::RouterLine &line);
+    /// its destination has an address. Unless it returns 0, the channel is called: the caller must wake the
+    /// worker of this channel, or of one of the same fan-out that is called later (see
+    /// LineMonitor::append()). Waits only for LineMonitor::m_mutex, which is held only for short operations.
+    std::size_t enqueue(const networksettings2g::RouterLine &line);
 
     /// Wakes the worker if it sleeps. It then serves all called channels of its fan-out and handles its own
     /// lines.
     void wakeWorker() { m_lines.wakeWorker(); }
 
-    /// If the channel is in state Called, handles its lines or wakes its worker; otherwise does nothing.
-    /// Workers call it through ChannelFanOut::serveCalled(). Waits only for short locks.
+    /// If the channel is called, sends its next frame in place of its worker, which sleeps. If anything else
+    /// is to be done, wakes that worker. Workers call it through ChannelFanOut::serveCalled(). Waits only for
+    /// short locks.
     void serve();
 
     /// Drops the frame that is being assembled. Lines that an awake worker has not handled yet are kept.
@@ -98,8 +98,8 @@ private:
     void startThread();
     void waitForLines();
     void handleLines();
-    bool tryServe() UNCHECKED_LOCKING;
-    bool serveFrames(LogEvent *dropped) REQUIRES(m_frameMutex);
+    bool tryLockFrame() TRY_ACQUIRE(true, m_frameMutex);
+    bool serveFrame(LogEvent *dropped) REQUIRES(m_frameMutex);
     LogEvent assembleFrame(uint32_t timeoutMicroseconds) REQUIRES(m_frameMutex);
     LogEvent sendFrame(uint32_t timeoutMicroseconds) REQUIRES(m_frameMutex);
     bool dropFrame() REQUIRES(m_frameMutex);

@@ -4,9 +4,10 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
+#include <map>
 #include <string>
 #include <string_view>
-#include <vector>
 
 class ChannelAsRouter;
 
@@ -57,30 +58,20 @@ public:
     /// in progress, at most 100 ms per channel.
     void resetFrames();
 
-    /// Serves all called channels except \a server, whose worker is the caller. Waits only for short locks.
-    void serveCalled(const ChannelAsRouter *server);
+    /// Serves all called channels. Workers call it when they wake up. Waits only for short locks.
+    void serveCalled();
 
 private:
     using Channels = QList<ChannelAsRouter *>;
 
-    struct Route
-    {
-        std::string type;
-        Channels channels;
-    };
-
     struct Table
     {
         Channels channels;
-        std::vector<Route> routes;           // sorted by key
-        std::vector<quint64> keys;           // the key of each route, for the binary search
+        std::map<std::string, Channels, std::less<>> byType; // the channels that tick each type
         std::atomic<quint64> readersLeft{0}; // readers that have left since the table was published
 
-        /// Replaces the contents with \a from and the routes to them, and sets readersLeft to 0.
+        /// Replaces the contents with \a from and their ticks, and sets readersLeft to 0.
         void fill(const Channels &from);
-
-        /// Returns the channels that tick \a type, or null if there are none.
-        const Channels *find(std::string_view type) const;
     };
 
     class Reader;

@@ -3,6 +3,7 @@
 #include "mutexguard.h"
 #include "platformthreads.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace networksettings2g {
@@ -29,13 +30,15 @@ LineMonitor::~LineMonitor()
         mutexDestroy(m_mutex);
 }
 
-bool LineMonitor::append(const RouterLine &line)
+std::size_t LineMonitor::append(const RouterLine &line)
 {
     const MutexGuard guard(m_mutex);
     m_queue.append(line);
     if (m_state == Asleep && (m_wakeCondition.isMet(line, m_queue.lineCount()) || m_queue.hasBacklog()))
         m_state = Called;
-    return m_state == Called;
+    if (m_state != Called)
+        return 0;
+    return std::max<std::size_t>(1, m_queue.newestBytes()); // a line that is too long for the queue leaves 0
 }
 
 void LineMonitor::wakeWorker()
@@ -128,31 +131,24 @@ bool LineMonitor::takeLinesOfSleepingWorker(LineBlock *block)
 LineMonitor::Service LineMonitor::beginService(LineBlock *block)
 {
     const MutexGuard guard(m_mutex);
-    return m_state == Called ? takeToServe(block) : Service::NotNeeded;
-}
-
-LineMonitor::Service LineMonitor::continueService(WakeCondition next, LineBlock *block)
-{
-    const MutexGuard guard(m_mutex);
-    // The worker has woken up and handles the lines itself.
-    if (m_state != Served)
+    if (m_state != Called)
         return Service::NotNeeded;
-    if (m_queue.lineCount() > 0)
-        return takeToServe(block);
-    m_wakeCondition = std::move(next);
-    m_state = Asleep;
-    return Service::NotNeeded;
-}
-
-LineMonitor::Service LineMonitor::takeToServe(LineBlock *block)
-{
-    if (m_queue.hasBacklog() || !m_isRunWanted()) {
-        m_state = Called;
+    if (m_queue.hasBacklog() || !m_isRunWanted())
         return Service::Refused;
-    }
     m_queue.take(block);
     m_state = Served;
     return Service::Granted;
+}
+
+bool LineMonitor::endService(WakeCondition next)
+{
+    const MutexGuard guard(m_mutex);
+    if (m_state != Served)
+        return true; // the worker has woken up and handles the lines that have arrived since
+    const bool isEmpty = m_queue.lineCount() == 0;
+    m_wakeCondition = std::move(next);
+    m_state = isEmpty ? Asleep : Called;
+    return isEmpty;
 }
 
 void LineMonitor::abandonService()

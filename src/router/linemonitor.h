@@ -26,7 +26,7 @@ namespace networksettings2g {
 /// |        |                        | Awake when the sleep ends                                           |
 /// | Called | sleeps                 | Served in beginService(); Awake when the sleep ends                 |
 /// | Served | sleeps                 | Asleep when the server has handled all lines; Called if it leaves   |
-/// |        |                        | the rest to the worker; Awake when the sleep ends                   |
+/// |        |                        | a rest, or newer lines, to the worker; Awake when the sleep ends    |
 ///
 /// A sleep ends at a signal, after 100 ms, or if the platform's wait fails. After such a failure the worker
 /// no longer sleeps but polls the queue every 10 ms, in state Awake.
@@ -38,14 +38,12 @@ namespace networksettings2g {
 /// 1. Only the worker leaves Awake, and only the worker returns to it, after each sleep. So a lost or a late
 ///    signal costs one time-out at most, and a needless signal only makes the worker check the queue.
 /// 2. In state Called, a thread has signalled, or is about to signal, the worker or another worker that then
-///    serves the channel. append() also returns true for each further line, so if a delivering thread is
-///    preempted before its signal, the next line from another thread causes a signal.
+///    serves the channel. append() asks for a signal at each further line, too, so if a delivering thread
+///    is preempted before its signal, the next line from another thread causes one.
 /// 3. In state Asleep, all queued lines are in one block, and no lines were dropped before them: a second
 ///    block or a loss leads to Called.
-/// 4. At most one thread is the worker. Becoming and ceasing to be the worker exclude each other, because
-/// both
-///    lock m_mutex. So if a thread fails to become the worker, the current worker has yet to check whether
-///    the run is still wanted.
+/// 4. At most one thread is the worker. A thread that fails to become the worker has locked m_mutex before
+///    the current worker, which therefore has yet to check whether the run is still wanted.
 class LineMonitor
 {
 public:
@@ -62,10 +60,11 @@ public:
     /// and the destructor may be called.
     bool isUsable() const { return m_mutex && m_condition; }
 
-    /// Queues a copy of \a line with LineQueue::append(), which may drop lines. Returns whether the state is
-    /// Called afterwards. If so, the caller must call wakeWorker() of this monitor, or of the monitor of
-    /// another channel whose append() returns true later and whose worker serves this channel.
-    bool append(const RouterLine &line) EXCLUDES(m_mutex);
+    /// Queues a copy of \a line with LineQueue::append(), which may drop lines. If the state is Called
+    /// afterwards, returns how many bytes the newest lines take, at least 1, otherwise 0. Unless it is 0, the
+    /// caller must call wakeWorker() of this monitor, or of the monitor of another channel that is called
+    /// later and whose worker serves this channel.
+    std::size_t append(const RouterLine &line) EXCLUDES(m_mutex);
 
     /// Wakes the worker if it sleeps. Does not lock m_mutex, because the woken worker would block on it at
     /// once.
@@ -122,10 +121,10 @@ public:
     /// Server: takes the lines if the state is Called. Refuses on a backlog or if the run is not wanted.
     Service beginService(LineBlock *block) EXCLUDES(m_mutex);
 
-    /// Server: continues a granted service after all lines of \a block have been handled. Takes the lines
-    /// that have arrived since, or refuses as beginService() does; if there are none, leaves the worker
-    /// asleep until a line meets \a next. Does nothing if the worker has woken in the meantime.
-    Service continueService(WakeCondition next, LineBlock *block) EXCLUDES(m_mutex);
+    /// Server: ends a granted service, in which all lines have been handled, and leaves the worker asleep
+    /// until a line meets \a next. Returns false if lines have arrived since; the caller must then wake the
+    /// worker.
+    bool endService(WakeCondition next) EXCLUDES(m_mutex);
 
     /// Server: ends a granted service and leaves the rest to the worker, which the caller must wake.
     void abandonService() EXCLUDES(m_mutex);
@@ -139,7 +138,6 @@ private:
         Served
     };
 
-    Service takeToServe(LineBlock *block) REQUIRES(m_mutex);
     void sleep() REQUIRES(m_mutex) UNCHECKED_LOCKING;
 
     Mutex *m_mutex = nullptr;

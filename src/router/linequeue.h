@@ -29,6 +29,9 @@ public:
 
     std::size_t lineCount() const { return m_lineCount; }
 
+    /// Returns the number of bytes that the lines of the newest block take.
+    std::size_t newestBytes() const { return m_newest.usedBytes(); }
+
     /// Returns the memory of all blocks in bytes, spare capacity included.
     std::size_t allocatedBytes() const { return m_fullBytes + m_newest.allocatedBytes(); }
 

@@ -17,5 +17,7 @@
 #define EXCLUDES(mutex) THREAD_ANNOTATION(locks_excluded(mutex))
 #define ACQUIRE(...) THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define RELEASE(...) THREAD_ANNOTATION(release_capability(__VA_ARGS__))
+/// For a function that has locked the mutex if it returns \a result.
+#define TRY_ACQUIRE(result, mutex) THREAD_ANNOTATION(try_acquire_capability(result, mutex))
 /// For a function that locks in a way that the analysis cannot follow.
 #define UNCHECKED_LOCKING THREAD_ANNOTATION(no_thread_safety_analysis)
