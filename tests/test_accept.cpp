@@ -1,6 +1,7 @@
 #include "dialogfixture.h"
 #include "gestures.h"
 #include "table.h"
+#include "waiting.h"
 
 using Commands = QList<QByteArray>;
 using Edit = std::function<void(ChannelWidget *)>;
@@ -35,8 +36,13 @@ class TestAccept : public QObject
 
 private slots:
     void plusTabAndCtrlTAddChannels();
+    void channelAddedInRouterModeRoutesAfterExit();
     void closingAsksAndResetsTheChannel_data();
     void closingAsksAndResetsTheChannel();
+    void f9GoesThroughAllTabsButTheLast_data();
+    void f9GoesThroughAllTabsButTheLast();
+    void keyThatClosesNoChannelAsksNothing_data();
+    void keyThatClosesNoChannelAsksNothing();
     void editsAreWrittenInOrder_data();
     void editsAreWrittenInOrder();
     void allChannelsAreSwitchedOffFirstIfTwoHaveChanged();
@@ -51,13 +57,8 @@ void TestAccept::plusTabAndCtrlTAddChannels()
 {
     DialogFixture fixture(withChannels(8));
     fixture.open([&] {
-        // F9 selects the next channel, or the first one if the last is selected. T without Ctrl adds no
-        // channel.
-        fixture.tabs()->setCurrentIndex(7);
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_F9);
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_F9);
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_T);
-        QCOMPARE(fixture.tabs()->currentIndex(), 1);
+        QTest::keyClick(fixture.dialog.get(), Qt::Key_T); // without Ctrl, the key adds no channel
+        QCOMPARE(fixture.titles().mid(7), QStringList({"Channel 8", "+"}));
         clickTab(fixture.tabs()->tabBar(), 8);
         QCOMPARE(fixture.tabs()->currentIndex(), 8);
         QCOMPARE(fixture.titles().mid(7), QStringList({"Channel 8", "Channel 9", "+"}));
@@ -73,6 +74,37 @@ void TestAccept::plusTabAndCtrlTAddChannels()
         QCOMPARE(fixture.titles().mid(8), QStringList({"Channel 9", "Channel 10"}));
         QCOMPARE(fixture.tabs()->currentIndex(), 9);
     });
+}
+
+/// The first Exit has already written the router mode, so only the new channel can start another router step.
+void TestAccept::channelAddedInRouterModeRoutesAfterExit()
+{
+    const int threads = threadCount();
+    DialogFixture fixture([](ControllerState &state) {
+        withChannels(2)(state);
+        state.viaRouter = true;
+    });
+    QVERIFY(fixture.open([] {}));
+    QTRY_COMPARE(threadCount(), threads + 2);
+    ChannelWidget *added = nullptr;
+    QVERIFY(fixture.open([&] {
+        typeInto(fixture.page(0)->spinBox_port, "6001");
+        clickTick(fixture.page(0), "ts");
+        QTest::keyClick(fixture.dialog.get(), Qt::Key_T, Qt::ControlModifier);
+        added = fixture.page(2);
+        clickBox(added->checkBox_active_channel);
+        typeInto(added->lineEdit_host, "127.0.0.3");
+        clickTick(added, "3d");
+        QCOMPARE(threadCount(), threads + 2);
+    }));
+    // The edits made before the channel was added have been written.
+    QCOMPARE(fixture.controller.state().channels[0].destination.port, 6001);
+    QCOMPARE(fixture.link.requestedTypes(fixture.dialog.get()), QSet<QByteArray>({"fr", "ts", "6d", "3d"}));
+    // From now on the active box of the new page starts and stops the router.
+    for (const int workers : {3, 2, 3}) {
+        QTRY_COMPARE(threadCount(), threads + workers);
+        added->checkBox_active_channel->toggle();
+    }
 }
 
 void TestAccept::closingAsksAndResetsTheChannel_data()
@@ -117,6 +149,48 @@ void TestAccept::closingAsksAndResetsTheChannel()
     });
 }
 
+void TestAccept::f9GoesThroughAllTabsButTheLast_data()
+{
+    const Table<int, QList<int>> row("channels", "visited");
+    row("one channel and the + tab", 1, {0, 0});
+    row("three channels and the + tab", 3, {1, 2, 0, 1});
+    row("ten channels", 10, {1, 2, 3, 4, 5, 6, 7, 8, 0, 1});
+}
+
+void TestAccept::f9GoesThroughAllTabsButTheLast()
+{
+    QFETCH(int, channels);
+    QFETCH(QList<int>, visited);
+    DialogFixture fixture(withChannels(channels));
+    fixture.open([&] {
+        for (const int tab : qAsConst(visited)) {
+            QTest::keyClick(fixture.dialog.get(), Qt::Key_F9);
+            QCOMPARE(fixture.tabs()->currentIndex(), tab);
+        }
+    });
+}
+
+void TestAccept::keyThatClosesNoChannelAsksNothing_data()
+{
+    const Table<int, int> row("channels", "modifiers");
+    row("Ctrl+W with one channel", 1, Qt::ControlModifier);
+    row("W without Ctrl", 2, Qt::NoModifier);
+    row("W with Ctrl and Shift", 2, Qt::ControlModifier | Qt::ShiftModifier);
+}
+
+void TestAccept::keyThatClosesNoChannelAsksNothing()
+{
+    QFETCH(int, channels);
+    QFETCH(int, modifiers);
+    DialogFixture fixture(withChannels(channels));
+    QVERIFY(fixture.open([&] {
+        const MessageBoxes boxes({QMessageBox::Yes});
+        QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::KeyboardModifiers(modifiers));
+        QCOMPARE(boxes.texts, QStringList());
+        QCOMPARE(fixture.tabs()->count(), channels + 1);
+    }));
+}
+
 void TestAccept::editsAreWrittenInOrder_data()
 {
     // The columns: the minor version of the Controller; the commands that come between those that set the
@@ -150,6 +224,13 @@ void TestAccept::editsAreWrittenInOrder_data()
             clickTick(page, "ts");
         });
     row("port, Controller without router mode", 3, {otherPort}, typePort);
+    // Ticking an active box enables the router box, whatever the version.
+    row("router box, Controller without router mode", 3, {"output net ch02 udp '127.0.0.1' 5002"},
+        [](ChannelWidget *page) {
+            clickBox(page->checkBox_active_channel);
+            clickBox(page->checkBox_active_channel);
+            clickBox(page->window()->findChild<QCheckBox *>("checkBox_actAsRouter"));
+        });
     row("port, Controller without divisor", 5, {otherPort}, typePort);
     row("port, Controller with divisor", 6, {otherPort, divisor}, typePort);
 }
@@ -172,6 +253,9 @@ void TestAccept::editsAreWrittenInOrder()
     if (minor >= 4)
         commands << "output net_via_router no";
     QCOMPARE(fixture.controller.commands(), commands);
+    const bool routes = fixture.dialog->checkBox_actAsRouter->isChecked();
+    QCOMPARE(fixture.routerSwitches, QList<bool>({routes}));
+    QCOMPARE(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty(), !routes);
 }
 
 void TestAccept::allChannelsAreSwitchedOffFirstIfTwoHaveChanged()
@@ -293,8 +377,13 @@ void TestAccept::laterOpeningsWriteTheRouterModeOnlyAfterAClick()
         toggle();
         toggle();
     });
-    // In a later opening without a click the mode is not written, not even if the Controller has changed it.
-    fixture.open([] {});
+    // In a later opening without a click the mode is not written, not even if a channel has been closed or if
+    // the Controller has changed the mode.
+    fixture.open([&] {
+        const MessageBoxes boxes({QMessageBox::Yes});
+        QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::ControlModifier);
+        QCOMPARE(fixture.titles(), QStringList({"Channel 1", "+"}));
+    });
     fixture.change([](ControllerState &state) { state.viaRouter = false; });
     fixture.open([] {});
     QCOMPARE(fixture.routerSwitches, QList<bool>({true, true}));
