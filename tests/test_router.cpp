@@ -17,6 +17,24 @@ bool fallsAsleep()
     return comesTrue(faults::isAsleep);
 }
 
+/// Two channels of one fan-out, both of which have sent the frames 1 and 2. The worker of the second one
+/// serves the first one.
+struct TwoChannels
+{
+    TwoChannels()
+    {
+        channels.start();
+        channels.feedFrame(1);
+        channels.feedFrame(2);
+        for (Receiver *receiver : {&served, &serving})
+            QCOMPARE(receiver->next(), bytesOf(frameOf(1) + ' ' + frameOf(2)));
+        QVERIFY(comesTrue([] { return faults::areAsleep(2); }));
+    }
+
+    Receiver served, serving;
+    FedChannels channels{{served.port(), serving.port()}};
+};
+
 } // namespace
 
 class TestRouter : public QObject
@@ -33,9 +51,10 @@ private slots:
     void stopWaitsForAStalledSend();
     void startWhileAWorkerStopsWaitsForItsEnd();
     void resetComesBetweenTwoFramesOfABacklog();
-    void noDatagramIsSentAfterAStop();
     void laterLineRepeatsADelayedWakeUp();
     void linesThatComeDuringAServiceAreSent();
+    void servedFrameIsNotJoinedAcrossALoss();
+    void stoppedWorkerSendsNoDatagramButServesTheOthers();
     void stalledChannelDelaysNoOther();
     void nextFrameGoesToTheNewDestination();
     void runningWorkerContinuesIfAThreadIsRefused();
@@ -258,18 +277,6 @@ void TestRouter::resetComesBetweenTwoFramesOfABacklog()
     QVERIFY2(sendsDuringResets <= resets + 2, qPrintable(QString::number(sendsDuringResets)));
 }
 
-void TestRouter::noDatagramIsSentAfterAStop()
-{
-    RunningChannel channel;
-    QVERIFY(fallsAsleep());
-    faults::holdWokenWorkers = true;
-    channel.feed("fr1 6d1 fr2 6d2");
-    channel.updateRouterActiveState(false);
-    faults::holdWokenWorkers = false;
-    QVERIFY(comesTrue([this] { return hasNoWorker(); }));
-    QVERIFY(channel.receiver.isEmpty());
-}
-
 /// The data thread is preempted after it has queued the line that completes a frame, before it wakes the
 /// worker.
 void TestRouter::laterLineRepeatsADelayedWakeUp()
@@ -292,26 +299,46 @@ void TestRouter::laterLineRepeatsADelayedWakeUp()
     QCOMPARE(datagram, bytesOf("fr3 6d3"));
 }
 
-/// The second channel's worker serves the first channel. No line follows those that come during this service.
+/// No line follows those that come during the service.
 void TestRouter::linesThatComeDuringAServiceAreSent()
 {
-    Receiver first, second;
-    FedChannels channels({first.port(), second.port()});
-    channels.start();
-    channels.feedFrame(1);
-    channels.feedFrame(2);
-    for (Receiver *receiver : {&first, &second})
-        QCOMPARE(receiver->next(), bytesOf(frameOf(1) + ' ' + frameOf(2)));
-    QVERIFY(comesTrue([] { return faults::areAsleep(2); }));
+    TwoChannels two;
     HeldSends sends;
-    channels.feedFrame(3);
+    two.channels.feedFrame(3);
     QVERIFY(sends.hold());
-    channels.feedFrame(4);
+    two.channels.feedFrame(4);
     sends.release();
-    for (Receiver *receiver : {&first, &second}) {
+    for (Receiver *receiver : {&two.served, &two.serving}) {
         QCOMPARE(receiver->next(), bytesOf(frameOf(3)));
         QCOMPARE(receiver->next(), bytesOf(frameOf(4)));
     }
+}
+
+/// A server knows nothing of a loss, so it must leave the lines after it to the channel's own worker.
+void TestRouter::servedFrameIsNotJoinedAcrossALoss()
+{
+    TwoChannels two;
+    two.channels.feed("fr", "fr 3\r\n");
+    const QByteArray tooLong(int(LineQueue::MaximumBytes), 'x'); // drops the line before it, too
+    two.channels.feed("6d", tooLong.constData());
+    two.channels.feed("3d", "3d 3\r\n");
+    two.channels.feedFrame(4);
+    two.channels.feedFrame(5);
+    for (Receiver *receiver : {&two.served, &two.serving})
+        QCOMPARE(receiver->next(), bytesOf(frameOf(4) + ' ' + frameOf(5)));
+}
+
+/// The line that completes the frame wakes only the worker of the second channel, which is then stopped.
+void TestRouter::stoppedWorkerSendsNoDatagramButServesTheOthers()
+{
+    TwoChannels two;
+    faults::holdWokenWorkers = true;
+    two.channels.feedFrame(3);
+    two.channels.at(1).updateRouterActiveState(false);
+    faults::holdWokenWorkers = false;
+    QCOMPARE(two.served.next(), bytesOf(frameOf(3)));
+    QVERIFY(comesTrue([this] { return threadCount() == m_threads + 1; }));
+    QVERIFY(two.serving.isEmpty());
 }
 
 /// The socket of one of ten channels is never ready, and the channel's worker waits for it indefinitely.

@@ -139,12 +139,15 @@ public:
         publish();
     }
 
+    /// Delivers one line on the calling thread.
+    void feed(const char *type, const char *line) { m_fanOut->deliver(type, line); }
+
     /// Delivers the lines of frameOf(number) on the calling thread.
     void feedFrame(int number)
     {
         const QByteArray digits = QByteArray::number(number);
         for (const char *type : {"fr", "6d"})
-            m_fanOut->deliver(type, (type + (' ' + digits) + "\r\n").constData());
+            feed(type, (type + (' ' + digits) + "\r\n").constData());
     }
 
 private:
