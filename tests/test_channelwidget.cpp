@@ -75,6 +75,7 @@ class TestChannelWidget : public QObject
 
 private slots:
     void controlsFollowChannelAndVersion();
+    void doubleClickTogglesOnlyEnabledIdentifiers();
     void boxesChangeTheHostField_data();
     void boxesChangeTheHostField();
     void hostFieldTakesOnlyAllowedCharacters();
@@ -86,6 +87,10 @@ private slots:
 void TestChannelWidget::controlsFollowChannelAndVersion()
 {
     Page page;
+    QColor title;
+    connect(&page.widget, &ChannelWidget::changeChannelTabTitleFontColor,
+            [&title](int, const QColor &color) { title = color; });
+    const QPalette palette = QGuiApplication::palette();
     for (const int minor : {5, 6}) {
         page.versions.minor = minor;
         for (const QString &host : {otherIp, monitorIp}) {
@@ -93,6 +98,8 @@ void TestChannelWidget::controlsFollowChannelAndVersion()
             for (const bool active : {false, true}) {
                 clickBox(page.widget.checkBox_active_channel);
                 QCOMPARE(page.channel.isActive(), active);
+                QCOMPARE(title,
+                         palette.color(active ? QPalette::Active : QPalette::Disabled, QPalette::Text));
                 for (const char *name : {"tableView", "label_host", "label_port", "spinBox_port",
                                          "checkBox_my_ip", "checkBox_multicast"})
                     QVERIFY2(page.widget.findChild<QWidget *>(name)->isEnabled() == active, name);
@@ -101,6 +108,21 @@ void TestChannelWidget::controlsFollowChannelAndVersion()
                 QCOMPARE(page.widget.lineEdit_host->isEnabled(), active && host == otherIp);
             }
         }
+    }
+}
+
+/// A view reports no double click on a disabled cell, but any caller can reach the slot.
+void TestChannelWidget::doubleClickTogglesOnlyEnabledIdentifiers()
+{
+    Page page;
+    page.channel.setOutputTypes({{"fr", "", true}, {"6d", "", true}, {"3d", "", false}});
+    const QStandardItemModel *types = page.channel.typeModel();
+    for (const char *ticked : {"6d", ""}) {
+        for (int row = 0; row < types->rowCount(); ++row) {
+            for (const int column : {Channel::IdentifierColumn, Channel::DescriptionColumn})
+                page.widget.tableViewItemDoubleClicked(types->index(row, column));
+        }
+        QCOMPARE(page.channel.tickedTypes().toList().join(), QByteArray(ticked));
     }
 }
 
@@ -192,7 +214,9 @@ void TestChannelWidget::validateWarnsOfBadDestinations_data()
 {
     // The column "message" is the beginning of the message box's text, empty if no box opens. Model 0 means
     // that the query for the model fails although it writes 100.
-    const Table<QString, bool, int, QString, int> row("field", "multicast", "model", "message", "answer");
+    const Table<QString, bool, int, QString, int, int> row("field", "multicast", "model", "message",
+                                                           "defaultButton", "answer");
+    const int none = QMessageBox::NoButton;
     const int cancel = QMessageBox::Cancel;
     const QString loopback("If you intend this computer");
     const QString noGroup("Invalid multicast ip");
@@ -200,24 +224,25 @@ void TestChannelWidget::validateWarnsOfBadDestinations_data()
     const QString unresolved("Cannot resolve host name '%1' for channel 3");
     const QString unresolvedGroup("Multicast ip cannot resolve host name '%1'");
 
-    row("empty host", "", false, 1, "Invalid empty host for channel 3", cancel);
-    row("localhost as a group, with capital letters", "LocalHost", true, 1, loopback, cancel);
-    row("loopback address, model unknown", "127.0.0.1", false, 0, loopback, cancel);
-    row("loopback address, the model that allows it", "127.0.0.1", false, 100, "", cancel);
-    row("unresolved host", badName, false, 1, unresolved.arg(badName), cancel);
-    row("unresolved host, ignored", badName, false, 1, unresolved.arg(badName), QMessageBox::Ignore);
-    row("unresolved group", badName, true, 1, unresolvedGroup.arg(badName) + " for channel 3", cancel);
-    row("host with place markers", "%1%2", false, 1, unresolved.arg("%1%2"), cancel);
-    row("host with markup", "<b>x</b>", false, 1, unresolved.arg("<b>x</b>"), cancel);
-    row("group with markup", "<b>x</b>", true, 1, unresolvedGroup.arg("<b>x</b>"), cancel);
-    row("address below the groups", "224.0.0.255", true, 1, noGroup, cancel);
-    row("lowest group", "224.0.1.0", true, 1, "", cancel);
-    row("highest group", "239.255.255.255", true, 1, "", cancel);
-    row("address above the groups", "240.0.0.0", true, 1, noGroup, cancel);
-    row("host below the multicast range", "223.255.255.255", false, 1, "", cancel);
-    row("host at the lower end of the multicast range", "224.0.0.0", false, 1, noHost, cancel);
-    row("host at the upper end of the multicast range", "239.255.255.255", false, 1, noHost, cancel);
-    row("host above the multicast range", "240.0.0.0", false, 1, "", cancel);
+    row("empty host", "", false, 1, "Invalid empty host for channel 3", cancel, cancel);
+    row("localhost as a group, with capital letters", "LocalHost", true, 1, loopback, cancel, cancel);
+    row("loopback address, model unknown", "127.0.0.1", false, 0, loopback, cancel, cancel);
+    row("loopback address, the model that allows it", "127.0.0.1", false, 100, "", none, none);
+    row("unresolved host", badName, false, 1, unresolved.arg(badName), cancel, cancel);
+    row("unresolved host, ignored", badName, false, 1, unresolved.arg(badName), cancel, QMessageBox::Ignore);
+    row("unresolved host, box closed", badName, false, 1, unresolved.arg(badName), cancel, none);
+    row("unresolved group", badName, true, 1, unresolvedGroup.arg(badName) + " for channel 3", none, cancel);
+    row("host with place markers", "%1%2", false, 1, unresolved.arg("%1%2"), cancel, cancel);
+    row("host with markup", "<b>x</b>", false, 1, unresolved.arg("<b>x</b>"), cancel, cancel);
+    row("group with markup", "<b>x</b>", true, 1, unresolvedGroup.arg("<b>x</b>"), none, cancel);
+    row("address below the groups", "224.0.0.255", true, 1, noGroup, none, cancel);
+    row("lowest group", "224.0.1.0", true, 1, "", none, none);
+    row("highest group", "239.255.255.255", true, 1, "", none, none);
+    row("address above the groups", "240.0.0.0", true, 1, noGroup, none, cancel);
+    row("host below the multicast range", "223.255.255.255", false, 1, "", none, none);
+    row("host at the lower end of the multicast range", "224.0.0.0", false, 1, noHost, none, cancel);
+    row("host at the upper end of the multicast range", "239.255.255.255", false, 1, noHost, none, cancel);
+    row("host above the multicast range", "240.0.0.0", false, 1, "", none, none);
 }
 
 void TestChannelWidget::validateWarnsOfBadDestinations()
@@ -226,6 +251,7 @@ void TestChannelWidget::validateWarnsOfBadDestinations()
     QFETCH(bool, multicast);
     QFETCH(int, model);
     QFETCH(QString, message);
+    QFETCH(int, defaultButton);
     QFETCH(int, answer);
     // The result must not depend on whether the channel already has the text of the field and its address.
     for (const bool flushed : {false, true}) {
@@ -240,11 +266,14 @@ void TestChannelWidget::validateWarnsOfBadDestinations()
 
         MessageBoxes boxes;
         boxes.decide = [&](const QMessageBox *) { return QMessageBox::StandardButton(answer); };
+        lookUps = 0;
         QCOMPARE(page.widget.validate(), message.isEmpty() || answer == QMessageBox::Ignore);
+        QVERIFY(!flushed || lookUps == 0); // the channel has looked the host up
         QCOMPARE(boxes.texts.size(), message.isEmpty() ? 0 : 1);
         const QString text = boxes.texts.value(0, "");
         QVERIFY2(text.startsWith(message), qPrintable(text));
         QVERIFY(!boxes.anyRichText);
+        QCOMPARE(int(boxes.defaults.value(0, QMessageBox::NoButton)), defaultButton);
         // Any text is valid on an inactive channel, and the Controller is not queried.
         page.channel.setActive(false);
         page.manager.takeJournal();

@@ -13,7 +13,7 @@
 
 /// Answers the modal message boxes that open during its life with the given buttons in order, and records the
 /// boxes. When the buttons are used up, \a decide chooses the button. A box for which there is no button is
-/// rejected, so that it does not block the test. GUI thread only.
+/// closed as by the user, with No or Cancel, so that it does not block the test. GUI thread only.
 class MessageBoxes : public QObject
 {
 public:
@@ -54,7 +54,7 @@ private:
         if (button)
             button->click();
         else
-            box->reject();
+            box->close();
     }
 
     QList<QMessageBox::StandardButton> m_answers;
