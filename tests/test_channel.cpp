@@ -114,15 +114,18 @@ class TestChannel : public QObject
     Q_OBJECT
 
 private slots:
-    void catalogueRemovesDoubleQuotesFromDescriptions();
+    void catalogueHasDescriptionsWithoutDoubleQuotesAndAvailability();
     void catalogueContinuesAfterFailures();
+    void catalogueWithoutTypesIsNoFailure();
     void monitorIpIsTheSecondFieldOfTheAnswer();
     void rowsFollowTheFixedOrder_data();
     void rowsFollowTheFixedOrder();
     void thisComputerIsKnownByAddressNameAndFullName_data();
     void thisComputerIsKnownByAddressNameAndFullName();
+    void unknownAddressesAreTheSameDestination();
     void loadReadsTheState_data();
     void loadReadsTheState();
+    void loadQueriesNoUnavailableTypeAndNoUnknownDivisor();
     void failedQueriesOfDivisorAndTicksAreLogged();
     void twoDigitChannelAndSpecialTypeNameAreSentUnchanged();
     void loadPublishesTicksOnceAtItsEnd();
@@ -136,19 +139,25 @@ private slots:
     void refusedCommandsCountAsCommitted();
 };
 
-void TestChannel::catalogueRemovesDoubleQuotesFromDescriptions()
+void TestChannel::catalogueHasDescriptionsWithoutDoubleQuotesAndAvailability()
 {
     FakeIOManager manager;
-    manager.answers = {{"output number_of_types", "1"},
+    manager.answers = {{"output number_of_types", "3"},
                        {"output type t01", "6d"},
+                       {"output type t02", "3d"},
+                       {"output type t03", "gl"},
                        {"output type_desc 6d", R"("6d "body" 'data'")"},
-                       {"output available 6d", "yes"}};
+                       {"output type_desc 3d", ""},
+                       {"output type_desc gl", "gl"},
+                       {"output available 6d", "yes"},
+                       {"output available 3d", "yes "},
+                       {"output available gl", "Yes"}};
     QList<OutputTypeInfo> types = catalogue("of the previous catalogue");
     QCOMPARE(queryOutputTypes(&manager, &types), 0);
-    QCOMPARE(types.size(), 1);
-    QCOMPARE(types.first().name, latin("6d"));
-    QCOMPARE(types.first().description, latin("6d body 'data'"));
-    QVERIFY(types.first().available);
+    QStringList described;
+    for (const OutputTypeInfo &type : qAsConst(types))
+        described << type.name + ": " + type.description + (type.available ? ", available" : "");
+    QCOMPARE(described, QStringList({"6d: 6d body 'data', available", "3d: ", "gl: gl"}));
 }
 
 void TestChannel::catalogueContinuesAfterFailures()
@@ -175,6 +184,17 @@ void TestChannel::catalogueContinuesAfterFailures()
     QVERIFY(types.isEmpty());
     QCOMPARE(manager.journal.last(),
              latin("log standard ORVANE3 1 Error: Unable to get number of output types"));
+}
+
+void TestChannel::catalogueWithoutTypesIsNoFailure()
+{
+    FakeIOManager manager;
+    QList<OutputTypeInfo> types;
+    for (const char *count : {"0", "-1"}) {
+        manager.answers["output number_of_types"] = count;
+        QCOMPARE(queryOutputTypes(&manager, &types), 0);
+        QCOMPARE(manager.takeJournal(), QStringList({"output number_of_types"}));
+    }
 }
 
 void TestChannel::monitorIpIsTheSecondFieldOfTheAnswer()
@@ -206,26 +226,43 @@ void TestChannel::rowsFollowTheFixedOrder()
 
 void TestChannel::thisComputerIsKnownByAddressNameAndFullName_data()
 {
-    const Table<QString, QString, QString, bool> row("hostName", "domain", "candidate", "isMine");
-    row("address", "pc", "lab.org", "10.1.2.3", true);
-    row("name", "pc", "lab.org", "pc", true);
-    row("name and domain", "pc", "lab.org", "pc.lab.org", true);
-    row("name in upper case", "pc", "lab.org", "PC", false);
-    row("empty, name unknown", "", "lab.org", "", false);
-    row("domain only, name unknown", "", "lab.org", ".lab.org", false);
-    row("name, domain unknown", "pc", "", "pc", true);
-    row("name with a dot, domain unknown", "pc", "", "pc.", false);
+    const Table<QString, QString, QString, QString, bool> row("address", "hostName", "domain", "candidate",
+                                                              "isMine");
+    const QString address = "10.1.2.3";
+    row("address", address, "pc", "lab.org", address, true);
+    row("name", address, "pc", "lab.org", "pc", true);
+    row("name and domain", address, "pc", "lab.org", "pc.lab.org", true);
+    row("name in upper case", address, "pc", "lab.org", "PC", false);
+    row("empty, name unknown", address, "", "lab.org", "", false);
+    row("empty, address unknown", "", "pc", "lab.org", "", true);
+    row("domain only, name unknown", address, "", "lab.org", ".lab.org", false);
+    row("name, domain unknown", address, "pc", "", "pc", true);
+    row("name with a dot, domain unknown", address, "pc", "", "pc.", false);
 }
 
 void TestChannel::thisComputerIsKnownByAddressNameAndFullName()
 {
+    QFETCH(QString, address);
     QFETCH(QString, hostName);
     QFETCH(QString, domain);
     QFETCH(QString, candidate);
     Setup setup;
+    setup.channel.setMonitorIp(address);
     setup.channel.setHostName(hostName);
     setup.channel.setDomainName(domain);
     QTEST(setup.channel.isMyIp(candidate), "isMine");
+}
+
+void TestChannel::unknownAddressesAreTheSameDestination()
+{
+    Setup setup;
+    Channel other(&setup.manager, 1, &setup.versions);
+    other.setActive(true);
+    other.setPort(5100);
+    other.setHost("nowhere");
+    QVERIFY(!setup.channel.hasSameDestination(other));
+    setup.channel.setHost("nobody");
+    QVERIFY(setup.channel.hasSameDestination(other));
 }
 
 void TestChannel::loadReadsTheState_data()
@@ -262,6 +299,21 @@ void TestChannel::loadReadsTheState()
         setup.manager.failing << query;
     setup.channel.load();
     QTEST(describe(setup.channel), "state");
+}
+
+void TestChannel::loadQueriesNoUnavailableTypeAndNoUnknownDivisor()
+{
+    Setup setup;
+    const QString divisor = "output net_divisor ch01";
+    QStringList queries{"output net ch01",       "output net_active ch01", divisor,
+                        "output active ch01 fr", "output active ch01 6d",  "output active ch01 2dmon"};
+    setup.channel.load();
+    QCOMPARE(setup.manager.takeJournal(), queries);
+    setup.versions.minor = 5;
+    queries.removeAll(divisor);
+    setup.channel.load();
+    QCOMPARE(setup.manager.takeJournal(), queries);
+    QCOMPARE(setup.channel.dataDivisor(), 1);
 }
 
 void TestChannel::failedQueriesOfDivisorAndTicksAreLogged()
@@ -451,6 +503,12 @@ void TestChannel::refusedCommandsCountAsCommitted()
                   "output active ch01 6d no", "output net ch01 udp 'tracker' 80", "output net_divisor ch01 4",
                   "log standard ORVANE3 1 Error: Unable to set value send data divisor"}));
     QVERIFY(!setup.channel.hasChanges());
+    setup.manager.failing = {"output net_active ch01 no"};
+    setup.channel.setActive(false);
+    setup.channel.commit();
+    QCOMPARE(setup.manager.takeJournal(),
+             QStringList({"output net_active ch01 no",
+                          "log standard ORVANE3 1 Error: Unable to deactivate channel"}));
 }
 
 QTEST_GUILESS_MAIN(TestChannel)

@@ -69,6 +69,7 @@ private slots:
     void cleanup();
     void datagramArrivesWholeOrNotAtAll();
     void flagsAndPortConfigureTheSocket();
+    void failedCloseIsReported();
     void textIsResolvedAndAddressIsSplit();
 
 private:
@@ -132,6 +133,14 @@ void TestUdp::flagsAndPortConfigureTheSocket()
     QCOMPARE(udpClose(m_receiver), int(UdpSucceeded));
     QCOMPARE(udpOpen(&m_receiver, taken, 0), int(UdpSucceeded));
     QCOMPARE(portOf(m_receiver->socket), taken);
+}
+
+void TestUdp::failedCloseIsReported()
+{
+    SocketHandle *handle = nullptr;
+    QCOMPARE(udpOpen(&handle, 0, UdpAnyPort), int(UdpSucceeded));
+    QCOMPARE(nativeSocketClose(handle->socket), int(NativeTaken));
+    QCOMPARE(udpClose(handle), int(UdpFailed));
 }
 
 void TestUdp::textIsResolvedAndAddressIsSplit()
