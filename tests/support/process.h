@@ -10,7 +10,9 @@ constexpr bool isSanitized = false;
 
 // The resources of the test's own process. Each system has a source file that defines these functions.
 
-/// Returns the number of threads.
+/// Returns the number of threads; on Windows only of those whose first function is in the program's file,
+/// which are the main thread and the workers of channels. Threads of the system, such as those that load DLLs
+/// and look up names, begin in a DLL and may linger. Only differences are meaningful.
 int threadCount();
 
 /// Returns the number of open descriptors; on Windows only of sockets, because locks and threads have handles

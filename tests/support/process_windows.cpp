@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <psapi.h>
 #include <tlhelp32.h>
+#include <winternl.h>
 
 namespace {
 
@@ -20,6 +21,24 @@ int handlesThat(Predicate wanted)
     return count;
 }
 
+/// Returns whether the thread's first function is in the file of the program, not in a DLL.
+bool startsInProgram(DWORD identifier)
+{
+    const HANDLE thread = OpenThread(THREAD_QUERY_INFORMATION, FALSE, identifier);
+    if (!thread)
+        return false;                                              // the thread has ended
+    constexpr auto startAddress = static_cast<THREADINFOCLASS>(9); // ThreadQuerySetWin32StartAddress
+    void *start = nullptr;
+    const NTSTATUS status = NtQueryInformationThread(thread, startAddress, &start, sizeof start, nullptr);
+    CloseHandle(thread);
+    HMODULE file = nullptr;
+    return NT_SUCCESS(status) &&
+           GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                                  GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                              static_cast<const wchar_t *>(start), &file) &&
+           file == GetModuleHandleW(nullptr);
+}
+
 } // namespace
 
 int threadCount()
@@ -29,7 +48,7 @@ int threadCount()
     entry.dwSize = sizeof entry;
     int count = 0;
     for (BOOL more = Thread32First(threads, &entry); more; more = Thread32Next(threads, &entry))
-        count += entry.th32OwnerProcessID == GetCurrentProcessId();
+        count += entry.th32OwnerProcessID == GetCurrentProcessId() && startsInProgram(entry.th32ThreadID);
     CloseHandle(threads);
     return count;
 }
