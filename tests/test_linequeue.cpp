@@ -49,7 +49,31 @@ private slots:
     void lineTooLongForAnEmptyQueueIsDropped();
     void fullQueueStaysWithinItsMemoryLimit_data();
     void fullQueueStaysWithinItsMemoryLimit();
+    void blockKeepsALargeBufferFor99SmallUses();
 };
+
+void TestLineQueue::blockKeepsALargeBufferFor99SmallUses()
+{
+    LineBlock block;
+    const auto use = [&block](std::size_t bytes, int times) {
+        const std::string text(bytes, 'x');
+        for (int use = 0; use < times; ++use) {
+            block.append({"6d", text});
+            RouterLine line;
+            block.read(&line);
+            block.clear();
+            block.clear(); // clearing an empty block is not a use
+        }
+        return block.allocatedBytes();
+    };
+    const std::size_t large = use(60000, 1);
+    QVERIFY(large > 60000);
+    QCOMPARE(use(10, 99), large);
+    QCOMPARE(use(60000, 1), large);
+    QCOMPARE(use(10, 99), large);
+    QVERIFY(use(10, 1) < 1000);
+    QVERIFY(use(LineBlock::MaximumBytes, 1) < 1000); // a single overlong line
+}
 
 void TestLineQueue::oldestBlockIsDroppedBeyondTheLimitOfLines()
 {

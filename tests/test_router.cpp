@@ -57,6 +57,7 @@ private slots:
     void stoppedWorkerSendsNoDatagramButServesTheOthers();
     void stalledChannelDelaysNoOther();
     void nextFrameGoesToTheNewDestination();
+    void changeOfTheDivisorLosesNoFrameThatBothSelect();
     void runningWorkerContinuesIfAThreadIsRefused();
     void startedThreadBecomesTheWorkerIfAThreadIsRefused();
 
@@ -386,6 +387,30 @@ void TestRouter::nextFrameGoesToTheNewDestination()
     channel.feed("fr5 6d5");
     QCOMPARE(channel.receiver.next(), bytesOf("fr5 6d5"));
     QVERIFY(other.isEmpty());
+}
+
+void TestRouter::changeOfTheDivisorLosesNoFrameThatBothSelect()
+{
+    constexpr int frames = 3000;
+    RunningChannel channel;
+    channel.feed("fr1 6d1 fr2 6d2");
+    QCOMPARE(channel.receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
+    channel.setDataDivisor(2);
+    faults::isPaced = true;
+    std::thread feeder([&channel] {
+        for (int number = 3; number <= frames; ++number)
+            channel.feed(frameOf(number));
+    });
+    int expected = 6; // the next frame that both divisors select
+    const bool came = channel.receiver.readsUntil(
+        [&] {
+            channel.setDataDivisor(5 - channel.dataDivisor());
+            return expected > frames;
+        },
+        [&](const QByteArray &datagram) { expected += datagram == bytesOf(frameOf(expected)) ? 6 : 0; });
+    feeder.join();
+    faults::isPaced = false;
+    QVERIFY2(came, qPrintable(QString("frame %1 is missing").arg(expected)));
 }
 
 void TestRouter::runningWorkerContinuesIfAThreadIsRefused()

@@ -50,36 +50,11 @@ std::size_t ChannelAsRouter::enqueue(const RouterLine &line)
     return isWanted ? m_lines.append(line) : 0;
 }
 
-/// Locks m_frameMutex with priority over the worker and servers: while a thread waits here, the worker pauses
-/// between frames and servers do not lock the mutex. The pause is necessary because mutexes are not fair: a
-/// worker with a backlog could otherwise re-lock the mutex after each frame indefinitely.
-class SCOPED_CAPABILITY ChannelAsRouter::PriorityFrameLock
-{
-public:
-    explicit PriorityFrameLock(ChannelAsRouter *channel) ACQUIRE(channel->m_frameMutex)
-        : m_mutex(channel->m_frameMutex)
-    {
-        ++channel->m_frameLocksWanted;
-        mutexLock(m_mutex);
-        --channel->m_frameLocksWanted;
-    }
-    ~PriorityFrameLock() RELEASE() { mutexUnlock(m_mutex); }
-    PriorityFrameLock(const PriorityFrameLock &) = delete;
-    PriorityFrameLock &operator=(const PriorityFrameLock &) = delete;
-
-private:
-    Mutex *m_mutex;
-};
-
 void ChannelAsRouter::resetFrame()
 {
     if (!hasLocks())
         return;
-    bool dropped = false;
-    {
-        const PriorityFrameLock lock(this);
-        dropped = dropFrame();
-    }
+    const bool dropped = dropFrameWithPriority();
     if (m_routerRunning)
         m_log.post(dropped ? RouterLog::ResetWithinFrame : RouterLog::Reset);
 }
@@ -102,12 +77,10 @@ void ChannelAsRouter::startRouter()
     // Repeat a look-up that has failed. No lock is held, because data threads must not wait for a look-up.
     setHost(host());
     {
-        // Drop the old frame and set m_routerRunning under one lock, before the new thread starts. A worker
-        // that is about to stop handles its last lines either before this lock, so that they are dropped with
-        // the frame, or after it. In the second case it finds m_routerRunning set and continues. If the
-        // router was stopped, no line of the new run is dropped here, because none is queued before
-        // m_routerRunning is set.
-        const PriorityFrameLock lock(this);
+        // One lock for both: a worker that is about to stop handles its last lines either before, so that
+        // they are dropped with the frame, or after, when it finds m_routerRunning set and continues. No line
+        // of the new run is queued before.
+        const MutexGuard lock(m_frameMutex, &m_frameLocksWanted);
         hasSocket = m_socketHandle || udpOpen(&m_socketHandle, 0, UdpAnyPort) == UdpSucceeded;
         dropped = dropFrame();
         m_routerRunning = true;
@@ -124,10 +97,7 @@ void ChannelAsRouter::stopRouter()
     const bool wasRunning = m_routerRunning.exchange(false);
     m_lines.interruptWorker();
     threadSleep(stopMilliseconds);
-    {
-        const PriorityFrameLock lock(this);
-        dropFrame();
-    }
+    dropFrameWithPriority();
     if (wasRunning)
         m_log.log(RouterLog::Stopped);
 }
@@ -161,7 +131,7 @@ void ChannelAsRouter::runWorker()
     }
     while (!m_lines.tryStopWorker()) {
         while (m_frameLocksWanted > 0)
-            threadSleep(1); // lets the threads in PriorityFrameLock lock m_frameMutex
+            threadSleep(1);
         waitForLines();
         // Serve the other channels first, because the send on this channel's own socket may wait. Serve them
         // also when stopping: a data thread that has called several channels may have woken only this worker.
@@ -218,7 +188,7 @@ void ChannelAsRouter::serve()
         wakeWorker();
 }
 
-/// Locks m_frameMutex unless another thread holds it or waits for it in PriorityFrameLock.
+/// Locks m_frameMutex unless another thread holds it or wants it with priority.
 bool ChannelAsRouter::tryLockFrame() UNCHECKED_LOCKING
 {
     return m_frameLocksWanted == 0 && mutexTryLock(m_frameMutex) == Succeeded;
@@ -259,6 +229,12 @@ ChannelAsRouter::LogEvent ChannelAsRouter::assembleFrame(uint32_t timeoutMicrose
         return {};
     m_frame.resetFrame();
     return dropped;
+}
+
+bool ChannelAsRouter::dropFrameWithPriority()
+{
+    const MutexGuard lock(m_frameMutex, &m_frameLocksWanted);
+    return dropFrame();
 }
 
 /// Returns whether the frame had any text.

@@ -14,19 +14,17 @@ namespace networksettings2g {
 class ChannelFanOut;
 }
 
-/// A channel that can forward the tracking data itself: lines of its ticked types are queued, and a worker
-/// thread of its own joins them into frames and sends each frame whose number is divisible by the divisor as
-/// one UDP datagram to the channel's destination.
+/// A channel that can forward the tracking data itself: its worker thread joins the queued lines of its
+/// ticked types into frames and sends each frame that the divisor selects as one UDP datagram to the
+/// destination.
 ///
-/// A worker that is awake also serves the called channels of the same fan-out: as their server (see
-/// LineMonitor), it handles their lines, so that one wake-up per frame can serve several channels. A server
-/// waits only for short locks: it only tries to lock the frame mutex, and it sends only if the socket is
-/// ready. It leaves everything else (a backlog, lost lines, a socket that is not ready, a frame mutex that
-/// another thread holds or wants, a stop) to the channel's own worker, which it wakes. So a channel whose
-/// socket is not ready delays no other channel.
+/// A worker that is awake also serves the other called channels of its fan-out, so that one wake-up per frame
+/// covers several channels. A server handles only the normal case, in which it waits for nothing: one queued
+/// frame, the socket ready, the frame mutex free. For anything else it wakes the channel's own worker. So a
+/// channel whose socket is not ready delays no other channel.
 ///
-/// Failures of forwarding are not reported to the user, only to RouterLog. A channel whose locks could not be
-/// created never routes.
+/// Failures of forwarding are reported only to RouterLog. A channel whose locks could not be created never
+/// routes.
 ///
 /// Thread safety: enqueue(), wakeWorker(), serve() and resetFrame() may be called by any thread that keeps
 /// the channel from being destroyed, as a reader of the fan-out does (see ChannelFanOut). Worker threads call
@@ -36,9 +34,9 @@ class ChannelFanOut;
 ///
 /// Invariants:
 /// 1. Lock order: m_frameMutex, LineMonitor::m_mutex. No thread holds the frame mutexes of two channels.
-/// 2. Lines are handled only with m_frameMutex held: by the worker, by a server, or by a thread that drops
-///    the frame. The mutex stays locked during a send, in which the worker waits for the socket for at most
-///    100 ms.
+/// 2. Lines are handled only with m_frameMutex held, also during a send. Only the worker waits for the
+/// socket,
+///    for at most 100 ms.
 /// 3. A thread that sends first checks m_routerRunning, with m_frameMutex held. A stop sets m_routerRunning
 ///    to false and then locks m_frameMutex. So no datagram is sent after the stop has returned.
 /// 4. While m_lines is in state Asleep and no thread holds m_frameMutex, all lines of m_block have been read
@@ -88,7 +86,6 @@ public slots:
     void updateRouterActiveState(bool active);
 
 private:
-    class PriorityFrameLock;
     using LogEvent = std::optional<networksettings2g::RouterLog::Event>; // empty: nothing to log
 
     bool hasLocks() const { return m_frameMutex && m_lines.isUsable(); }
@@ -103,6 +100,7 @@ private:
     LogEvent assembleFrame(uint32_t timeoutMicroseconds) REQUIRES(m_frameMutex);
     LogEvent sendFrame(uint32_t timeoutMicroseconds) REQUIRES(m_frameMutex);
     bool dropFrame() REQUIRES(m_frameMutex);
+    bool dropFrameWithPriority() EXCLUDES(m_frameMutex);
     void logDestination();
     void logDivisor();
 
@@ -116,7 +114,9 @@ private:
     networksettings2g::LineMonitor m_lines{[this] { return isRunWanted(); }};
 
     alignas(CacheLineBytes) Mutex *m_frameMutex = nullptr;
-    std::atomic<int> m_frameLocksWanted{0};                          // threads that wait in PriorityFrameLock
+    // Threads that want m_frameMutex with priority. Meanwhile the worker pauses between frames and servers do
+    // not lock the mutex. Mutexes are not fair: a worker with a backlog could otherwise keep it indefinitely.
+    std::atomic<int> m_frameLocksWanted{0};
     SocketHandle *m_socketHandle GUARDED_BY(m_frameMutex) = nullptr; // written by the GUI thread
     networksettings2g::LineBlock m_block GUARDED_BY(m_frameMutex);
     networksettings2g::FrameAssembler m_frame GUARDED_BY(m_frameMutex);

@@ -3,8 +3,6 @@
 #include "channelasrouter.h"
 #include "platformthreads.h"
 
-#include <utility>
-
 namespace networksettings2g {
 
 namespace {
@@ -65,23 +63,21 @@ void ChannelFanOut::deliver(const char *type, const char *line)
     const auto found = reader.table().byType.find(routed.type);
     if (found == reader.table().byType.cend())
         return;
-    // The worker that is woken last checks all channels after all of them have been called, even if it wakes
-    // at a time-out before it is signalled.
-    ChannelAsRouter *lastCalled = nullptr;
-    std::size_t bytes = 0;
+    ChannelAsRouter *server = nullptr; // the last called channel, whose worker will serve the others
+    std::size_t bytes = 0;             // queued for called channels since a worker was last woken
     for (ChannelAsRouter *channel : found->second) {
         const std::size_t queued = channel->enqueue(routed);
-        if (queued == 0)
-            continue;
-        lastCalled = channel;
+        if (queued > 0)
+            server = channel;
         bytes += queued;
-        if (bytes >= bytesPerServer) {
-            std::exchange(lastCalled, nullptr)->wakeWorker();
+        if (server && bytes >= bytesPerServer) {
+            server->wakeWorker();
+            server = nullptr;
             bytes = 0;
         }
     }
-    if (lastCalled)
-        lastCalled->wakeWorker();
+    if (server)
+        server->wakeWorker();
 }
 
 void ChannelFanOut::resetFrames()

@@ -77,13 +77,13 @@ bool FrameAssembler::add(const RouterLine &line)
 WakeCondition FrameAssembler::nextCompletion() const
 {
     const int linesToNewOpener = MaximumLinesWithoutStart - m_linesWithoutStart + 1;
-    const bool isMidFrame = m_lineCount < m_frameLines;
-    // Within a frame, its remaining lines complete it, unless the next frame opens earlier. After a full
-    // frame, an opening line is expected next, and the frame that it opens is complete when it has as many
-    // lines as this one has now. In both cases a line whose type becomes the opening type meets the
-    // condition, because the expected length does not hold from then on.
-    const int lines = isMidFrame ? m_frameLines - m_lineCount : m_lineCount;
-    return {static_cast<std::size_t>(std::clamp(lines, 1, linesToNewOpener)), m_firstLineType, !isMidFrame};
+    // Between frames, an opening line comes first, and its frame is complete when it has as many lines as the
+    // last one. Within a frame, its remaining lines complete it, unless the next frame opens earlier. A line
+    // whose type becomes the opening type meets the condition, because the length does not hold from then on.
+    const bool isBetweenFrames = m_lineCount >= m_frameLines;
+    const int lines = isBetweenFrames ? m_lineCount : m_frameLines - m_lineCount;
+    return {static_cast<std::size_t>(std::clamp(lines, 1, linesToNewOpener)), m_firstLineType,
+            isBetweenFrames};
 }
 
 bool FrameAssembler::findFrameStart(std::string_view type)

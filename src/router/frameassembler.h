@@ -10,12 +10,10 @@
 
 namespace networksettings2g {
 
-/// Joins lines into frames. The stream does not mark where a frame begins, so the type of the first line
-/// becomes the opening type, whose lines open frames. A frame is complete when as many lines have arrived
-/// since its opening line, including that line, as the previous frame had. Lines that are not part of a
-/// complete frame when the next frame opens stay in the buffer and become part of the next frame: those of
-/// the first frame after a start, those of a frame that is shorter than the previous one, and those at the
-/// end of a longer one. Not thread-safe.
+/// Joins lines into frames. The stream has no frame marks, so they are inferred: the type of the first line
+/// opens frames, and a frame is complete when it has as many lines as the previous one. While that length is
+/// unknown or has changed, leftover lines become part of the next frame: the lines fr1 6d1 fr2 6d2 fr3 6d3
+/// give the frames "fr1 6d1 fr2 6d2" and "fr3 6d3". Not thread-safe.
 class FrameAssembler
 {
 public:

@@ -87,27 +87,35 @@ void LineMonitor::waitForLines(WakeCondition next)
     // later, it finds the worker asleep and signals.
     if (m_queue.lineCount() > 0 || !m_isRunWanted())
         return;
+    if (m_waitFailed) {
+        pause();
+        return;
+    }
     m_wakeCondition = std::move(next);
-    m_state = m_waitFailed ? Awake : Asleep;
-    sleep();
+    m_state = Asleep;
+    if (condTimedWait(m_condition, m_mutex, waitMilliseconds) == PlatformFailed)
+        recoverMutex();
     m_state = Awake;
 }
 
-void LineMonitor::sleep()
+/// Releases the mutex for a moment.
+void LineMonitor::pause()
 {
-    if (!m_waitFailed && condTimedWait(m_condition, m_mutex, waitMilliseconds) != PlatformFailed)
-        return;
-    // The wait has failed, now or in an earlier call, so the condition is unusable: another wait, or a
-    // signal, could block forever. After the failure it is unknown whether this thread holds the mutex. Lock
-    // it, and set the state to Awake, so that later calls of append(), interruptWorker() and beginService()
-    // lead to no signal. A server that is serving now may still signal once. Then release every level of the
-    // mutex, pause, and return with the mutex held once.
+    mutexUnlock(m_mutex);
+    threadSleep(pollMilliseconds);
+    mutexLock(m_mutex);
+}
+
+/// Makes sure that the mutex is held exactly once, which is unknown after a failed wait. The condition is
+/// unusable from now on: another wait, or a signal, could block forever. In state Awake no thread signals,
+/// except a server that is serving now, at most once.
+void LineMonitor::recoverMutex()
+{
     mutexLock(m_mutex);
     m_waitFailed = true;
     m_state = Awake;
     while (mutexUnlock(m_mutex) == Succeeded) {
     }
-    threadSleep(pollMilliseconds);
     mutexLock(m_mutex);
 }
 

@@ -16,8 +16,8 @@ namespace networksettings2g {
 /// deliver a channel's lines and those that handle them. It contains the queue, lets the channel's worker
 /// sleep, and decides which thread is that worker.
 ///
-/// A worker that is awake also handles the lines of channels whose workers sleep; it is then their server. A
-/// thread that handles lines holds the channel's frame mutex, so at most one thread does so at a time.
+/// A worker that is awake also handles the lines of channels whose workers sleep, as their server. A thread
+/// that handles lines holds the channel's frame mutex, so at most one thread does so at a time.
 ///
 /// | State  | The worker             | Next states                                                         |
 /// |--------|------------------------|---------------------------------------------------------------------|
@@ -28,8 +28,8 @@ namespace networksettings2g {
 /// | Served | sleeps                 | Asleep when the server has handled all lines; Called if it leaves   |
 /// |        |                        | a rest, or newer lines, to the worker; Awake when the sleep ends    |
 ///
-/// A sleep ends at a signal, after 100 ms, or if the platform's wait fails. After such a failure the worker
-/// no longer sleeps but polls the queue every 10 ms, in state Awake.
+/// A sleep ends at a signal or after 100 ms. Note: if the platform's wait fails, the worker no longer sleeps
+/// but polls the queue every 10 ms, in state Awake.
 ///
 /// Thread safety: any thread may call any function, except that only the worker may call those marked
 /// "Worker:", and only a server those marked "Server:".
@@ -90,7 +90,6 @@ public:
 
     /// Worker: sleeps until a signal comes or 100 ms have passed. During the sleep, a backlog, or a line
     /// that meets \a next, leads to Called. Returns at once if lines are queued or the run is not wanted.
-    /// Once the platform's wait has failed, only pauses for 10 ms.
     void waitForLines(WakeCondition next) EXCLUDES(m_mutex);
 
     enum class Taken
@@ -138,7 +137,8 @@ private:
         Served
     };
 
-    void sleep() REQUIRES(m_mutex) UNCHECKED_LOCKING;
+    void pause() REQUIRES(m_mutex) UNCHECKED_LOCKING;
+    void recoverMutex() REQUIRES(m_mutex) UNCHECKED_LOCKING;
 
     Mutex *m_mutex = nullptr;
     Condition *m_condition = nullptr;

@@ -2,6 +2,8 @@
 
 #include "platformthreads.h"
 
+#include <atomic>
+
 namespace networksettings2g {
 
 /// Holds one level of a recursive mutex for as long as the object lives.
@@ -12,6 +14,14 @@ public:
         : m_mutex(mutex)
     {
         mutexLock(m_mutex);
+    }
+    /// Counts the thread in \a wanted until it holds the mutex.
+    MutexGuard(Mutex *mutex, std::atomic<int> *wanted) ACQUIRE(mutex)
+        : m_mutex(mutex)
+    {
+        ++*wanted;
+        mutexLock(m_mutex);
+        --*wanted;
     }
     ~MutexGuard() RELEASE() { mutexUnlock(m_mutex); }
 

@@ -29,7 +29,8 @@ public:
     /// for each line until it returns true, because it remembers no earlier line.
     bool isMet(const RouterLine &newest, std::size_t count) const
     {
-        return count >= m_lines || (newest.type == m_opener && !(m_openerExpectedFirst && count == 1));
+        const bool isExpected = m_openerExpectedFirst && count == 1;
+        return count >= m_lines || (newest.type == m_opener && !isExpected);
     }
 
 private:
