@@ -57,7 +57,7 @@ void TestLineQueue::blockKeepsALargeBufferFor99SmallUses()
     LineBlock block;
     const auto use = [&block](std::size_t bytes, int times) {
         const std::string text(bytes, 'x');
-        for (int use = 0; use < times; ++use) {
+        for (int time = 0; time < times; ++time) {
             block.append({"6d", text});
             RouterLine line;
             block.read(&line);
