@@ -157,8 +157,40 @@ private:
     std::size_t m_next = 0;
 };
 
-/// Performs the steps of one stream: events, and lines that go to the queue, to the assembler, or from the
-/// queue to the assembler.
+enum class Step
+{
+    StartRun,
+    StartAfterGap,
+    ResetFrame,
+    SetDivisor,
+    Append,     // a line to the queue
+    AppendMany, // the same line to the queue, repeatedly
+    AppendLong, // a line to the queue, up to beyond the queue's limit
+    Add,        // a line to the assembler
+    AddMany,    // the same line to the assembler, repeatedly
+    Transfer    // the next line of the queue to the assembler
+};
+
+/// Returns the next step. A step that is listed twice is taken twice as often.
+Step takeStep(FuzzedDataProvider &input)
+{
+    return input.PickValueInArray({Step::StartRun, Step::StartAfterGap, Step::ResetFrame, Step::SetDivisor,
+                                   Step::AppendMany, Step::AddMany, Step::Append, Step::AppendLong,
+                                   Step::Transfer, Step::Transfer, Step::Add, Step::Add});
+}
+
+void transfer(CheckedQueue *queue, CheckedAssembler *assembler, int divisor)
+{
+    Line line;
+    bool gap = false;
+    if (!queue->take(&line, &gap))
+        return;
+    if (gap)
+        assembler->startAfterGap();
+    assembler->add(line, divisor);
+}
+
+/// Performs the steps of one stream.
 void runStream(FuzzedDataProvider &input)
 {
     CheckedAssembler assembler;
@@ -166,47 +198,40 @@ void runStream(FuzzedDataProvider &input)
     int divisor = 1;
     int bulk = 3; // limits the number of steps with many lines, which are slow
     while (input.remaining_bytes() > 0) {
-        const int step = input.ConsumeIntegralInRange(0, 11);
+        const Step step = takeStep(input);
         Line line = takeLine(input);
-        const bool isMany = (step == 4 || step == 5) && bulk-- > 0;
+        const bool isMany = (step == Step::AppendMany || step == Step::AddMany) && bulk-- > 0;
         const int times = isMany ? input.ConsumeIntegralInRange(0, 20000) : 1;
-        bool gap = false;
         switch (step) {
-        case 0:
+        case Step::StartRun:
             assembler.startRun();
             break;
-        case 1:
+        case Step::StartAfterGap:
             assembler.startAfterGap();
             break;
-        case 2:
+        case Step::ResetFrame:
             assembler.resetFrame();
             break;
-        case 3:
+        case Step::SetDivisor:
             divisor = input.PickValueInArray({1, 2, 3, 7, INT_MAX});
             break;
-        case 4:
-        case 6:
+        case Step::Append:
+        case Step::AppendMany:
             for (int i = 0; i < times && line.text.size() < 3000; ++i)
                 queue.append(line);
             break;
-        case 5:
-            for (int i = 0; i < times && i < FrameAssembler::MaximumLinesWithoutStart + 100; ++i)
-                assembler.add(line, divisor);
-            break;
-        case 7:
+        case Step::AppendLong:
             line.text.resize(LineQueue::MaximumBytes / 16 * input.ConsumeIntegralInRange(0u, 17u));
             queue.append(line);
             break;
-        case 8:
-        case 9:
-            if (!queue.take(&line, &gap))
-                break;
-            if (gap)
-                assembler.startAfterGap();
-            assembler.add(line, divisor);
+        case Step::Add:
+        case Step::AddMany:
+            for (int i = 0; i < times && i < FrameAssembler::MaximumLinesWithoutStart + 100; ++i)
+                assembler.add(line, divisor);
             break;
-        default:
-            assembler.add(line, divisor);
+        case Step::Transfer:
+            transfer(&queue, &assembler, divisor);
+            break;
         }
     }
 }
