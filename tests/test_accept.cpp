@@ -37,8 +37,8 @@ class TestAccept : public QObject
 private slots:
     void plusTabAndCtrlTAddChannels();
     void channelAddedInRouterModeRoutesAfterExit();
-    void closingAsksAndResetsTheChannel_data();
-    void closingAsksAndResetsTheChannel();
+    void closingAsksAndSendsTheReset_data();
+    void closingAsksAndSendsTheReset();
     void f9GoesThroughAllTabsButTheLast_data();
     void f9GoesThroughAllTabsButTheLast();
     void keyThatClosesNoChannelAsksNothing_data();
@@ -107,7 +107,7 @@ void TestAccept::channelAddedInRouterModeRoutesAfterExit()
     }
 }
 
-void TestAccept::closingAsksAndResetsTheChannel_data()
+void TestAccept::closingAsksAndSendsTheReset_data()
 {
     const Table<int, bool> row("channels", "locked");
     row("third channel", 3, false);
@@ -115,7 +115,7 @@ void TestAccept::closingAsksAndResetsTheChannel_data()
     row("locked Controller, which refuses the reset", 2, true);
 }
 
-void TestAccept::closingAsksAndResetsTheChannel()
+void TestAccept::closingAsksAndSendsTheReset()
 {
     QFETCH(int, channels);
     QFETCH(bool, locked);

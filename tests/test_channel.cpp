@@ -130,8 +130,8 @@ private slots:
     void twoDigitChannelAndSpecialTypeNameAreSentUnchanged();
     void loadPublishesTicksOnceAtItsEnd();
     void valuesClampedByThePageAreEdits();
-    void onlyValidEditsAreStored_data();
-    void onlyValidEditsAreStored();
+    void onlyValidChangesAreStored_data();
+    void onlyValidChangesAreStored();
     void failedLookUpIsRepeated();
     void commitSendsPendingEditsOnlyIfActive_data();
     void commitSendsPendingEditsOnlyIfActive();
@@ -376,7 +376,7 @@ void TestChannel::valuesClampedByThePageAreEdits()
     QCOMPARE(describe(setup.channel), latin("'tracker' 10.0.0.7:1024 divisor 4 on unicast changed"));
 }
 
-void TestChannel::onlyValidEditsAreStored_data()
+void TestChannel::onlyValidChangesAreStored_data()
 {
     const Table<QString, Edit> row("state", "edit");
     const char *unchanged = "'tracker' 10.0.0.7:5100 divisor 4 on unicast unchanged";
@@ -406,7 +406,7 @@ void TestChannel::onlyValidEditsAreStored_data()
         [](Channel &channel) { tick(channel, 3, true); });
 }
 
-void TestChannel::onlyValidEditsAreStored()
+void TestChannel::onlyValidChangesAreStored()
 {
     QFETCH(Edit, edit);
     Setup setup;

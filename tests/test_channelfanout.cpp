@@ -13,13 +13,13 @@ class TestChannelFanOut : public QObject
     Q_OBJECT
 
 private slots:
-    void lineReachesTheChannelsThatTickItsType_data();
-    void lineReachesTheChannelsThatTickItsType();
+    void lineReachesOnlyTheChannelsThatTickItsType_data();
+    void lineReachesOnlyTheChannelsThatTickItsType();
     void noLineOrResetPassesWhileRouterModeIsOff();
     void publishWaitsForReadersOfThePreviousTable();
 };
 
-void TestChannelFanOut::lineReachesTheChannelsThatTickItsType_data()
+void TestChannelFanOut::lineReachesOnlyTheChannelsThatTickItsType_data()
 {
     // The name of a row compares the type of the offered line with the ticked type.
     const Table<QByteArray, QByteArray, bool> row("ticked", "offered", "arrives");
@@ -34,7 +34,7 @@ void TestChannelFanOut::lineReachesTheChannelsThatTickItsType_data()
     row("an empty type", "6d", "", false);
 }
 
-void TestChannelFanOut::lineReachesTheChannelsThatTickItsType()
+void TestChannelFanOut::lineReachesOnlyTheChannelsThatTickItsType()
 {
     QFETCH(const QByteArray, ticked);
     QFETCH(const QByteArray, offered);

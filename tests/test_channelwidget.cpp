@@ -80,8 +80,8 @@ private slots:
     void boxesChangeTheHostField();
     void hostFieldTakesOnlyAllowedCharacters();
     void cursorIsBusyDuringLookUps();
-    void validateWarnsOfBadDestinations_data();
-    void validateWarnsOfBadDestinations();
+    void validateWarnsOnlyOfBadDestinations_data();
+    void validateWarnsOnlyOfBadDestinations();
 };
 
 void TestChannelWidget::controlsFollowChannelAndVersion()
@@ -210,7 +210,7 @@ void TestChannelWidget::cursorIsBusyDuringLookUps()
     QVERIFY(!QGuiApplication::overrideCursor());
 }
 
-void TestChannelWidget::validateWarnsOfBadDestinations_data()
+void TestChannelWidget::validateWarnsOnlyOfBadDestinations_data()
 {
     // The column "message" is the beginning of the message box's text, empty if no box opens. Model 0 means
     // that the query for the model fails although it writes 100.
@@ -245,7 +245,7 @@ void TestChannelWidget::validateWarnsOfBadDestinations_data()
     row("host above the multicast range", "240.0.0.0", false, 1, "", none, none);
 }
 
-void TestChannelWidget::validateWarnsOfBadDestinations()
+void TestChannelWidget::validateWarnsOnlyOfBadDestinations()
 {
     QFETCH(QString, field);
     QFETCH(bool, multicast);

@@ -82,8 +82,8 @@ private slots:
     void keyboardReachesEveryControl();
     void dataAreForwardedIfRouterModeIsOnAtStart();
     void closedChannelGetsNoDataDuringItsResetCommand();
-    void catalogueChangeIsHandledOnlyInRouterMode_data();
-    void catalogueChangeIsHandledOnlyInRouterMode();
+    void onlyACatalogueChangeInRouterModeIsHandled_data();
+    void onlyACatalogueChangeInRouterModeIsHandled();
     void waitingMessagesCauseOneRefresh();
     void openingShowsTheFocusOnTheTabRow();
 };
@@ -137,7 +137,6 @@ void TestDialog::tabsFollowHighestChannelInUse()
     QCOMPARE(fixture.titles(), tabTitles(1));
 }
 
-/// With ten channels there is no "+" tab. Its page must not be shown elsewhere.
 /// A host may dispatch its calls by the format.
 void TestDialog::hostGetsEachFormatAsListed()
 {
@@ -208,6 +207,7 @@ void TestDialog::hostGetsEachFormatAsListed()
         QVERIFY2(host.journal.contains(QString::fromLatin1(sent)), sent);
 }
 
+/// With ten channels there is no "+" tab. Its page must not be shown elsewhere.
 void TestDialog::clicksReachTheControlsAboveTenTabs()
 {
     DialogFixture fixture(withChannels(10));
@@ -519,7 +519,7 @@ void TestDialog::closedChannelGetsNoDataDuringItsResetCommand()
     QVERIFY(!closed.hasPendingDatagrams());
 }
 
-void TestDialog::catalogueChangeIsHandledOnlyInRouterMode_data()
+void TestDialog::onlyACatalogueChangeInRouterModeIsHandled_data()
 {
     const Table<bool, QByteArray, bool> row("routing", "message", "isHandled");
     row("router mode on", true, "OutputTypesChanged", true);
@@ -529,7 +529,7 @@ void TestDialog::catalogueChangeIsHandledOnlyInRouterMode_data()
     row("empty message", true, "", false);
 }
 
-void TestDialog::catalogueChangeIsHandledOnlyInRouterMode()
+void TestDialog::onlyACatalogueChangeInRouterModeIsHandled()
 {
     QFETCH(bool, routing);
     QFETCH(QByteArray, message);

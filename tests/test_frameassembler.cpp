@@ -73,8 +73,8 @@ class TestFrameAssembler : public QObject
 private slots:
     void datagramsAreTheFramesOfTheStream_data();
     void datagramsAreTheFramesOfTheStream();
-    void oversizedFrameIsDroppedWhole_data();
-    void oversizedFrameIsDroppedWhole();
+    void onlyFramesThatFitIntoADatagramAreSent_data();
+    void onlyFramesThatFitIntoADatagramAreSent();
 };
 
 void TestFrameAssembler::datagramsAreTheFramesOfTheStream_data()
@@ -132,7 +132,7 @@ void TestFrameAssembler::datagramsAreTheFramesOfTheStream()
     QCOMPARE(assembly.sent(stream), datagrams);
 }
 
-void TestFrameAssembler::oversizedFrameIsDroppedWhole_data()
+void TestFrameAssembler::onlyFramesThatFitIntoADatagramAreSent_data()
 {
     const Table<int, bool> row("bytes", "isSent");
     // The frame also has the CR LF of the long line and two lines of 6 bytes.
@@ -142,7 +142,7 @@ void TestFrameAssembler::oversizedFrameIsDroppedWhole_data()
     row("the long line does not fit", room + 7, false);
 }
 
-void TestFrameAssembler::oversizedFrameIsDroppedWhole()
+void TestFrameAssembler::onlyFramesThatFitIntoADatagramAreSent()
 {
     QFETCH(const int, bytes);
     QFETCH(const bool, isSent);

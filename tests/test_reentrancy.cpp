@@ -161,8 +161,8 @@ class TestReentrancy : public QObject
 private slots:
     void shutdownAndDestructionEndTheOpenDialog_data();
     void shutdownAndDestructionEndTheOpenDialog();
-    void shutdownDismissesOpenBox_data();
-    void shutdownDismissesOpenBox();
+    void shutdownDismissesAnyBoxAndLaterInput_data();
+    void shutdownDismissesAnyBoxAndLaterInput();
     void shutdownWithinACheckOpensNoBox_data();
     void shutdownWithinACheckOpensNoBox();
     void noCallFollowsShutdownWithinCall_data();
@@ -212,7 +212,7 @@ void TestReentrancy::shutdownAndDestructionEndTheOpenDialog()
     QVERIFY(fixture.controller.commands().isEmpty());
 }
 
-void TestReentrancy::shutdownDismissesOpenBox_data()
+void TestReentrancy::shutdownDismissesAnyBoxAndLaterInput_data()
 {
     // The button is pressed in the box after the shut-down.
     const Table<Qt::Key, QString, int> row("key", "host", "button");
@@ -230,7 +230,7 @@ void TestReentrancy::shutdownDismissesOpenBox_data()
 
 /// After the shut-down, neither the user's input nor a message that came before the shut-down has an
 /// effect outside the dialog.
-void TestReentrancy::shutdownDismissesOpenBox()
+void TestReentrancy::shutdownDismissesAnyBoxAndLaterInput()
 {
     QFETCH(Qt::Key, key);
     QFETCH(QString, host);
