@@ -3,7 +3,6 @@
 #include "busycursor.h"
 #include "udp.h"
 
-#include <QScopedValueRollback>
 #include <QSet>
 
 #include <algorithm>
@@ -15,7 +14,7 @@ using namespace networksettings2g;
 namespace {
 
 /// Makes an item of the first column. Sets all its data here, because a change of an item that belongs to the
-/// model emits itemChanged().
+/// model emits itemChanged(), which updates Channel::tickedTypes().
 QStandardItem *makeIdentifier(const OutputTypeInfo &type)
 {
     auto *item = new QStandardItem(type.name);
@@ -53,15 +52,13 @@ Channel::Channel(IOManager *ioManager, int channelIndex, BackendVersions *versio
          {"fr", "ts2", "ts", "st", "6dcal", "6d", "6di", "3d", "6df2", "6dmt2", "6dmtr", "glcal", "gl"})
         m_typeOrder << QLatin1String(name);
     setOutputTypes({});
-    connect(&m_typeModel, &QStandardItemModel::itemChanged, this, &Channel::updateTickedTypes);
+    followTicks(true);
 }
 
 Channel::~Channel() = default;
 
 void Channel::setOutputTypes(const QList<OutputTypeInfo> &types)
 {
-    // Keep tickedTypes() as it is: load() comes next and publishes the new ticks in one step.
-    const QScopedValueRollback<bool> hold(m_holdTicks, true);
     fillRows(inDisplayOrder(types));
     findHiddenRows();
 }
@@ -107,10 +104,17 @@ void Channel::findHiddenRows()
     }
 }
 
+/// Sets whether each change of a tick updates tickedTypes().
+void Channel::followTicks(bool follow)
+{
+    if (follow)
+        connect(&m_typeModel, &QStandardItemModel::itemChanged, this, &Channel::updateTickedTypes);
+    else
+        disconnect(&m_typeModel, &QStandardItemModel::itemChanged, this, &Channel::updateTickedTypes);
+}
+
 void Channel::updateTickedTypes()
 {
-    if (m_holdTicks)
-        return;
     QSet<QByteArray> seen; // if two rows have the same name, the first counts
     QVector<QByteArray> ticked;
     for (int row = 0; row < m_typeModel.rowCount(); ++row) {

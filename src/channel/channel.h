@@ -200,6 +200,7 @@ private:
     void fillRows(const QVector<OutputTypeInfo> &types);
     void findHiddenRows();
     void updateTickedTypes();
+    void followTicks(bool follow);
     bool hasPendingTick() const;
     static bool isTickPending(const QStandardItem &identifier);
     void setHostAndPort(const QString &host, int port);
@@ -229,5 +230,4 @@ private:
     std::function<void()> m_tickedTypesCallback = [] {};
     std::function<void()> m_destinationCallback = [] {};
     std::function<void()> m_divisorCallback = [] {};
-    bool m_holdTicks = false; // true while rows are rebuilt or ticks loaded: m_tickedTypes must not change
 };

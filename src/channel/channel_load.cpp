@@ -5,8 +5,6 @@
 #include "hostlog.h"
 #include "iomanager.h"
 
-#include <QScopedValueRollback>
-
 using namespace networksettings2g;
 
 namespace {
@@ -69,13 +67,12 @@ void Channel::loadDataDivisor()
 
 void Channel::loadTicks()
 {
-    {
-        const QScopedValueRollback<bool> hold(m_holdTicks, true);
-        for (int row = 0; row < m_typeModel.rowCount(); ++row) {
-            if (m_typeModel.item(row, DescriptionColumn)->data(Qt::UserRole).toBool())
-                loadTick(row);
-        }
+    followTicks(false); // tickedTypes() changes once, after all ticks have been read
+    for (int row = 0; row < m_typeModel.rowCount(); ++row) {
+        if (m_typeModel.item(row, DescriptionColumn)->data(Qt::UserRole).toBool())
+            loadTick(row);
     }
+    followTicks(true);
     updateTickedTypes();
 }
 
