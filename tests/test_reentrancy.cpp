@@ -92,6 +92,8 @@ private:
         if (m_release && m_call > 0) {
             m_dialog->release();
             m_window.reset(); // a host may destroy its window as soon as release() has returned
+            if (m_dialog)
+                m_dialog->update_and_exec(); // the user may trigger the action until the dialog is deleted
         }
         QCoreApplication::processEvents();
     }

@@ -104,12 +104,31 @@ void NetworkDialog::release()
         delete this;
         return;
     }
-    // The host makes this call from within a command of the dialog. The function that sent the command has
-    // not returned yet and will use the dialog again.
+    // The operation that sent the command will use the dialog again. When it has ended, the dialog is deleted
+    // by ~CallFromHost() or doPostponed().
+    m_released = true;
     refuseOperations();
     m_host.close();
-    m_releaseDue = true;
-    setParent(nullptr); // the host may destroy the parent before that function returns
+    setParent(nullptr); // the host may destroy the parent during the operation
+}
+
+NetworkDialog::CallFromHost::~CallFromHost()
+{
+    if (m_dialog && m_dialog->m_released && !m_dialog->m_gate.isBusy())
+        delete m_dialog;
+}
+
+void NetworkDialog::doPostponed()
+{
+    if (m_released) {
+        deleteLater(); // not at once: the caller may be a widget of the dialog
+        return;
+    }
+    if (std::exchange(m_openingDue, false))
+        QMetaObject::invokeMethod(
+            this, [this] { update_and_exec(); }, Qt::QueuedConnection);
+    if (std::exchange(m_catalogueChanged, false))
+        followCatalogueChange();
 }
 
 QList<QMessageBox *> NetworkDialog::closeMessageBoxes()
@@ -119,18 +138,6 @@ QList<QMessageBox *> NetworkDialog::closeMessageBoxes()
     for (QMessageBox *box : boxes)
         box->close();
     return boxes;
-}
-
-NetworkDialog::CallFromHost::CallFromHost(NetworkDialog *dialog)
-    : m_dialog(dialog)
-{
-    ++m_dialog->m_callsFromHost;
-}
-
-NetworkDialog::CallFromHost::~CallFromHost()
-{
-    if (m_dialog && --m_dialog->m_callsFromHost == 0 && m_dialog->m_releaseDue)
-        delete m_dialog;
 }
 
 int NetworkDialog::update_and_exec()
@@ -169,19 +176,6 @@ void NetworkDialog::bringUpToDate()
         resize(m_channelCount * tabWidth + m_baseWidth, height());
 }
 
-void NetworkDialog::doPostponed()
-{
-    if (m_releaseDue) {
-        deleteLater(); // the end of a call from the host may delete the dialog earlier
-        return;
-    }
-    if (std::exchange(m_openingDue, false))
-        QMetaObject::invokeMethod(
-            this, [this] { update_and_exec(); }, Qt::QueuedConnection);
-    if (std::exchange(m_catalogueChanged, false))
-        followCatalogueChange();
-}
-
 void NetworkDialog::applyLock()
 {
     m_locked = isConfigLocked();
@@ -214,8 +208,8 @@ bool NetworkDialog::isConfigLocked()
 bool NetworkDialog::ask(QMessageBox::Icon icon, const QString &title, const QString &question,
                         QMessageBox::StandardButton defaultButton)
 {
-    const QPointer<OperationGate> gate(&m_gate);
+    const QPointer<NetworkDialog> self(this);
     const auto answer =
         showMessage(this, icon, title, question, QMessageBox::Yes | QMessageBox::No, defaultButton);
-    return answer == QMessageBox::Yes && gate && !gate->isClosed();
+    return answer == QMessageBox::Yes && self && !isTornDown();
 }

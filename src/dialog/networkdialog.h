@@ -126,18 +126,22 @@ private slots:
 private:
     using Operation = networksettings2g::OperationGate::Operation;
 
-    /// Marks a call from the host as in progress for as long as the object lives. The end of the outermost
-    /// call deletes the dialog if release() has postponed the deletion.
+    /// Spans a call from the host. Its end deletes the dialog if the dialog has been released and no
+    /// operation is in progress. The event loop would be too late, because the host may unload the library
+    /// after the call.
     class CallFromHost
     {
     public:
-        explicit CallFromHost(NetworkDialog *dialog);
+        explicit CallFromHost(NetworkDialog *dialog)
+            : m_dialog(dialog)
+        {
+        }
         ~CallFromHost();
         CallFromHost(const CallFromHost &) = delete;
         CallFromHost &operator=(const CallFromHost &) = delete;
 
     private:
-        QPointer<NetworkDialog> m_dialog; // null if the dialog was deleted during the call
+        QPointer<NetworkDialog> m_dialog; // null after the dialog has been deleted
     };
 
     bool isTornDown() const { return m_gate.isClosed(); }
@@ -219,9 +223,8 @@ private:
     int m_channelCount = 0;          // m_channels.size(), except within a function that changes both
     int m_baseWidth = 0;             // width of the form, to which many tabs add
     bool m_tabsChanged = false;      // a channel has been created since the router mode was last committed
-    int m_callsFromHost = 0;         // CallFromHost objects alive
     bool m_openingDue = false;       // the action was triggered during an operation of the hidden dialog
     bool m_catalogueChanged = false; // a catalogue change arrived during an operation
     std::atomic<bool> m_followQueued{false}; // an event that follows a catalogue change is queued
-    bool m_releaseDue = false;               // the host called release() from within a command
+    bool m_released = false;                 // the host called release() from within a command
 };
