@@ -37,6 +37,7 @@ class TestAccept : public QObject
 private slots:
     void plusTabAndCtrlTAddChannels();
     void channelAddedInRouterModeRoutesAfterExit();
+    void addedChannelDoesNotEnableTheRouterBox();
     void closingAsksAndSendsTheReset_data();
     void closingAsksAndSendsTheReset();
     void f9GoesThroughAllTabsButTheLast_data();
@@ -105,6 +106,27 @@ void TestAccept::channelAddedInRouterModeRoutesAfterExit()
         QTRY_COMPARE(threadCount(), threads + workers);
         added->checkBox_active_channel->toggle();
     }
+}
+
+/// The Controller keeps the active state of a channel that has been closed. When the channel is added again,
+/// its page shows that state, but only a click enables the router box.
+void TestAccept::addedChannelDoesNotEnableTheRouterBox()
+{
+    DialogFixture fixture([](ControllerState &state) {
+        withChannels(1)(state);
+        state.channels[0].active = false;
+        state.channels[1].active = true;
+    });
+    QVERIFY(fixture.open([&] {
+        QTest::keyClick(fixture.dialog.get(), Qt::Key_T, Qt::ControlModifier);
+        QCheckBox *active = fixture.page(1)->checkBox_active_channel;
+        QVERIFY(active->isChecked());
+        QVERIFY(!fixture.dialog->checkBox_actAsRouter->isEnabled());
+        clickBox(active);
+        clickBox(active);
+        QVERIFY(fixture.dialog->checkBox_actAsRouter->isEnabled());
+        clickBox(active); // an active channel without a host would not pass the validation
+    }));
 }
 
 void TestAccept::closingAsksAndSendsTheReset_data()

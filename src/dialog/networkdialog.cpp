@@ -172,8 +172,8 @@ void NetworkDialog::bringUpToDate()
     for (ChannelWidget *page : pages)
         page->updateTabColor();
     updateCloseButtons();
-    if (m_channelCount >= manyChannels)
-        resize(m_channelCount * tabWidth + m_baseWidth, height());
+    if (m_pages.size() >= manyChannels)
+        resize(m_pages.size() * tabWidth + m_baseWidth, height());
 }
 
 void NetworkDialog::applyLock()

@@ -32,8 +32,9 @@ class NetworkDialogTabWidget;
 /// Errors: a failed command is logged or ignored, and the operation continues.
 ///
 /// Invariants:
-/// 1. m_channels and m_pages have the same length and order. Entry i of both belongs to tab i. Its channel
-///    index is i, unless closeCurrentTab() has closed a tab before it.
+/// 1. m_channels and m_pages have the same length and order, except while a channel is being added or closed.
+///    Entry i of both belongs to tab i. Its channel index is i, unless closeCurrentTab() has closed a tab
+///    before it.
 /// 2. m_fanOut lists exactly the channels in m_channels, except within a function that changes both.
 /// 3. After teardownRequests() no router runs and the host is not called.
 ///
@@ -165,7 +166,9 @@ private:
     // networkdialog_channels.cpp: creating, destroying and refreshing channels
     int channelsInUse();
     void rebuildTabs();
-    void createChannel(int index);
+
+    /// Creates a channel with its tab. The caller appends the returned page to m_pages.
+    ChannelWidget *createChannel(int index);
 
     /// Removes tab \a index and its channel, and at once clears the destination of channel \a index + 1 on
     /// the Controller.
@@ -220,7 +223,6 @@ private:
     // Shared with the channels, whose workers use it.
     std::shared_ptr<networksettings2g::ChannelFanOut> m_fanOut =
         std::make_shared<networksettings2g::ChannelFanOut>(m_routerActive);
-    int m_channelCount = 0;          // m_channels.size(), except within a function that changes both
     int m_baseWidth = 0;             // width of the form, to which many tabs add
     bool m_tabsChanged = false;      // a channel has been created since the router mode was last committed
     bool m_openingDue = false;       // the action was triggered during an operation of the hidden dialog

@@ -26,14 +26,14 @@ int NetworkDialog::channelsInUse()
 
 void NetworkDialog::rebuildTabs()
 {
-    m_channelCount = channelsInUse();
-    for (int index = 0; index < m_channelCount; ++index)
-        createChannel(index);
-    if (m_channelCount < Channel::MaximumCount)
+    const int count = channelsInUse();
+    for (int index = 0; index < count; ++index)
+        m_pages << createChannel(index);
+    if (count < Channel::MaximumCount)
         m_tabWidget->addPlusTab();
 }
 
-void NetworkDialog::createChannel(int index)
+ChannelWidget *NetworkDialog::createChannel(int index)
 {
     auto *channel = new ChannelAsRouter(&m_host, index, m_versions);
     connect(this, SIGNAL(deferedRouterActiveToggled(bool)), channel, SLOT(updateRouterActiveState(bool)));
@@ -47,11 +47,11 @@ void NetworkDialog::createChannel(int index)
     connect(channel, SIGNAL(committingChanges()), page, SLOT(flushChangesToChannel()));
     connect(page, SIGNAL(checkBox_active_channel_toggled()), this, SLOT(onCheckBox_active_channel_toggled()));
     connect(page, SIGNAL(closeTab(int)), this, SLOT(closeLastTab()));
-    m_pages << page;
     m_tabWidget->addTab(page, QString::fromLatin1("Channel %1").arg(channel->number()));
     m_tabsChanged = true;
 
     m_fanOut->publish(m_channels);
+    return page;
 }
 
 void NetworkDialog::closeTab(int index)
@@ -61,7 +61,6 @@ void NetworkDialog::closeTab(int index)
     page->disconnect();
     m_channels.removeAt(index);
     m_pages.removeAt(index);
-    --m_channelCount;
     m_fanOut->publish(m_channels); // before the command below, during which the host may deliver data
     if (m_tabWidget->count() > 1)
         m_tabWidget->removeTab(index);
@@ -103,7 +102,6 @@ void NetworkDialog::destroyChannels()
         delete m_pages.takeFirst();
     while (!m_channels.isEmpty())
         delete m_channels.takeFirst();
-    m_channelCount = 0;
 }
 
 void NetworkDialog::refreshAllChannels()

@@ -35,9 +35,9 @@ void NetworkDialog::updateRouterState()
 
 void NetworkDialog::onCheckBox_active_channel_toggled()
 {
-    bool anyActive = false;
-    for (int i = 0; i < m_channelCount; ++i)
-        anyActive = anyActive || m_pages.at(i)->checkBox_active_channel->checkState() == Qt::Checked;
+    const bool anyActive = std::any_of(m_pages.cbegin(), m_pages.cend(), [](const ChannelWidget *page) {
+        return page->checkBox_active_channel->isChecked();
+    });
     checkBox_actAsRouter->setEnabled(!m_locked && anyActive);
 }
 
@@ -75,8 +75,8 @@ void NetworkDialog::setRouterActive(bool on)
 
 void NetworkDialog::applyRouterMode()
 {
-    for (int i = 0; i < m_channelCount; ++i)
-        m_pages.at(i)->setRouterMode(m_routerActive);
+    for (ChannelWidget *page : qAsConst(m_pages))
+        page->setRouterMode(m_routerActive);
 }
 
 void NetworkDialog::switchRouters(bool on)

@@ -16,12 +16,12 @@ void NetworkDialog::onTabBarClicked(int index)
     const BusyCursor busy;
     const Operation operation(&m_gate);
     m_tabWidget->removePlusTab();
-    createChannel(index);
+    ChannelWidget *page = createChannel(index);
     if (index < Channel::MaximumCount - 1)
         m_tabWidget->addPlusTab();
     refreshChannel(index);
     m_tabWidget->setCurrentIndex(index);
-    ++m_channelCount;
+    m_pages << page; // not earlier: while it is being loaded, the page has no effect on the router check box
     updateCloseButtons();
 }
 
@@ -31,7 +31,7 @@ void NetworkDialog::keyPressEvent(QKeyEvent *event)
     switch (event->key()) {
     case Qt::Key_T:
         if (withControl)
-            onTabBarClicked(m_channelCount);
+            onTabBarClicked(m_pages.size());
         break;
     case Qt::Key_W:
         if (withControl)
