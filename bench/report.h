@@ -23,7 +23,7 @@ struct Goal
     static Goal atMost(double value) { return {Kind::AtMost, value}; }
     static Goal atLeast(double value) { return {Kind::AtLeast, value}; }
 
-    /// Returns true also if there is no goal.
+    /// Returns whether \a measured meets the goal, or true if there is no goal.
     bool isMet(double measured) const;
 
     /// Returns the text for the table, such as "<= 1.5".

@@ -41,7 +41,7 @@ public:
     /// Pauses or continues. A pause skips no frame of the source.
     void setPaused(bool paused);
 
-    /// Makes the thread call FrameSink::takeReset() before the next frame, also during a pause, and then emit
+    /// Makes the thread call FrameSink::takeReset() before the next frame, even during a pause, and then emit
     /// wasReset(). Calls in quick succession may result in only one reset. A call after the end of the source
     /// has no effect.
     void reset();

@@ -72,8 +72,8 @@ bool isMulticastGroup(quint32 address);
 
 /// Returns whether datagrams to \a address, given in host byte order, stay on this computer according to the
 /// routing table. They do if \a address is an address of this computer, or a multicast group that is routed
-/// through the loopback interface. Returns false also if the system finds no route or no socket can be
-/// created.
+/// through the loopback interface.
+/// Note: Returns false if the system finds no route or no socket can be created.
 bool staysOnThisComputer(quint32 address);
 
 } // namespace simulation

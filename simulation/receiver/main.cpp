@@ -14,8 +14,8 @@ namespace {
 enum ExitStatus : int
 {
     Success = 0,
-    DataMissing = 1, // also if datagrams were malformed
-    WrongUsage = 2   // also if a port or the file cannot be used
+    DataMissing = 1, // or malformed
+    WrongUsage = 2   // or a port or file that cannot be used
 };
 
 void reportProblem(const QString &line)

@@ -7,7 +7,8 @@ namespace networksettings2g {
 
 /// Shows the cursor Qt::WaitCursor in all windows of the application for as long as the object lives. Use it
 /// while the GUI thread waits for the Controller or a name server, but not while it waits for the user.
-/// Objects may be nested. Without a GUI application they do nothing. GUI thread only.
+/// Objects may be nested. GUI thread only.
+/// Note: Without a GUI application the objects do nothing.
 class BusyCursor
 {
 public:

@@ -236,7 +236,7 @@ void Channel::setDataDivisor(int dataDiv)
         m_changed = true;
 }
 
-/// Returns whether \a divisor is another one than before.
+/// Returns whether the divisor has changed.
 bool Channel::storeDivisor(int divisor)
 {
     if (m_dataDivisor.exchange(divisor) == divisor)

@@ -26,9 +26,8 @@ struct UdpDestination
 
 } // namespace networksettings2g
 
-/// The model of one output channel of the Controller: whether it is on, where its data goes, how often it
-/// sends and which output types it sends. load() reads this state from the Controller, commit() writes it
-/// back.
+/// The model of one output channel: whether it is on, its destination, its divisor and its output types.
+/// load() reads this state from the Controller, commit() writes it back.
 ///
 /// Thread safety: functions marked "any thread" may be called on any thread, all others on the GUI thread
 /// only.
@@ -40,13 +39,11 @@ class Channel : public QObject
     Q_OBJECT
 
 public:
-    /// The columns of typeModel(). The data under Qt::UserRole is a bool: in the first column the last
-    /// loaded or committed state of the tick, in the second column whether the Controller reports the type as
-    /// available.
+    /// The columns of typeModel(). Each has a bool under Qt::UserRole.
     enum Column
     {
-        IdentifierColumn,
-        DescriptionColumn
+        IdentifierColumn, ///< name and tick; Qt::UserRole: the last loaded or committed state of the tick
+        DescriptionColumn ///< text for the user; Qt::UserRole: whether the Controller can send the type now
     };
 
     /// The largest number of channels that a Controller has.
@@ -57,25 +54,26 @@ public:
     Channel(IOManager *ioManager, int channelIndex, BackendVersions *versions);
     ~Channel() override;
 
-    /// Reads the channel's state from the Controller, query by query, drops all pending edits, and emits
-    /// updated(). Before each call the setters of the identities must be called, and setOutputTypes(), which
-    /// clears the ticks. May block for a look-up of the host. Failed queries give an empty host and port 0,
-    /// an inactive channel, the divisor 1, or a type without a tick. Only failures of the queries for the
-    /// divisor and for ticks are logged.
+    /// Reads the channel's state from the Controller, drops all pending edits, and emits updated(). Before
+    /// each call, call the setters of the identities and setOutputTypes(), which clears the ticks. May block
+    /// for a look-up of the host. Note: Failed queries give an empty host and port 0, an inactive channel,
+    /// the divisor 1, or a type without a tick. Only failures of the queries for the divisor and for ticks
+    /// are logged.
     void load();
 
-    /// Emits committingChanges(), then writes the active state to the Controller and, if the channel is
-    /// active and has pending edits, the changed ticks, the destination and, from version 1.6 of the
-    /// Controller on, the divisor. Continues after a refused command. Only refusals of the active state and
-    /// of the divisor are logged. Does nothing if the index is MaximumCount or above.
+    /// Emits committingChanges(), then writes the active state to the Controller. If the channel is active
+    /// and has pending edits, also writes the changed ticks, the destination and, from version 1.6, the
+    /// divisor. Note: Continues after a refused command. Only refusals of the active state and of the divisor
+    /// are logged. Does nothing if the index is MaximumCount or above.
     void commit();
 
     /// Switches the channel on or off on the Controller, but not in this object. A refusal is logged.
     void setActiveOnController(bool on);
 
     /// Rebuilds the rows from \a types: well-known identifiers first, in their fixed order, then the others
-    /// in the order of the catalogue; a type without a name gets no row. All ticks are off until load() has
-    /// read them. tickedTypes() does not change, so that a refresh does not break up a frame.
+    /// in the order of the catalogue. All ticks are off until load() has read them.
+    /// Note: A type without a name gets no row. tickedTypes() does not change, so that a refresh does not
+    /// break up a frame.
     void setOutputTypes(const QList<OutputTypeInfo> &types);
 
     /// Set the identities of this computer that isMyIp() compares with: its address as the Controller sees
@@ -123,8 +121,8 @@ public:
     /// Returns whether there are pending edits.
     bool hasChanges() const;
 
-    /// Returns whether both channels are active and send to the same address and port. Names are not
-    /// compared, so two unknown addresses count as the same.
+    /// Returns whether both channels are active and send to the same address and port.
+    /// Note: Names are not compared, so two unknown addresses count as the same.
     bool hasSameDestination(const Channel &other) const;
 
     /// Returns whether the row of \a name is ticked; false if there is no such row.
@@ -138,8 +136,8 @@ public:
     /// Replaces the previous callback. \a callback must not be empty.
     void setTickedTypesCallback(std::function<void()> callback);
 
-    /// Make the channel call \a callback after each change of destination() or dataDivisor(), whatever has
-    /// caused it. They replace the previous callback. \a callback must not be empty.
+    /// Make the channel call \a callback after each change of destination() or of dataDivisor(). They replace
+    /// the previous callback. \a callback must not be empty.
     void setDestinationCallback(std::function<void()> callback);
     void setDivisorCallback(std::function<void()> callback);
 
@@ -151,7 +149,8 @@ public:
     static quint32 lookUp(const QString &host);
 
     /// Returns whether \a candidate is this computer's address, its name, or its name and domain joined by a
-    /// dot. The comparison is case-sensitive. An empty \a candidate matches an unknown address.
+    /// dot. The comparison is case-sensitive.
+    /// Note: An empty \a candidate matches an unknown address.
     bool isMyIp(const QString &candidate) const;
     bool isMyIp() const { return isMyIp(m_host); }
 
@@ -179,12 +178,14 @@ public slots:
     /// Sets the divisor. Ignores \a dataDiv below 1.
     void setDataDivisor(int dataDiv);
 
-    /// Stores the address \a ip, in host byte order, and its dotted form as the host, even if they are the
-    /// present ones. Nothing in the module calls this slot.
+    /// Stores the address \a ip, in host byte order, and its dotted form as the host. Nothing in the module
+    /// calls this slot.
+    /// Note: Counts as an edit even if address and host are the same as before.
     void setIp(uint ip);
 
-    /// Stores \a h as the host and looks up its address, unless \a h is already the host and its address is
-    /// known. Blocks during the look-up. If the look-up fails, the address is 0.
+    /// Stores \a h as the host and looks up its address. Blocks during the look-up. If the look-up fails, the
+    /// address is 0.
+    /// Note: Does nothing if \a h is already the host and its address is known.
     void setHost(const QString &h);
 
 private:

@@ -53,7 +53,7 @@ int queryOutputTypes(IOManager *manager, QList<OutputTypeInfo> *types)
     for (int number = 1; number <= count; ++number) {
         Answer answer;
         if (manager->getValue(answer.buffer(), commands::typeName, number) != 0) {
-            // The text of this message is fixed: it has the 0 also before a number of two digits.
+            // The text of this message is fixed: it has the 0 even before a number of two digits.
             logFailure(manager, QString::fromLatin1("Error: Unable to get output type t0%1").arg(number));
             continue;
         }

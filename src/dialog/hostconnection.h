@@ -6,12 +6,12 @@
 
 namespace networksettings2g {
 
-/// The host's command service as the dialog, its channels and its pages use it: passes every call on to the
-/// host until close(). Afterwards every call fails without reaching the host, so an operation that is in
-/// progress at shut-down sends nothing more. GUI thread only.
+/// Passes the calls of the dialog, its channels and its pages on to the host's command service until close().
+/// Afterwards every call fails without reaching the host, so an operation that is in progress at shut-down
+/// sends nothing more. GUI thread only.
 ///
-/// A query or command reaches the host with the format in commands.h and its arguments, so that the host can
-/// dispatch by the format. The formats may have at most three conversions, "%s", "%d" or "%02d".
+/// Formats and arguments are passed on separately, so that the host can dispatch by the format. A format may
+/// have at most three conversions, "%s", "%d" or "%02d".
 class HostConnection final : public IOManager
 {
 public:
@@ -21,8 +21,7 @@ public:
 
     void close() { m_ioManager = nullptr; }
 
-    /// Returns whether a call to the host has not returned yet. A call that the host makes on the GUI thread
-    /// meanwhile is nested in it.
+    /// Returns whether a call to the host is in progress. If so, the caller is nested in it.
     bool isCallUnderWay() const { return m_callsUnderWay > 0; }
 
     int getValue(char *answer, const char *format, ...) override IOMANAGER_PRINTF(3, 4);

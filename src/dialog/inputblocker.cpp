@@ -27,8 +27,8 @@ bool isInput(const QObject *receiver, const QEvent *event)
     case QEvent::TouchUpdate:
     case QEvent::TouchEnd:
         return true;
-    // While the mouse button is held on an arrow, a spin box steps by a timer, and also when the mouse moves
-    // to the other arrow.
+    // While the mouse button is held on an arrow, a spin box steps by a timer, and when the mouse moves to
+    // the other arrow.
     case QEvent::Timer:
     case QEvent::MouseMove:
         return qobject_cast<const QAbstractSpinBox *>(receiver);

@@ -23,8 +23,8 @@ class IOManager;
 class NetworkDialogTabWidget;
 
 /// The module's dialog, with one tab for each output channel up to the last one that has a destination.
-/// ModuleInterface::moduleActions() creates it hidden. It is shown modally each time the menu action is
-/// triggered, and exists until shut-down, because its channels forward tracking data also while it is hidden.
+/// ModuleInterface::moduleActions() creates it hidden, and the menu action shows it modally. It exists until
+/// shut-down, because its channels forward tracking data even while it is hidden.
 ///
 /// Thread safety: the functions of Requester and MessageReceiver may be called on any thread, everything else
 /// on the GUI thread only.
@@ -38,40 +38,37 @@ class NetworkDialogTabWidget;
 /// 2. m_fanOut lists exactly the channels in m_channels, except within a function that changes both.
 /// 3. After teardownRequests() no router runs and the host is not called.
 ///
-/// A host may run its event loop, or call the module, from within a command, and a message box runs an event
-/// loop of its own. A call that would then start a second operation on the channels is refused, or postponed
-/// until the first operation has ended. Shut-down is never refused: the host may call teardownRequests() and
-/// release() at any time.
+/// Only one operation on the channels runs at a time (see OperationGate). A call that would start a second
+/// one is refused, or postponed until the first one has ended. Shut-down is never refused: the host may call
+/// teardownRequests() and release() at any time.
 class NetworkDialog : public QDialog, public Ui::NetworkDialog, public Requester, public MessageReceiver
 {
     Q_OBJECT
 
 public:
     /// Builds the window. The host keeps ownership of all three arguments. None may be null. \a ioManager
-    /// must exist until teardownRequests() has returned, and \a versions as long as the dialog. If \a parent
-    /// is destroyed before release() is called, it destroys the dialog.
+    /// must exist until teardownRequests() has returned, and \a versions as long as the dialog.
+    /// Note: If \a parent is destroyed before release() is called, it destroys the dialog.
     NetworkDialog(IOManager *ioManager, QWidget *parent, BackendVersions *versions);
 
-    /// Waits until no data thread uses a channel and every worker has ended. teardownRequests() must have
-    /// been called.
+    /// Waits until no data thread uses a channel and every worker has ended. Must follow teardownRequests().
     ~NetworkDialog() override;
 
-    /// The second half of the construction: asks the Controller for its channels, registers with the host,
-    /// and, if the Controller is in router mode, starts forwarding. This is not part of the constructor,
-    /// because a host may shut the module down from within one of these calls, and the owner must then
-    /// already have the pointer to the dialog. If the host has called release(), the dialog no longer exists
-    /// when this function returns.
+    /// Completes the construction: creates the Controller's channels, registers with the host and, in router
+    /// mode, starts forwarding. The constructor does not do this, because the host may shut the module down
+    /// from within one of these calls, and the owner must then already have the pointer to the dialog.
+    /// Note: The dialog may have been deleted when this function returns.
     void start();
 
-    /// Closes open message boxes, stops the routers, releases the output types and unregisters the dialog
-    /// from the host. Afterwards the host is not called any more, not even by operations in progress. Blocks
-    /// for about 10 ms per channel, and for at most 100 ms more for each channel that is sending. A second
-    /// call does nothing.
+    /// Ends all calls to the host: closes open message boxes, stops the routers, releases the output types
+    /// and unregisters the dialog. Blocks as ModuleInterface::prepareShutdown() does. A second call does
+    /// nothing. Note: Operations in progress continue, but their commands no longer reach the host.
     void teardownRequests();
 
-    /// Deletes the dialog. If the host calls this from within a command of the dialog, the dialog is deleted
-    /// after the function that sent the command has returned: at the end of the outermost call from the host
-    /// or by the event loop, whichever comes first. Must follow teardownRequests().
+    /// Deletes the dialog. Must follow teardownRequests().
+    /// Note: If called from within a command of the dialog, only marks it as released. When the operation
+    /// that sent the command has ended, the dialog is deleted: by the end of a call from the host
+    /// (CallFromHost), otherwise by the event loop (doPostponed()).
     void release();
 
     int onOutputData(const char *type, const char *line) override;
@@ -80,29 +77,30 @@ public:
     int onMessage(int a, int b, const char *text) override;
 
 signals:
-    /// If \a enable is true, starts the router of every active channel and stops the others. Otherwise stops
-    /// all routers. The connections are direct, so all routers have started or stopped when emit returns.
+    /// Starts the routers of the active channels if \a enable is true, and stops all others. The connections
+    /// are direct, so all routers have started or stopped when emit returns.
     void deferedRouterActiveToggled(bool enable);
 
 public slots:
-    /// Reads the Controller's state and shows the dialog modally. Returns the result of exec(), or Rejected
-    /// if the module was shut down during the reading. While the dialog is visible or an operation is in
-    /// progress, and after teardownRequests(), the function only raises the dialog and returns Rejected. If
-    /// the operation belongs to the hidden dialog, such as one that follows a catalogue change, the dialog
-    /// opens when the operation has ended. The dialog may have been deleted when this function returns.
+    /// Reads the Controller's state and runs the dialog modally. Returns the result of exec(), or Rejected if
+    /// it did not run. If the dialog is visible or an operation is in progress, only raises it. After an
+    /// operation of the hidden dialog, opens it.
+    /// Note: After teardownRequests() the dialog does not open. It may have been deleted when this function
+    /// returns.
     int update_and_exec();
 
-    /// Enables the router check box if the active box of any page is ticked and the configuration is not
-    /// locked, otherwise disables it.
+    /// Enables the router check box if the active box of any page is ticked. Otherwise, or if the
+    /// configuration is locked, disables it.
     void onCheckBox_active_channel_toggled();
 
-    /// Ctrl + T adds a channel, Ctrl + W closes the last one after a question, F9 selects the next tab. T and
-    /// W without Ctrl do nothing. The base class handles all other keys.
+    /// Handles Ctrl + T (adds a channel), Ctrl + W (closes the last one after a question) and F9 (selects the
+    /// next tab). T and W without Ctrl do nothing. The base class handles all other keys.
     void keyPressEvent(QKeyEvent *event) override;
 
 private slots:
-    /// Closes the tab of the current channel after a question, if there are at least three channels. Later
-    /// channels keep their index and title. Nothing in the module calls this slot.
+    /// Closes the tab of the current channel after a question, if there are at least three channels. Nothing
+    /// in the module calls this slot.
+    /// Note: The channels after it keep their index and title.
     void closeCurrentTab();
 
     /// Closes the tab of the last channel after a question, unless it is the only channel.
@@ -115,10 +113,10 @@ private slots:
     /// the routers.
     void on_checkBox_actAsRouter_toggled(bool checked);
 
-    /// Checks all channels, commits them (see Channel::commit()) and, if necessary, the router mode, and
-    /// closes the dialog. If a check fails, the dialog stays open. If the configuration is locked or the
-    /// module has been shut down, only closes the dialog. Otherwise does nothing while an operation is in
-    /// progress. Every way of leaving the dialog calls this slot.
+    /// Checks all channels, commits them and, if necessary, the router mode, and closes the dialog. If a
+    /// check fails, the dialog stays open. Every way of leaving the dialog calls this slot. Note: If the
+    /// configuration is locked or the module has been shut down, only closes the dialog. Otherwise does
+    /// nothing while an operation is in progress.
     void accept() override;
 
     /// Calls accept(), because the dialog cannot be left without applying the changes.
@@ -158,8 +156,8 @@ private:
     void enablePages(bool enable);
     bool isConfigLocked();
 
-    /// Asks the user \a question and returns whether the answer is Yes. Returns false also if the module was
-    /// shut down while the box was open; the dialog may then have been deleted.
+    /// Asks the user \a question and returns whether the answer is Yes.
+    /// Note: Returns false if the module was shut down meanwhile. The dialog may then have been deleted.
     bool ask(QMessageBox::Icon icon, const QString &title, const QString &question,
              QMessageBox::StandardButton defaultButton);
 

@@ -20,8 +20,8 @@ void NetworkDialog::accept()
         return;
     const Operation operation(&m_gate);
     const InputBlocker blocker(this); // an edit made during a command would not be written
-    // These checks return false also if the host has destroyed the dialog while a message box was open, so
-    // access no member after a failed check.
+    // Access no member after a failed check: the host may have destroyed the dialog while a message box was
+    // open.
     if (!resolveConflicts())
         return;
     setCursor(Qt::WaitCursor);

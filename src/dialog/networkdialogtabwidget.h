@@ -2,8 +2,9 @@
 
 #include <QTabWidget>
 
-/// The tabs of the module's dialog: one per channel, followed by the tab "+", with which the user adds a
-/// channel. The "+" tab is recognised by its title.
+/// The tabs of the module's dialog: one per channel, then the tab "+", with which the user adds a channel.
+/// The
+/// "+" tab is recognised by its title.
 class NetworkDialogTabWidget : public QTabWidget
 {
     Q_OBJECT
@@ -25,8 +26,8 @@ public slots:
     void changeTabTitleFontColor(int tabIndex, const QColor &color);
 
 protected:
-    /// Gives the focus to the tab row, and makes it visible, when the dialog opens. On another widget a press
-    /// of the space bar could change a setting unnoticed.
+    /// Gives the focus to the tab row and makes the focus visible when the dialog opens. On another widget a
+    /// press of the space bar could change a setting unnoticed.
     void showEvent(QShowEvent *event) override;
 
 private:

@@ -5,9 +5,9 @@
 
 namespace networksettings2g {
 
-/// Admits one operation on the channels at a time. During an operation a host may run its event loop, or call
-/// the module, from within a command, and a message box runs an event loop of its own. Code that could start
-/// a second operation in that way must check mayBegin() first. GUI thread only.
+/// Admits one operation on the channels at a time. Code that could start a second one must check mayBegin()
+/// first: within a command the host may run its event loop or call the module, and a message box runs an
+/// event loop of its own. GUI thread only.
 ///
 /// | State  | mayBegin() | Left by                                           |
 /// |--------|------------|---------------------------------------------------|
@@ -19,8 +19,8 @@ class OperationGate : public QObject
     Q_OBJECT
 
 public:
-    /// Marks an operation as in progress for as long as the object lives. The gate may be destroyed before
-    /// the object.
+    /// Marks an operation as in progress for as long as the object lives.
+    /// Note: The gate may be destroyed before the object.
     class Operation
     {
     public:

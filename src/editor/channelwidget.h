@@ -11,21 +11,22 @@ class IOManager;
 class QRegExpValidator;
 
 /// The editor page of one output channel. It stores edits in the channel: the host when its field loses the
-/// focus or Enter is pressed, everything else at once. The box "this computer" only writes the address to the
-/// host field and disables the field; flushChangesToChannel() stores it. The page sends no commands to the
-/// Controller. The table shows the channel's own type model, to which the view writes the ticks. The active
-/// box also starts and stops the channel's router.
+/// focus or Enter is pressed, everything else at once. The page sends no commands to the Controller.
+/// GUI thread only.
 ///
-/// The host field has two input modes: while multicast is ticked, it accepts only digits and dots, otherwise
-/// names and addresses. GUI thread only.
+/// - The host field accepts names and addresses; while multicast is ticked, only digits and dots.
+/// - The box "this computer" writes the address to the host field and disables the field.
+///   flushChangesToChannel() stores it.
+/// - The active box also starts and stops the channel's router.
+/// - The table shows the channel's own type model, to which the view writes the ticks.
 class ChannelWidget : public QWidget, public Ui::ChannelWidget
 {
     Q_OBJECT
 
 public:
     /// Creates a page without a parent. It shows the form's defaults until the channel emits
-    /// Channel::updated(). The page takes ownership of none of the three arguments. They must exist as long
-    /// as the page is used.
+    /// Channel::updated(). The caller keeps ownership of all three arguments, which must exist as long as the
+    /// page is used.
     ChannelWidget(IOManager *ioManager, ChannelAsRouter *channel, BackendVersions *versions);
     ~ChannelWidget() override;
 
@@ -37,8 +38,8 @@ public:
 
     void setCloseButtonVisible(bool visible);
 
-    /// Enables all controls except the active box and the close button if \a active is true, otherwise
-    /// disables them. The host field stays disabled while "this computer" is ticked, and the divisor if the
+    /// Enables or disables all controls except the active box and the close button.
+    /// Note: The host field stays disabled while "this computer" is ticked, and the divisor if the
     /// Controller's version has none.
     void setControlsEnabled(bool active);
 
@@ -46,11 +47,10 @@ public:
     /// page is enabled, otherwise with the colour of disabled text.
     void updateTabColor();
 
-    /// Checks the destination in the host field. Returns true if it is valid or the channel is inactive. If
-    /// the destination is invalid, shows the reason in a message box and returns false. If the name of a
-    /// unicast host cannot be resolved, asks the user and returns true for "Ignore". Does not change the
-    /// channel. May block for a query, a name look-up and a message box. If the page is destroyed while the
-    /// box is open, returns false.
+    /// Returns whether the destination in the host field is valid or the channel is inactive. Shows the
+    /// reason in a message box if it is not valid. Does not change the channel. May block for a query, a name
+    /// look-up and a message box. Note: If the name of a unicast host cannot be resolved, asks the user and
+    /// returns true for "Ignore". If the page is destroyed while the box is open, returns false.
     bool validate();
 
     /// Makes a validate() that is waiting for its query return false without a message box.
@@ -63,8 +63,7 @@ signals:
     /// Emitted when the title of tab \a tabIndex should have the colour \a color.
     void changeChannelTabTitleFontColor(int tabIndex, const QColor &color);
 
-    /// Emitted after the active box has been toggled, the channel has been switched on or off, and its router
-    /// has been started or stopped.
+    /// Emitted after a toggle of the active box has switched the channel and its router.
     void checkBox_active_channel_toggled();
 
 public slots:
@@ -74,7 +73,7 @@ public slots:
     /// Stores the text of the host field in the channel, which looks up the host. May block.
     void flushChangesToChannel();
 
-    /// Toggles the tick at \a index if that is an enabled cell of the identifier column. So the user may also
+    /// Toggles the tick at \a index if that is an enabled cell of the identifier column. So the user may
     /// double-click the identifier instead of clicking its check box.
     void tableViewItemDoubleClicked(const QModelIndex &index);
 

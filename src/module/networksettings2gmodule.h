@@ -23,8 +23,8 @@ public:
     QString moduleName() override;
     QString moduleVersion() override;
 
-    /// Creates the dialog and the action if there are none, unless "ObserverMode" is true. Returns the record
-    /// of the action, if there is an action.
+    /// Creates the dialog and the action if there are none. Returns the record of the action.
+    /// Note: If "ObserverMode" is true, creates nothing and returns an empty list.
     QList<ModuleAction *> moduleActions() override;
 
     void setParameter(QString key, QVariant value) override;

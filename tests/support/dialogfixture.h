@@ -52,7 +52,7 @@ public:
                          [this](bool enable) { routerSwitches << enable; });
     }
 
-    /// Calls \a observe after each query and each command, also a refused one, before the dialog gets the
+    /// Calls \a observe after each query and each command, even a refused one, before the dialog gets the
     /// result.
     void onExchange(const std::function<void(const Exchange &)> &observe)
     {

@@ -57,8 +57,8 @@ public:
         m_isOnlyChannel = true;
     }
 
-    /// Creates one of several channels of \a fanOut. The caller publishes the channels, also after a change
-    /// of their ticks, and removes them from the fan-out before it destroys them.
+    /// Creates one of several channels of \a fanOut. The caller publishes the channels, again after each
+    /// change of their ticks, and removes them from the fan-out before it destroys them.
     FedChannel(quint16 port, std::shared_ptr<networksettings2g::ChannelFanOut> fanOut, int index)
         : ChannelAsRouter(nullptr, index, nullptr)
         , m_fanOut(std::move(fanOut))

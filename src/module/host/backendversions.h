@@ -4,10 +4,8 @@
 
 #include <cstdint>
 
-/// The version of the Controller. The host owns the record and keeps it valid and unchanged from the call
-/// that sets the parameter "BackendVersions" until ModuleInterface::releaseResources() has returned. If the
-/// host calls that function from within a command of the module, it keeps the record until the function of
-/// the module that sent the command has returned to the host.
+/// The version of the Controller. The host owns the record, which must not change; how long it must exist is
+/// said at ModuleInterface::setParameter().
 struct BackendVersions
 {
     int32_t reserved[3]; // not read by the module
@@ -16,8 +14,8 @@ struct BackendVersions
     int32_t third;
 };
 
-/// Returns whether the Controller has at least version \a major.\a minor, that is, a later version, or the
-/// same version with a third number of at least -1. May be called on any thread.
+/// Returns whether the Controller has version \a major.\a minor or a later one. May be called on any thread.
+/// Note: A version with a third number below -1, such as 1.9.-2, is earlier than 1.9.
 inline bool versionAtLeast(const BackendVersions &versions, int32_t major, int32_t minor)
 {
     if (versions.major != major)

@@ -13,9 +13,9 @@ class Requester;
 #endif
 
 /// The command service of the host, through which the module sends queries and commands to the tracking
-/// Controller and subscribes to tracking data. The host implements and owns it and keeps it valid from the
-/// call that sets the parameter "CommandManager" until ModuleInterface::releaseResources() has returned. The
-/// module calls it on the GUI thread only, and not after ModuleInterface::prepareShutdown().
+/// Controller and subscribes to tracking data. The host implements and owns it; how long it must exist is
+/// said at ModuleInterface::setParameter(). The module calls it on the GUI thread only, and not after
+/// ModuleInterface::prepareShutdown().
 ///
 /// Every function returns 0 for success and any other value for failure. A function may block; the GUI waits
 /// for it. Texts are Latin-1, zero-terminated and valid during the call only. The order of the functions is
@@ -23,25 +23,26 @@ class Requester;
 class IOManager
 {
 public:
-    /// Sends the query \a format, filled printf-style, and on success writes the zero-terminated answer to
-    /// \a answer. On failure it writes nothing. No length is passed: the buffer has 208 bytes, the
-    /// terminating zero included, and the module has zeroed it before. No argument points into that buffer.
+    /// Sends the query \a format, filled printf-style, and writes the answer to \a answer: at most 208 bytes,
+    /// the terminating zero included. On failure it writes nothing. The module zeroes the buffer before the
+    /// call, and no argument points into it.
     virtual int getValue(char *answer, const char *format, ...) IOMANAGER_PRINTF(3, 4) = 0;
 
-    /// Sends the query \a format, filled printf-style, and on success writes the number from the answer to
-    /// \a answer. On failure it writes nothing.
+    /// Sends the query \a format, filled printf-style, and writes the number from the answer to \a answer. On
+    /// failure it writes nothing.
     virtual int getIntValue(int *answer, const char *format, ...) IOMANAGER_PRINTF(3, 4) = 0;
 
     /// Sends the command \a format, filled printf-style. Failure means that the Controller refused the
     /// command or could not be reached.
     virtual int setValue(const char *format, ...) IOMANAGER_PRINTF(2, 3) = 0;
 
-    /// Makes the host pass lines of \a type to Requester::onOutputData() of \a requester, while \a requester
-    /// is registered with addRequester(). Must accept a type that is already requested.
+    /// Makes the host pass lines of \a type to Requester::onOutputData() of \a requester. Lines are passed
+    /// only while \a requester is registered with addRequester(). Note: Must accept a type that is already
+    /// requested.
     virtual int requestOutputType(const char *type, Requester *requester) = 0;
 
-    /// Makes the host stop passing lines of \a type, however often it was requested. Must accept a type that
-    /// was never requested.
+    /// Makes the host stop passing lines of \a type, however often it was requested.
+    /// Note: Must accept a type that was never requested.
     virtual int releaseOutputType(const char *type, Requester *requester) = 0;
 
     /// Registers \a requester: from now on the host may call its functions, on any thread.

@@ -6,13 +6,13 @@
 class MessageReceiver
 {
 public:
-    /// Handles the message \a text, which must be zero-terminated and not null and is read during the call
-    /// only. The only message with an effect is "OutputTypesChanged": the Controller's catalogue of output
-    /// types has changed. \a a and \a b are ignored. Returns 0.
+    /// Handles the message \a text. The only message with an effect is "OutputTypesChanged": the Controller's
+    /// catalogue of output types has changed. \a text must be zero-terminated and not null, and is read
+    /// during the call only. \a a and \a b are ignored. Returns 0.
     ///
-    /// May be called on any thread. On the GUI thread the function may send queries and requests to the host
-    /// before it returns, so the caller must not hold a lock that its IOManager needs. On any other thread it
-    /// queues this work to the GUI thread and returns at once.
+    /// May be called on any thread. Queues its work to the GUI thread and returns at once.
+    /// Note: On the GUI thread, it may send queries and requests to the host before it returns. So the caller
+    /// must not hold a lock that its IOManager needs.
     virtual int onMessage(int a, int b, const char *text) = 0;
 
 protected:

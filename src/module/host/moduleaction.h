@@ -6,9 +6,9 @@ class QAction;
 class QDialog;
 
 /// One action that the host places in its menus for the module, and the dialog that the action opens. The
-/// host may order its menus by the three numbers. The module owns the record, the action and the dialog; the
-/// host may use them until it calls ModuleInterface::releaseResources(). The order of the fields is part of
-/// the binary interface between host and module.
+/// module owns the record, the action and the dialog. The host may use them until it calls
+/// ModuleInterface::releaseResources(), and may order its menus by the three numbers. The order of the fields
+/// is part of the binary interface between host and module.
 struct ModuleAction
 {
     QAction *action = nullptr;

@@ -16,19 +16,19 @@ class ModuleInterface
 public:
     virtual ~ModuleInterface() = default;
 
-    /// Stops routing, releases the requested output types, removes the module's Requester and MessageReceiver
-    /// and closes open message boxes. Afterwards the module does not call the host any more. May be called at
-    /// any time, also from within a command of the module. Blocks for about 10 ms per channel, and for at
-    /// most 100 ms more for each channel that is sending.
+    /// Ends all calls of the module to the host: stops routing, releases the requested output types, removes
+    /// the module's Requester and MessageReceiver, and closes open message boxes. Blocks for about 10 ms per
+    /// channel, and for at most 100 ms more for each channel that is sending.
+    /// Note: May be called at any time, even from within a command of the module.
     virtual void prepareShutdown() = 0;
 
     /// Destroys the dialog with its channels, and invalidates the entries that moduleActions() has returned.
     /// Blocks until the threads of the module have ended, at most 100 ms for each. Afterwards no object of
-    /// the module is left for the event loop to delete. The host may unload the library at once, unless a
-    /// function of the module, such as the dialog's event loop, is still on the call stack.
-    ///
-    /// If the host calls this function from within a command of the module, the dialog and its threads exist
-    /// until the function of the module that sent the command has returned to the host.
+    /// the module is left for the event loop to delete, so the host may unload the library at once.
+    /// Note: While a function of the module, such as the dialog's event loop, is on the call stack, the host
+    /// must not unload the library.
+    /// Note: If called from within a command of the module, the dialog and its threads exist until the
+    /// function of the module that sent the command has returned to the host.
     virtual void releaseResources() = 0;
 
     /// Returns the module's name for the user.
@@ -37,21 +37,27 @@ public:
     /// Returns the module's version for the user, such as "v1.0.0".
     virtual QString moduleVersion() = 0;
 
-    /// Returns the actions for the host's menus. The module owns the entries. The first call, also the first
-    /// one after releaseResources(), creates the dialog and the action. This call blocks: it queries the
-    /// Controller, registers the module's Requester and MessageReceiver and, in router mode, starts routing.
-    /// Returns an empty list in observer mode. A call from within a command of the first call returns an
-    /// empty list, too. So does the first call itself if the host calls releaseResources() within it.
+    /// Returns the actions for the host's menus, or an empty list in observer mode. The module owns the
+    /// entries. The first call creates the dialog and the action. It blocks: it queries the Controller,
+    /// registers the module's Requester and MessageReceiver and, in router mode, starts routing.
+    /// Note: After releaseResources(), the next call is a first call again.
+    /// Note: Returns an empty list from within a command of the first call. The first call returns one too if
+    /// the host calls releaseResources() during it.
     virtual QList<ModuleAction *> moduleActions() = 0;
 
-    /// Stores a parameter. Keys: "CommandManager" (IOManager *), "ModuleParent" (QWidget *, the parent of the
-    /// dialog), "BackendVersions" (BackendVersions *), "ObserverMode" (bool, false by default; true makes
-    /// moduleActions() create nothing). Any other key is ignored. \a value must hold a pointer as exactly the
-    /// named type, and the pointer must not be null. The host keeps ownership of the objects.
-    /// The IOManager and the BackendVersions must exist until releaseResources() has returned. If a function
-    /// of the module is then still on the call stack, the BackendVersions must exist until that function has
-    /// returned, too. If the host destroys the parent before releaseResources(), the dialog is destroyed with
-    /// it; the host must call prepareShutdown() before that.
+    /// Stores a parameter. \a value must hold exactly the type of \a key, and a pointer must not be null:
+    ///
+    /// | Key               | Type              | Meaning                                                 |
+    /// |-------------------|-------------------|---------------------------------------------------------|
+    /// | "CommandManager"  | IOManager *       | the host's command service                              |
+    /// | "ModuleParent"    | QWidget *         | the parent of the dialog                                |
+    /// | "BackendVersions" | BackendVersions * | the version of the Controller                           |
+    /// | "ObserverMode"    | bool              | if true, moduleActions() creates nothing; default false |
+    ///
+    /// The host keeps ownership of the objects. It must keep the IOManager and the BackendVersions until
+    /// releaseResources() and every other function of the module have returned. The parent may go earlier,
+    /// after prepareShutdown(); the dialog is then destroyed with it.
+    /// Note: Any other key is ignored.
     virtual void setParameter(QString key, QVariant value) = 0;
 };
 

@@ -6,9 +6,8 @@
 class Requester
 {
 public:
-    /// Handles one \a line of the output type \a type, with or without CR and LF at its end. Both texts must
-    /// be zero-terminated and not null, and are read during the call only. Waits only for short locks.
-    /// Returns 0.
+    /// Handles one \a line of the output type \a type. Returns 0. The line may end with CR and LF. Both texts
+    /// must be zero-terminated and not null, and are read during the call only. Waits only for short locks.
     virtual int onOutputData(const char *type, const char *line) = 0;
 
     /// Drops the lines collected for the current frame, because the data starts again. May wait for one send
