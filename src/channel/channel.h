@@ -56,15 +56,16 @@ public:
 
     /// Reads the channel's state from the Controller, drops all pending edits, and emits updated(). Before
     /// each call, call the setters of the identities and setOutputTypes(), which clears the ticks. May block
-    /// for a look-up of the host. Note: Failed queries give an empty host and port 0, an inactive channel,
-    /// the divisor 1, or a type without a tick. Only failures of the queries for the divisor and for ticks
-    /// are logged.
+    /// for a look-up of the host.
+    /// Note: Failed queries give an empty host and port 0, an inactive channel, the divisor 1, or a type
+    /// without a tick. Only failures of the queries for the divisor and for ticks are logged.
     void load();
 
     /// Emits committingChanges(), then writes the active state to the Controller. If the channel is active
     /// and has pending edits, also writes the changed ticks, the destination and, from version 1.6, the
-    /// divisor. Note: Continues after a refused command. Only refusals of the active state and of the divisor
-    /// are logged. Does nothing if the index is MaximumCount or above.
+    /// divisor.
+    /// Note: Continues after a refused command. Only refusals of the active state and of the divisor are
+    /// logged. Does nothing if the index is MaximumCount or above.
     void commit();
 
     /// Switches the channel on or off on the Controller, but not in this object. A refusal is logged.
@@ -128,8 +129,8 @@ public:
     /// Returns whether the row of \a name is ticked; false if there is no such row.
     bool isTypeActive(const QString &name) const;
 
-    /// Returns the names of the ticked rows, in Latin-1 and sorted. setOutputTypes() does not change them,
-    /// and load() updates them in one step, after it has read all ticks.
+    /// Returns the names of the ticked rows, in Latin-1 and sorted. load() updates them in one step, after it
+    /// has read all ticks; setOutputTypes() does not change them.
     const QVector<QByteArray> &tickedTypes() const { return m_tickedTypes; }
 
     /// Makes the channel call \a callback after each change of tickedTypes(); load() causes at most one call.

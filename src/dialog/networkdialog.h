@@ -54,21 +54,22 @@ public:
     /// Waits until no data thread uses a channel and every worker has ended. Must follow teardownRequests().
     ~NetworkDialog() override;
 
-    /// Completes the construction: creates the Controller's channels, registers with the host and, in router
-    /// mode, starts forwarding. The constructor does not do this, because the host may shut the module down
-    /// from within one of these calls, and the owner must then already have the pointer to the dialog.
+    /// Completes the construction: makes a tab for each channel, registers with the host and, in router
+    /// mode, starts forwarding. The constructor does not do this: the host may shut the module down
+    /// meanwhile, and the owner must then already have the pointer to the dialog.
     /// Note: The dialog may have been deleted when this function returns.
     void start();
 
     /// Ends all calls to the host: closes open message boxes, stops the routers, releases the output types
     /// and unregisters the dialog. Blocks as ModuleInterface::prepareShutdown() does. A second call does
-    /// nothing. Note: Operations in progress continue, but their commands no longer reach the host.
+    /// nothing.
+    /// Note: Operations in progress continue, but their commands no longer reach the host.
     void teardownRequests();
 
     /// Deletes the dialog. Must follow teardownRequests().
-    /// Note: If called from within a command of the dialog, only marks it as released. When the operation
-    /// that sent the command has ended, the dialog is deleted: by the end of a call from the host
-    /// (CallFromHost), otherwise by the event loop (doPostponed()).
+    /// Note: If called from within a command of the dialog, only marks it as released. It is then deleted
+    /// after the operation that sent the command: at the end of a call from the host (CallFromHost),
+    /// otherwise by the event loop (doPostponed()).
     void release();
 
     int onOutputData(const char *type, const char *line) override;
@@ -83,7 +84,7 @@ signals:
 
 public slots:
     /// Reads the Controller's state and runs the dialog modally. Returns the result of exec(), or Rejected if
-    /// it did not run. If the dialog is visible or an operation is in progress, only raises it. After an
+    /// it did not run. If it is visible or an operation is in progress, only raises it. After an
     /// operation of the hidden dialog, opens it.
     /// Note: After teardownRequests() the dialog does not open. It may have been deleted when this function
     /// returns.
@@ -114,9 +115,9 @@ private slots:
     void on_checkBox_actAsRouter_toggled(bool checked);
 
     /// Checks all channels, commits them and, if necessary, the router mode, and closes the dialog. If a
-    /// check fails, the dialog stays open. Every way of leaving the dialog calls this slot. Note: If the
-    /// configuration is locked or the module has been shut down, only closes the dialog. Otherwise does
-    /// nothing while an operation is in progress.
+    /// check fails, the dialog stays open. Every way of leaving the dialog calls this slot.
+    /// Note: If the configuration is locked or the module has been shut down, only closes the dialog.
+    /// Otherwise does nothing while an operation is in progress.
     void accept() override;
 
     /// Calls accept(), because the dialog cannot be left without applying the changes.

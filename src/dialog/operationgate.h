@@ -6,8 +6,8 @@
 namespace networksettings2g {
 
 /// Admits one operation on the channels at a time. Code that could start a second one must check mayBegin()
-/// first: within a command the host may run its event loop or call the module, and a message box runs an
-/// event loop of its own. GUI thread only.
+/// first. Such code may be called during an operation, because a host may run its event loop or call the
+/// module within a command, and a message box runs an event loop of its own. GUI thread only.
 ///
 /// | State  | mayBegin() | Left by                                           |
 /// |--------|------------|---------------------------------------------------|

@@ -49,8 +49,9 @@ public:
 
     /// Returns whether the destination in the host field is valid or the channel is inactive. Shows the
     /// reason in a message box if it is not valid. Does not change the channel. May block for a query, a name
-    /// look-up and a message box. Note: If the name of a unicast host cannot be resolved, asks the user and
-    /// returns true for "Ignore". If the page is destroyed while the box is open, returns false.
+    /// look-up and a message box.
+    /// Note: If the name of a unicast host cannot be resolved, asks the user and returns true for "Ignore".
+    /// If the page is destroyed while the box is open, returns false.
     bool validate();
 
     /// Makes a validate() that is waiting for its query return false without a message box.

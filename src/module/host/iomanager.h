@@ -37,8 +37,8 @@ public:
     virtual int setValue(const char *format, ...) IOMANAGER_PRINTF(2, 3) = 0;
 
     /// Makes the host pass lines of \a type to Requester::onOutputData() of \a requester. Lines are passed
-    /// only while \a requester is registered with addRequester(). Note: Must accept a type that is already
-    /// requested.
+    /// only while \a requester is registered with addRequester().
+    /// Note: Must accept a type that is already requested.
     virtual int requestOutputType(const char *type, Requester *requester) = 0;
 
     /// Makes the host stop passing lines of \a type, however often it was requested.

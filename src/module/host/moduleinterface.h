@@ -16,9 +16,9 @@ class ModuleInterface
 public:
     virtual ~ModuleInterface() = default;
 
-    /// Ends all calls of the module to the host: stops routing, releases the requested output types, removes
-    /// the module's Requester and MessageReceiver, and closes open message boxes. Blocks for about 10 ms per
-    /// channel, and for at most 100 ms more for each channel that is sending.
+    /// Ends all calls of the module to the host: stops routing, releases the requested output types, and
+    /// removes the module's Requester and MessageReceiver. Closes open message boxes. Blocks for about 10 ms
+    /// per channel, and for at most 100 ms more for each channel that is sending.
     /// Note: May be called at any time, even from within a command of the module.
     virtual void prepareShutdown() = 0;
 
@@ -28,7 +28,7 @@ public:
     /// Note: While a function of the module, such as the dialog's event loop, is on the call stack, the host
     /// must not unload the library.
     /// Note: If called from within a command of the module, the dialog and its threads exist until the
-    /// function of the module that sent the command has returned to the host.
+    /// function that sent the command has returned to the host.
     virtual void releaseResources() = 0;
 
     /// Returns the module's name for the user.
