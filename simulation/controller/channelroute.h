@@ -2,13 +2,20 @@
 
 #include "controllerstate.h"
 #include "framechecker.h"
-#include "udpsocket.h"
 
 #include <QHash>
+#include <QHostAddress>
 
 #include <array>
 
 namespace simulation {
+
+/// Where datagrams may go.
+enum class Reach
+{
+    ThisComputer,
+    Network
+};
 
 /// The destination and the content of one channel's frames.
 struct ChannelRoute
@@ -29,7 +36,7 @@ class RouteFinder
 public:
     /// With Reach::ThisComputer, destinations on other computers are not allowed: their routes get the
     /// address 0.
-    explicit RouteFinder(UdpSocket::Reach reach = UdpSocket::Reach::ThisComputer)
+    explicit RouteFinder(Reach reach)
         : m_reach(reach)
     {
     }
@@ -39,8 +46,13 @@ public:
 private:
     quint32 addressOf(const QByteArray &host);
 
-    const UdpSocket::Reach m_reach;
+    const Reach m_reach;
     QHash<QByteArray, quint32> m_addresses;
 };
+
+/// Returns whether datagrams to \a address stay on this computer according to the routing table. They do if
+/// \a address is an address of this computer, or a multicast group that is routed through the loopback
+/// interface. Returns false also if there is no route.
+bool staysOnThisComputer(const QHostAddress &address);
 
 } // namespace simulation

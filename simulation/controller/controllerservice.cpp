@@ -114,6 +114,7 @@ void ControllerService::takeReset()
 
 void ControllerService::takeIdle()
 {
+    m_output.end();
     m_dataServer.sendIdle();
 }
 

@@ -54,8 +54,8 @@ private:
     SimulatedController m_controller;
     CommandServer m_commandServer;
     DataServer m_dataServer;
-    DirectOutput m_output{UdpSocket::Reach::Network};
-    RouteFinder m_routeFinder{UdpSocket::Reach::Network};
+    DirectOutput m_output{Reach::Network};
+    RouteFinder m_routeFinder{Reach::Network};
     std::unique_ptr<FrameSource> m_source;
     std::unique_ptr<DataThread> m_dataThread;
 };

@@ -1,7 +1,6 @@
 #include "receiverpool.h"
 
 #include "datagramreceiver.h"
-#include "udpsocket.h"
 
 #include <QCoreApplication>
 
@@ -99,7 +98,7 @@ QList<ReceiverReport> ReceiverPool::collect(Statistics statisticsOf) const
         ReceiverReport report;
         report.channel = int(i) + 1;
         report.destination =
-            QString::fromLatin1(dottedAddress(receiver->address())) + ':' + QString::number(receiver->port());
+            QHostAddress(receiver->address()).toString() + ':' + QString::number(receiver->port());
         report.active = m_routes[i].content.active;
         if (!receiver->isListening()) {
             report.problem = QCoreApplication::translate("ReceiverPool", "cannot listen: %1")

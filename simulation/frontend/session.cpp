@@ -4,7 +4,6 @@
 #include "datathread.h"
 #include "replayedframes.h"
 #include "syntheticframes.h"
-#include "udpsocket.h"
 
 #include <QElapsedTimer>
 #include <QThread>
@@ -162,7 +161,7 @@ bool Session::setUpChannel(int index, QStringList *remarks, QString *problem)
 {
     const ChannelPreset preset = channelPreset(index);
     Destination destination{Destination::Kind::Udp, m_controller.state().monitorAddress, 0};
-    if (preset.group && staysOnThisComputer(resolveAddress(preset.group))) {
+    if (preset.group && staysOnThisComputer(QHostAddress(QLatin1String(preset.group)))) {
         destination.kind = Destination::Kind::Multicast;
         destination.host = preset.group;
     } else if (preset.group) {
@@ -171,7 +170,8 @@ bool Session::setUpChannel(int index, QStringList *remarks, QString *problem)
                             .arg(index + 1)
                             .arg(QString::fromLatin1(destination.host)));
     }
-    destination.port = m_receivers.listen(index, resolveAddress(destination.host));
+    destination.port =
+        m_receivers.listen(index, QHostAddress(QString::fromLatin1(destination.host)).toIPv4Address());
     if (destination.port == 0) {
         *problem = tr("no receiver can listen at %1").arg(QString::fromLatin1(destination.host));
         return false;
@@ -256,6 +256,7 @@ void Session::takeReset()
 
 void Session::takeIdle()
 {
+    m_output.end();
     m_link.deliverIdle();
 }
 

@@ -144,9 +144,9 @@ private:
     std::unique_ptr<CommandClient> m_commands; ///< null with an embedded Controller
     ControllerLink m_link;
     FrameLedger m_ledger;
-    DirectOutput m_output;
+    DirectOutput m_output{Reach::ThisComputer};
     ReceiverPool m_receivers;
-    RouteFinder m_routeFinder;
+    RouteFinder m_routeFinder{Reach::ThisComputer};
     std::unique_ptr<ReplayedFrames> m_recording; ///< null after start() and without a recording
     int m_skippedLines = 0;
     std::unique_ptr<DataThread> m_dataThread; ///< exists from start() to stop() with an embedded Controller
