@@ -11,10 +11,12 @@
 #include <QElapsedTimer>
 #include <QNetworkDatagram>
 #include <QTcpServer>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QUdpSocket>
 
 #include <memory>
+#include <sys/stat.h>
 
 using namespace simulation;
 
@@ -173,6 +175,7 @@ private slots:
     void stateReachesTheFrontend();
     void directOutputEndsWhenRouterModeStarts();
     void programEndsCleanlyOnASignal();
+    void interruptEndsAProgramThatReadsAPipe();
     void occupiedPortEndsTheProgram();
     void invalidArgumentsAreRefused_data();
     void invalidArgumentsAreRefused();
@@ -458,12 +461,32 @@ void TestRemoteController::directOutputEndsWhenRouterModeStarts()
 
 void TestRemoteController::programEndsCleanlyOnASignal()
 {
-    Program program(CONTROLLER_PATH, QLatin1String("--port 0 --channels 10"));
-    const QByteArray line = program.nextLine();
-    QVERIFY2(line.startsWith("controller: listening on 127.0.0.1:"), line.constData());
-    program.sendSignal(SIGINT);
-    QCOMPARE(program.status(), 0);
-    QCOMPARE(program.readAllStandardError(), QByteArray());
+    for (const int signal : {SIGINT, SIGHUP, SIGPIPE}) {
+        Program program(CONTROLLER_PATH, QLatin1String("--port 0 --channels 10"));
+        const QByteArray line = program.nextLine();
+        QVERIFY2(line.startsWith("controller: listening on 127.0.0.1:"), line.constData());
+        program.sendSignal(signal);
+        QCOMPARE(program.status(), 0);
+        QCOMPARE(program.readAllStandardError(), QByteArray());
+    }
+}
+
+/// While a program reads its recording, it runs no event loop.
+void TestRemoteController::interruptEndsAProgramThatReadsAPipe()
+{
+    const QTemporaryDir folder;
+    const QString pipe = folder.filePath("pipe");
+    QCOMPARE(::mkfifo(pipe.toLocal8Bit().constData(), 0600), 0);
+    const QString arguments = QLatin1String(" --replay ") + pipe;
+    for (const auto &[path, options] : {std::pair(CONTROLLER_PATH, "--port 0"),
+                                        std::pair(FRONTEND_PATH, "--headless --plugin " PLUGIN_PATH)}) {
+        Program program(path, options + arguments);
+        // The pipe can be opened for writing only when the program has opened it for reading.
+        QFile writer(pipe);
+        QVERIFY(writer.open(QIODevice::WriteOnly));
+        program.sendSignal(SIGINT);
+        QVERIFY(program.waitForFinished(waitMs));
+    }
 }
 
 void TestRemoteController::occupiedPortEndsTheProgram()

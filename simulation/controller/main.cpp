@@ -32,6 +32,8 @@ int run(const ControllerOptions &options)
         reportProblem(problem);
         return WrongUsage;
     }
+    SignalWatcher watcher;
+    QObject::connect(&watcher, &SignalWatcher::interrupted, qApp, &QCoreApplication::quit);
     if (!service.start(&problem)) {
         reportProblem(problem);
         return Failure;
@@ -65,7 +67,5 @@ int main(int argc, char **argv)
         return Success;
     }
     QCoreApplication application(argc, argv);
-    SignalWatcher watcher;
-    QObject::connect(&watcher, &SignalWatcher::interrupted, &application, &QCoreApplication::quit);
     return run(options);
 }

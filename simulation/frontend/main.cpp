@@ -97,8 +97,13 @@ int run(const Options &options)
     Session session(options);
     HostedModule module;
     QString problem;
-    if (!module.load(pluginFile(options), &problem) || !session.openSource(&problem) ||
-        !session.connectController(&problem)) {
+    if (!module.load(pluginFile(options), &problem) || !session.openSource(&problem)) {
+        reportProblem(problem);
+        return WrongUsage;
+    }
+    SignalWatcher watcher;
+    QObject::connect(&watcher, &SignalWatcher::interrupted, qApp, &QCoreApplication::quit);
+    if (!session.connectController(&problem)) {
         reportProblem(problem);
         return WrongUsage;
     }
@@ -143,7 +148,5 @@ int main(int argc, char **argv)
     QApplication application(argumentCount, argv);
     QApplication::setApplicationName(QLatin1String("frontend"));
     QApplication::setWindowIcon(windowIcon());
-    SignalWatcher watcher;
-    QObject::connect(&watcher, &SignalWatcher::interrupted, &application, &QCoreApplication::quit);
     return run(options);
 }

@@ -11,6 +11,8 @@ namespace simulation {
 
 namespace {
 
+constexpr int watchedSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+
 int selfPipe[2] = {-1, -1};
 
 void onSignal(int)
@@ -18,8 +20,7 @@ void onSignal(int)
     const int before = errno;
     const char mark = 1;
     const ssize_t written = ::write(selfPipe[1], &mark, sizeof mark);
-    // A handler could do nothing about a failed write. The pipe cannot be full: because of SA_RESETHAND, each
-    // of the two signals writes at most one byte.
+    // A write fails only if the pipe is full, and then it holds enough marks.
     static_cast<void>(written);
     errno = before;
 }
@@ -27,10 +28,15 @@ void onSignal(int)
 void install(int signal)
 {
     struct sigaction action = {};
+    // A program that was started with nohup ignores SIGHUP.
+    if (signal == SIGHUP && sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN)
+        return;
     action.sa_handler = onSignal;
+    action.sa_flags = SA_RESTART;
     // SA_RESETHAND restores the default action when the signal arrives. The same signal, sent again,
-    // therefore ends a program whose shutdown hangs.
-    action.sa_flags = int(SA_RESTART | SA_RESETHAND);
+    // therefore ends a program whose shutdown hangs. SIGPIPE comes again with every further write.
+    if (signal != SIGPIPE)
+        action.sa_flags |= int(SA_RESETHAND);
     sigaction(signal, &action, nullptr);
 }
 
@@ -43,14 +49,14 @@ SignalWatcher::SignalWatcher(QObject *parent)
         qFatal("cannot create a pipe for signals");
     m_notifier = new QSocketNotifier(selfPipe[0], QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &SignalWatcher::takeSignal);
-    install(SIGINT);
-    install(SIGTERM);
+    for (const int signal : watchedSignals)
+        install(signal);
 }
 
 SignalWatcher::~SignalWatcher()
 {
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
+    for (const int signal : watchedSignals)
+        std::signal(signal, SIG_DFL);
     delete m_notifier;
     ::close(selfPipe[0]);
     ::close(selfPipe[1]);

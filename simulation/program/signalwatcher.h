@@ -6,9 +6,10 @@ class QSocketNotifier;
 
 namespace simulation {
 
-/// Emits a Qt signal on the thread to which this object belongs after SIGINT or SIGTERM, so that the program
-/// can shut down in an orderly way. The thread must run an event loop. A second SIGINT, or a second SIGTERM,
-/// ends the program at once. The destructor restores the default actions of both signals. Only one
+/// Emits a Qt signal on the thread to which this object belongs after SIGINT, SIGTERM or SIGHUP, or after a
+/// write to a closed pipe (SIGPIPE), so that the program can shut down in an orderly way. The thread must run
+/// an event loop: until it does, the signals have no effect, so create the object just before. A second
+/// SIGINT, SIGTERM or SIGHUP ends the program at once. The destructor restores the default actions. Only one
 /// SignalWatcher may exist at a time.
 class SignalWatcher : public QObject
 {
@@ -20,7 +21,7 @@ public:
     ~SignalWatcher() override;
 
 signals:
-    /// SIGINT or SIGTERM was received.
+    /// One of the signals was received.
     void interrupted();
 
 private:
