@@ -135,15 +135,18 @@ void ConversationView::showCount()
     m_count->setText(shown == all ? tr("%1 lines").arg(all) : tr("%1 of %2 lines").arg(shown).arg(all));
 }
 
-/// Keeps the latest line visible unless the user has scrolled back.
+/// Keeps the latest line visible unless the user has scrolled back. The range changes while the view lays out
+/// its rows, within the handling of an event, and the view must not scroll before that event has been
+/// handled.
 void ConversationView::followEnd()
 {
     QScrollBar *bar = m_view->verticalScrollBar();
     connect(bar, &QScrollBar::valueChanged, this, [this, bar] { m_atEnd = bar->value() == bar->maximum(); });
-    connect(bar, &QScrollBar::rangeChanged, this, [this, bar] {
+    const auto follow = [this, bar] {
         if (m_atEnd)
             bar->setValue(bar->maximum());
-    });
+    };
+    connect(bar, &QScrollBar::rangeChanged, this, follow, Qt::QueuedConnection);
 }
 
 } // namespace simulation
