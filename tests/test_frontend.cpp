@@ -1,4 +1,4 @@
-// Tests the simulated frontend: the checker of its receivers, its session, and the program itself.
+// Tests the simulated frontend: its session and the program itself.
 
 #include "cataloguesets.h"
 #include "controlleroptions.h"
@@ -31,8 +31,6 @@ class TestFrontend : public QObject
     Q_OBJECT
 
 private slots:
-    void checkerCountsFramesAndErrors_data();
-    void checkerCountsFramesAndErrors();
     void frameAboveTheDatagramLimitIsNotSent();
     void invalidArgumentsAreRefused_data();
     void invalidArgumentsAreRefused();
@@ -42,52 +40,6 @@ private slots:
     void signalEndsTheRunWithItsSummary();
     void sessionAppliesChangesWhileItRuns();
 };
-
-/// The frames 1 to 4 and 6 to 9 have been sent, and two frames without a number. Only the types fr and 6d are
-/// ticked. Datagrams are separated by bars and have LF in place of CR LF. The counts are frames, lost, out of
-/// order, malformed, and lost at the end of the run.
-void TestFrontend::checkerCountsFramesAndErrors_data()
-{
-    const Table<bool, int, QByteArray, QByteArray> row("viaRouter", "divisor", "datagrams", "counts");
-    row("the last five frames are outstanding", false, 1, "fr 1\n|fr 2\n6d 0\n|fr 3\n", "3 0 0 0 5");
-    row("all frames that a divisor selects", false, 4, "fr 4\n|fr 8\n", "2 0 0 0 0");
-    row("a gap of two selected frames", false, 2, "fr 2\n|fr 8\n", "2 2 0 0 2");
-    row("the first three frames are lost", false, 1, "fr 4\n|fr 6\n", "2 3 0 0 6");
-    row("a frame arrives late", false, 1, "fr 1\n|fr 3\n|fr 2\n", "3 1 1 0 6");
-    row("a frame arrives twice", false, 1, "fr 1\n|fr 1\n", "2 0 1 0 7");
-    row("a router joins the first two frames", true, 1, "fr 1\n6d 0\nfr 2\n|fr 3\n", "3 0 0 0 5");
-    row("a router with a divisor", true, 3, "fr 3\n|fr 6\n", "2 0 0 0 1");
-    row("a gap after the joined frames", true, 1, "fr 1\nfr 2\n|fr 6\n", "3 2 0 0 5");
-    row("a frame that the divisor skips", false, 2, "fr 2\n|fr 3\n", "2 0 0 1 3");
-    row("the last line has no end", false, 1, "fr 1\n6d 0", "1 0 0 1 7");
-    row("a line ends with CR CR LF", false, 1, "fr 1\n6d 0\r\n", "1 0 0 1 7");
-    row("a type that is not ticked", false, 1, "fr 1\n3d 0\n", "1 0 0 1 7");
-    row("no frame number, and an empty datagram", false, 1, "6d 0\n|", "0 0 0 2 8");
-}
-
-void TestFrontend::checkerCountsFramesAndErrors()
-{
-    QFETCH(const bool, viaRouter);
-    QFETCH(const int, divisor);
-    QFETCH(QByteArray, datagrams);
-    QFETCH(const QByteArray, counts);
-    FrameLedger ledger;
-    FrameChecker checker(ledger);
-    checker.expect({{"fr", "6d"}, divisor, true, viaRouter});
-    checker.begin();
-    for (const int number : {1, 2, 3, 4, 0, 0, 6, 7, 8, 9})
-        ledger.note(number);
-    const QList<QByteArray> all = datagrams.replace('\n', "\r\n").split('|');
-    for (const QByteArray &datagram : all)
-        checker.take(datagram);
-    const ReceiverStatistics &seen = checker.statistics();
-    const qint64 lost = checker.finalStatistics().lost;
-    QByteArray found;
-    for (const qint64 count : {seen.frames, seen.lost, seen.outOfOrder, seen.malformed})
-        found += QByteArray::number(count) + ' ';
-    QCOMPARE(found + QByteArray::number(lost), counts);
-    QCOMPARE(checker.isComplete(), lost == seen.lost);
-}
 
 void TestFrontend::frameAboveTheDatagramLimitIsNotSent()
 {

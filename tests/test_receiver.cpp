@@ -1,16 +1,26 @@
 #include "framesequence.h"
+#include "portmonitor.h"
 #include "program.h"
 #include "replayedframes.h"
 #include "table.h"
-#include "udpsocket.h"
 
 #include <QTemporaryDir>
+
+#ifdef Q_OS_LINUX
+#include <sys/resource.h>
+#endif
 
 using namespace simulation;
 
 namespace {
 
 using Datagrams = QList<QByteArray>;
+
+#ifdef Q_OS_WIN
+constexpr char duration[] = "--seconds 3 "; // no signal can end a program there
+#else
+constexpr char duration[] = "";
+#endif
 
 Datagrams frames(int first, int last)
 {
@@ -25,7 +35,7 @@ class RunningReceiver : public Program
 {
 public:
     explicit RunningReceiver(const QString &arguments, int ports = 1)
-        : Program(RECEIVER_PATH, arguments)
+        : Program(RECEIVER_PATH, QLatin1String(duration) + arguments)
     {
         for (int i = 0; i < ports; ++i) {
             const QByteArray line = nextLine();
@@ -34,25 +44,48 @@ public:
     }
 
     /// Sends to the program's port with \a index, which counts from 0 in the order of the arguments.
-    void send(const Datagrams &datagrams, int index = 0, quint32 address = 0x7f000001)
+    void send(const Datagrams &datagrams, int index = 0,
+              const QHostAddress &address = QHostAddress(QHostAddress::LocalHost))
     {
         for (const QByteArray &datagram : datagrams)
-            QVERIFY(m_sender.send(datagram, address, m_ports.at(index)));
+            QCOMPARE(m_sender.writeDatagram(datagram, address, m_ports.at(index)), qint64(datagram.size()));
     }
 
-    /// Ends the program. Returns the summaries, which cover all datagrams that have been sent so far.
+    /// Ends the program, or waits for its end. Returns the summaries, which cover all datagrams that have
+    /// been sent so far.
     QByteArray finish()
     {
+#ifndef Q_OS_WIN
         sendSignal(SIGINT);
+#endif
         waitForFinished(LimitMs);
-        const QByteArray out = readAllStandardOutput();
+        const QByteArray out = readAllStandardOutput().replace("\r\n", "\n");
         return out.mid(out.indexOf("summary of"));
     }
 
+    QUdpSocket &sender()
+    {
+        return m_sender;
+    }
+
 private:
-    UdpSocket m_sender;
+    QUdpSocket m_sender;
     QList<quint16> m_ports;
 };
+
+/// Reads the recording \a file. Returns the numbers of its frames; -1 stands for a frame that is not
+/// complete.
+QList<int> recordedNumbers(const QString &file)
+{
+    ReplayedFrames replay;
+    QString problem;
+    QList<int> numbers;
+    if (!replay.open(file, {"fr", "6d"}, &problem) || replay.skippedLines() > 0)
+        return {-1};
+    for (Frame frame; replay.next(&frame);)
+        numbers.append(frame.size() == 2 && frame.last().text == "6d 0\r\n" ? frameNumber(frame) : -1);
+    return numbers;
+}
 
 } // namespace
 
@@ -63,12 +96,15 @@ class TestReceiver : public QObject
 private slots:
     void gapsInTheNumbersAreCounted_data();
     void gapsInTheNumbersAreCounted();
+    void malformedDatagramIsCounted_data();
+    void malformedDatagramIsCounted();
     void summaryJudgesTheDatagrams_data();
     void summaryJudgesTheDatagrams();
     void portsAreJudgedSeparately();
     void groupIsJoinedOnTheInterface();
     void savedFileIsReplayed();
-    void failedWriteIsReportedOnce();
+    void recordingEndsAtTheFirstFailedWrite();
+    void recordingOfAKilledProgramIsComplete();
     void runEndsAfterTheGivenTime();
     void invalidArgumentsAreRefused_data();
     void invalidArgumentsAreRefused();
@@ -106,30 +142,52 @@ void TestReceiver::gapsInTheNumbersAreCounted()
     QTEST(sequence.restarts(), "restarts");
 }
 
+void TestReceiver::malformedDatagramIsCounted_data()
+{
+    const Table<QByteArray> row("datagram");
+    row("empty datagram", "");
+    row("no number", "6d 0\r\n");
+    row("number zero", "fr 0\r\n");
+    row("last line is cut", "fr 3\r\n6d");
+    row("line end without CR", "fr 3\n6d 0\r\n");
+    row("empty line", "fr 3\r\n\r\n");
+    row("line ends only", QByteArray("\r\n").repeated(32000));
+    row("binary data", QByteArray("fr 3\r\n6d \0\r\n", 11));
+    row("three frames in one", "fr 3\r\nfr 4\r\nfr 5\r\n");
+    row("two frames in wrong order", "fr 4\r\nfr 3\r\n");
+}
+
+void TestReceiver::malformedDatagramIsCounted()
+{
+    QFETCH(const QByteArray, datagram);
+    PortMonitor monitor({QHostAddress(QHostAddress::LocalHost), 0});
+    QString problem;
+    QVERIFY2(monitor.listen({}, &problem), qPrintable(problem));
+    QSignalSpy wellFormed(&monitor, &PortMonitor::wellFormed);
+    QUdpSocket sender;
+    const quint16 port = monitor.name().section(':', 1).toUShort();
+    for (const QByteArray &text : {QByteArray("fr 1\r\nfr 2\r\n"), datagram})
+        QCOMPARE(sender.writeDatagram(text, QHostAddress(QHostAddress::LocalHost), port),
+                 qint64(text.size()));
+    QTRY_COMPARE(monitor.statistics().datagrams, qint64(2));
+    QCOMPARE(monitor.statistics().malformed, qint64(1));
+    QCOMPARE(monitor.statistics().lastNumber, 2);
+    QCOMPARE(wellFormed.count(), 1);
+}
+
 void TestReceiver::summaryJudgesTheDatagrams_data()
 {
     const Table<Datagrams, bool, QByteArray, QString> row("datagrams", "isGood", "summary", "options");
-    row("every frame", frames(1, 40), true, ": 40 frames,", "");
     row("two frames in the first datagram", Datagrams{"fr 1\r\nfr 3\r\n"} + frames(4, 5), true, ": 4 frames,",
         "");
     row("no datagram", {}, false, "from nobody: BAD", "");
     row("lost frame", frames(1, 5) + frames(7, 9), false,
         "1 lost, 0 out of order, 0 malformed, last number 9,", "");
+    row("malformed datagram", frames(1, 2) + Datagrams{"fr 3\r\n6d"}, false, "1 malformed, last number 2,",
+        "");
     row("late frame", frames(1, 5) + frames(7, 7) + frames(6, 6), true, "0 lost, 1 out of order", "");
     row("sufficient rate", frames(1, 40), true, ": good", "--expect 1 ");
     row("insufficient rate", frames(1, 2), false, ": BAD", "--expect 100000 ");
-    const auto malformed = [&row](const char *name, const QByteArray &datagram) {
-        row(name, frames(1, 2) + Datagrams{datagram}, false, "1 malformed, last number 2,", "");
-    };
-    malformed("empty datagram", "");
-    malformed("no number", "6d 0\r\n");
-    malformed("number zero", "fr 0\r\n");
-    malformed("last line is cut", "fr 3\r\n6d");
-    malformed("line end without CR", "fr 3\n6d 0\r\n");
-    malformed("empty line", "fr 3\r\n\r\n");
-    malformed("binary data", QByteArray("fr 3\r\n6d \0\r\n", 11));
-    malformed("three frames in one", "fr 3\r\nfr 4\r\nfr 5\r\n");
-    malformed("two frames in wrong order", "fr 4\r\nfr 3\r\n");
 }
 
 void TestReceiver::summaryJudgesTheDatagrams()
@@ -161,8 +219,15 @@ void TestReceiver::portsAreJudgedSeparately()
 
 void TestReceiver::groupIsJoinedOnTheInterface()
 {
-    RunningReceiver receiver(QLatin1String("--interface lo 239.255.42.9:0"));
-    receiver.send(frames(1, 3), 0, 0xefff2a09); // the group, through the loopback interface
+    QNetworkInterface loopback;
+    for (const QNetworkInterface &interface : QNetworkInterface::allInterfaces()) {
+        if (interface.flags().testFlag(QNetworkInterface::IsLoopBack))
+            loopback = interface;
+    }
+    RunningReceiver receiver("--interface " + loopback.name() + " 239.255.42.9:0");
+    receiver.sender().bind(QHostAddress(QHostAddress::AnyIPv4));
+    receiver.sender().setMulticastInterface(loopback);
+    receiver.send(frames(1, 3), 0, QHostAddress(QLatin1String("239.255.42.9")));
     const QByteArray out = receiver.finish();
     QVERIFY2(out.startsWith("summary of 239.255.42.9:") && out.contains(": 3 frames,"), out);
 }
@@ -171,27 +236,55 @@ void TestReceiver::savedFileIsReplayed()
 {
     const QTemporaryDir folder;
     const QString file = folder.filePath("frames");
-    RunningReceiver receiver(QLatin1String("--save ") + file + QLatin1String(" 127.0.0.1:0"));
+    RunningReceiver receiver("--save " + file + " 127.0.0.1:0");
     receiver.send(frames(1, 2) + Datagrams{"fr 3\r\n6d"} + frames(4, 4));
     receiver.finish();
     QCOMPARE(receiver.status(), 1);
-    ReplayedFrames replay;
-    QString problem;
-    QVERIFY2(replay.open(file, {"fr", "6d"}, &problem), qPrintable(problem));
-    QList<int> numbers;
-    for (Frame frame; replay.next(&frame);)
-        numbers.append(frame.size() == 2 && frame.last().text == "6d 0\r\n" ? frameNumber(frame) : -1);
-    QCOMPARE(numbers, (QList<int>{1, 2, 4}));
-    QCOMPARE(replay.skippedLines(), 0);
+    QCOMPARE(recordedNumbers(file), (QList<int>{1, 2, 4}));
 }
 
-void TestReceiver::failedWriteIsReportedOnce()
+void TestReceiver::recordingEndsAtTheFirstFailedWrite()
 {
-    RunningReceiver receiver(QLatin1String("--save /dev/full 127.0.0.1:0"));
+#ifdef Q_OS_LINUX
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("frames");
+    // A write beyond the limit for the size of files fails, as on a full disk, if this signal is ignored.
+    std::signal(SIGXFSZ, SIG_IGN);
+    RunningReceiver receiver("--save " + file + " 127.0.0.1:0");
+    std::signal(SIGXFSZ, SIG_DFL);
     receiver.send(frames(1, 3));
-    receiver.finish();
+    QTRY_COMPARE(recordedNumbers(file), (QList<int>{1, 2, 3}));
+    rlimit limit{};
+    const auto process = pid_t(receiver.processId());
+    QCOMPARE(prlimit(process, RLIMIT_FSIZE, nullptr, &limit), 0);
+    // Room for one more frame and the start of the next.
+    const rlimit full{rlim_t(QFileInfo(file).size() * 3 / 2), limit.rlim_max};
+    QCOMPARE(prlimit(process, RLIMIT_FSIZE, &full, nullptr), 0);
+    receiver.send(frames(4, 6));
+    receiver.setReadChannel(QProcess::StandardError);
+    QVERIFY(receiver.nextLine().startsWith("receiver: cannot write '" + file.toLocal8Bit()));
+    QCOMPARE(prlimit(process, RLIMIT_FSIZE, &limit, nullptr), 0);
+    receiver.send(frames(7, 9));
+    const QByteArray out = receiver.finish();
+    QVERIFY2(out.contains(": 9 frames,") && out.contains(": BAD\n"), out);
     QCOMPARE(receiver.status(), 2);
-    QCOMPARE(receiver.readAllStandardError().count("receiver: cannot write '/dev/full'"), 1);
+    QVERIFY(receiver.readAllStandardError().isEmpty());
+    QCOMPARE(recordedNumbers(file), (QList<int>{1, 2, 3, 4}));
+#else
+    QSKIP("this test limits the size of files as Linux does");
+#endif
+}
+
+void TestReceiver::recordingOfAKilledProgramIsComplete()
+{
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("frames");
+    RunningReceiver receiver("--save " + file + " 127.0.0.1:0");
+    receiver.send(frames(1, 2));
+    QVERIFY(receiver.nextLine().contains(": 2 frames,"));
+    receiver.kill();
+    receiver.waitForFinished(Program::LimitMs);
+    QCOMPARE(recordedNumbers(file), (QList<int>{1, 2}));
 }
 
 void TestReceiver::runEndsAfterTheGivenTime()

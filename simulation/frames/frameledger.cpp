@@ -1,19 +1,6 @@
 #include "frameledger.h"
 
-#include <algorithm>
-
 namespace simulation {
-
-namespace {
-
-/// Returns the greatest multiple of \a divisor that is not greater than \a number.
-qint64 multipleUpTo(qint64 number, int divisor)
-{
-    const qint64 remainder = number % divisor;
-    return number - (remainder < 0 ? remainder + divisor : remainder);
-}
-
-} // namespace
 
 void FrameLedger::note(qint32 number)
 {
@@ -21,10 +8,9 @@ void FrameLedger::note(qint32 number)
     ++m_frames;
     if (number == 0)
         return;
-    if (!m_runs.empty() && m_runs.back().last + 1 == number)
-        m_runs.back().last = number;
-    else
-        m_runs.push_back({number, number});
+    if (m_end == 0)
+        m_first = number;
+    m_numbers[size_t(m_end++ % Kept)] = number;
 }
 
 qint64 FrameLedger::frames() const
@@ -36,19 +22,23 @@ qint64 FrameLedger::frames() const
 qint32 FrameLedger::first() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_runs.empty() ? 0 : qint32(m_runs.front().first);
+    return m_first;
 }
 
-qint64 FrameLedger::dueBetween(qint64 after, qint64 upTo, int divisor) const
+qint64 FrameLedger::takeDue(qint64 *position, qint64 after, qint64 upTo, int divisor) const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    qint64 due = 0;
-    for (const Run &run : m_runs) {
-        const qint64 below = std::max(after, run.first - 1);
-        const qint64 last = std::min(upTo, run.last);
-        if (last <= below)
-            continue;
-        due += (multipleUpTo(last, divisor) - multipleUpTo(below, divisor)) / divisor;
+    const qint64 forgotten = qMax(m_end - Kept - *position, qint64(0));
+    *position += forgotten;
+    qint64 due = forgotten / divisor;
+    bool isReached = false;
+    while (*position < m_end && !isReached) {
+        const qint64 number = m_numbers[size_t(*position % Kept)];
+        isReached = number >= upTo;
+        if (number > upTo)
+            break;
+        due += number > after && isDue(number, divisor);
+        ++*position;
     }
     return due;
 }

@@ -12,6 +12,9 @@ namespace simulation {
 class FrameLedger
 {
 public:
+    /// The number of frames that are kept: more than half a minute at the highest rate.
+    static constexpr int Kept = 65536;
+
     /// Records a frame with \a number. A program that sends the frame itself must call this function first,
     /// so that no datagram arrives before its number is recorded. No channel sends a frame with the number 0,
     /// so such a frame counts in frames() only.
@@ -23,21 +26,18 @@ public:
     /// Returns the frame number of the first frame that has a number other than 0, or 0 if there is none yet.
     qint32 first() const;
 
-    /// Returns how many of the recorded frames a channel with \a divisor had to send, counting only numbers
-    /// greater than \a after and not greater than \a upTo.
-    qint64 dueBetween(qint64 after, qint64 upTo, int divisor) const;
+    /// Reads the recorded frames in order, from \a position on, until one has the number \a upTo or a greater
+    /// one, or until the end. Returns how many of them a channel with \a divisor had to send, counting only
+    /// numbers greater than \a after and not greater than \a upTo. Of frames that are not kept any more,
+    /// every one in \a divisor counts. Sets \a position, which must be 0 at first, behind the counted frames.
+    qint64 takeDue(qint64 *position, qint64 after, qint64 upTo, int divisor) const;
 
 private:
-    /// A sequence of consecutive numbers.
-    struct Run
-    {
-        qint64 first;
-        qint64 last;
-    };
-
-    mutable std::mutex m_mutex; ///< guards all members below
-    std::vector<Run> m_runs;    ///< in the order in which their numbers were recorded
+    mutable std::mutex m_mutex;                                ///< guards all members below
+    std::vector<qint32> m_numbers = std::vector<qint32>(Kept); ///< a ring buffer
+    qint64 m_end = 0;                                          ///< position of the next frame
     qint64 m_frames = 0;
+    qint32 m_first = 0;
 };
 
 /// Returns whether a channel with \a divisor sends the frame \a number.

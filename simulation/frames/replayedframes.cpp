@@ -42,56 +42,71 @@ bool readAll(QFile &file, QByteArray *content)
 bool ReplayedFrames::open(const QString &name, const QSet<QByteArray> &types, QString *problem)
 {
     QFile file;
-    QByteArray content;
-    if (!openFile(file, name) || !readAll(file, &content)) {
+    m_types = types;
+    if (!openFile(file, name) || !readAll(file, &m_content)) {
         *problem = QCoreApplication::translate("ReplayedFrames", "cannot read the recording '%1': %2")
                        .arg(name, file.errorString());
         return false;
     }
-    if (accept(content, types, problem))
+    if (accept(problem))
         return true;
     *problem = QCoreApplication::translate("ReplayedFrames", "the recording '%1' %2").arg(name, *problem);
     return false;
 }
 
-/// Keeps the lines of \a content whose type is in \a types. On failure, returns false and sets \a problem to
+/// Checks the content and counts the lines that are skipped. On failure, returns false and sets \a problem to
 /// the end of a sentence that begins with the recording's name.
-bool ReplayedFrames::accept(const QByteArray &content, const QSet<QByteArray> &types, QString *problem)
+bool ReplayedFrames::accept(QString *problem)
 {
-    if (content.size() > sizeLimit) {
+    if (m_content.size() > sizeLimit) {
         *problem =
             QCoreApplication::translate("ReplayedFrames", "is larger than %1 MiB").arg(sizeLimit / mebibyte);
         return false;
     }
-    if (content.contains('\0')) {
+    if (m_content.contains('\0')) {
         *problem = QCoreApplication::translate("ReplayedFrames", "is not a text file");
         return false;
     }
-    for (int start = 0; start < content.size();) {
-        const int found = content.indexOf('\n', start);
-        const int end = found < 0 ? content.size() : found;
-        const QByteArray line = withoutLineEnd(content.mid(start, end - start));
-        const QByteArray type = lineType(line);
-        if (types.contains(type))
-            m_lines.append({type, line + "\r\n"});
-        else
+    for (DataLine line; m_position < m_content.size();) {
+        if (!takeLine(&line))
             ++m_skipped;
-        start = end + 1;
+        else if (m_firstType.isEmpty())
+            m_firstType = line.type;
     }
-    if (m_lines.isEmpty())
+    m_position = 0;
+    if (m_firstType.isEmpty())
         *problem = QCoreApplication::translate("ReplayedFrames", "has no line of a known output type");
-    return !m_lines.isEmpty();
+    return !m_firstType.isEmpty();
+}
+
+/// Reads the line at m_position, which must not be the end, and goes to the next one. Returns false if the
+/// line is to be skipped.
+bool ReplayedFrames::takeLine(DataLine *line)
+{
+    const int found = m_content.indexOf('\n', m_position);
+    const int end = found < 0 ? m_content.size() : found;
+    const QByteArray text = withoutLineEnd(m_content.mid(m_position, end - m_position));
+    m_position = end + 1;
+    *line = {lineType(text), text + "\r\n"};
+    return m_types.contains(line->type);
 }
 
 bool ReplayedFrames::next(Frame *frame)
 {
+    // Bounds the memory of a frame, whose lines need many times as much as in the recording.
+    constexpr qint64 frameLimit = mebibyte;
     frame->clear();
-    while (m_position < m_lines.size()) {
-        const DataLine &line = m_lines.at(m_position);
-        if (!frame->isEmpty() && line.type == m_lines.first().type)
+    const int start = m_position;
+    while (m_position < m_content.size() && (frame->isEmpty() || m_position - start < frameLimit)) {
+        const int lineStart = m_position;
+        DataLine line;
+        if (!takeLine(&line))
+            continue;
+        if (!frame->isEmpty() && line.type == m_firstType) {
+            m_position = lineStart;
             break;
+        }
         frame->append(line);
-        ++m_position;
     }
     return !frame->isEmpty();
 }

@@ -8,7 +8,8 @@
 namespace simulation {
 
 /// Frames from a recording, which consists of text lines. Each line begins with its output type. Every line
-/// that has the same type as the first line that is not skipped starts a frame.
+/// that has the same type as the first line that is not skipped starts a frame; a frame also ends after
+/// 1 MiB.
 class ReplayedFrames : public FrameSource
 {
 public:
@@ -23,10 +24,13 @@ public:
     int skippedLines() const { return m_skipped; }
 
 private:
-    bool accept(const QByteArray &content, const QSet<QByteArray> &types, QString *problem);
+    bool accept(QString *problem);
+    bool takeLine(DataLine *line);
 
-    QVector<DataLine> m_lines;
-    int m_position = 0;
+    QByteArray m_content; ///< the whole recording
+    QSet<QByteArray> m_types;
+    QByteArray m_firstType; ///< of the first line that is not skipped
+    int m_position = 0;     ///< in m_content
     int m_skipped = 0;
 };
 

@@ -102,7 +102,7 @@ QList<ReceiverReport> ReceiverPool::collect(Statistics statisticsOf) const
         report.active = m_routes[i].content.active;
         if (!receiver->isListening()) {
             report.problem = QCoreApplication::translate("ReceiverPool", "cannot listen: %1")
-                                 .arg(QString::fromLocal8Bit(receiver->error()));
+                                 .arg(receiver->error());
         }
         report.statistics = statisticsOf(*receiver);
         reports.append(report);

@@ -12,11 +12,14 @@ DatagramContent readDatagram(const QByteArray &datagram)
         const int found = datagram.indexOf("\r\n", start);
         const int end = found < 0 ? datagram.size() : found;
         const QByteArray line = datagram.mid(start, end - start);
-        content.types.append(lineType(line));
-        if (content.types.last() == "fr")
-            content.numbers.append(frameNumber(line));
-        if (line.contains('\r') || line.contains('\n'))
+        const QByteArray type = lineType(line);
+        if (type.isEmpty() || line.contains('\r') || line.contains('\n')) {
             content.isComplete = false;
+            break;
+        }
+        content.types.insert(type);
+        if (type == "fr")
+            content.numbers.append(frameNumber(line));
         start = end + 2;
     }
     return content;

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "eventthread.h"
 #include "framechecker.h"
-#include "udpsocket.h"
 
-#include <mutex>
-#include <thread>
+#include <memory>
 
 namespace simulation {
+
+class UdpListener;
 
 /// Receives the datagrams of one channel on its own thread and checks them. Call the functions only on the
 /// thread that created the object.
@@ -19,8 +20,9 @@ public:
     DatagramReceiver(const DatagramReceiver &) = delete;
     DatagramReceiver &operator=(const DatagramReceiver &) = delete;
 
-    /// Listens as UdpSocket::listen() does with Reach::ThisComputer, and starts to receive. Call it once.
-    /// Returns false on failure; error() then gives the reason.
+    /// Listens as UdpListener::listen() does and starts to receive. \a address is in host byte order; a group
+    /// is joined on the loopback interface only. Call it once. Returns false on failure; error() then gives
+    /// the reason.
     bool listen(quint32 address, quint16 port);
 
     /// Returns the address given to listen(), in host byte order.
@@ -29,12 +31,11 @@ public:
     /// Returns the port given to listen() or chosen by the system.
     quint16 port() const { return m_port; }
 
-    bool isListening() const { return m_thread.joinable(); }
-    QByteArray error() const { return m_error; }
+    bool isListening() const { return m_isListening; }
+    QString error() const { return m_error; }
 
-    /// These functions first check the datagrams that wait in the socket, at most 256, and then call the
-    /// functions of FrameChecker with the same names. expect() does nothing if the expectation has not
-    /// changed.
+    /// These functions first check datagrams that wait in the socket, as many as UdpListener::takePending()
+    /// takes, and then call the functions of FrameChecker with the same names.
     void expect(const Expectation &expectation);
     void begin();
     void restart();
@@ -46,18 +47,20 @@ public:
     ReceiverStatistics finalStatistics() const;
 
 private:
-    void run();
+    void afterWaiting(const TaskQueue::Task &change);
     void takeWaiting();
+    ReceiverStatistics copied(const std::function<ReceiverStatistics()> &statistics) const;
 
-    mutable std::mutex m_mutex; ///< guards m_checker, m_expectation and receiving from m_socket
-    UdpSocket m_socket;
-    FrameChecker m_checker;
-    Expectation m_expectation;
     quint32 m_address = 0;
     quint16 m_port = 0;
-    QByteArray m_error;       ///< of listen()
-    int m_wake[2] = {-1, -1}; ///< a pipe; closing its write end, m_wake[1], ends the thread
-    std::thread m_thread;
+    bool m_isListening = false;
+    QString m_error; ///< of listen()
+
+    // Used on m_thread only.
+    std::unique_ptr<UdpListener> m_listener;
+    FrameChecker m_checker;
+
+    mutable EventThread m_thread;
 };
 
 } // namespace simulation

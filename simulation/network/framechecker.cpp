@@ -14,6 +14,8 @@ FrameChecker::FrameChecker(const FrameLedger &ledger)
 
 void FrameChecker::expect(const Expectation &expectation)
 {
+    if (expectation == m_expectation)
+        return;
     m_expectation = expectation;
     if (m_sequence == Sequence::Following)
         join();
@@ -23,6 +25,7 @@ void FrameChecker::begin()
 {
     m_statistics = ReceiverStatistics();
     m_sequence = Sequence::FromStart;
+    m_position = 0;
 }
 
 void FrameChecker::restart()
@@ -54,10 +57,8 @@ bool FrameChecker::isWellFormed(const DatagramContent &content) const
 {
     // Only the last number must be due: the first datagram of a router also contains the preceding frame,
     // which need not be due.
-    bool good = content.isComplete && !content.numbers.isEmpty();
-    for (const QByteArray &type : content.types)
-        good = good && m_expectation.types.contains(type);
-    return good && isDue(content.numbers.last(), m_expectation.divisor);
+    return content.isComplete && !content.numbers.isEmpty() && m_expectation.types.contains(content.types) &&
+           isDue(content.numbers.last(), m_expectation.divisor);
 }
 
 /// Compares \a numbers, the frame numbers of one datagram, with the previous ones and with the ledger. Counts
@@ -79,9 +80,9 @@ void FrameChecker::followNumbers(const QVector<qint32> &numbers)
     }
     // The difference is negative if frames have arrived that the ledger does not contain yet: a remote
     // Controller sends its datagrams before the frames are recorded.
+    const qint64 due = m_ledger.takeDue(&m_position, after, previous, m_expectation.divisor);
     if (known)
-        m_statistics.lost +=
-            qMax(qint64(0), m_ledger.dueBetween(after, previous, m_expectation.divisor) - arrived);
+        m_statistics.lost += qMax(qint64(0), due - arrived);
     m_statistics.lastNumber = numbers.last();
     m_sequence = Sequence::Following;
 }
@@ -110,7 +111,8 @@ ReceiverStatistics FrameChecker::finalStatistics() const
 /// Returns the number of outstanding frames, as the class comment defines them.
 qint64 FrameChecker::outstanding() const
 {
-    return m_ledger.dueBetween(lastSeen(), std::numeric_limits<qint32>::max(), m_expectation.divisor);
+    qint64 position = m_position;
+    return m_ledger.takeDue(&position, lastSeen(), std::numeric_limits<qint32>::max(), m_expectation.divisor);
 }
 
 } // namespace simulation

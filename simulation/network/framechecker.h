@@ -49,8 +49,8 @@ public:
     /// \a ledger must outlive this object.
     explicit FrameChecker(const FrameLedger &ledger);
 
-    /// Sets what is expected from now on. The next datagram starts a new sequence, unless begin() was called
-    /// and was not followed by a frame, restart() or join().
+    /// Sets what is expected from now on. If that has changed, the next datagram starts a new sequence,
+    /// unless begin() was called and was not followed by a frame, restart() or join().
     void expect(const Expectation &expectation);
 
     /// Resets the counts and expects every due frame of the ledger. In router mode, the ledger's first frame
@@ -95,6 +95,7 @@ private:
     const FrameLedger &m_ledger;
     Expectation m_expectation;
     Sequence m_sequence = Sequence::Joining;
+    qint64 m_position = 0; ///< in the ledger
     ReceiverStatistics m_statistics;
 };
 

@@ -125,7 +125,7 @@ bool UdpSocket::send(const QByteArray &datagram, quint32 address, quint16 port)
     return sent == datagram.size();
 }
 
-bool UdpSocket::receive(QByteArray *datagram, UdpEndpoint *sender)
+bool UdpSocket::receive(QByteArray *datagram, PosixEndpoint *sender)
 {
     sockaddr_in origin{};
     socklen_t originLength = sizeof origin;

@@ -5,7 +5,7 @@
 namespace simulation {
 
 /// An address and a port in host byte order.
-struct UdpEndpoint
+struct PosixEndpoint
 {
     quint32 address = 0;
     quint16 port = 0;
@@ -43,7 +43,7 @@ public:
     /// Receives the next pending datagram and, unless \a sender is null, the address and port that it came
     /// from. Returns false and clears \a datagram if none is pending or the system reports an error. Never
     /// blocks.
-    bool receive(QByteArray *datagram, UdpEndpoint *sender = nullptr);
+    bool receive(QByteArray *datagram, PosixEndpoint *sender = nullptr);
 
     /// Returns the file descriptor for poll(), or -1 if the socket could not be created.
     int descriptor() const { return m_descriptor; }

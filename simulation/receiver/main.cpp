@@ -1,4 +1,3 @@
-#include "optionreader.h"
 #include "programversion.h"
 #include "receiverrun.h"
 #include "signalwatcher.h"
@@ -31,12 +30,11 @@ int run(const ReceiverOptions &options)
         reportProblem(problem);
         return WrongUsage;
     }
+    QObject::connect(&receiver, &ReceiverRun::recordingFailed, reportProblem);
     receiver.run();
     const bool isGood = receiver.judge();
-    if (!receiver.finishRecording(&problem)) {
-        reportProblem(problem);
+    if (!receiver.hasRecordedAll())
         return WrongUsage;
-    }
     return isGood ? Success : DataMissing;
 }
 
@@ -51,7 +49,7 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     ReceiverOptions options;
     QString problem;
-    if (!parseReceiverOptions(commandLine(argc, argv), &options, &problem)) {
+    if (!parseReceiverOptions(QCoreApplication::arguments(), &options, &problem)) {
         reportProblem(problem);
         return WrongUsage;
     }

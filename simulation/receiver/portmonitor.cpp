@@ -2,25 +2,16 @@
 
 #include "datagramcontent.h"
 
-#include <QIODevice>
-#include <QSocketNotifier>
-
 namespace simulation {
 
 namespace {
 
-QString textOf(const UdpEndpoint &endpoint)
-{
-    return QString::fromLatin1(dottedAddress(endpoint.address)) + ':' + QString::number(endpoint.port);
-}
-
-/// Returns whether \a content is complete, has a type in each line, and holds one frame, or two in ascending
-/// order, as the first datagram of a router does. The last frame number must not be 0.
+/// Returns whether \a content is complete and holds one frame, or two in ascending order, as the first
+/// datagram of a router does. The last frame number must not be 0.
 bool isWellFormed(const DatagramContent &content)
 {
     const QVector<qint32> &numbers = content.numbers;
-    if (!content.isComplete || content.types.contains(QByteArray()) || numbers.isEmpty() ||
-        numbers.size() > 2)
+    if (!content.isComplete || numbers.isEmpty() || numbers.size() > 2)
         return false;
     return numbers.last() != 0 && (numbers.size() == 1 || numbers.first() < numbers.last());
 }
@@ -33,21 +24,15 @@ PortMonitor::PortMonitor(const UdpEndpoint &endpoint, QObject *parent)
 {
 }
 
-bool PortMonitor::listen(int interfaceIndex, QString *problem)
+bool PortMonitor::listen(const QNetworkInterface &interface, QString *problem)
 {
-    if (!m_socket.listen(m_endpoint.address, m_endpoint.port, interfaceIndex)) {
-        *problem = tr("cannot listen on %1: %2").arg(name(), QString::fromLocal8Bit(m_socket.error()));
+    if (!m_listener.listen(m_endpoint, interface)) {
+        *problem = tr("cannot listen on %1: %2").arg(name(), m_listener.errorString());
         return false;
     }
-    m_endpoint.port = m_socket.port();
-    auto *notifier = new QSocketNotifier(m_socket.descriptor(), QSocketNotifier::Read, this);
-    connect(notifier, &QSocketNotifier::activated, this, &PortMonitor::takePending);
+    m_endpoint.port = m_listener.localPort();
+    connect(&m_listener, &QIODevice::readyRead, this, &PortMonitor::takePending);
     return true;
-}
-
-QString PortMonitor::name() const
-{
-    return textOf(m_endpoint);
 }
 
 ReceiverStatistics PortMonitor::statistics() const
@@ -60,7 +45,7 @@ ReceiverStatistics PortMonitor::statistics() const
 
 QString PortMonitor::sender() const
 {
-    return m_statistics.datagrams == 0 ? tr("nobody") : textOf(m_sender);
+    return m_statistics.datagrams == 0 ? tr("nobody") : m_sender.text();
 }
 
 double PortMonitor::averageRate() const
@@ -74,12 +59,10 @@ double PortMonitor::averageRate() const
 
 void PortMonitor::takePending()
 {
-    // The number is limited, so that a flooding sender cannot block the event loop, which also serves the
-    // other ports and the timers.
-    constexpr int atOnce = 256;
-    QByteArray datagram;
-    for (int i = 0; i < atOnce && m_socket.receive(&datagram, &m_sender); ++i)
+    m_listener.takePending([this](const QByteArray &datagram, const UdpEndpoint &sender) {
+        m_sender = sender;
         take(datagram);
+    });
 }
 
 void PortMonitor::take(const QByteArray &datagram)
@@ -97,8 +80,7 @@ void PortMonitor::take(const QByteArray &datagram)
     m_statistics.lastNumber = content.numbers.last();
     // The first of two numbers need not be a multiple of the divisor, so only the last one is taken.
     m_sequence.take(content.numbers.last());
-    if (m_recording)
-        m_recording->write(datagram);
+    emit wellFormed(datagram);
 }
 
 } // namespace simulation

@@ -2,12 +2,10 @@
 
 #include "framechecker.h"
 #include "framesequence.h"
-#include "udpsocket.h"
+#include "udplistener.h"
 
 #include <QElapsedTimer>
 #include <QObject>
-
-class QIODevice;
 
 namespace simulation {
 
@@ -19,20 +17,17 @@ class PortMonitor : public QObject
 public:
     explicit PortMonitor(const UdpEndpoint &endpoint, QObject *parent = nullptr);
 
-    /// Listens as UdpSocket::listen() does. Returns false and sets \a problem to a message of one line on
+    /// Listens as UdpListener::listen() does. Returns false and sets \a problem to a message of one line on
     /// failure. Call it once.
-    bool listen(int interfaceIndex, QString *problem);
+    bool listen(const QNetworkInterface &interface, QString *problem);
 
-    /// Checks pending datagrams, at most 256. The event loop calls this function when datagrams arrive. Call
-    /// it once more after the event loop has ended, for the datagrams that arrived last.
+    /// Checks pending datagrams, as many as UdpListener::takePending() takes. The event loop calls this
+    /// function when datagrams arrive. Call it once more after the event loop has ended, for the datagrams
+    /// that arrived last.
     void takePending();
 
-    /// Writes every well-formed datagram to \a recording from now on. \a recording must outlive this object.
-    /// The caller must check it for write errors.
-    void setRecording(QIODevice *recording) { m_recording = recording; }
-
     /// Returns the address and port as text.
-    QString name() const;
+    QString name() const { return m_endpoint.text(); }
 
     /// Returns the counts. The frames and the last number are those of well-formed datagrams. lastFrame is
     /// not set.
@@ -46,16 +41,19 @@ public:
     /// frame.
     double averageRate() const;
 
+signals:
+    /// A well-formed datagram has arrived.
+    void wellFormed(const QByteArray &datagram);
+
 private:
     void take(const QByteArray &datagram);
 
     UdpEndpoint m_endpoint;
-    UdpSocket m_socket{UdpSocket::Reach::Network};
+    UdpListener m_listener;
     UdpEndpoint m_sender;
     FrameSequence m_sequence;
     ReceiverStatistics m_statistics; ///< without lost and outOfOrder, which m_sequence counts
     QElapsedTimer m_sinceFirst;
-    QIODevice *m_recording = nullptr;
 };
 
 } // namespace simulation

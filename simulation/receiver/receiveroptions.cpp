@@ -4,9 +4,9 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QHostInfo>
 
 #include <algorithm>
-#include <net/if.h>
 
 namespace simulation {
 
@@ -28,6 +28,17 @@ void addOptions(QCommandLineParser &parser)
         parser.addOption({QLatin1String(name), QString(), QLatin1String("value")});
 }
 
+/// Returns the IPv4 address of \a host, which is a dotted address or a name, or a null address on failure.
+QHostAddress addressOf(const QString &host)
+{
+    const QList<QHostAddress> addresses = QHostInfo::fromName(host).addresses();
+    for (const QHostAddress &address : addresses) {
+        if (address.protocol() == QAbstractSocket::IPv4Protocol)
+            return address;
+    }
+    return {};
+}
+
 /// Parses \a text, which must have the form [ADDRESS:]PORT.
 bool readEndpoint(const QString &text, UdpEndpoint *endpoint, QString *problem)
 {
@@ -39,11 +50,10 @@ bool readEndpoint(const QString &text, UdpEndpoint *endpoint, QString *problem)
         *problem = translated("expected [ADDRESS:]PORT, not '%1'").arg(text);
         return false;
     }
-    endpoint->address = resolveAddress(host.toLocal8Bit());
-    if (endpoint->address != 0 || host.isEmpty() || host == QLatin1String("0.0.0.0"))
-        return true;
-    *problem = translated("cannot resolve '%1' to an IPv4 address").arg(host);
-    return false;
+    endpoint->address = host.isEmpty() ? QHostAddress(QHostAddress::AnyIPv4) : addressOf(host);
+    if (endpoint->address.isNull())
+        *problem = translated("cannot resolve '%1' to an IPv4 address").arg(host);
+    return !endpoint->address.isNull();
 }
 
 bool readEndpoints(const QStringList &texts, QList<UdpEndpoint> *endpoints, QString *problem)
@@ -63,16 +73,21 @@ bool readInterface(const QString &name, ReceiverOptions *options, QString *probl
 {
     if (name.isEmpty())
         return true;
+    const QList<QNetworkInterface> all = QNetworkInterface::allInterfaces();
+    const auto named = std::find_if(all.cbegin(), all.cend(), [&name](const QNetworkInterface &interface) {
+        return interface.name() == name || interface.humanReadableName() == name;
+    });
     const QList<UdpEndpoint> &endpoints = options->endpoints;
     const bool hasGroup = std::any_of(endpoints.cbegin(), endpoints.cend(), [](const UdpEndpoint &endpoint) {
-        return isMulticastGroup(endpoint.address);
+        return endpoint.address.isMulticast();
     });
-    options->interfaceIndex = int(if_nametoindex(name.toLocal8Bit().constData()));
-    if (options->interfaceIndex == 0)
+    if (named == all.cend())
         *problem = translated("there is no network interface '%1'").arg(name);
     else if (!hasGroup)
         *problem = translated("--interface needs the address of a multicast group");
-    return options->interfaceIndex != 0 && hasGroup;
+    else
+        options->interface = *named;
+    return options->interface.isValid();
 }
 
 } // namespace

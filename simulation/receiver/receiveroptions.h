@@ -1,9 +1,8 @@
 #pragma once
 
-#include "udpsocket.h"
+#include "udplistener.h"
 
 #include <QList>
-#include <QString>
 #include <QStringList>
 
 namespace simulation {
@@ -13,11 +12,11 @@ struct ReceiverOptions
 {
     bool help = false;
     bool version = false;
-    QList<UdpEndpoint> endpoints; ///< address 0: all addresses of this computer; port 0: any free port
-    int interfaceIndex = 0;       ///< interface on which groups are joined; 0: chosen by the routing table
-    int expectedRate = 0;         ///< frames per second; 0: any
-    int seconds = 0;              ///< 0: until interrupted
-    QString save;                 ///< file to which datagrams are written; empty: none
+    QList<UdpEndpoint> endpoints;
+    QNetworkInterface interface; ///< interface on which groups are joined; not valid: see UdpListener
+    int expectedRate = 0;        ///< frames per second; 0: any
+    int seconds = 0;             ///< 0: until interrupted
+    QString save;                ///< file to which datagrams are written; empty: none
 };
 
 /// Parses the command line \a arguments, which begin with the program's name. With --help or --version, sets

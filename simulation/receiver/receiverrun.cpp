@@ -29,6 +29,14 @@ QString countsText(const PortMonitor &monitor)
                                    : text + ReceiverRun::tr(", restarted %1 times").arg(monitor.restarts());
 }
 
+bool writeAll(QFile &file, const QByteArray &data)
+{
+    const qint64 written = file.write(data);
+    // After an incomplete write, only another one gives the reason.
+    return written == data.size() ||
+           (written > 0 && file.write(data.mid(int(written))) == data.size() - written);
+}
+
 } // namespace
 
 ReceiverRun::ReceiverRun(const ReceiverOptions &options, QObject *parent)
@@ -43,17 +51,19 @@ bool ReceiverRun::begin(QString *problem)
 {
     for (const UdpEndpoint &endpoint : m_options.endpoints) {
         m_ports.push_back({std::make_unique<PortMonitor>(endpoint), 0});
-        if (!m_ports.back().monitor->listen(m_options.interfaceIndex, problem))
+        if (!m_ports.back().monitor->listen(m_options.interface, problem))
             return false;
     }
     if (m_options.save.isEmpty())
         return true;
     m_recording.setFileName(m_options.save);
-    if (!m_recording.open(QIODevice::WriteOnly)) {
+    // Without a buffer nothing that was received is lost, however the program ends, and a full disk is
+    // noticed at once.
+    if (!m_recording.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
         *problem = tr("cannot write '%1': %2").arg(m_options.save, m_recording.errorString());
         return false;
     }
-    m_ports.front().monitor->setRecording(&m_recording);
+    connect(m_ports.front().monitor.get(), &PortMonitor::wellFormed, this, &ReceiverRun::record);
     return true;
 }
 
@@ -92,16 +102,21 @@ void ReceiverRun::writeProgress()
     }
 }
 
-bool ReceiverRun::finishRecording(QString *problem)
+/// Appends \a datagram to the file. Ends the recording at the first failure, because a recording with a gap
+/// could be taken for data with a gap.
+void ReceiverRun::record(const QByteArray &datagram)
 {
-    if (!m_recording.isOpen())
-        return true;
-    m_recording.flush();
-    const bool isWritten = m_recording.error() == QFileDevice::NoError;
-    if (!isWritten)
-        *problem = tr("cannot write '%1': %2").arg(m_options.save, m_recording.errorString());
-    m_recording.close();
-    return isWritten;
+    const qint64 complete = m_recording.pos();
+    if (!m_hasRecordedAll)
+        return;
+    m_hasRecordedAll = writeAll(m_recording, datagram);
+    if (m_hasRecordedAll)
+        return;
+    const QString problem = m_recording.errorString();
+    m_recording.resize(complete);
+    emit recordingFailed(tr("cannot write '%1': %2; the recording ends before frame %3")
+                             .arg(m_options.save, problem)
+                             .arg(m_ports.front().monitor->statistics().lastNumber));
 }
 
 bool ReceiverRun::judge() const
@@ -124,7 +139,7 @@ bool ReceiverRun::judge() const
 bool ReceiverRun::isGood(const PortMonitor &monitor) const
 {
     const ReceiverStatistics statistics = monitor.statistics();
-    return statistics.frames > 0 && statistics.lost == 0 && statistics.malformed == 0 &&
+    return statistics.frames > 0 && statistics.lost == 0 && statistics.malformed == 0 && m_hasRecordedAll &&
            monitor.averageRate() >= sufficientShare * m_options.expectedRate;
 }
 

@@ -31,13 +31,17 @@ public:
     /// the application quits for another reason. Call begin() first.
     void run();
 
-    /// Closes the file, if there is one. Returns false and sets \a problem to a message of one line if not
-    /// everything could be written.
-    bool finishRecording(QString *problem);
+    /// Returns whether every well-formed datagram was written to the file, if there is one.
+    bool hasRecordedAll() const { return m_hasRecordedAll; }
 
     /// Prints a summary for each port. Returns whether on every port frames arrived, their average rate was
-    /// at least 95 % of the expected one, no frame was lost, and no datagram was malformed.
+    /// at least 95 % of the expected one, no frame was lost, no datagram was malformed, and hasRecordedAll().
     bool judge() const;
+
+signals:
+    /// The file cannot be written; \a problem is a message of one line. Emitted once; the file then ends with
+    /// the last datagram that was written completely.
+    void recordingFailed(const QString &problem);
 
 private:
     struct Port
@@ -46,11 +50,13 @@ private:
         qint64 framesBefore = 0; ///< frames at the previous progress line
     };
 
+    void record(const QByteArray &datagram);
     void writeProgress();
     bool isGood(const PortMonitor &monitor) const;
 
     const ReceiverOptions m_options;
     QFile m_recording;
+    bool m_hasRecordedAll = true;
     std::vector<Port> m_ports;
     QElapsedTimer m_sinceProgress;
 };
