@@ -3,15 +3,18 @@
 #include "appearance.h"
 
 #include <QEvent>
-#include <QGraphicsLayout>
-#include <QtCharts/QLegendMarker>
-#include <QtCharts/QLineSeries>
-#include <QtCharts/QValueAxis>
+#include <qwt_legend.h>
+#include <qwt_plot_canvas.h>
+#include <qwt_plot_curve.h>
+#include <qwt_plot_grid.h>
+#include <qwt_plot_layout.h>
+#include <qwt_plot_zoomer.h>
+#include <qwt_scale_div.h>
+#include <qwt_scale_draw.h>
+#include <qwt_scale_engine.h>
+#include <qwt_scale_widget.h>
 
 #include <algorithm>
-#include <cmath>
-
-using namespace QtCharts;
 
 namespace simulation {
 
@@ -19,149 +22,127 @@ namespace {
 
 constexpr double spanSeconds = 60.0;
 
-/// Returns the upper end of an axis that starts at 0, contains \a value and has four equal integer steps.
-double axisEnd(double value)
+class SecondsDraw : public QwtScaleDraw
 {
-    const double least = std::max(value * 1.05, 4.0);
-    double unit = 1.0;
-    while (unit * 40.0 < least)
-        unit *= 10.0;
-    return std::ceil(least / (4.0 * unit)) * 4.0 * unit;
-}
+public:
+    QwtText label(double value) const override { return QString::number(value) + QLatin1String(" s"); }
+};
 
 } // namespace
 
 RatePlot::RatePlot(QWidget *parent)
-    : QChartView(parent)
-    , m_time(new QValueAxis(this))
-    , m_rate(new QValueAxis(this))
-    , m_selectedLine(new QLineSeries(this))
+    : QwtPlot(parent)
+    , m_grid(new QwtPlotGrid)
+    , m_zoomer(new QwtPlotZoomer(canvas()))
 {
-    setRenderHint(QPainter::Antialiasing);
     setFrameShape(QFrame::StyledPanel);
-    setFocusPolicy(Qt::NoFocus);
+    setBackgroundRole(QPalette::Base);
+    setAutoFillBackground(true);
+    static_cast<QwtPlotCanvas *>(canvas())->setFrameShape(QFrame::NoFrame);
+    setContentsMargins(4, 6, 10, 2);
     setMinimumHeight(13 * fontMetrics().height());
-    chart()->legend()->setAlignment(Qt::AlignBottom);
-    chart()->legend()->setMarkerShape(QLegend::MarkerShapeFromSeries);
-    chart()->setMargins({4, 4, 8, 2});
-    chart()->setBackgroundRoundness(0.0);
-    chart()->layout()->setContentsMargins(0.0, 0.0, 0.0, 0.0);
-    m_time->setRange(-spanSeconds, 0.0);
-    m_time->setTickCount(7);
-    m_time->setLabelFormat(QLatin1String("%d s"));
-    m_rate->setLabelFormat(QLatin1String("%d"));
-    chart()->addAxis(m_time, Qt::AlignBottom);
-    chart()->addAxis(m_rate, Qt::AlignLeft);
-    showUpTo(0.0);
+    plotLayout()->setAlignCanvasToScales(true);
+    insertLegend(new QwtLegend, QwtPlot::BottomLegend);
+    m_grid->attach(this);
+    setAxisScaleDraw(xBottom, new SecondsDraw);
+    for (const int axis : {xBottom, yLeft}) {
+        axisScaleDraw(axis)->enableComponent(QwtAbstractScaleDraw::Backbone, false);
+        axisScaleDraw(axis)->enableComponent(QwtAbstractScaleDraw::Ticks, false);
+        axisWidget(axis)->setMargin(0);
+    }
+    m_zoomer->setMaxStackDepth(1);
+    canvas()->setToolTip(tr("Drag with the left button to zoom in, click with the right button to zoom out"));
     takePalette();
+    showAll();
     m_clock.start();
 }
+
+RatePlot::~RatePlot() = default;
 
 void RatePlot::addRates(const QHash<int, double> &rates)
 {
     const double elapsed = double(m_clock.restart()) / 1000.0;
-    dropOthers(rates);
-    // Add new lines in the order of the channels, because the legend shows them in the order of addition.
+    for (auto it = m_lines.begin(); it != m_lines.end();)
+        it = rates.contains(it->first) ? std::next(it) : m_lines.erase(it);
     QList<int> channels = rates.keys();
-    std::sort(channels.begin(), channels.end());
-    double highest = 0.0;
+    std::sort(channels.begin(), channels.end()); // the legend lists the lines in the order of their creation
     for (const int channel : qAsConst(channels)) {
-        QLineSeries *series = line(channel);
-        QVector<QPointF> points;
-        const QVector<QPointF> before = series->pointsVector();
-        for (const QPointF &point : before) {
-            if (point.x() - elapsed >= -spanSeconds)
-                points.append({point.x() - elapsed, point.y()});
-        }
+        QVector<QPointF> &points = line(channel).points;
+        for (QPointF &point : points)
+            point.rx() -= elapsed;
+        while (!points.isEmpty() && points.first().x() < -spanSeconds)
+            points.removeFirst();
         points.append({0.0, rates.value(channel)});
-        for (const QPointF &point : qAsConst(points))
-            highest = std::max(highest, point.y());
-        series->replace(points);
+        line(channel).curve->setSamples(points);
     }
-    showUpTo(highest);
-    showSelected();
+    if (m_zoomer->zoomRectIndex() == 0)
+        showAll();
+    replot();
+}
+
+/// Returns the line of \a channel, which is created if it is missing.
+RatePlot::Line &RatePlot::line(int channel)
+{
+    Line &line = m_lines[channel];
+    if (!line.curve) {
+        line.curve = std::make_unique<QwtPlotCurve>(QString::number(channel));
+        line.curve->setRenderHint(QwtPlotItem::RenderAntialiased);
+        line.curve->setLegendAttribute(QwtPlotCurve::LegendShowLine);
+        line.curve->setLegendIconSize({24, 8});
+        line.curve->setPen(channelPen(channel));
+        line.curve->attach(this);
+    }
+    return line;
 }
 
 void RatePlot::setSelected(int channel)
 {
     m_selected = channel;
-    showSelected();
-}
-
-void RatePlot::showSelected()
-{
-    const QLineSeries *series = m_lines.value(m_selected);
-    QPen pen = channelPen(std::max(m_selected, 1));
-    pen.setWidthF(4.0);
-    m_selectedLine->setPen(pen);
-    m_selectedLine->replace(series ? series->pointsVector() : QVector<QPointF>());
-}
-
-/// Adds \a series, or moves it, to the end of the list of series: the last one is drawn on top of the others.
-/// The copy of the selected line gets no entry in the legend.
-void RatePlot::addOnTop(QLineSeries *series)
-{
-    if (series->chart())
-        chart()->removeSeries(series);
-    chart()->addSeries(series);
-    series->attachAxis(m_time);
-    series->attachAxis(m_rate);
-    if (series == m_selectedLine)
-        chart()->legend()->markers(series).constFirst()->setVisible(false);
-}
-
-/// Returns the line of \a channel, which is created if it is missing.
-QLineSeries *RatePlot::line(int channel)
-{
-    QLineSeries *&series = m_lines[channel];
-    if (!series) {
-        series = new QLineSeries;
-        series->setName(QString::number(channel));
-        series->setPen(channelPen(channel));
-        addOnTop(series);
-        addOnTop(m_selectedLine);
+    for (const auto &[number, line] : m_lines) {
+        QPen pen = channelPen(number);
+        if (number == channel)
+            pen.setWidthF(2.0 * pen.widthF());
+        line.curve->setPen(pen);
+        line.curve->setZ(number == channel ? 1.0 : 0.0);
     }
-    return series;
+    replot();
 }
 
-void RatePlot::dropOthers(const QHash<int, double> &rates)
+/// Shows the last minute from 0 to above the highest rate.
+void RatePlot::showAll()
 {
-    const QList<int> channels = m_lines.keys();
-    for (const int channel : channels) {
-        if (rates.contains(channel))
-            continue;
-        QLineSeries *series = m_lines.take(channel);
-        chart()->removeSeries(series);
-        delete series;
+    double highest = 4.0;
+    for (const auto &entry : m_lines) {
+        for (const QPointF &point : entry.second.points)
+            highest = std::max(highest, point.y());
     }
-}
-
-void RatePlot::showUpTo(double highest)
-{
-    m_rate->setRange(0.0, axisEnd(highest));
+    double step = 0.0;
+    double start = 0.0;
+    double end = highest * 1.05;
+    axisScaleEngine(yLeft)->autoScale(5, start, end, step);
+    setAxisScale(xBottom, -spanSeconds, 0.0, 10.0);
+    setAxisScale(yLeft, 0.0, end, step);
+    m_zoomer->setZoomBase(false);
 }
 
 void RatePlot::changeEvent(QEvent *event)
 {
-    QChartView::changeEvent(event);
+    QwtPlot::changeEvent(event);
     if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange)
         takePalette();
 }
 
 void RatePlot::takePalette()
 {
-    chart()->setBackgroundBrush(palette().brush(QPalette::Base));
-    setBackgroundBrush(palette().brush(QPalette::Base));
-    QColor grid = palette().color(QPalette::Text);
-    grid.setAlphaF(0.2);
-    chart()->legend()->setLabelBrush(palette().brush(QPalette::Text));
-    chart()->legend()->setFont(font());
-    for (QValueAxis *axis : {m_time, m_rate}) {
-        axis->setLabelsBrush(palette().brush(QPalette::Text));
-        axis->setLabelsFont(font());
-        axis->setGridLinePen(QPen(grid, 1.0));
-        axis->setLinePen(QPen(grid, 1.0));
-    }
+    const QColor text = palette().color(QPalette::Text);
+    QColor faint = text;
+    faint.setAlphaF(0.2);
+    m_grid->setPen(faint, 1.0);
+    setCanvasBackground(palette().brush(QPalette::Base));
+    for (const int axis : {xBottom, yLeft})
+        setAxisFont(axis, font());
+    m_zoomer->setRubberBandPen(text);
+    m_zoomer->setTrackerPen(text);
 }
 
 } // namespace simulation

@@ -1,24 +1,26 @@
 #pragma once
 
-#include <QtCharts/QChartView>
-
 #include <QElapsedTimer>
 #include <QHash>
+#include <qwt_plot.h>
 
-QT_CHARTS_BEGIN_NAMESPACE
-class QLineSeries;
-class QValueAxis;
-QT_CHARTS_END_NAMESPACE
+#include <map>
+#include <memory>
+
+class QwtPlotCurve;
+class QwtPlotGrid;
+class QwtPlotZoomer;
 
 namespace simulation {
 
 /// Plots the frames per second of each receiver over the last minute, each in the colour of its channel.
-class RatePlot : public QtCharts::QChartView
+class RatePlot : public QwtPlot
 {
     Q_OBJECT
 
 public:
     explicit RatePlot(QWidget *parent = nullptr);
+    ~RatePlot() override;
 
     /// Appends a point at the current time for each channel of \a rates, which maps channel numbers to frames
     /// per second. Removes the lines of all other channels.
@@ -31,18 +33,20 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
-    void takePalette();
-    QtCharts::QLineSeries *line(int channel);
-    void addOnTop(QtCharts::QLineSeries *series);
-    void showSelected();
-    void dropOthers(const QHash<int, double> &rates);
-    void showUpTo(double highest);
+    struct Line
+    {
+        std::unique_ptr<QwtPlotCurve> curve;
+        QVector<QPointF> points; ///< seconds relative to now, frames per second
+    };
 
-    QElapsedTimer m_clock; ///< measures the time between two calls of addRates()
-    QtCharts::QValueAxis *m_time;
-    QtCharts::QValueAxis *m_rate;
-    QHash<int, QtCharts::QLineSeries *> m_lines; ///< by channel number
-    QtCharts::QLineSeries *m_selectedLine;       ///< a thicker copy of the selected line, always on top
+    Line &line(int channel);
+    void showAll();
+    void takePalette();
+
+    QElapsedTimer m_clock;       ///< measures the time between two calls of addRates()
+    std::map<int, Line> m_lines; ///< by channel number
+    QwtPlotGrid *m_grid;
+    QwtPlotZoomer *m_zoomer;
     int m_selected = 0;
 };
 
