@@ -1,11 +1,14 @@
 // Tests the simulated frontend: its session and the program itself.
 
-#include "cataloguesets.h"
+#include "catalogues.h"
 #include "controlleroptions.h"
-#include "program.h"
 #include "requester.h"
+#include "runningcontroller.h"
 #include "session.h"
 #include "table.h"
+
+#include <QTcpServer>
+#include <QUdpSocket>
 
 using namespace simulation;
 
@@ -36,7 +39,11 @@ private slots:
     void invalidArgumentsAreRefused();
     void headlessRunReportsWhetherAllFramesArrived();
     void windowWithoutADisplayIsRefused();
-    void versionIsPrinted();
+    void questionsAreAnswered();
+    void channelsOfARemoteControllerGetTheirFrames();
+    void unusableControllerOptionIsRefused();
+    void changedDivisorOfTheModuleIsNoLoss();
+    void channelWithANameIsLookedUp();
     void signalEndsTheRunWithItsSummary();
     void sessionAppliesChangesWhileItRuns();
 };
@@ -107,7 +114,7 @@ void TestFrontend::sessionAppliesChangesWhileItRuns()
     Session session(Options{});
     ResetCounter requester;
     session.link().addRequester(&requester);
-    QVERIFY2(session.setUp(&remarks, &problem), qPrintable(problem));
+    QVERIFY2(session.openSource(&problem) && session.setUp(&remarks, &problem), qPrintable(problem));
     session.start();
     const auto received = [&] { return session.receivers().reports().value(0).statistics.frames; };
     session.setRate(1); // at this rate the frames below would take 25 minutes
@@ -133,7 +140,7 @@ void TestFrontend::sessionAppliesChangesWhileItRuns()
     };
     useTypes({});
     const qint64 before = received();
-    useTypes(catalogueSets().first().types);
+    useTypes(catalogues().first().types);
     QTRY_VERIFY_WITH_TIMEOUT(received() > before, waitMs);
     QVERIFY(session.setChannelCount(1, &problem));
     QCOMPARE(session.receivers().reports().size(), 1);
@@ -151,11 +158,96 @@ void TestFrontend::windowWithoutADisplayIsRefused()
     QVERIFY(frontend.readAllStandardError().contains("there is no display"));
 }
 
-void TestFrontend::versionIsPrinted()
+void TestFrontend::questionsAreAnswered()
 {
-    Program frontend(FRONTEND_PATH, QLatin1String("--version"));
-    QCOMPARE(frontend.status(), 0);
-    QCOMPARE(frontend.readAllStandardOutput(), QByteArray("frontend " PROJECT_VERSION "\n"));
+    Program version(FRONTEND_PATH, QLatin1String("--version"));
+    QCOMPARE(version.status(), 0);
+    QCOMPARE(version.readAllStandardOutput(), QByteArray("frontend " PROJECT_VERSION "\n"));
+    Program help(FRONTEND_PATH, QLatin1String("--help"));
+    QCOMPARE(help.status(), 0);
+    QVERIFY(help.readAllStandardOutput().contains("--replay <file>"));
+}
+
+/// The module may send with another divisor than the Controller's while its dialog is open, and after the
+/// Controller has refused the new divisor.
+void TestFrontend::changedDivisorOfTheModuleIsNoLoss()
+{
+    Options options;
+    options.simulated.router = true;
+    options.simulated.rate = maximumRate;
+    Session session(options);
+    QStringList remarks;
+    QString problem;
+    QVERIFY(session.openSource(&problem) && session.setUp(&remarks, &problem));
+    const quint16 port = quint16(session.controller().state().channels[0].destination.port);
+    const QHostAddress address(QString::fromLatin1(session.controller().state().monitorAddress));
+    session.start();
+    QTRY_VERIFY_WITH_TIMEOUT(session.frames() > 100, waitMs);
+    QUdpSocket module;
+    qint64 sent = 0;
+    const auto lostAfter = [&](const QList<int> &numbers) {
+        for (const int number : numbers)
+            module.writeDatagram("fr " + QByteArray::number(number) + "\r\n", address, port);
+        sent += numbers.size();
+        const auto report = [&] { return session.receivers().reports().at(0).statistics; };
+        if (!QTest::qWaitFor([&] { return report().frames == sent; }, waitMs) || report().malformed > 0)
+            return qint64(-1);
+        return report().lost;
+    };
+    QCOMPARE(lostAfter({2, 3}), qint64(0));
+    session.setDialogOpen(true);
+    QCOMPARE(lostAfter({5, 10, 15}), qint64(0));
+    session.controller().setFault(commandKindOf(true, "output net_divisor ch01 5"), Fault::FailNext);
+    QVERIFY(session.link().setValue("output net_divisor ch%02d %d", 1, 5) != 0);
+    session.setDialogOpen(false);
+    QCOMPARE(lostAfter({20, 25, 30}), qint64(0));
+    // The next opening reads the Controller's divisor back, which is 1.
+    int divisor = 0;
+    QVERIFY(session.link().getIntValue(&divisor, "output net_divisor ch%02d", 1) == 0 && divisor == 1);
+    QCOMPARE(lostAfter({31, 32, 35}), qint64(2));
+}
+
+void TestFrontend::channelWithANameIsLookedUp()
+{
+    Session session(Options{});
+    session.controller().change([](ControllerState &state) {
+        state.channels[0].destination = {Destination::Kind::Udp, "no.such.name.invalid", 5001};
+        state.channels[1].destination = {Destination::Kind::Udp, "localhost", 5001};
+    });
+    QCOMPARE(session.receivers().reports().size(), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(session.receivers().reports().size(), 1, waitMs);
+    QCOMPARE(session.receivers().reports().at(0).channel, 2);
+}
+
+void TestFrontend::channelsOfARemoteControllerGetTheirFrames()
+{
+    for (const char *mode : {"", " --router"}) {
+        const RunningController server(QLatin1String("--port 0 --rate 200 --channels 2") +
+                                       QLatin1String(mode));
+        Program frontend(FRONTEND_PATH, QLatin1String("--headless --seconds 2 --plugin " PLUGIN_PATH
+                                                      " --controller 127.0.0.1:") +
+                                            QString::number(server.commandPort));
+        const int status = frontend.status();
+        const QByteArray out = frontend.readAllStandardOutput();
+        QVERIFY2(status == 0 && out.count(": good\n") == 2, out + frontend.readAllStandardError());
+    }
+}
+
+/// Three cases: the Controller cannot be reached, the port is missing, or another option is only for the
+/// embedded Controller.
+void TestFrontend::unusableControllerOptionIsRefused()
+{
+    // No program listens on a port that has just been released.
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    const QString port = QString::number(server.serverPort());
+    server.close();
+    for (const QString &arguments :
+         {QLatin1String("--controller 127.0.0.1:") + port, QString::fromLatin1("--controller 127.0.0.1"),
+          QString::fromLatin1("--controller 127.0.0.1:1 --rate 100")}) {
+        Program frontend(FRONTEND_PATH, headless + arguments);
+        QVERIFY(frontend.hasRefusedArguments("frontend"));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestFrontend)

@@ -1,7 +1,7 @@
-#include "commandclient.h"
 #include "controllerlink.h"
 #include "hostedmodule.h"
 #include "moduleaction.h"
+#include "remotecontroller.h"
 
 #include <QAction>
 #include <QDialog>
@@ -43,7 +43,7 @@ void TestRemoteDialog::editReachesTheController()
 {
     const QStringList endpoint = QString::fromLocal8Bit(qgetenv("CONTROLLER")).split(':');
     QCOMPARE(endpoint.size(), 2);
-    CommandClient client(endpoint.first(), endpoint.last().toUShort());
+    RemoteController client(endpoint.first(), endpoint.last().toUShort());
     client.start();
     QVERIFY2(client.waitForConnected(waitMs), qPrintable(client.problem()));
     BackendVersions versions = client.greeting().version;

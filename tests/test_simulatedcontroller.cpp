@@ -1,9 +1,11 @@
 #include "controllerlink.h"
+#include "recordingcontroller.h"
 #include "requester.h"
-#include "simulatedcontroller.h"
 #include "table.h"
 
+#include <QElapsedTimer>
 #include <QSemaphore>
+#include <QUdpSocket>
 
 #include <thread>
 
@@ -54,7 +56,8 @@ private slots:
     void refusedTextsChangeNothing();
     void versionDeterminesTheFeatures();
     void faultAffectsOneKindOfText();
-    void linkTruncatesLongAnswersAndReadsNumbers();
+    void frontendHasAnAddressThatTheDialogAcceptsWithEveryModel();
+    void linkTruncatesLongAnswersReadsNumbersAndWaits();
     void requesterGetsOnlyRequestedTypesUntilItIsRemoved();
 };
 
@@ -143,9 +146,18 @@ void TestSimulatedController::faultAffectsOneKindOfText()
     }
 }
 
-void TestSimulatedController::linkTruncatesLongAnswersAndReadsNumbers()
+void TestSimulatedController::frontendHasAnAddressThatTheDialogAcceptsWithEveryModel()
 {
     SimulatedController controller;
+    const QList<QByteArray> words = send(controller, false, "output net chmon").split(' ');
+    const QHostAddress address(QString::fromLatin1(words.value(1)));
+    QVERIFY(!address.isNull() && address != QHostAddress::LocalHost);
+    QVERIFY(QUdpSocket().bind(address)); // it is an address of this computer
+}
+
+void TestSimulatedController::linkTruncatesLongAnswersReadsNumbersAndWaits()
+{
+    RecordingController controller;
     ControllerLink link(controller);
     int number = -5;
     QVERIFY(link.getIntValue(&number, "output %s", "number_of_types") == 0 && number == 15);
@@ -154,6 +166,13 @@ void TestSimulatedController::linkTruncatesLongAnswersAndReadsNumbers()
     QByteArray answer(ControllerLink::AnswerSize + 1, '#');
     QVERIFY(link.getValue(answer.data(), "system %s", "model") == 0 &&
             answer.endsWith(QByteArray("h\0#", 3)));
+    constexpr int delayMs = 50;
+    link.setAnswerDelay(delayMs);
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(link.getIntValue(&number, "output number_of_types") == 0 &&
+            link.setValue("output net ch01 none") == 0);
+    QVERIFY(timer.elapsed() >= 2 * delayMs);
 }
 
 void TestSimulatedController::requesterGetsOnlyRequestedTypesUntilItIsRemoved()

@@ -2,9 +2,20 @@
 
 namespace simulation {
 
-ChannelPreset channelPreset(int index)
+namespace {
+
+struct Preset
 {
-    static const std::array<ChannelPreset, outputChannelCount> presets{{
+    const char *group; ///< multicast group; null: the frontend
+    int divisor;
+    QSet<QByteArray> types;
+};
+
+} // namespace
+
+OutputChannel presetChannel(int index, const ControllerState &state)
+{
+    static const std::array<Preset, outputChannelCount> presets{{
         {nullptr, 1, {"fr", "6d"}},
         {nullptr, 2, {"fr", "3d", "6df2"}},
         {"239.255.42.3", 5, {"fr", "6d", "3d"}},
@@ -16,7 +27,12 @@ ChannelPreset channelPreset(int index)
         {nullptr, 10, {"fr", "ts2", "6d", "3d"}},
         {nullptr, 1, {"fr", "ts2", "ts", "st", "6dcal", "6d", "6di", "3d", "6df2", "6dmt2", "6dmtr", "6dx"}},
     }};
-    return presets[size_t(index)];
+    constexpr int firstPort = 5001;
+    const Preset &preset = presets[size_t(index)];
+    Destination destination{Destination::Kind::Udp, state.monitorAddress, firstPort + index};
+    if (preset.group)
+        destination = {Destination::Kind::Multicast, preset.group, firstPort + index};
+    return {destination, true, versionAtLeast(state.version, 1, 6) ? preset.divisor : 1, preset.types};
 }
 
 } // namespace simulation

@@ -4,15 +4,9 @@
 
 namespace simulation {
 
-/// The initial settings of one channel.
-struct ChannelPreset
-{
-    const char *group = nullptr; ///< multicast group; null: unicast to this computer
-    int divisor = 1;
-    QSet<QByteArray> types;
-};
-
-/// Returns the preset of the channel \a index, which is from 0 to 9. All presets differ.
-ChannelPreset channelPreset(int index);
+/// Returns the initial settings of the channel \a index, which is from 0 to 9, for a Controller in \a state.
+/// The channel is active and sends to port 5001 + \a index: channels 2 and 7 to a multicast group, the others
+/// to the frontend. All channels differ.
+OutputChannel presetChannel(int index, const ControllerState &state);
 
 } // namespace simulation

@@ -5,8 +5,11 @@
 
 #include <QHash>
 #include <QHostAddress>
+#include <QObject>
 
 #include <array>
+
+class QHostInfo;
 
 namespace simulation {
 
@@ -29,10 +32,12 @@ struct ChannelRoute
 
 using ChannelRoutes = std::array<ChannelRoute, outputChannelCount>;
 
-/// Determines the routes of the channels. Resolves each host name once, which may block, and keeps the
-/// result, even a failure. Not thread-safe.
-class RouteFinder
+/// Determines the routes of the channels. Host names are looked up in the background: until the answer has
+/// come, the route has the address 0. Lives on a thread with an event loop; not thread-safe.
+class RouteFinder : public QObject
 {
+    Q_OBJECT
+
 public:
     /// With Reach::ThisComputer, destinations on other computers are not allowed: their routes get the
     /// address 0.
@@ -41,13 +46,29 @@ public:
     {
     }
 
-    ChannelRoutes routes(const ControllerState &state);
+    /// Emits found() for \a state, and again whenever the look-up of a name in \a state has succeeded, until
+    /// the next call.
+    void follow(const ControllerState &state);
+
+signals:
+    void found(const simulation::ChannelRoutes &routes);
 
 private:
+    struct Name
+    {
+        int lookup = -1; ///< the identifier of the look-up
+        quint32 address = 0;
+    };
+
+    void forgetUnusedNames();
+    void publish();
     quint32 addressOf(const QByteArray &host);
+    void startLookUp(const QByteArray &host);
+    quint32 allowed(const QHostAddress &address) const;
 
     const Reach m_reach;
-    QHash<QByteArray, quint32> m_addresses;
+    ControllerState m_state;
+    QHash<QByteArray, Name> m_names; ///< the names of hosts in m_state
 };
 
 /// Returns whether datagrams to \a address stay on this computer according to the routing table. They do if

@@ -1,37 +1,25 @@
 #pragma once
 
-#include <QHostAddress>
-#include <QTcpServer>
+#include "limitedserver.h"
 
 namespace simulation {
 
 class SimulatedController;
 
-/// Serves a Controller's queries and commands over TCP, one line per request and answer. Lives on a thread
-/// with an event loop; not thread-safe.
-class CommandServer : public QObject
+/// Serves a Controller's queries and commands over TCP, one line per request and answer.
+class CommandServer : public LimitedServer
 {
     Q_OBJECT
 
 public:
-    /// The maximum number of simultaneous connections. Further clients are disconnected at once.
-    static constexpr int ConnectionLimit = 64;
-
-    /// \a controller must outlive this object.
-    explicit CommandServer(SimulatedController &controller, QObject *parent = nullptr);
-
-    /// Starts to listen; with \a port 0 the system chooses a free port. Returns false and sets \a problem to
-    /// a message of one line on failure.
-    bool listen(const QHostAddress &address, quint16 port, QString *problem);
-
-    /// Returns the port on which the server listens, or 0 if it does not listen.
-    quint16 port() const { return m_server.serverPort(); }
+    /// \a controller must outlive this object. Each answer is delayed by \a answerDelayMs.
+    CommandServer(SimulatedController &controller, int answerDelayMs);
 
     /// Sets the port of the data connections. The answer to "hello" contains this port.
     void setDataPort(quint16 port) { m_dataPort = port; }
 
-    /// Sets the delay of each answer, for clients that connect after the call.
-    void setAnswerDelay(int milliseconds) { m_answerDelayMs = milliseconds; }
+    /// Returns the answer to \a request from \a client. Both are without a line end.
+    QByteArray answerTo(const QByteArray &request, const QHostAddress &client);
 
 signals:
     /// The client at \a address has sent "hello", as a frontend does when it connects. Emitted before the
@@ -39,14 +27,11 @@ signals:
     void greeted(const QHostAddress &address);
 
 private:
-    void acceptConnection();
-    QByteArray answerTo(const QByteArray &request, const QHostAddress &client);
+    void serve(QTcpSocket *client) override;
 
     SimulatedController &m_controller;
-    QTcpServer m_server;
+    const int m_answerDelayMs;
     quint16 m_dataPort = 0;
-    int m_answerDelayMs = 0;
-    int m_connections = 0;
 };
 
 } // namespace simulation

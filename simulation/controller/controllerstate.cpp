@@ -36,7 +36,8 @@ ControllerState defaultControllerState()
     ControllerState state;
     state.version = {{0, 0, 0}, 1, 9, 0};
     state.systemModel = loopbackModel;
-    state.monitorAddress = "127.0.0.1";
+    // An address of this computer that the dialog accepts with every system model.
+    state.monitorAddress = "127.0.0.9";
     state.catalogue = defaultCatalogue();
     // The frame counter is ticked initially, because the user cannot change its tick, and in router mode the
     // module sends no frame without a number.

@@ -18,34 +18,16 @@ constexpr int pendingLimit = 16 * 1024 * 1024;
 
 } // namespace
 
-DataServer::DataServer(QObject *parent)
-    : QObject(parent)
+DataServer::DataServer()
 {
-    connect(&m_server, &QTcpServer::newConnection, this, &DataServer::acceptConnection);
     connect(&m_aliveTimer, &QTimer::timeout, this,
             [this] { writeToAll(QByteArray(protocol::alive) + '\n'); });
     m_aliveTimer.start(protocol::aliveIntervalMs);
 }
 
-DataServer::~DataServer()
-{
-    // m_server deletes the sockets, which then emit disconnected(). The function connected to this signal
-    // uses m_clients, which is destroyed before m_server.
-    for (QTcpSocket *client : qAsConst(m_clients))
-        client->disconnect(this);
-}
-
-bool DataServer::listen(const QHostAddress &address, quint16 port, QString *problem)
-{
-    if (m_server.listen(address, port))
-        return true;
-    *problem = tr("cannot listen on %1:%2: %3").arg(address.toString()).arg(port).arg(m_server.errorString());
-    return false;
-}
-
 void DataServer::sendFrame(const Frame &frame)
 {
-    if (m_clientCount == 0)
+    if (clientCount() == 0)
         return;
     QByteArray text;
     for (const DataLine &line : frame)
@@ -72,28 +54,13 @@ void DataServer::setState(const QByteArray &line)
     enqueue(line + '\n');
 }
 
-void DataServer::acceptConnection()
+void DataServer::serve(QTcpSocket *client)
 {
-    while (QTcpSocket *socket = m_server.nextPendingConnection()) {
-        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-        if (m_clients.size() >= ConnectionLimit) {
-            socket->abort();
-            socket->deleteLater();
-            continue;
-        }
-        connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
-            m_clients.removeAll(socket);
-            m_clientCount = m_clients.size();
-        });
-        // Discard what a client sends, so that it does not accumulate in memory.
-        connect(socket, &QTcpSocket::readyRead, socket, [socket] { socket->readAll(); });
-        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-        socket->write(QByteArray(protocol::reset) + '\n' + m_state + '\n');
-        if (m_isIdle)
-            socket->write(QByteArray(protocol::idle) + '\n');
-        m_clients.append(socket);
-        m_clientCount = m_clients.size();
-    }
+    // Discard what a client sends, so that it does not accumulate in memory.
+    connect(client, &QTcpSocket::readyRead, client, [client] { client->readAll(); });
+    client->write(QByteArray(protocol::reset) + '\n' + m_state + '\n');
+    if (m_isIdle)
+        client->write(QByteArray(protocol::idle) + '\n');
 }
 
 /// Appends \a text to the data that flush() sends. \a text must be a whole frame or event, so that the first
@@ -125,12 +92,11 @@ void DataServer::flush()
 
 void DataServer::writeToAll(const QByteArray &text)
 {
-    // Iterate over a copy, because abort() removes the client from m_clients.
-    const QList<QTcpSocket *> clients = m_clients;
+    const QList<QTcpSocket *> clients = findChildren<QTcpSocket *>();
     for (QTcpSocket *client : clients) {
         if (client->bytesToWrite() > unreadLimit)
             client->abort();
-        else
+        else if (client->state() == QAbstractSocket::ConnectedState)
             client->write(text);
     }
 }

@@ -1,6 +1,4 @@
-#include "controllerservice.h"
-#include "optionreader.h"
-#include "programversion.h"
+#include "controllerprogram.h"
 #include "signalwatcher.h"
 
 #include <QCoreApplication>
@@ -8,38 +6,46 @@
 
 #include <cstdio>
 
-namespace simulation {
+using namespace simulation;
 
 namespace {
 
-enum ExitStatus : int
+QString description()
 {
-    Success = 0,
-    Failure = 1,
-    WrongUsage = 2
-};
+    return QCoreApplication::translate("controller", R"(
+Simulates the Controller of a tracking system on the network: answers the
+queries and commands of frontends, sends them the tracking data, and, unless
+router mode is on, sends the data of each active channel to its destination by
+UDP: channel 1 to port 5001, channel 2 to port 5002, and so on. Connect a
+frontend with: frontend --controller HOST:PORT
+Defaults are in parentheses.
 
-void reportProblem(const QString &line)
-{
-    std::fprintf(stderr, "controller: %s\n", qPrintable(line));
+When the program is ready, it prints one line with both addresses. Exit status:
+0 when stopped; 1 if it cannot listen; 2 for wrong usage, or if the recording
+cannot be used.)");
 }
 
-int run(const ControllerOptions &options)
+int run(CommandLine &line)
 {
-    ControllerService service(options);
+    ControllerOptions options;
+    if (!readControllerOptions(line, &options)) {
+        line.report(line.problem());
+        return WrongUsage;
+    }
+    ControllerProgram program(options);
     QString problem;
-    if (!service.openSource(&problem)) {
-        reportProblem(problem);
+    if (!program.openSource(&problem)) {
+        line.report(problem);
         return WrongUsage;
     }
     SignalWatcher watcher;
     QObject::connect(&watcher, &SignalWatcher::interrupted, qApp, &QCoreApplication::quit);
-    if (!service.start(&problem)) {
-        reportProblem(problem);
+    if (!program.start(&problem)) {
+        line.report(problem);
         return Failure;
     }
     std::printf("controller: listening on %s:%d, data on %s:%d\n", qPrintable(options.address),
-                int(service.commandPort()), qPrintable(options.address), int(service.dataPort()));
+                int(program.commandPort()), qPrintable(options.address), int(program.dataPort()));
     std::fflush(stdout);
     if (options.seconds > 0)
         QTimer::singleShot(options.seconds * 1000, qApp, &QCoreApplication::quit);
@@ -49,23 +55,11 @@ int run(const ControllerOptions &options)
 
 } // namespace
 
-} // namespace simulation
-
-using namespace simulation;
-
 int main(int argc, char **argv)
 {
-    ControllerOptions options;
-    QString problem;
-    if (!parseControllerOptions(commandLine(argc, argv), &options, &problem)) {
-        reportProblem(problem);
-        return WrongUsage;
-    }
-    if (options.help || options.version) {
-        const QString text = options.help ? controllerHelpText() : "controller " + programVersion() + '\n';
-        std::fputs(qPrintable(text), stdout);
-        return Success;
-    }
     QCoreApplication application(argc, argv);
-    return run(options);
+    CommandLine line(QLatin1String("controller"), description());
+    declareControllerOptions(line);
+    const std::optional<ExitStatus> status = line.parse(argc, argv);
+    return status ? *status : run(line);
 }

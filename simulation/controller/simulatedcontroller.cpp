@@ -1,16 +1,19 @@
 #include "simulatedcontroller.h"
 
-#include <QRandomGenerator>
+#include "controllerlanguage.h"
 
 namespace simulation {
 
 namespace {
 
-constexpr int failed = -1;
-
 /// An answer that is neither yes nor no, nor a number, nor a destination. It contains directives of printf()
 /// and characters outside printable ASCII.
 constexpr char garbage[] = "\"%s%n\" 99999999999999 -\xfc\x7f ";
+
+bool isFailure(Fault fault)
+{
+    return fault == Fault::FailNext || fault == Fault::FailEvery;
+}
 
 } // namespace
 
@@ -26,10 +29,15 @@ int SimulatedController::query(const QByteArray &text, QByteArray *answer)
     Exchange exchange{Exchange::Kind::Query, text, {}, Accepted};
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
-        exchange.result = consumeFault(exchange.kind == Exchange::Kind::Command, text);
-        if (!findAnswerFault(text, &exchange.answer) && exchange.result == Accepted)
+        const Fault fault = takeFault(false, text);
+        if (isFailure(fault))
+            exchange.result = Failed;
+        else if (fault == Fault::AnswerEmpty)
+            exchange.answer = "";
+        else if (fault == Fault::AnswerGarbage)
+            exchange.answer = garbage;
+        else
             exchange.result = answerQuery(m_state, text, &exchange.answer);
-        keep(exchange);
     }
     if (!exchange.answer.isNull())
         *answer = exchange.answer;
@@ -42,13 +50,7 @@ int SimulatedController::command(const QByteArray &text)
     Exchange exchange{Exchange::Kind::Command, text, {}, Accepted};
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
-        exchange.result = consumeFault(exchange.kind == Exchange::Kind::Command, text);
-        if (exchange.result == Accepted &&
-            QRandomGenerator::global()->generateDouble() < m_refusalProbability)
-            exchange.result = failed;
-        if (exchange.result == Accepted)
-            exchange.result = executeCommand(m_state, text);
-        keep(exchange);
+        exchange.result = isFailure(takeFault(true, text)) ? int(Failed) : executeCommand(m_state, text);
     }
     emit exchanged(exchange);
     if (exchange.result == Accepted)
@@ -62,16 +64,10 @@ ControllerState SimulatedController::state() const
     return m_state;
 }
 
-QList<OutputType> SimulatedController::catalogue() const
-{
-    const std::lock_guard<std::mutex> guard(m_mutex);
-    return m_state.catalogue;
-}
-
 QList<QByteArray> SimulatedController::availableTypes() const
 {
     QList<QByteArray> names;
-    const QList<OutputType> types = catalogue();
+    const QList<OutputType> types = state().catalogue;
     for (const OutputType &type : types) {
         if (type.available)
             names.append(type.name);
@@ -88,28 +84,10 @@ void SimulatedController::change(const std::function<void(ControllerState &)> &e
     emit stateChanged();
 }
 
-void SimulatedController::fail(const QByteArray &text, Match match, Times times, int result)
-{
-    const std::lock_guard<std::mutex> guard(m_mutex);
-    m_textFaults.append({text, match, times, result});
-}
-
-void SimulatedController::overrideAnswer(const QByteArray &text, const QByteArray &answer)
-{
-    const std::lock_guard<std::mutex> guard(m_mutex);
-    m_overrides.insert(text, answer);
-}
-
 void SimulatedController::setFault(int kind, Fault fault)
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
     m_faults[size_t(kind)] = fault;
-}
-
-void SimulatedController::setRefusalProbability(double probability)
-{
-    const std::lock_guard<std::mutex> guard(m_mutex);
-    m_refusalProbability = probability;
 }
 
 Faults SimulatedController::faults() const
@@ -121,80 +99,20 @@ Faults SimulatedController::faults() const
 void SimulatedController::clearFaults()
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    m_textFaults.clear();
-    m_overrides.clear();
     m_faults = {};
 }
 
-QList<Exchange> SimulatedController::record() const
+/// Returns the fault that concerns \a text now. FailNext is taken only once. The caller holds m_mutex.
+Fault SimulatedController::takeFault(bool isCommand, const QByteArray &text)
 {
-    const std::lock_guard<std::mutex> guard(m_mutex);
-    return m_record;
-}
-
-QList<QByteArray> SimulatedController::commands() const
-{
-    QList<QByteArray> texts;
-    const QList<Exchange> exchanges = record();
-    for (const Exchange &exchange : exchanges) {
-        if (exchange.kind == Exchange::Kind::Command)
-            texts.append(exchange.text);
-    }
-    return texts;
-}
-
-void SimulatedController::clearRecord()
-{
-    const std::lock_guard<std::mutex> guard(m_mutex);
-    m_record.clear();
-}
-
-/// Returns the result of the first matching fault, or Accepted. Removes a fault that applies only once. The
-/// caller holds m_mutex.
-int SimulatedController::consumeFault(bool isCommand, const QByteArray &text)
-{
-    for (int i = 0; i < m_textFaults.size(); ++i) {
-        const TextFault fault = m_textFaults.at(i);
-        if (fault.match == Match::Exact ? text != fault.text : !text.startsWith(fault.text))
-            continue;
-        if (fault.times == Times::Once)
-            m_textFaults.removeAt(i);
-        return fault.result;
-    }
     const int kind = commandKindOf(isCommand, text);
     if (kind < 0)
-        return Accepted;
+        return Fault::None;
     Fault &fault = m_faults[size_t(kind)];
     const Fault now = fault;
     if (now == Fault::FailNext)
         fault = Fault::None;
-    return now == Fault::FailNext || now == Fault::FailEvery ? failed : int(Accepted);
-}
-
-/// Returns whether overrideAnswer() or a fault determines the answer to the query \a text, and writes this
-/// answer. The caller holds m_mutex.
-bool SimulatedController::findAnswerFault(const QByteArray &text, QByteArray *answer) const
-{
-    const auto override = m_overrides.constFind(text);
-    if (override != m_overrides.constEnd()) {
-        *answer = *override;
-        return true;
-    }
-    const int kind = commandKindOf(false, text);
-    const Fault fault = kind < 0 ? Fault::None : m_faults[size_t(kind)];
-    if (fault == Fault::AnswerEmpty)
-        *answer = "";
-    else if (fault == Fault::AnswerGarbage)
-        *answer = garbage;
-    return fault == Fault::AnswerEmpty || fault == Fault::AnswerGarbage;
-}
-
-/// Appends \a exchange to the record. The caller holds m_mutex.
-void SimulatedController::keep(const Exchange &exchange)
-{
-    if (m_record.size() >= RecordLimit)
-        m_record.removeFirst();
-    m_record.append(exchange);
+    return now;
 }
 
 } // namespace simulation

@@ -44,9 +44,9 @@ QString summary(const Session &session, int channels)
             .arg(channels);
     QString sent = Headless::tr("summary: %1 frames sent at %2 per second, %3 channels")
                        .arg(session.frames())
-                       .arg(session.options().rate)
+                       .arg(session.rate())
                        .arg(channels);
-    if (session.options().replay.isEmpty())
+    if (session.options().simulated.replay.isEmpty())
         return sent;
     return sent + Headless::tr(", %1 recorded lines skipped").arg(session.skippedLines());
 }
@@ -115,7 +115,7 @@ bool Headless::printSummary() const
                    .arg(m_residentAtStart)
                    .arg(residentKiB())
             << '\n';
-    const bool isComplete = m_session.isRemote() || reports.size() == m_session.options().channels;
+    const bool isComplete = m_session.isRemote() || reports.size() == m_session.options().simulated.channels;
     bool good = isComplete && m_session.frames() > 0;
     for (const ReceiverReport &report : reports) {
         const ReceiverStatistics &statistics = report.statistics;

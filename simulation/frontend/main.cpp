@@ -1,9 +1,6 @@
 #include "headless.h"
 #include "hostedmodule.h"
 #include "mainwindow.h"
-#include "modulecontroller.h"
-#include "options.h"
-#include "programversion.h"
 #include "session.h"
 #include "signalwatcher.h"
 
@@ -18,12 +15,29 @@ namespace simulation {
 
 namespace {
 
-enum ExitStatus : int
+QString description()
 {
-    Success = 0,
-    Failure = 1,
-    WrongUsage = 2
-};
+    return QCoreApplication::translate("frontend", R"(
+Simulates the frontend of a tracking system and its Controller: loads the
+plug-in of the output settings, opens the frontend's window and the window of
+the simulated Controller, and shows what the receivers of the channels receive.
+F9 opens the dialog of the output settings; F8 shows or hides the window of the
+Controller. With the embedded Controller, data leave this computer only in
+router mode, and only if a channel has a destination on another computer.
+Defaults are in parentheses.
+
+Exit status: 0 for success, which with --headless means that every receiver got
+frames, all of them well-formed, in order and without loss; 1 otherwise; 2 for
+wrong usage, no display, a plug-in or recording that cannot be loaded, or a
+Controller that cannot be reached.
+
+Examples:
+  frontend --router --channels 10 --rate 1000
+  frontend --controller-version 1.5 --dark
+  frontend --controller 192.0.2.1:5600
+  frontend --headless --seconds 10 --rate 500 --router
+  head -9000 recording.txt | frontend --headless --seconds 0 --replay -)");
+}
 
 /// Returns the frontend's icon: a tracked body with its markers.
 QIcon windowIcon()
@@ -32,11 +46,6 @@ QIcon windowIcon()
     for (const int size : {16, 32, 48, 128})
         icon.addFile(QString::fromLatin1(":/frontend/icon-%1.png").arg(size));
     return icon;
-}
-
-void reportProblem(const QString &line)
-{
-    std::fprintf(stderr, "frontend: %s\n", qPrintable(line));
 }
 
 /// Selects the offscreen platform for a headless run. Returns false if a window is wanted, but neither a
@@ -57,65 +66,65 @@ QString pluginFile(const Options &options)
     return QDir::cleanPath(here.filePath(QLatin1String("../plugins/NetworkSettings2GModule.so")));
 }
 
-bool endModule(HostedModule &module)
+bool endModule(HostedModule &module, const CommandLine &line)
 {
     QString problem;
     const bool ended = module.end(&problem);
     if (!ended)
-        reportProblem(problem);
+        line.report(problem);
     return ended;
 }
 
-int runHeadless(Session &session, HostedModule &module)
+int runHeadless(Session &session, HostedModule &module, const CommandLine &line)
 {
     QWidget moduleParent;
     moduleParent.setWindowIcon(windowIcon());
     module.begin(&session.link(), &moduleParent, session.versions());
     Headless headless(session);
     headless.run();
-    const bool ended = endModule(module);
+    const bool ended = endModule(module, line);
     const bool good = headless.printSummary();
     return ended && good ? Success : Failure;
 }
 
-int runWindow(Session &session, HostedModule &module)
+int runWindow(Session &session, HostedModule &module, const CommandLine &line)
 {
     MainWindow window(session, session.options().dark);
-    ModuleController moduleController(session, module, window);
-    moduleController.begin();
+    window.setModuleTitle(module.title());
+    window.placeActions(module.begin(&session.link(), &window, session.versions()));
     window.showOnScreen();
     session.start();
     if (session.options().seconds > 0)
         QTimer::singleShot(session.options().seconds * 1000, qApp, &QCoreApplication::quit);
     QApplication::exec();
     session.stop();
-    return endModule(module) ? Success : Failure;
+    return endModule(module, line) ? Success : Failure;
 }
 
-int run(const Options &options)
+int run(const Options &options, const CommandLine &line)
 {
     Session session(options);
     HostedModule module;
     QString problem;
     if (!module.load(pluginFile(options), &problem) || !session.openSource(&problem)) {
-        reportProblem(problem);
+        line.report(problem);
         return WrongUsage;
     }
     SignalWatcher watcher;
     QObject::connect(&watcher, &SignalWatcher::interrupted, qApp, &QCoreApplication::quit);
     if (!session.connectController(&problem)) {
-        reportProblem(problem);
+        line.report(problem);
         return WrongUsage;
     }
     QStringList remarks;
     const bool isSetUp = session.setUp(&remarks, &problem);
     for (const QString &remark : qAsConst(remarks))
-        reportProblem(remark);
+        line.report(remark);
     if (!isSetUp) {
-        reportProblem(problem);
+        line.report(problem);
         return Failure;
     }
-    return options.headless ? runHeadless(session, module) : runWindow(session, module);
+    return options.headless ? runHeadless(session, module, line) : runWindow(session, module, line);
 }
 
 } // namespace
@@ -126,19 +135,17 @@ using namespace simulation;
 
 int main(int argc, char **argv)
 {
+    CommandLine line(QLatin1String("frontend"), description());
+    declareOptions(line);
+    if (const std::optional<ExitStatus> status = line.parse(argc, argv))
+        return *status;
     Options options;
-    QString problem;
-    if (!parseOptions(commandLine(argc, argv), &options, &problem)) {
-        reportProblem(problem);
+    if (!readOptions(line, &options)) {
+        line.report(line.problem());
         return WrongUsage;
     }
-    if (options.help || options.version) {
-        const QString text = options.help ? helpText() : "frontend " + programVersion() + '\n';
-        std::fputs(qPrintable(text), stdout);
-        return Success;
-    }
     if (!choosePlatform(options)) {
-        reportProblem(QLatin1String("there is no display; --headless runs without a window"));
+        line.report(QLatin1String("there is no display; --headless runs without a window"));
         return WrongUsage;
     }
     // Pass only the program's name to Qt, which would take options such as --plugin for its own.
@@ -148,5 +155,5 @@ int main(int argc, char **argv)
     QApplication application(argumentCount, argv);
     QApplication::setApplicationName(QLatin1String("frontend"));
     QApplication::setWindowIcon(windowIcon());
-    return run(options);
+    return run(options, line);
 }

@@ -1,80 +1,49 @@
 #include "options.h"
 
-#include "controlleroptions.h"
-#include "controllerstate.h"
-
-#include <QCommandLineParser>
 #include <QCoreApplication>
 
 namespace simulation {
 
 namespace {
 
-constexpr int defaultHeadlessSeconds = 5;
-constexpr int maximumSeconds = 7 * 24 * 3600;
-
-QString text(const char *source)
+QString translated(const char *source)
 {
     return QCoreApplication::translate("Options", source);
 }
 
-void addOptions(QCommandLineParser &parser)
-{
-    parser.addOption({{"h", "help"}, QString()});
-    for (const char *name : {"version", "headless", "dark", "locked", "router"})
-        parser.addOption(QCommandLineOption(QLatin1String(name)));
-    for (const char *name : {"seconds", "rate", "channels", "controller-version", "answer-delay",
-                             "controller", "replay", "plugin"})
-        parser.addOption({QLatin1String(name), QString(), QLatin1String("value")});
-}
-
-/// Returns the first set option that is only for the embedded Controller, or an empty text.
-QString embeddedOption(const QCommandLineParser &parser)
-{
-    for (const char *name :
-         {"locked", "router", "controller-version", "channels", "rate", "replay", "answer-delay"}) {
-        if (parser.isSet(QLatin1String(name)))
-            return QLatin1String(name);
-    }
-    return {};
-}
-
 } // namespace
 
-bool parseOptions(const QStringList &arguments, Options *options, QString *problem)
+void declareOptions(CommandLine &line)
 {
-    QCommandLineParser parser;
-    addOptions(parser);
-    if (!parser.parse(arguments)) {
-        *problem = parser.errorText();
-        return false;
-    }
-    if (!parser.positionalArguments().isEmpty()) {
-        *problem = text("unexpected argument '%1'").arg(parser.positionalArguments().constFirst());
-        return false;
-    }
-    options->help = parser.isSet("help");
-    options->version = parser.isSet("version");
-    options->headless = parser.isSet("headless");
-    options->dark = parser.isSet("dark");
-    options->locked = parser.isSet("locked");
-    options->router = parser.isSet("router");
-    options->seconds = options->headless ? defaultHeadlessSeconds : 0;
-    OptionReader reader(parser, problem);
-    const bool isValid = reader.number("seconds", 0, maximumSeconds, &options->seconds) &&
-                         reader.number("rate", 1, maximumRate, &options->rate) &&
-                         reader.number("channels", 1, outputChannelCount, &options->channels) &&
-                         reader.version("controller-version", &options->controllerVersion) &&
-                         reader.number("answer-delay", 0, maximumAnswerDelayMs, &options->answerDelayMs) &&
-                         reader.endpoint("controller", &options->controller) &&
-                         reader.text("replay", text("the name of a file"), &options->replay) &&
-                         reader.text("plugin", text("the name of a file"), &options->plugin);
-    if (isValid && options->controller.isSet() && !embeddedOption(parser).isEmpty()) {
-        *problem = text("--%1 is only for the embedded Controller; pass it to the program controller instead")
-                       .arg(embeddedOption(parser));
-        return false;
-    }
-    return isValid;
+    line.add("headless", "",
+             translated("Run without a window: print one line per second for each receiver, then a summary. "
+                        "Stop after five seconds, unless --seconds is given, or when the data end."));
+    line.add("dark", "", translated("Start with the dark palette, like View > Dark palette."));
+    line.add("plugin", "file",
+             translated("Plug-in file of the module (../plugins/NetworkSettings2GModule.so, relative to this "
+                        "program's folder)."));
+    line.add(
+        "controller", "host:port",
+        translated("Use the Controller at this address, such as the program controller on another "
+                   "computer, instead of the embedded one. Pass the options below to that program then."));
+    SimulationOptions::declare(line);
+}
+
+bool readOptions(CommandLine &line, Options *options)
+{
+    constexpr int headlessSeconds = 5;
+    options->headless = line.isSet("headless");
+    options->dark = line.isSet("dark");
+    options->seconds = options->headless ? headlessSeconds : 0;
+    const bool isValid = line.seconds(&options->seconds) && options->simulated.read(line) &&
+                         line.endpoint("controller", &options->controller) &&
+                         line.text("plugin", &options->plugin);
+    const QString embedded = SimulationOptions::firstSet(line);
+    if (!isValid || !options->controller.isSet() || embedded.isEmpty())
+        return isValid;
+    return line.refuse(
+        translated("--%1 is only for the embedded Controller; pass it to the program controller instead")
+            .arg(embedded));
 }
 
 } // namespace simulation

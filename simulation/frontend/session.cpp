@@ -2,37 +2,35 @@
 
 #include "channelpresets.h"
 #include "datathread.h"
-#include "replayedframes.h"
-#include "syntheticframes.h"
 
 #include <QElapsedTimer>
 #include <QThread>
 
 namespace simulation {
 
-Session::Session(const Options &options, QObject *parent)
-    : QObject(parent)
-    , m_options(options)
-    , m_versions(options.controllerVersion)
-    , m_rate(options.rate)
-    , m_commands(options.controller.isSet()
-                     ? std::make_unique<CommandClient>(options.controller.host, options.controller.port)
-                     : nullptr)
-    , m_link(m_commands ? static_cast<CommandService &>(*m_commands) : m_delayed)
+Session::Session(const Options &options)
+    : m_options(options)
+    , m_versions(options.simulated.version)
+    , m_rate(options.simulated.rate)
+    , m_remote(options.controller.isSet()
+                   ? std::make_unique<RemoteController>(options.controller.host, options.controller.port)
+                   : nullptr)
+    , m_link(m_remote ? static_cast<Controller &>(*m_remote) : m_controller)
     , m_receivers(m_ledger)
+    , m_output(m_controller, *this, Reach::ThisComputer)
 {
-    m_controller.change([this](ControllerState &state) {
-        state.version = m_options.controllerVersion;
-        state.locked = m_options.locked;
-        state.viaRouter = m_options.router && versionAtLeast(m_options.controllerVersion, 1, 4);
+    m_controller.change([this](ControllerState &state) { m_options.simulated.applyTo(state); });
+    m_link.setAnswerDelay(m_options.simulated.answerDelayMs);
+    connect(&m_controller, &SimulatedController::exchanged, this, &Session::exchanged);
+    connect(this, &Session::exchanged, this, &Session::followDivisor);
+    connect(&m_output, &ControllerOutput::routesChanged, this, [this](const ChannelRoutes &routes) {
+        m_routes = routes;
+        followRoutes();
     });
-    m_delayed.setDelay(m_options.answerDelayMs);
-    connect(&m_controller, &SimulatedController::stateChanged, this, &Session::followState);
-    connect(&m_controller, &SimulatedController::exchanged, this, &Session::exchanged, Qt::DirectConnection);
-    if (isRemote())
-        useRemote();
     // The module changes its requests when it starts or stops its routers. Frames may be skipped then.
     connect(&m_link, &ControllerLink::requestsChanged, this, [this] { m_receivers.join(); });
+    if (isRemote())
+        useRemote();
 }
 
 Session::~Session()
@@ -40,72 +38,82 @@ Session::~Session()
     stop();
 }
 
+void Session::useRemote()
+{
+    m_data = std::make_unique<DataClient>(*this);
+    connect(m_remote.get(), &RemoteController::exchanged, this, &Session::exchanged);
+    connect(m_remote.get(), &RemoteController::disconnected, this, &Session::connectionChanged);
+    connect(m_remote.get(), &RemoteController::connected, this, [this](const Greeting &greeting) {
+        m_data->connectTo(m_remote->address(), greeting.dataPort);
+        emit connectionChanged(QString());
+    });
+    connect(m_data.get(), &DataClient::stateReceived, this, &Session::followRemoteState);
+    connect(m_data.get(), &DataClient::wasReset, this, [this] { m_receivers.join(); });
+    connect(m_data.get(), &DataClient::finished, this, &Session::sourceEnded);
+    m_remote->start();
+}
+
 bool Session::openSource(QString *problem)
 {
-    if (m_options.replay.isEmpty())
+    if (isRemote())
         return true;
-    QSet<QByteArray> types;
-    const QList<OutputType> catalogue = m_controller.catalogue();
-    for (const OutputType &type : catalogue)
-        types.insert(type.name);
-    m_recording = std::make_unique<ReplayedFrames>();
-    return m_recording->open(m_options.replay, types, problem);
+    if (!m_output.open(m_options.simulated.replay, m_rate, problem))
+        return false;
+    connect(m_output.data(), &DataThread::finished, this, &Session::sourceEnded);
+    // On a reset each router drops its incomplete frame, so a frame may be skipped then.
+    connect(m_output.data(), &DataThread::wasReset, this, [this] { m_receivers.join(); });
+    return true;
 }
 
 bool Session::connectController(QString *problem)
 {
-    if (!isRemote() || m_commands->waitForConnected(CommandClient::AnswerTimeoutMs)) {
-        if (isRemote())
-            m_versions = m_commands->greeting().version;
+    if (!isRemote())
+        return true;
+    if (m_remote->waitForConnected(RemoteController::AnswerTimeoutMs)) {
+        m_versions = m_remote->greeting().version;
         return true;
     }
     *problem = tr("cannot reach the Controller at %1:%2: %3")
                    .arg(m_options.controller.host)
                    .arg(m_options.controller.port)
-                   .arg(m_commands->problem());
+                   .arg(m_remote->problem());
     return false;
-}
-
-void Session::useRemote()
-{
-    m_data = std::make_unique<DataClient>(*this);
-    connect(m_commands.get(), &CommandClient::exchanged, this, &Session::exchanged, Qt::DirectConnection);
-    connect(m_commands.get(), &CommandClient::disconnected, this, &Session::connectionChanged);
-    connect(m_commands.get(), &CommandClient::connected, this, [this](const Greeting &greeting) {
-        m_data->connectTo(m_options.controller.host, greeting.dataPort);
-        emit connectionChanged(QString());
-        const BackendVersions &version = greeting.version;
-        if (version.major != m_versions.major || version.minor != m_versions.minor ||
-            version.third != m_versions.third)
-            emit versionChanged(version);
-    });
-    connect(m_data.get(), &DataClient::stateReceived, this, &Session::followRemoteState);
-    connect(m_data.get(), &DataClient::wasReset, this, [this] { m_receivers.join(); });
-    connect(m_data.get(), &DataClient::finished, this, &Session::sourceEnded);
-    m_commands->start();
 }
 
 bool Session::setUp(QStringList *remarks, QString *problem)
 {
     if (isRemote())
         return true;
-    if (m_options.router && !versionAtLeast(m_options.controllerVersion, 1, 4))
+    if (m_options.simulated.router && !versionAtLeast(m_versions, 1, 4))
         remarks->append(tr("a Controller older than 1.4 has no router mode"));
-    for (int index = 0; index < m_options.channels; ++index) {
+    for (int index = 0; index < m_options.simulated.channels; ++index) {
         if (!setUpChannel(index, remarks, problem))
             return false;
     }
     return true;
 }
 
-void Session::setVersion(const BackendVersions &version)
+bool Session::setUpChannel(int index, QStringList *remarks, QString *problem)
 {
-    m_versions = version;
-    m_controller.change([&version](ControllerState &state) {
-        state.version = version;
-        if (!versionAtLeast(version, 1, 4))
-            state.viaRouter = false;
-    });
+    const ControllerState before = m_controller.state();
+    OutputChannel channel = presetChannel(index, before);
+    Destination &destination = channel.destination;
+    QHostAddress address(QString::fromLatin1(destination.host));
+    if (!staysOnThisComputer(address)) {
+        remarks->append(tr("multicast to %1 would leave this computer; channel %2 sends to %3 instead")
+                            .arg(address.toString())
+                            .arg(index + 1)
+                            .arg(QString::fromLatin1(before.monitorAddress)));
+        destination = {Destination::Kind::Udp, before.monitorAddress, 0};
+        address.setAddress(QString::fromLatin1(destination.host));
+    }
+    destination.port = m_receivers.listen(index, address.toIPv4Address());
+    if (destination.port == 0) {
+        *problem = tr("no receiver can listen at %1").arg(address.toString());
+        return false;
+    }
+    m_controller.change([&](ControllerState &state) { state.channels[size_t(index)] = channel; });
+    return true;
 }
 
 int Session::channelCount() const
@@ -133,21 +141,18 @@ bool Session::setChannelCount(int count, QString *problem)
 void Session::setRate(int rate)
 {
     m_rate = rate;
-    if (m_dataThread)
-        m_dataThread->setRate(rate);
+    m_output.data()->setRate(rate);
 }
 
 void Session::setPaused(bool paused)
 {
     m_paused = paused;
-    if (m_dataThread)
-        m_dataThread->setPaused(paused);
+    m_output.data()->setPaused(paused);
 }
 
 void Session::resetOutput()
 {
-    if (m_dataThread)
-        m_dataThread->reset();
+    m_output.data()->reset();
 }
 
 void Session::announceTypes()
@@ -157,49 +162,12 @@ void Session::announceTypes()
     m_receivers.join();
 }
 
-bool Session::setUpChannel(int index, QStringList *remarks, QString *problem)
-{
-    const ChannelPreset preset = channelPreset(index);
-    Destination destination{Destination::Kind::Udp, m_controller.state().monitorAddress, 0};
-    if (preset.group && staysOnThisComputer(QHostAddress(QLatin1String(preset.group)))) {
-        destination.kind = Destination::Kind::Multicast;
-        destination.host = preset.group;
-    } else if (preset.group) {
-        remarks->append(tr("multicast to %1 would leave this computer; channel %2 sends to %3 instead")
-                            .arg(QString::fromLatin1(preset.group))
-                            .arg(index + 1)
-                            .arg(QString::fromLatin1(destination.host)));
-    }
-    destination.port =
-        m_receivers.listen(index, QHostAddress(QString::fromLatin1(destination.host)).toIPv4Address());
-    if (destination.port == 0) {
-        *problem = tr("no receiver can listen at %1").arg(QString::fromLatin1(destination.host));
-        return false;
-    }
-    const bool knowsDivisor = versionAtLeast(m_versions, 1, 6);
-    m_controller.change([&](ControllerState &state) {
-        state.channels[size_t(index)] = {destination, true, knowsDivisor ? preset.divisor : 1, preset.types};
-    });
-    return true;
-}
-
 void Session::start()
 {
     if (isRemote())
         return;
-    std::unique_ptr<FrameSource> source;
-    if (m_recording) {
-        m_skippedLines = m_recording->skippedLines();
-        source = std::move(m_recording);
-    } else {
-        source = std::make_unique<SyntheticFrames>([this] { return m_controller.availableTypes(); });
-    }
-    m_dataThread = std::make_unique<DataThread>(std::move(source), m_rate, *this);
-    connect(m_dataThread.get(), &DataThread::finished, this, &Session::sourceEnded);
-    // On a reset each router drops its incomplete frame, so a frame may be skipped then.
-    connect(m_dataThread.get(), &DataThread::wasReset, this, [this] { m_receivers.join(); });
     m_receivers.begin();
-    m_dataThread->start();
+    m_output.data()->start();
 }
 
 void Session::stop()
@@ -207,27 +175,47 @@ void Session::stop()
     constexpr int limitMs = 2000;
     if (m_data)
         m_data->stop();
-    if (!m_dataThread)
+    if (!m_output.data())
         return;
-    m_dataThread->stop();
-    m_dataThread.reset();
+    m_output.data()->stop();
     QElapsedTimer waiting;
     waiting.start();
     while (!m_receivers.isComplete() && waiting.elapsed() < limitMs)
         QThread::msleep(1);
 }
 
-void Session::followState()
+void Session::setDialogOpen(bool open)
 {
-    const ChannelRoutes routes = m_routeFinder.routes(m_controller.state());
-    // A remote Controller sends its datagrams itself, so m_output gets no routes.
-    if (isRemote()) {
-        m_receivers.follow(routes);
+    m_isDialogOpen = open;
+    followRoutes();
+}
+
+/// Notes the divisor that the module uses after it has read it, or after it has written it, even in vain.
+void Session::followDivisor(const Exchange &exchange)
+{
+    static const QByteArray opening = "output net_divisor ch";
+    if (!exchange.text.startsWith(opening))
         return;
+    const int index = exchange.text.mid(opening.size(), 2).toInt() - 1;
+    if (index < 0 || index >= outputChannelCount)
+        return;
+    const bool isQuery = exchange.kind == Exchange::Kind::Query;
+    m_moduleDivisors[size_t(index)] =
+        (isQuery ? exchange.answer : exchange.text.mid(exchange.text.lastIndexOf(' ') + 1)).toInt();
+    followRoutes();
+}
+
+/// Tells the receivers what to expect. In router mode that is the module's divisor, which can differ from the
+/// Controller's while the dialog is open, and after the Controller has refused it or got another one from
+/// elsewhere. Then it is unknown.
+void Session::followRoutes()
+{
+    ChannelRoutes routes = m_routes;
+    for (size_t i = 0; i < routes.size(); ++i) {
+        Expectation &content = routes[i].content;
+        const int known = m_moduleDivisors[i] == 0 ? content.divisor : m_moduleDivisors[i];
+        content.isDivisorKnown = !content.viaRouter || (!m_isDialogOpen && known == content.divisor);
     }
-    // Switch the sender first: the receivers check the datagrams that it has already sent against the old
-    // routes before they use the new ones.
-    m_output.follow(routes);
     m_receivers.follow(routes);
 }
 
@@ -244,7 +232,6 @@ void Session::followRemoteState(const ControllerState &state)
 void Session::takeFrame(const Frame &frame)
 {
     m_ledger.note(frameNumber(frame));
-    m_output.send(frame);
     for (const DataLine &line : frame)
         m_link.deliver(line.type, line.text);
 }
@@ -256,7 +243,6 @@ void Session::takeReset()
 
 void Session::takeIdle()
 {
-    m_output.end();
     m_link.deliverIdle();
 }
 

@@ -1,8 +1,10 @@
 #include "controllerlink.h"
 
-#include "commandservice.h"
+#include "controller.h"
 #include "messagereceiver.h"
 #include "requester.h"
+
+#include <QThread>
 
 #include <algorithm>
 #include <cstdarg>
@@ -13,8 +15,6 @@
 namespace simulation {
 
 namespace {
-
-constexpr int refused = -1;
 
 QByteArray formatted(const char *format, va_list arguments)
 {
@@ -30,11 +30,18 @@ QByteArray formatted(const char *format, va_list arguments)
 
 } // namespace
 
-ControllerLink::ControllerLink(CommandService &service, QObject *parent)
+ControllerLink::ControllerLink(Controller &controller, QObject *parent)
     : QObject(parent)
-    , m_service(service)
+    , m_controller(controller)
 {
     qRegisterMetaType<LogLine>();
+}
+
+Controller &ControllerLink::delayedController() const
+{
+    if (m_answerDelayMs > 0)
+        QThread::msleep(ulong(m_answerDelayMs));
+    return m_controller;
 }
 
 int ControllerLink::getValue(char *answer, const char *format, ...)
@@ -45,7 +52,7 @@ int ControllerLink::getValue(char *answer, const char *format, ...)
     va_end(arguments);
 
     QByteArray reply;
-    const int result = m_service.query(text, &reply);
+    const int result = delayedController().query(text, &reply);
     if (!reply.isNull()) {
         // The text is Latin-1, so truncation cannot split a character.
         reply.truncate(AnswerSize - 1);
@@ -62,12 +69,12 @@ int ControllerLink::getIntValue(int *answer, const char *format, ...)
     va_end(arguments);
 
     QByteArray reply;
-    if (const int result = m_service.query(text, &reply))
+    if (const int result = delayedController().query(text, &reply))
         return result;
     bool isNumber = false;
     const int number = reply.toInt(&isNumber);
     if (!isNumber)
-        return refused;
+        return Failed;
     *answer = number;
     return 0;
 }
@@ -78,13 +85,13 @@ int ControllerLink::setValue(const char *format, ...)
     va_start(arguments, format);
     const QByteArray text = formatted(format, arguments);
     va_end(arguments);
-    return m_service.command(text);
+    return delayedController().command(text);
 }
 
 int ControllerLink::requestOutputType(const char *type, Requester *requester)
 {
     if (!type || !requester)
-        return refused;
+        return Failed;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         QSet<QByteArray> &types = findOrAddSubscriber(requester).types;
@@ -99,7 +106,7 @@ int ControllerLink::requestOutputType(const char *type, Requester *requester)
 int ControllerLink::releaseOutputType(const char *type, Requester *requester)
 {
     if (!type || !requester)
-        return refused;
+        return Failed;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         Subscriber *subscriber = findSubscriber(requester);
@@ -113,7 +120,7 @@ int ControllerLink::releaseOutputType(const char *type, Requester *requester)
 int ControllerLink::addRequester(Requester *requester)
 {
     if (!requester)
-        return refused;
+        return Failed;
     const std::lock_guard<std::mutex> lock(m_mutex);
     findOrAddSubscriber(requester).registered = true;
     return 0;
@@ -125,7 +132,7 @@ int ControllerLink::removeRequester(Requester *requester)
         std::unique_lock<std::mutex> lock(m_mutex);
         Subscriber *subscriber = findSubscriber(requester);
         if (!subscriber || !subscriber->registered)
-            return refused;
+            return Failed;
         subscriber->registered = false;
         m_callEnded.wait(lock, [this, requester] {
             const Subscriber *waiting = findSubscriber(requester);
@@ -157,10 +164,10 @@ int ControllerLink::log(const char *level, const char *component, int number, co
 int ControllerLink::addMessageReceiver(const char *name, MessageReceiver *receiver)
 {
     if (!name || !receiver)
-        return refused;
+        return Failed;
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (findListener(receiver))
-        return refused;
+        return Failed;
     m_listeners.append({name, receiver, 0});
     return 0;
 }
@@ -170,7 +177,7 @@ int ControllerLink::removeMessageReceiver(const char *name, MessageReceiver *rec
     std::unique_lock<std::mutex> lock(m_mutex);
     Listener *listener = findListener(receiver);
     if (!listener || !name || listener->name != name)
-        return refused;
+        return Failed;
     // sendMessage() skips a listener without a name.
     listener->name.clear();
     m_callEnded.wait(lock, [this, receiver] { return findListener(receiver)->busy == 0; });

@@ -7,12 +7,13 @@
 #include <QObject>
 #include <QSet>
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 
 namespace simulation {
 
-class CommandService;
+class Controller;
 
 /// One line of the host's log.
 struct LogLine
@@ -23,7 +24,7 @@ struct LogLine
     QByteArray message;
 };
 
-/// Implements the host's command service with a CommandService, and delivers data lines and messages to the
+/// Implements the host's command service with a Controller, and delivers data lines and messages to the
 /// registered requesters and message receivers.
 ///
 /// Thread-safe. No lock is held while a requester or a message receiver is called. These may therefore call
@@ -38,10 +39,14 @@ public:
     /// Size in bytes of the answer buffer of getValue(), including the terminating zero.
     static constexpr int AnswerSize = 208;
 
-    /// \a service must outlive this object.
-    explicit ControllerLink(CommandService &service, QObject *parent = nullptr);
+    /// \a controller must outlive this object.
+    explicit ControllerLink(Controller &controller, QObject *parent = nullptr);
 
-    // IOManager. Queries and commands return the result of the CommandService, getIntValue() also -1 if the
+    /// Makes each query and command block for this time first, as with a slow Controller; initially 0.
+    void setAnswerDelay(int milliseconds) { m_answerDelayMs = milliseconds; }
+    int answerDelay() const { return m_answerDelayMs; }
+
+    // IOManager. Queries and commands return the CommandResult, getIntValue() also -1 if the
     // answer is not a number. The other functions return -1 if a type, a name or an object is null, if a
     // message receiver is already registered, or if the object to remove is not registered or was registered
     // under another name.
@@ -101,13 +106,15 @@ private:
         int busy = 0; ///< calls pending or in progress
     };
 
+    Controller &delayedController() const;
     Subscriber *findSubscriber(Requester *requester);
     Subscriber &findOrAddSubscriber(Requester *requester);
     Listener *findListener(MessageReceiver *receiver);
     template <typename Wanted, typename Call>
     void callRequesters(Wanted wanted, Call call);
 
-    CommandService &m_service;
+    Controller &m_controller;
+    std::atomic<int> m_answerDelayMs{0};
     mutable std::mutex m_mutex;          ///< guards the lists below
     std::condition_variable m_callEnded; ///< notified when a busy counter becomes 0
     QList<Subscriber> m_subscribers;

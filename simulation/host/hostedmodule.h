@@ -24,9 +24,6 @@ public:
     /// of one line if the file is missing, cannot be loaded or is not a module of this host.
     bool load(const QString &file, QString *problem);
 
-    /// Returns the absolute path of the last existing file that was passed to load().
-    QString file() const { return m_loader.fileName(); }
-
     /// Returns the name and the version of the loaded module.
     QString title() const;
 

@@ -57,8 +57,9 @@ bool FrameChecker::isWellFormed(const DatagramContent &content) const
 {
     // Only the last number must be due: the first datagram of a router also contains the preceding frame,
     // which need not be due.
+    const int divisor = m_expectation.isDivisorKnown ? m_expectation.divisor : 1;
     return content.isComplete && !content.numbers.isEmpty() && m_expectation.types.contains(content.types) &&
-           isDue(content.numbers.last(), m_expectation.divisor);
+           isDue(content.numbers.last(), divisor);
 }
 
 /// Compares \a numbers, the frame numbers of one datagram, with the previous ones and with the ledger. Counts
@@ -81,7 +82,7 @@ void FrameChecker::followNumbers(const QVector<qint32> &numbers)
     // The difference is negative if frames have arrived that the ledger does not contain yet: a remote
     // Controller sends its datagrams before the frames are recorded.
     const qint64 due = m_ledger.takeDue(&m_position, after, previous, m_expectation.divisor);
-    if (known)
+    if (known && m_expectation.isDivisorKnown)
         m_statistics.lost += qMax(qint64(0), due - arrived);
     m_statistics.lastNumber = numbers.last();
     m_sequence = Sequence::Following;
@@ -97,7 +98,8 @@ qint64 FrameChecker::lastSeen() const
 
 bool FrameChecker::isComplete() const
 {
-    return !m_expectation.active || m_sequence == Sequence::Joining || outstanding() == 0;
+    return !m_expectation.active || !m_expectation.isDivisorKnown || m_sequence == Sequence::Joining ||
+           outstanding() == 0;
 }
 
 ReceiverStatistics FrameChecker::finalStatistics() const

@@ -16,11 +16,12 @@ struct Expectation
     int divisor = 1;
     bool active = false;
     bool viaRouter = false;
+    bool isDivisorKnown = true; ///< false: the sender may use another divisor, so no frame counts as lost
 
     bool operator==(const Expectation &other) const
     {
         return types == other.types && divisor == other.divisor && active == other.active &&
-               viaRouter == other.viaRouter;
+               viaRouter == other.viaRouter && isDivisorKnown == other.isDivisorKnown;
     }
 };
 
@@ -69,8 +70,8 @@ public:
     /// frame number is 0 or not divisible by the divisor.
     void take(const QByteArray &datagram);
 
-    /// Returns true if no frame is outstanding, if the channel is not active, or if the next datagram starts
-    /// a new sequence.
+    /// Returns true if no frame is outstanding, if the channel is not active, if its divisor is unknown, or
+    /// if the next datagram starts a new sequence.
     bool isComplete() const;
 
     /// Returns the counts. Unless isComplete() is true, the outstanding frames are counted as lost. Call it

@@ -17,14 +17,13 @@ namespace simulation {
 
 ControllerWindow::ControllerWindow(Session &session, QWidget *parent)
     : QWidget(parent, Qt::Window)
-    , m_state(new StatePanel(session))
 {
     setWindowTitle(tr("Simulated Controller"));
     // Only the host's window keeps the program running.
     setAttribute(Qt::WA_QuitOnClose, false);
     auto *content = new QWidget;
     auto *panels = new QVBoxLayout(content);
-    panels->addWidget(m_state);
+    panels->addWidget(new StatePanel(session));
     panels->addWidget(new DataPanel(session));
     panels->addWidget(new FaultPanel(session.controller()));
     panels->addStretch();
@@ -38,13 +37,7 @@ ControllerWindow::ControllerWindow(Session &session, QWidget *parent)
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(area);
-    connect(m_state, &StatePanel::versionWanted, this, &ControllerWindow::versionWanted);
     keepWheelFromBoxes();
-}
-
-void ControllerWindow::setVersionChangeable(bool changeable)
-{
-    m_state->setVersionChangeable(changeable);
 }
 
 void ControllerWindow::showEvent(QShowEvent *event)

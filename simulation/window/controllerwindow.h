@@ -2,12 +2,9 @@
 
 #include <QWidget>
 
-struct BackendVersions;
-
 namespace simulation {
 
 class Session;
-class StatePanel;
 
 /// The window of the simulated Controller with all its controls. It is separate from the host's window, so
 /// that it can be used while a dialog blocks the host's window. Closing this window only hides it.
@@ -18,12 +15,7 @@ class ControllerWindow : public QWidget
 public:
     explicit ControllerWindow(Session &session, QWidget *parent = nullptr);
 
-    /// Calls StatePanel::setVersionChangeable().
-    void setVersionChangeable(bool changeable);
-
 signals:
-    /// StatePanel::versionWanted() was emitted.
-    void versionWanted(const BackendVersions &version);
     /// The window was shown (\a visible true) or hidden. Not emitted when the window system minimizes or
     /// restores the window.
     void visibilityChanged(bool visible);
@@ -35,8 +27,6 @@ protected:
 
 private:
     void keepWheelFromBoxes();
-
-    StatePanel *m_state;
 };
 
 } // namespace simulation

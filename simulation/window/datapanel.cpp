@@ -87,11 +87,12 @@ QWidget *DataPanel::makeDelay()
     delay->setRange(0, maximumAnswerDelayMs);
     delay->setSingleStep(10);
     delay->setSuffix(tr(" ms"));
-    delay->setValue(m_session.answerDelay());
+    delay->setValue(m_session.link().answerDelay());
     delay->setKeyboardTracking(false);
     delay->setToolTip(tr("Delays each answer of the Controller. With the default types, the dialog reads\n"
                          "about 110 answers for three channels and 220 for ten when it opens."));
-    connect(delay, QOverload<int>::of(&QSpinBox::valueChanged), &m_session, &Session::setAnswerDelay);
+    connect(delay, QOverload<int>::of(&QSpinBox::valueChanged), &m_session.link(),
+            &ControllerLink::setAnswerDelay);
     return delay;
 }
 

@@ -10,6 +10,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDialog>
 #include <QDir>
 #include <QLabel>
 #include <QMenuBar>
@@ -72,11 +73,21 @@ void MainWindow::placeActions(const QList<ModuleAction *> &actions)
     });
     for (const ModuleAction *entry : qAsConst(ordered))
         menu(entry->menuTitle)->addAction(entry->action);
-    // Add the actions to the Controller's window, too, so that their shortcuts work there.
-    for (const ModuleAction *entry : qAsConst(ordered))
+    for (const ModuleAction *entry : qAsConst(ordered)) {
+        // Add the action to the Controller's window, too, so that its shortcut works there.
         m_controller.addAction(entry->action);
+        entry->dialog->addActions(m_globalActions);
+        entry->dialog->installEventFilter(this);
+    }
     // Move the Help menu to the end, after the new menus.
     menuBar()->addMenu(menu(tr("&Help")));
+}
+
+bool MainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if ((event->type() == QEvent::Show || event->type() == QEvent::Hide) && !event->spontaneous())
+        m_session.setDialogOpen(event->type() == QEvent::Show);
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void MainWindow::setModuleTitle(const QString &title)
@@ -145,7 +156,7 @@ void MainWindow::makeMenus(bool dark)
 
 /// Makes the shortcut of \a action work in every window. A modal dialog blocks the shortcuts of this window,
 /// so the other windows must contain the action, too: the Controller's window, and the module's dialog, to
-/// which ModuleController adds globalActions().
+/// which placeActions() adds it.
 void MainWindow::useEverywhere(QAction *action)
 {
     action->setShortcutContext(Qt::ApplicationShortcut);

@@ -25,22 +25,20 @@ public:
     /// palette.
     MainWindow(Session &session, bool dark, QWidget *parent = nullptr);
 
-    ControllerWindow &controllerWindow() { return m_controller; }
-
-    /// Returns the actions whose shortcuts must work in every window, also in the module's dialog.
-    QList<QAction *> globalActions() const { return m_globalActions; }
-
     /// Shows \a title, the name and the version of the module, in the window's title and in the message box
     /// of Help > Versions.
     void setModuleTitle(const QString &title);
 
     /// Adds \a actions to the menus that they name, in the order of menuNumber and actionNumber. Creates
-    /// missing menus.
+    /// missing menus. Watches the dialogs of the actions.
     void placeActions(const QList<ModuleAction *> &actions);
 
     /// Shows this window. With an embedded Controller, also shows the Controller's window beside this one if
     /// both fit on the screen.
     void showOnScreen();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void makeMenus(bool dark);

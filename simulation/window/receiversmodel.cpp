@@ -148,7 +148,9 @@ QVariant ReceiversModel::headerData(int section, Qt::Orientation orientation, in
         {QT_TR_NOOP("Frames"), QT_TR_NOOP("Frames that have arrived")},
         {QT_TR_NOOP("Rate"), QT_TR_NOOP("Frames per second, averaged over the last second")},
         {QT_TR_NOOP("Bytes"), QT_TR_NOOP("Bytes of all datagrams")},
-        {QT_TR_NOOP("Lost"), QT_TR_NOOP("Frames that the channel should have sent but that did not arrive")},
+        {QT_TR_NOOP("Lost"),
+         QT_TR_NOOP("Frames that the channel should have sent but that did not arrive; in router mode not\n"
+                    "counted while the dialog is open, because a changed divisor takes effect at once")},
         {QT_TR_NOOP("Out of order"), QT_TR_NOOP("Frames that arrived twice or out of order")},
         {QT_TR_NOOP("Malformed"),
          QT_TR_NOOP("Datagrams with incomplete lines, with types that are not ticked,\n"

@@ -1,6 +1,6 @@
 #include "statepanel.h"
 
-#include "cataloguesets.h"
+#include "catalogues.h"
 #include "session.h"
 
 #include <QCheckBox>
@@ -9,42 +9,11 @@
 #include <QFormLayout>
 #include <QPushButton>
 
-#include <algorithm>
-
 namespace simulation {
-
-namespace {
-
-QString nameOf(const BackendVersions &version)
-{
-    return QString::fromLatin1("%1.%2.%3").arg(version.major).arg(version.minor).arg(version.third);
-}
-
-bool isSame(const BackendVersions &one, const BackendVersions &other)
-{
-    return one.major == other.major && one.minor == other.minor && one.third == other.third;
-}
-
-struct VersionChoice
-{
-    BackendVersions version;
-    const char *remark;
-};
-
-constexpr VersionChoice versionChoices[] = {
-    {{{0, 0, 0}, 1, 9, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "all features")},
-    {{{0, 0, 0}, 1, 9, -2}, QT_TRANSLATE_NOOP("simulation::StatePanel", "test build before 1.9, no lock")},
-    {{{0, 0, 0}, 1, 8, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "no lock")},
-    {{{0, 0, 0}, 1, 5, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "no lock, no divisor")},
-    {{{0, 0, 0}, 1, 3, 0}, QT_TRANSLATE_NOOP("simulation::StatePanel", "no lock, divisor or router mode")},
-};
-
-} // namespace
 
 StatePanel::StatePanel(Session &session, QWidget *parent)
     : QGroupBox(tr("State"), parent)
     , m_session(session)
-    , m_version(new QComboBox)
     , m_locked(new QCheckBox(tr("Configuration &locked")))
     , m_router(new QCheckBox(tr("&Router mode")))
     , m_model(new QComboBox)
@@ -52,41 +21,11 @@ StatePanel::StatePanel(Session &session, QWidget *parent)
 {
     auto *form = new QFormLayout(this);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    makeVersions(form);
     makeModels(form);
     makeSwitches(form);
     makeTypes(form);
     connect(&m_session.controller(), &SimulatedController::stateChanged, this, &StatePanel::showState);
     showState();
-}
-
-void StatePanel::makeVersions(QFormLayout *form)
-{
-    m_version->setToolTip(
-        tr("A change of the version reloads the module, as a host does when it connects to\n"
-           "another Controller. Close the dialog first."));
-    const BackendVersions given = *m_session.versions();
-    const bool isListed =
-        std::any_of(std::begin(versionChoices), std::end(versionChoices),
-                    [&given](const VersionChoice &choice) { return isSame(choice.version, given); });
-    QList<BackendVersions> versions;
-    if (!isListed) {
-        m_version->addItem(tr("%1, as started").arg(nameOf(given)));
-        versions.append(given);
-    }
-    for (const VersionChoice &choice : versionChoices) {
-        m_version->addItem(tr("%1, %2").arg(nameOf(choice.version), tr(choice.remark)));
-        versions.append(choice.version);
-    }
-    connect(m_version, QOverload<int>::of(&QComboBox::activated), this, [this, versions](int row) {
-        if (!isSame(versions.at(row), *m_session.versions()))
-            emit versionWanted(versions.at(row));
-    });
-    for (int row = 0; row < versions.size(); ++row) {
-        if (isSame(versions.at(row), given))
-            m_version->setCurrentIndex(row);
-    }
-    form->addRow(tr("&Version:"), m_version);
 }
 
 void StatePanel::makeModels(QFormLayout *form)
@@ -121,11 +60,12 @@ void StatePanel::makeSwitches(QFormLayout *form)
 
 void StatePanel::makeTypes(QFormLayout *form)
 {
-    for (const CatalogueSet &set : catalogueSets())
-        m_types->addItem(QCoreApplication::translate("CatalogueSets", set.title));
+    const QList<NamedCatalogue> choices = catalogues();
+    for (const NamedCatalogue &choice : choices)
+        m_types->addItem(QCoreApplication::translate("Catalogues", choice.title));
     m_types->setToolTip(tr("The Controller's catalogue, which the dialog reads when it opens"));
-    connect(m_types, QOverload<int>::of(&QComboBox::activated), this, [this](int row) {
-        const QList<OutputType> types = catalogueSets().at(row).types;
+    connect(m_types, QOverload<int>::of(&QComboBox::activated), this, [this, choices](int row) {
+        const QList<OutputType> types = choices.at(row).types;
         m_session.controller().change([&types](ControllerState &state) { state.catalogue = types; });
     });
     form->addRow(tr("Output &types:"), m_types);
@@ -135,11 +75,6 @@ void StatePanel::makeTypes(QFormLayout *form)
            "the catalogue again, even while its dialog is open."));
     connect(announce, &QPushButton::clicked, &m_session, &Session::announceTypes);
     form->addRow(QString(), announce);
-}
-
-void StatePanel::setVersionChangeable(bool changeable)
-{
-    m_version->setEnabled(changeable);
 }
 
 void StatePanel::showState()

@@ -5,7 +5,7 @@
 #include "messageboxes.h"
 #include "networkdialog.h"
 #include "networkdialogtabwidget.h"
-#include "simulatedcontroller.h"
+#include "recordingcontroller.h"
 
 #include <QTimer>
 #include <QtTest>
@@ -21,9 +21,6 @@ class DialogFixture
 public:
     explicit DialogFixture(const std::function<void(ControllerState &)> &edit = {})
     {
-        // withChannels() makes the channels send to 127.0.0.1. The dialog must not take that address for the
-        // one of this computer, because it would then send my_ip in place of the address.
-        change([](ControllerState &state) { state.monitorAddress = "127.0.0.9"; });
         if (edit)
             change(edit);
     }
@@ -124,7 +121,7 @@ public:
         return texts;
     }
 
-    SimulatedController controller;
+    RecordingController controller;
     ControllerLink link{controller};
     BackendVersions versions{};
     QWidget window;
