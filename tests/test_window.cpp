@@ -1,8 +1,8 @@
 // Tests the windows of the simulated frontend.
 
+#include "controller.h"
 #include "conversationmodel.h"
 #include "conversationview.h"
-#include "exchange.h"
 
 #include <QApplication>
 #include <QScrollBar>

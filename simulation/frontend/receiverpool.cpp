@@ -101,8 +101,8 @@ QList<ReceiverReport> ReceiverPool::collect(Statistics statisticsOf) const
             QHostAddress(receiver->address()).toString() + ':' + QString::number(receiver->port());
         report.active = m_routes[i].content.active;
         if (!receiver->isListening()) {
-            report.problem = QCoreApplication::translate("ReceiverPool", "cannot listen: %1")
-                                 .arg(receiver->error());
+            report.problem =
+                QCoreApplication::translate("ReceiverPool", "cannot listen: %1").arg(receiver->error());
         }
         report.statistics = statisticsOf(*receiver);
         reports.append(report);

@@ -1,7 +1,6 @@
 #include "commandline.h"
 
 #include "backendversions.h"
-#include "programversion.h"
 
 #include <QCoreApplication>
 #include <QRegularExpression>
@@ -20,6 +19,11 @@ QString translated(const char *source)
 
 } // namespace
 
+QString programVersion()
+{
+    return QLatin1String(PROGRAM_VERSION);
+}
+
 CommandLine::CommandLine(const QString &program, const QString &description)
     : m_program(program)
 {
@@ -36,7 +40,7 @@ void CommandLine::add(const char *name, const char *value, const QString &help)
 
 void CommandLine::addArguments(const QString &syntax, const QString &help)
 {
-    m_parser.addPositionalArgument(QString(), help, syntax);
+    m_parser.addPositionalArgument(syntax, help, syntax);
     m_takesArguments = true;
 }
 

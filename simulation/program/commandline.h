@@ -86,4 +86,7 @@ private:
     QString m_problem;
 };
 
+/// Returns the version of the project, which all programs share.
+QString programVersion();
+
 } // namespace simulation

@@ -1,64 +1,63 @@
-#include "programversion.h"
 #include "receiverrun.h"
 #include "signalwatcher.h"
 
 #include <QCoreApplication>
 
-#include <cstdio>
-
-namespace simulation {
+using namespace simulation;
 
 namespace {
 
-enum ExitStatus : int
+QString description()
 {
-    Success = 0,
-    DataMissing = 1, // or malformed
-    WrongUsage = 2   // or a port or file that cannot be used
-};
+    return QCoreApplication::translate("receiver", R"(
+Shows whether tracking data arrive on this computer: receives the datagrams of
+each UDP port, checks them, and prints one line per second and port, then a
+summary.
 
-void reportProblem(const QString &line)
-{
-    std::fprintf(stderr, "receiver: %s\n", qPrintable(line));
+Lost frames are found by gaps in the frame numbers, so each port must receive
+one channel only. Restart the program after a change of the channel's divisor.
+
+Exit status: 0 if frames arrived on every port, as fast as --expect requires,
+no frame was lost and no datagram was malformed; 1 if not; 2 for wrong usage, or
+if the program cannot listen or write the file.
+
+Examples:
+  receiver 5001
+  receiver --interface eth1 239.255.42.3:5003
+  receiver --seconds 10 --expect 60 --save recording.txt 5001)");
 }
 
-int run(const ReceiverOptions &options)
+int run(CommandLine &line)
 {
+    ReceiverOptions options;
+    if (!readReceiverOptions(line, &options)) {
+        line.report(line.problem());
+        return WrongUsage;
+    }
+    SignalWatcher watcher;
+    QObject::connect(&watcher, &SignalWatcher::interrupted, qApp, &QCoreApplication::quit);
     ReceiverRun receiver(options);
     QString problem;
     if (!receiver.begin(&problem)) {
-        reportProblem(problem);
+        line.report(problem);
         return WrongUsage;
     }
-    QObject::connect(&receiver, &ReceiverRun::recordingFailed, reportProblem);
+    QObject::connect(&receiver, &ReceiverRun::recordingFailed,
+                     [&line](const QString &text) { line.report(text); });
     receiver.run();
     const bool isGood = receiver.judge();
     if (!receiver.hasRecordedAll())
         return WrongUsage;
-    return isGood ? Success : DataMissing;
+    return isGood ? Success : Failure;
 }
 
 } // namespace
 
-} // namespace simulation
-
-using namespace simulation;
-
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    ReceiverOptions options;
-    QString problem;
-    if (!parseReceiverOptions(QCoreApplication::arguments(), &options, &problem)) {
-        reportProblem(problem);
-        return WrongUsage;
-    }
-    if (options.help || options.version) {
-        const QString text = options.help ? receiverHelpText() : "receiver " + programVersion() + '\n';
-        std::fputs(qPrintable(text), stdout);
-        return Success;
-    }
-    SignalWatcher watcher;
-    QObject::connect(&watcher, &SignalWatcher::interrupted, &application, &QCoreApplication::quit);
-    return run(options);
+    CommandLine line(QLatin1String("receiver"), description());
+    declareReceiverOptions(line);
+    const std::optional<ExitStatus> status = line.parse(argc, argv);
+    return status ? *status : run(line);
 }

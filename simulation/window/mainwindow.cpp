@@ -4,7 +4,6 @@
 #include "conversationmodel.h"
 #include "conversationview.h"
 #include "moduleaction.h"
-#include "programversion.h"
 #include "receiverspanel.h"
 #include "session.h"
 
