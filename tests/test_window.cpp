@@ -1,12 +1,19 @@
 // Tests the windows of the simulated frontend.
 
 #include "controller.h"
-#include "conversationmodel.h"
+#include "controllerlink.h"
 #include "conversationview.h"
+#include "receiverspanel.h"
 
 #include <QApplication>
+#include <QClipboard>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QScrollBar>
-#include <QTreeView>
+#include <QTableWidget>
+#include <QTreeWidget>
 #include <QtTest>
 
 using namespace simulation;
@@ -17,6 +24,8 @@ class TestWindow : public QObject
 
 private slots:
     void conversationFollowsItsEndUnderThePointer();
+    void conversationIsFilteredCopiedAndLimited();
+    void receiversAreShownWithTheirRates();
 };
 
 /// Opening and closing the module's dialog adds more than a hundred lines. A dialog that opens takes the
@@ -27,16 +36,16 @@ void TestWindow::conversationFollowsItsEndUnderThePointer()
     view.resize(600, 200);
     view.show();
     QVERIFY(QTest::qWaitForWindowExposed(&view));
-    auto *list = view.findChild<QTreeView *>();
+    auto *list = view.findChild<QTreeWidget *>();
     QScrollBar *bar = list->verticalScrollBar();
     QCursor::setPos(list->viewport()->mapToGlobal(list->viewport()->rect().center()));
     const auto addLines = [&view] {
         for (int i = 0; i < 100; ++i)
-            view.model().addExchange({Exchange::Kind::Query, "system model", "100", 0});
+            view.addExchange({Exchange::Kind::Query, "system model", "100", 0});
     };
     for (int lines = 100; lines <= 1000; lines += 100) {
         addLines();
-        QSignalSpy entered(list, &QTreeView::entered);
+        QSignalSpy entered(list, &QTreeWidget::entered);
         QEvent leave(QEvent::Leave);
         QApplication::sendEvent(list->viewport(), &leave);
         // If the list scrolled while it handles the event, it would use the row under the pointer after
@@ -50,6 +59,82 @@ void TestWindow::conversationFollowsItsEndUnderThePointer()
     addLines();
     QTRY_VERIFY(bar->maximum() > 1050);
     QCOMPARE(bar->value(), 10);
+}
+
+void TestWindow::conversationIsFilteredCopiedAndLimited()
+{
+    ConversationView view;
+    view.addExchange({Exchange::Kind::Query, "output net ch01", "none", 0});
+    view.addExchange({Exchange::Kind::Command, "output net ch01 none", "", Locked});
+    view.addExchange({Exchange::Kind::Command, "output net ch02 none", "", Accepted});
+    view.addLogLine({"standard", "ORVANE3", 1, "cannot write channel 1"});
+    const auto *list = view.findChild<QTreeWidget *>();
+    auto *kind = view.findChild<QComboBox *>();
+    auto *words = view.findChild<QLineEdit *>();
+    const auto copied = [&view] {
+        for (QPushButton *button : view.findChildren<QPushButton *>()) {
+            if (button->text() == QLatin1String("Copy &all"))
+                button->click();
+        }
+        QStringList lines = QGuiApplication::clipboard()->text().split('\n', Qt::SkipEmptyParts);
+        for (QString &line : lines)
+            line = line.section('\t', 1); // without the time
+        return lines;
+    };
+    kind->setCurrentText(QLatin1String("Failures"));
+    QCOMPARE(copied(), (QStringList{"set\toutput net ch01 none\trefused: locked",
+                                    "log\tcannot write channel 1\tstandard, ORVANE3"}));
+    kind->setCurrentText(QLatin1String("Everything"));
+    words->setText(QLatin1String("none CH01"));
+    QCOMPARE(copied(),
+             (QStringList{"get\toutput net ch01\tnone", "set\toutput net ch01 none\trefused: locked"}));
+    // New lines pass through the filter, too.
+    view.addExchange({Exchange::Kind::Query, "output net_active ch01", "yes", 0});
+    QCOMPARE(copied().size(), 2);
+
+    for (int i = list->topLevelItemCount(); i <= ConversationView::Limit; ++i)
+        view.addExchange({Exchange::Kind::Query, QByteArray::number(i), "none ch01", 0});
+    QCOMPARE(list->topLevelItemCount(), ConversationView::Limit * 9 / 10 + 1);
+    QCOMPARE(copied().last(), "get\t" + QString::number(ConversationView::Limit) + "\tnone ch01");
+}
+
+void TestWindow::receiversAreShownWithTheirRates()
+{
+    ReceiversPanel panel;
+    const auto *table = panel.findChild<QTableWidget *>();
+    const auto *frame = panel.findChild<QPlainTextEdit *>();
+    const auto cells = [table](int row) {
+        QStringList texts;
+        for (int column = 0; column < table->columnCount(); ++column)
+            texts.append(table->item(row, column)->text());
+        return texts.join('|');
+    };
+    ReceiverReport one{1, "127.0.0.1:5001", {}, true, {}};
+    ReceiverReport two{2, "127.0.0.1:5002", "cannot listen: in use", false, {}};
+    panel.showReports({one, two});
+    QCOMPARE(cells(0), QString("1|127.0.0.1:5001|0|0.0 /s|0|0|0|0|0"));
+    QCOMPARE(cells(1), QString("2 (off)|127.0.0.1:5002, cannot listen: in use|0|0.0 /s|0|0|0|0|0"));
+
+    // The selection stays on the channel when another receiver comes or goes.
+    table->selectionModel()->select(table->model()->index(1, 0),
+                                    QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    two.statistics.lastFrame = "fr 7\r\n6d 0\r\n";
+    panel.showReports({two});
+    QCOMPARE(frame->toPlainText(), QString("fr 7\n6d 0\n"));
+    panel.showReports({one, two});
+    QCOMPARE(frame->toPlainText(), QString("fr 7\n6d 0\n"));
+    two.statistics.lastFrame = QByteArray("\r\n").repeated(30000);
+    panel.showReports({one, two});
+    QVERIFY(frame->blockCount() < 10000);
+
+    one.statistics.frames = 1000;
+    const auto rate = [&] {
+        panel.showReports({one, two});
+        return cells(0).section('|', 3, 3).remove(',').section(' ', 0, 0).toDouble();
+    };
+    QTRY_VERIFY(rate() > 0.0);
+    one.statistics.frames = 0; // the counters were reset
+    QCOMPARE(rate(), 0.0);
 }
 
 QTEST_MAIN(TestWindow)

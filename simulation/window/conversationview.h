@@ -1,45 +1,56 @@
 #pragma once
 
+#include <QStringList>
 #include <QWidget>
 
 class QComboBox;
 class QLabel;
 class QLayout;
 class QLineEdit;
-class QTreeView;
+class QTreeWidget;
+class QTreeWidgetItem;
 
 namespace simulation {
 
-class ConversationFilter;
-class ConversationModel;
+struct Exchange;
+struct LogLine;
 
-/// Shows the queries and commands to the Controller and the lines of the host's log as they arrive. The user
-/// can filter and copy them.
+/// Lists the latest queries and commands to the Controller and the lines of the host's log as they arrive.
+/// The user can filter and copy them.
 class ConversationView : public QWidget
 {
     Q_OBJECT
 
 public:
+    /// The maximum number of lines. When it is reached, the next line replaces the oldest tenth.
+    static constexpr int Limit = 5000;
+
     explicit ConversationView(QWidget *parent = nullptr);
 
-    ConversationModel &model() { return *m_model; }
+    /// Appends \a exchange with the current time.
+    void addExchange(const Exchange &exchange);
+
+    /// Appends \a line with the current time.
+    void addLogLine(const LogLine &line);
 
     /// Moves the keyboard focus to the filter field.
     void focusFilter();
 
 private:
     QLayout *makeHeader();
-    void makeTable();
-    void makeCopyActions();
+    void makeList();
+    void append(int kind, bool isFailure, const QStringList &texts);
+    bool passes(const QTreeWidgetItem &item) const;
+    void applyFilter();
     void showCount();
+    void copyLines(bool onlySelected) const;
     void followEnd();
 
-    ConversationModel *m_model;
-    ConversationFilter *m_filter;
     QComboBox *m_kind;
     QLineEdit *m_words;
     QLabel *m_count;
-    QTreeView *m_view;
+    QTreeWidget *m_list;
+    int m_shown = 0;     ///< number of lines that pass the filter
     bool m_atEnd = true; ///< whether the latest line is visible
 };
 

@@ -1,7 +1,6 @@
 #include "mainwindow.h"
 
 #include "appearance.h"
-#include "conversationmodel.h"
 #include "conversationview.h"
 #include "moduleaction.h"
 #include "receiverspanel.h"
@@ -228,9 +227,8 @@ void MainWindow::makeStatusBar()
 
 void MainWindow::followConversation()
 {
-    ConversationModel *model = &m_conversation->model();
-    connect(&m_session, &Session::exchanged, model, &ConversationModel::addExchange);
-    connect(&m_session.link(), &ControllerLink::logged, model, &ConversationModel::addLogLine);
+    connect(&m_session, &Session::exchanged, m_conversation, &ConversationView::addExchange);
+    connect(&m_session.link(), &ControllerLink::logged, m_conversation, &ConversationView::addLogLine);
 }
 
 /// Shows the state of the connection to a remote Controller.

@@ -39,7 +39,6 @@ RatePlot::RatePlot(QWidget *parent)
     setBackgroundRole(QPalette::Base);
     setAutoFillBackground(true);
     static_cast<QwtPlotCanvas *>(canvas())->setFrameShape(QFrame::NoFrame);
-    setContentsMargins(4, 6, 10, 2);
     setMinimumHeight(13 * fontMetrics().height());
     plotLayout()->setAlignCanvasToScales(true);
     insertLegend(new QwtLegend, QwtPlot::BottomLegend);
@@ -50,6 +49,7 @@ RatePlot::RatePlot(QWidget *parent)
         axisScaleDraw(axis)->enableComponent(QwtAbstractScaleDraw::Ticks, false);
         axisWidget(axis)->setMargin(0);
     }
+    axisWidget(xBottom)->setMinBorderDist(22, 22); // keeps the labels off the frame
     m_zoomer->setMaxStackDepth(1);
     canvas()->setToolTip(tr("Drag with the left button to zoom in, click with the right button to zoom out"));
     takePalette();

@@ -2,18 +2,22 @@
 
 #include "receiverpool.h"
 
+#include <QElapsedTimer>
+#include <QHash>
+#include <QQueue>
 #include <QWidget>
 
+class QLabel;
 class QLayout;
-class QTableView;
+class QPlainTextEdit;
+class QTableWidget;
 
 namespace simulation {
 
-class LastFrameView;
 class RatePlot;
-class ReceiversModel;
 
-/// Shows the receivers: a table, a plot of the rates, and the last frame of the selected receiver.
+/// Shows the receivers: a table with one row each, a plot of the rates, and the last frame of the selected
+/// receiver.
 class ReceiversPanel : public QWidget
 {
     Q_OBJECT
@@ -21,7 +25,8 @@ class ReceiversPanel : public QWidget
 public:
     explicit ReceiversPanel(QWidget *parent = nullptr);
 
-    /// Shows \a reports. Call it several times per second, as ReceiversModel::update() requires.
+    /// Shows \a reports. Call it several times per second: the rates are computed from the frames that were
+    /// added within the last second.
     void showReports(const QList<ReceiverReport> &reports);
 
 signals:
@@ -29,15 +34,31 @@ signals:
     void resetRequested();
 
 private:
-    void makeTable();
-    QLayout *makeHeader();
-    QWidget *makeDetails();
-    void showFrame();
+    struct Sample
+    {
+        qint64 milliseconds;
+        qint64 frames;
+    };
 
-    ReceiversModel *m_model;
-    QTableView *m_table;
+    QWidget *makeReceivers();
+    QWidget *makeDetails();
+    void makeTable();
+    double takeSample(const ReceiverReport &report);
+    void showRow(int row, const ReceiverReport &report, double rate);
+    int selectedChannel() const;
+    void selectChannel(int channel);
+    void showSelected();
+    void showFrame(const QByteArray &frame);
+
+    QTableWidget *m_table;
+    QLabel *m_hint; ///< shown while the table is empty
     RatePlot *m_plot;
-    LastFrameView *m_frame;
+    QLabel *m_frameTitle;
+    QPlainTextEdit *m_frame;
+    QList<ReceiverReport> m_reports;
+    QHash<int, QQueue<Sample>> m_samples; ///< the samples of the last second, by channel number
+    QElapsedTimer m_clock;
+    int m_frameChannel = 0; ///< the channel of the shown frame; 0 if there is none
 };
 
 } // namespace simulation
