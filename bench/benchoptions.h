@@ -10,10 +10,10 @@ struct BenchOptions
 {
     QString json;        ///< file for the table as JSON; empty: none
     QStringList only;    ///< measure these groups of rows; empty: the usual ones
-    bool quick = false;  ///< a third of the repetitions, and a shorter data flow in the rows of memory growth
-    int soakSeconds = 0; ///< duration of the data flow in the rows of memory growth; 0: the default
+    bool quick = false;  ///< a third of the repetitions, and a shorter data flow in the group memory
+    int soakSeconds = 0; ///< duration of the data flow in the group memory; 0: the default
     QString against; ///< plug-in file with which the built one is compared; empty: compare with the limits
-    QString probe;   ///< internal: what a child process of the memory rows measures; see runProbe()
+    QString probe;   ///< internal: what a child process of the memory rows measures; see probeMemory()
 
     /// Returns \a usual, or, in a quick run, a third of it, rounded up.
     int repetitions(int usual) const { return quick ? (usual + 2) / 3 : usual; }

@@ -32,10 +32,4 @@ inline int64_t threadCpuNs()
     return clockNs(CLOCK_THREAD_CPUTIME_ID);
 }
 
-inline void sleepUs(int64_t microseconds)
-{
-    const timespec time{time_t(microseconds / 1'000'000), long(microseconds % 1'000'000 * 1000)};
-    nanosleep(&time, nullptr);
-}
-
 } // namespace bench

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -9,6 +8,7 @@ namespace bench {
 
 constexpr int channelCount = 10;
 constexpr int linesPerFrame = 12;
+constexpr int paddingTo60Kb = 59000;
 
 /// One line of a frame, as the host delivers it.
 struct FrameLine
@@ -17,44 +17,27 @@ struct FrameLine
     std::string text; ///< ends in CR LF
 };
 
-/// The frame that the benchmark sends repeatedly: 12 lines, about 1 KB in total without padding. Only the
-/// frame number changes. The number always has nine digits at the same position, so that datagrams can be
-/// prepared in advance.
-class Frame
-{
-public:
-    /// Adds \a padding blanks to the end of the first line, before its CR LF.
-    explicit Frame(int padding = 0);
+using FrameLines = std::vector<FrameLine>;
 
-    /// Writes \a number, which must have nine digits, into the first line.
-    void setNumber(uint32_t number);
+/// Returns the frame that the benchmark sends repeatedly: linesPerFrame lines, about 1 KB in total, and
+/// \a padding blanks at the end of the first line. Only the frame number changes.
+FrameLines frameLines(int padding = 0);
 
-    const std::array<FrameLine, linesPerFrame> &lines() const { return m_lines; }
+/// Returns the lines whose types channel \a channel, counted from 0, ticks: the first and the last line, and
+/// eight of the ten others. The set is different for each of the ten channels.
+FrameLines tickedLines(int channel, int padding = 0);
 
-private:
-    std::array<FrameLine, linesPerFrame> m_lines;
-};
-
-/// The first frame number. The numbers from this one up to 999'999'999 have nine digits.
+/// The first frame number. It and all later ones have nine digits, always at the same position of the first
+/// line, so that datagrams can be prepared in advance.
 constexpr uint32_t firstFrameNumber = 100'000'000;
 
-/// Position of the number in the first line of a frame, which is also the first line of each datagram.
-constexpr int numberPosition = 3;
-constexpr int numberDigits = 9;
+/// Where the number ends in the first line of a frame, which is also the first line of each datagram.
+constexpr int numberEnd = 12;
 
-/// Writes \a number, which must have at most numberDigits digits, with leading zeros and without a
-/// terminating zero character.
-void writeNumber(char *digits, uint32_t number);
+/// Writes \a number, which must have nine digits, into a text that starts with the first line of a frame.
+void writeNumber(char *text, uint32_t number);
 
-/// Returns the number that numberDigits decimal digits, starting at \a digits, represent.
-uint32_t readNumber(const char *digits);
-
-/// Returns the types that channel \a channel, counted from 0, ticks: those of the first and the last line,
-/// and eight of the ten others. The set is different for each of the ten channels.
-std::vector<std::string> tickedTypes(int channel);
-
-/// Returns the datagram of channel \a channel for a frame with \a padding: the lines whose types the channel
-/// ticks.
-std::string datagramOf(int channel, int padding = 0);
+/// Returns the number in a text of at least numberEnd characters that starts with the first line of a frame.
+uint32_t readNumber(const char *text);
 
 } // namespace bench

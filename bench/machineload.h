@@ -8,8 +8,6 @@ namespace bench {
 class MachineLoad
 {
 public:
-    MachineLoad();
-
     /// Returns the share (0 to 1) of the time of all CPUs that went to other processes, interrupts and, on a
     /// virtual machine, its host, since the previous call or the construction. It is computed as the time
     /// that was neither idle nor used by this process and its children. If less than 0.2 s has passed,
@@ -19,12 +17,11 @@ public:
 private:
     struct Sample
     {
-        int64_t time = 0; ///< in nanoseconds, like the members below
-        int64_t idle = 0; ///< of all CPUs
-        int64_t own = 0;  ///< CPU time of this process and its children
-    };
+        Sample();
 
-    static Sample sample();
+        int64_t time; ///< in nanoseconds
+        int64_t used; ///< idle time of all CPUs and CPU time of this process and its children, in nanoseconds
+    };
 
     Sample m_last;
     double m_share = 0;

@@ -2,7 +2,6 @@
 #include "hostedmodule.h"
 #include "receivers.h"
 #include "report.h"
-#include "residency.h"
 #include "rows.h"
 
 #include <QApplication>
@@ -17,35 +16,26 @@ struct RowGroup
 {
     const char *name;
     void (*add)(const BenchOptions &, const Receivers &, Report &);
-    bool isDefault;        // measured if --only is missing
-    bool comparesTwoFiles; // works with --against
+    bool isUsual;         // measured without --only
+    bool comparesPlugins; // can be measured with --against
 };
 
-const RowGroup rowGroups[] = {
-    {"paced", addPacedRows, true, true},      {"sizes", addSizeRows, false, true},
-    {"call", addCallRows, true, false},       {"growth", addGrowthRows, true, false},
-    {"opening", addOpeningRows, true, false}, {"memory", addMemoryRows, true, false},
-};
+const RowGroup rowGroups[] = {{"paced", addPacedRows, true, true},
+                              {"sizes", addSizeRows, false, true},
+                              {"scaling", addScalingRows, true, false},
+                              {"memory", addMemoryRows, true, false}};
 
-/// Returns the names of the groups that can be measured with \a options.
-QStringList groupsFor(const BenchOptions &options)
-{
-    QStringList names;
-    for (const RowGroup &group : rowGroups) {
-        if (options.against.isEmpty() || group.comparesTwoFiles)
-            names << QLatin1String(group.name);
-    }
-    return names;
-}
-
-/// Returns what is wrong with the options; empty if nothing is.
+/// Returns why the groups or the plug-in in \a options cannot be measured; empty if they can.
 QString problemWith(const BenchOptions &options)
 {
-    const QStringList known = groupsFor(options);
-    for (const QString &group : options.only) {
-        if (!known.contains(group))
-            return QString::fromLatin1("'%1' is not a group to measure: %2")
-                .arg(group, known.join(QLatin1String(", ")));
+    QStringList possible;
+    for (const RowGroup &group : rowGroups) {
+        if (options.against.isEmpty() || group.comparesPlugins)
+            possible << group.name;
+    }
+    for (const QString &name : options.only) {
+        if (!possible.contains(name))
+            return QString("'%1' is not one of the groups %2").arg(name, possible.join(", "));
     }
     QString problem;
     simulation::HostedModule other;
@@ -54,30 +44,31 @@ QString problemWith(const BenchOptions &options)
     return problem;
 }
 
+int fail(const QString &problem, int status)
+{
+    std::fprintf(stderr, "benchmark: %s\n", qPrintable(problem));
+    return status;
+}
+
 int run(const BenchOptions &options, const Receivers &receivers)
 {
     Report report;
-    const QStringList possible = groupsFor(options);
     for (const RowGroup &group : rowGroups) {
-        const QString name = QLatin1String(group.name);
-        if (options.only.isEmpty() ? group.isDefault && possible.contains(name) : options.only.contains(name))
+        const bool isUsual = group.isUsual && (options.against.isEmpty() || group.comparesPlugins);
+        if (options.only.isEmpty() ? isUsual : options.only.contains(group.name))
             group.add(options, receivers, report);
     }
     report.finish();
-    if (!options.json.isEmpty() && !report.write(options.json)) {
-        std::fprintf(stderr, "benchmark: cannot write '%s'\n", qPrintable(options.json));
-        return 1;
-    }
+    if (!options.json.isEmpty() && !report.write(options.json))
+        return fail(QString("cannot write '%1'").arg(options.json), 1);
     if (!report.hasRows())
-        std::fprintf(stderr, "benchmark: no row was measured\n");
-    return report.hasRows() && !report.hasRemarks() ? 0 : 1;
+        return fail("no row was measured", 1);
+    return report.hasRemarks() ? 1 : 0;
 }
 
 } // namespace
 
-/// Returns 0 if rows were measured, there are no remarks (for example on lost datagrams), and the JSON file,
-/// if any, was written. Goals that are not met do not change the result. With --probe, returns the result of
-/// probeResidency().
+/// script/bench says what the exit status is. With --probe, it is that of probeMemory().
 int main(int argc, char *argv[])
 {
     QStringList arguments;
@@ -86,15 +77,11 @@ int main(int argc, char *argv[])
     const BenchOptions options = parseOptions(arguments);
     // Start the receivers before any thread is created, because start() forks.
     Receivers receivers;
-    if (!receivers.start()) {
-        std::fprintf(stderr, "benchmark: cannot start the receivers\n");
-        return 1;
-    }
+    if (!receivers.start())
+        return fail("cannot start the receivers", 1);
     const QApplication application(argc, argv);
     const QString problem = problemWith(options);
-    if (!problem.isEmpty()) {
-        std::fprintf(stderr, "benchmark: %s\n", qPrintable(problem));
-        return 2;
-    }
-    return options.probe.isEmpty() ? run(options, receivers) : probeResidency(options, receivers);
+    if (!problem.isEmpty())
+        return fail(problem, 2);
+    return options.probe.isEmpty() ? run(options, receivers) : probeMemory(options.probe, receivers);
 }

@@ -4,7 +4,6 @@
 #include "moduleaction.h"
 #include "receivers.h"
 #include "requester.h"
-#include "stall.h"
 
 #include <QDialog>
 #include <QTimer>
@@ -27,28 +26,19 @@ QByteArray spareType(int number)
 QList<OutputType> catalogue(int size)
 {
     QList<OutputType> types;
-    const Frame frame;
-    for (const FrameLine &line : frame.lines())
+    for (const FrameLine &line : frameLines())
         types.append({line.type.c_str(), "Output of the type " + QByteArray(line.type.c_str()), true});
     for (int number = 1; types.size() < size; ++number)
         types.append({spareType(number), "Spare output " + QByteArray::number(number), true});
     return types;
 }
 
-QSet<QByteArray> ticksOf(int channel, const Setup &setup)
+QSet<QByteArray> typesOf(int channel)
 {
-    if (channel >= setup.tickingChannels)
-        return {spareType(1)};
-    QSet<QByteArray> ticks;
-    if (setup.allLines) {
-        const Frame frame;
-        for (const FrameLine &line : frame.lines())
-            ticks.insert(line.type.c_str());
-    } else {
-        for (const std::string &type : tickedTypes(channel))
-            ticks.insert(type.c_str());
-    }
-    return ticks;
+    QSet<QByteArray> types;
+    for (const FrameLine &line : tickedLines(channel))
+        types.insert(line.type.c_str());
+    return types;
 }
 
 /// Exits with a message if \a failed: nothing can be measured without the plug-in.
@@ -64,14 +54,13 @@ void exitIf(bool failed, const QString &problem)
 
 ModuleUnderTest::ModuleUnderTest(const Receivers &receivers, const Setup &setup)
     : m_setup(setup)
-    , m_frame(setup.padding)
+    , m_frame(frameLines(setup.padding))
 {
     prepareController(receivers);
     QString problem;
     exitIf(!m_module.load(setup.plugin, &problem), problem);
     const QList<ModuleAction *> actions = m_module.begin(&m_link, &m_window, &m_versions);
-    exitIf(actions.isEmpty() || !m_link.requester(),
-           QLatin1String("the plug-in does not register with the host"));
+    exitIf(actions.isEmpty() || !m_link.lastRequester, "the plug-in does not register with the host");
     m_dialog = actions.first()->dialog;
 }
 
@@ -91,30 +80,33 @@ void ModuleUnderTest::prepareController(const Receivers &receivers)
             const bool isStalled = m_setup.stalled && i == m_setup.channels - 1;
             const Destination destination{Destination::Kind::Udp, "127.0.0.1",
                                           isStalled ? stalledPort : receivers.port(i)};
-            state.channels[size_t(i)] = {destination, true, 1, ticksOf(i, m_setup)};
+            const QSet<QByteArray> types = m_setup.ticking ? typesOf(i) : QSet<QByteArray>{spareType(1)};
+            state.channels[size_t(i)] = {destination, true, 1, types};
         }
         m_versions = state.version;
     });
 }
 
+int ModuleUnderTest::channels() const
+{
+    return m_setup.ticking ? m_setup.channels - (m_setup.stalled ? 1 : 0) : 0;
+}
+
 int64_t ModuleUnderTest::sendFrame(uint32_t number)
 {
-    setNumber(number);
-    for (int index = 0; index < linesPerFrame - 1; ++index)
-        deliver(index);
-    const int64_t start = nowNs();
-    deliver(linesPerFrame - 1);
+    writeNumber(m_frame.front().text.data(), number);
+    int64_t start = 0;
+    for (const FrameLine &line : m_frame) {
+        if (&line == &m_frame.back())
+            start = nowNs();
+        m_link.lastRequester->onOutputData(line.type.c_str(), line.text.c_str());
+    }
     return start;
 }
 
-void ModuleUnderTest::deliver(int index)
+double ModuleUnderTest::openAndClose()
 {
-    const FrameLine &line = m_frame.lines()[size_t(index)];
-    m_link.requester()->onOutputData(line.type.c_str(), line.text.c_str());
-}
-
-int64_t ModuleUnderTest::openAndClose()
-{
+    const int64_t start = nowNs();
     int64_t shown = 0;
     QTimer pollWindow;
     QObject::connect(&pollWindow, &QTimer::timeout, m_dialog, [&] {
@@ -126,7 +118,7 @@ int64_t ModuleUnderTest::openAndClose()
     });
     pollWindow.start(0);
     QMetaObject::invokeMethod(m_dialog, "update_and_exec");
-    return shown;
+    return double(shown - start) / 1e6;
 }
 
 } // namespace bench

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "benchlink.h"
+#include "controllerlink.h"
 #include "frames.h"
 #include "hostedmodule.h"
-#include "pipeline.h"
+#include "pacing.h"
 #include "simulatedcontroller.h"
 
 #include <QWidget>
@@ -14,26 +14,44 @@ namespace bench {
 
 class Receivers;
 
+/// The host's services, which keep the requester that the module registers.
+class BenchLink : public simulation::ControllerLink
+{
+public:
+    using ControllerLink::ControllerLink;
+
+    int addRequester(Requester *requester) override
+    {
+        lastRequester = requester;
+        return ControllerLink::addRequester(requester);
+    }
+
+    Requester *lastRequester = nullptr;
+};
+
 /// The state of the Controller when the module is loaded, and the frames that the host delivers.
 struct Setup
 {
-    QString plugin = QLatin1String(PLUGIN_PATH); ///< the plug-in file
-    int channels = channelCount;                 ///< active channels with a destination, 1 to 10
-    int tickingChannels = channelCount; ///< how many of them, from the first on, tick types that occur in the
-                                        ///< frame; the others tick a type that never occurs
-    bool allLines = false;              ///< ticking channels tick all twelve types instead of ten
-    int types = 15;                     ///< number of types in the catalogue, at least 13
-    bool routing = true;                ///< the Controller is in router mode
-    int padding = 0;                    ///< additional bytes in the first line of the frame
-    bool stalled = false; ///< the last channel's socket is never ready. ModuleUnderTest::channels() does not
-                          ///< count this channel, which must be a ticking one.
+    QString plugin = PLUGIN_PATH;
+    int channels = channelCount; ///< active channels with a destination, 1 to 10
+    bool ticking = true;         ///< they tick tickedLines(); otherwise a type that occurs in no frame
+    int types = 15;              ///< number of types in the catalogue, at least 13
+    bool routing = true;         ///< the Controller is in router mode
+    int padding = 0;             ///< of frameLines()
+    bool stalled = false;        ///< the socket of the last channel is never ready
 };
+
+/// A socket that sends to this port is never ready: sendto() fails with EAGAIN, and a later poll() of only
+/// this socket returns 0 after its time-out, which is at most 100 ms in the module. stall.cpp defines these
+/// two functions, which replace those of the C library in the whole process. At most one socket at a time
+/// may send to this port.
+constexpr uint16_t stalledPort = 9;
 
 /// The plug-in in a host, loaded by the constructor and unloaded by the destructor, as a pipeline to the
 /// receivers. If the plug-in cannot be loaded or unloaded, the program exits with status 1.
 ///
-/// Thread safety: channels() may be called on any thread. sendFrame(), setNumber() and deliver() may be
-/// called on any thread, but only on one at a time. Everything else belongs to the GUI thread.
+/// Thread safety: channels() may be called on any thread, sendFrame() on one thread at a time. Everything
+/// else belongs to the GUI thread.
 class ModuleUnderTest : public Pipeline
 {
 public:
@@ -43,20 +61,12 @@ public:
     ModuleUnderTest &operator=(const ModuleUnderTest &) = delete;
 
     int64_t sendFrame(uint32_t number) override;
-    int channels() const override { return m_setup.tickingChannels - (m_setup.stalled ? 1 : 0); }
 
-    /// Makes deliver() pass the lines of frame \a number, which must have nine digits.
-    void setNumber(uint32_t number) { m_frame.setNumber(number); }
+    /// Does not count a stalled channel, nor channels that tick no line.
+    int channels() const override;
 
-    /// Passes line \a index of the frame, 0 to linesPerFrame - 1, to the module, which wakes workers at the
-    /// last line.
-    void deliver(int index);
-
-    /// Opens the dialog and closes it as soon as it is painted. Returns the time at which it was painted, in
-    /// monotonic nanoseconds.
-    int64_t openAndClose();
-
-    BenchLink &link() { return m_link; }
+    /// Opens the dialog and closes it as soon as it is painted. Returns how long this took, in milliseconds.
+    double openAndClose();
 
 private:
     void prepareController(const Receivers &receivers);
@@ -68,7 +78,7 @@ private:
     QWidget m_window;
     simulation::HostedModule m_module;
     QDialog *m_dialog = nullptr;
-    Frame m_frame;
+    FrameLines m_frame;
 };
 
 } // namespace bench

@@ -2,154 +2,112 @@
 
 #include "clocks.h"
 #include "frames.h"
-#include "pipeline.h"
 #include "receivers.h"
 
-#include <algorithm>
-#include <functional>
+#include <QThread>
+
+#include <chrono>
 #include <thread>
+
+#include <sys/resource.h>
 
 namespace bench {
 
 namespace {
 
-constexpr int64_t arrivalLimitNs = 1'000'000'000;
-constexpr int windowFrames = 300;
+constexpr int64_t second = 1'000'000'000;
 
-void sleepUntil(int64_t time)
-{
-    const timespec until{time_t(time / 1'000'000'000), long(time % 1'000'000'000)};
-    clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
-}
-
-/// Returns the sum of \a count over the first \a channels receivers.
-uint64_t total(const Receivers &receivers, int channels, uint64_t (Receivers::*count)(int) const)
-{
-    uint64_t sum = 0;
-    for (int channel = 0; channel < channels; ++channel)
-        sum += (receivers.*count)(channel);
-    return sum;
-}
-
-/// Returns the smallest difference between a receiver's current count and its count in \a before.
-uint64_t fewest(const Receivers &receivers, const std::vector<uint64_t> &before)
-{
-    uint64_t fewest = UINT64_MAX;
-    for (size_t i = 0; i < before.size(); ++i)
-        fewest = std::min(fewest, receivers.datagrams(int(i)) - before[i]);
-    return fewest;
-}
-
-/// Runs \a feed, which feeds \a frames frames, on a data thread. Measures until all their datagrams have
-/// arrived, or until a second after the last frame.
-Run measure(Pipeline &pipeline, const Receivers &receivers, int frames, const std::function<void()> &feed)
-{
-    const int channels = pipeline.channels();
-    Run run;
-    run.sent = uint64_t(frames) * uint64_t(channels);
-    std::thread([&] {
-        std::vector<uint64_t> goal = counts(receivers, channels);
-        for (uint64_t &count : goal)
-            count += uint64_t(frames);
-        const uint64_t arrived = total(receivers, channels, &Receivers::datagrams);
-        const uint64_t bytes = total(receivers, channels, &Receivers::bytes);
-        const int64_t cpu = processCpuNs();
-        feed();
-        waitForArrivals(receivers, goal);
-        run.cpuNs = processCpuNs() - cpu;
-        run.arrived = total(receivers, channels, &Receivers::datagrams) - arrived;
-        run.bytes = total(receivers, channels, &Receivers::bytes) - bytes;
-    }).join();
-    return run;
-}
-
-} // namespace
-
+/// Returns firstFrameNumber at the first call, and then the next number at each call.
 uint32_t nextFrameNumber()
 {
     static uint32_t next = firstFrameNumber;
     return next++;
 }
 
-std::vector<uint64_t> counts(const Receivers &receivers, int channels)
+int64_t minorPageFaults()
 {
-    std::vector<uint64_t> counts(size_t(channels), 0);
-    for (int channel = 0; channel < channels; ++channel)
-        counts[size_t(channel)] = receivers.datagrams(channel);
-    return counts;
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_minflt;
 }
 
-bool waitForArrivals(const Receivers &receivers, const std::vector<uint64_t> &counts)
+/// Waits until each of the first \a channels receivers has received frame \a number, or until \a limit.
+/// Sleeps, because a busy wait would count as CPU time of the pipeline. Returns false if the frame does not
+/// arrive.
+bool waitForArrival(const Receivers &receivers, int channels, uint32_t number, int64_t limit)
 {
-    const int64_t limit = nowNs() + arrivalLimitNs;
-    for (size_t channel = 0; channel < counts.size();) {
-        if (receivers.datagrams(int(channel)) >= counts[channel])
-            ++channel;
-        else if (nowNs() > limit)
-            return false;
-        else
-            sleepUs(500);
+    for (int channel = 0; channel < channels; ++channel) {
+        while (receivers.arrival(channel, number).timeNs == 0) {
+            if (nowNs() > limit)
+                return false;
+            QThread::usleep(200);
+        }
     }
     return true;
 }
+
+/// Sends one frame for each element of \a starts, to which it writes the time at which the frame's latency
+/// begins. Adds to \a run what the sending costs. Returns the number of the last frame.
+uint32_t sendFrames(Pipeline &pipeline, const Receivers &receivers, int rate, std::vector<int64_t> *starts,
+                    Run *run)
+{
+    constexpr uint32_t windowFrames = 300;
+    const int64_t begin = nowNs();
+    run->pageFaults = -minorPageFaults();
+    uint32_t number = 0;
+    for (size_t frame = 0; frame < starts->size(); ++frame) {
+        number = nextFrameNumber();
+        if (rate > 0)
+            std::this_thread::sleep_until(std::chrono::steady_clock::time_point(
+                std::chrono::nanoseconds(begin + int64_t(frame + 1) * second / rate)));
+        else if (frame >= windowFrames)
+            waitForArrival(receivers, pipeline.channels(), number - windowFrames, begin + 10 * second);
+        if (frame == size_t(rate))
+            run->pageFaults = -minorPageFaults();
+        const int64_t cpu = threadCpuNs();
+        (*starts)[frame] = pipeline.sendFrame(number);
+        run->feedingNs += threadCpuNs() - cpu;
+    }
+    run->pageFaults += minorPageFaults();
+    return number;
+}
+
+} // namespace
 
 bool warmUp(Pipeline &pipeline, const Receivers &receivers)
 {
-    constexpr int64_t limitNs = 5 * arrivalLimitNs;
-    constexpr int settleUs = 20'000;
-    const int channels = pipeline.channels();
-    std::vector<uint64_t> before = counts(receivers, channels);
-    const int64_t limit = nowNs() + limitNs;
-    while (fewest(receivers, before) < 20) {
-        if (nowNs() > limit)
-            return false;
-        pipeline.sendFrame(nextFrameNumber());
-        sleepUs(1000);
+    const int64_t limit = nowNs() + 5 * second;
+    uint32_t number = 0;
+    for (int frame = 0; frame < 50; ++frame) {
+        number = nextFrameNumber();
+        pipeline.sendFrame(number);
+        QThread::usleep(1000);
     }
-    do {
-        before = counts(receivers, channels);
-        sleepUs(settleUs);
-    } while (counts(receivers, channels) != before);
-    return true;
+    return waitForArrival(receivers, pipeline.channels(), number, limit);
 }
 
-Run runPaced(Pipeline &pipeline, const Receivers &receivers, int rate, int frames)
+Run feed(Pipeline &pipeline, const Receivers &receivers, int rate, int frames)
 {
+    Run run;
+    run.sent = frames * pipeline.channels();
     std::vector<int64_t> starts(size_t(frames), 0);
-    uint32_t first = 0;
-    Run run = measure(pipeline, receivers, frames, [&] {
-        const int64_t period = 1'000'000'000 / rate;
-        int64_t due = nowNs();
-        for (int64_t &start : starts) {
-            due += period;
-            sleepUntil(due);
-            const uint32_t number = nextFrameNumber();
-            first = first == 0 ? number : first;
-            start = pipeline.sendFrame(number);
-        }
-    });
+    uint32_t last = 0;
+    std::thread([&] {
+        const int64_t cpu = processCpuNs();
+        last = sendFrames(pipeline, receivers, rate, &starts, &run);
+        waitForArrival(receivers, pipeline.channels(), last, nowNs() + second);
+        run.cpuNs = processCpuNs() - cpu;
+    }).join();
     for (int frame = 0; frame < frames; ++frame) {
         for (int channel = 0; channel < pipeline.channels(); ++channel) {
-            if (const int64_t arrival = receivers.arrival(channel, first + uint32_t(frame)))
-                run.latenciesNs.push_back(double(arrival - starts[size_t(frame)]));
+            const Arrival arrival = receivers.arrival(channel, last + 1 - uint32_t(frames - frame));
+            if (arrival.timeNs == 0)
+                continue;
+            run.bytes += arrival.bytes;
+            run.latenciesNs.push_back(double(arrival.timeNs - starts[size_t(frame)]));
         }
     }
-    std::sort(run.latenciesNs.begin(), run.latenciesNs.end());
     return run;
-}
-
-Run runWindowed(Pipeline &pipeline, const Receivers &receivers, int frames)
-{
-    const std::vector<uint64_t> before = counts(receivers, pipeline.channels());
-    return measure(pipeline, receivers, frames, [&] {
-        const int64_t limit = nowNs() + 10 * arrivalLimitNs;
-        for (int fed = 0; fed < frames; ++fed) {
-            // Sleep, because a busy wait would count as CPU time of the pipeline.
-            while (uint64_t(fed) >= fewest(receivers, before) + windowFrames && nowNs() < limit)
-                sleepUs(200);
-            pipeline.sendFrame(nextFrameNumber());
-        }
-    });
 }
 
 } // namespace bench

@@ -1,62 +1,48 @@
 #pragma once
 
-#include "frames.h"
-
+#include <cstdint>
 #include <string>
 
-#include <arpa/inet.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace bench {
+
+/// A UDP socket, closed by the destructor.
+class Socket
+{
+public:
+    Socket() = default;
+    ~Socket() { close(m_descriptor); }
+    Socket(const Socket &) = delete;
+    Socket &operator=(const Socket &) = delete;
+
+    int descriptor() const { return m_descriptor; }
+
+    /// Binds the socket to a free port of 127.0.0.1 and returns the port, or 0 on failure.
+    uint16_t bindToLoopback() const;
+
+private:
+    const int m_descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+};
 
 /// The cheapest comparable sender for one channel: it writes the frame number into a prepared datagram and
 /// calls sendto() once on an unconnected socket.
 class Sender
 {
 public:
-    /// \a channel and \a padding are those of datagramOf(). \a port is that of the receiver on 127.0.0.1. The
-    /// caller owns \a socket and closes it only after the last send().
-    Sender(int channel, uint16_t port, int socket, int padding = 0)
-        : m_datagram(datagramOf(channel, padding))
-        , m_socket(socket)
-    {
-        m_to.sin_family = AF_INET;
-        m_to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        m_to.sin_port = htons(port);
-    }
+    /// \a channel and \a padding are those of tickedLines(). \a port is that of the receiver on 127.0.0.1.
+    /// \a socket must outlive the sender.
+    Sender(int channel, uint16_t port, const Socket &socket, int padding);
 
-    /// Sends frame \a number, which must have at most nine digits.
-    void send(uint32_t number)
-    {
-        writeNumber(m_datagram.data() + numberPosition, number);
-        // The result is ignored; the receiver's counts show lost datagrams.
-        sendto(m_socket, m_datagram.data(), m_datagram.size(), 0, reinterpret_cast<sockaddr *>(&m_to),
-               sizeof m_to);
-    }
+    /// Sends frame \a number. The result is ignored; the receiver's counts show lost datagrams.
+    void send(uint32_t number);
 
 private:
     std::string m_datagram;
-    int m_socket;
-    sockaddr_in m_to{};
-};
-
-/// A UDP socket for sending, closed by the destructor.
-class SendSocket
-{
-public:
-    SendSocket()
-        : m_descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
-    {
-    }
-    ~SendSocket() { close(m_descriptor); }
-    SendSocket(const SendSocket &) = delete;
-    SendSocket &operator=(const SendSocket &) = delete;
-
-    int descriptor() const { return m_descriptor; }
-
-private:
-    int m_descriptor;
+    const int m_socket;
+    const sockaddr_in m_to;
 };
 
 } // namespace bench

@@ -1,11 +1,11 @@
-#include "stall.h"
+#include "moduleundertest.h"
 
 #include <atomic>
 #include <cerrno>
 #include <ctime>
 
-#include <arpa/inet.h>
 #include <dlfcn.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 
