@@ -10,6 +10,6 @@ write_basic_package_version_file(${generated}ConfigVersion.cmake COMPATIBILITY S
 install(FILES ${generated}Config.cmake ${generated}ConfigVersion.cmake DESTINATION ${CONFIG_FOLDER})
 install(EXPORT ${PROJECT_NAME}Targets NAMESPACE ${PROJECT_NAME}:: DESTINATION ${CONFIG_FOLDER})
 
-install(FILES docs/host-integration.md docs/dialog-windows.png docs/protocol.md docs/user-guide.md
+install(FILES docs/host-integration.md docs/windows.md docs/protocol.md docs/user-guide.md
     DESTINATION ${DOCUMENT_FOLDER})
 install(DIRECTORY docs/user-guide examples DESTINATION ${DOCUMENT_FOLDER})
