@@ -62,8 +62,8 @@ void TestModulecheck::faultOfABrokenModuleIsFound_data()
     // The name of each row is also the value of MODULE_FAULT that gives the broken module this fault.
     const Table<QString, QString> row("cycle", "expected");
     row("stays registered", "life", "Call prepareShutdown()");
-    row("calls after shut-down", "life", "was called after prepareShutdown() had returned");
-    row("calls on a thread", "life", "was called on a thread other than the GUI thread");
+    row("calls after shut-down", "life", "came after prepareShutdown() had returned");
+    row("calls on a thread", "life", "came on a thread other than the GUI thread");
     row("leaves a thread", "life", "No thread of the module runs afterwards");
     row("stays in memory", "life", "It is no longer in memory");
     row("crashes", "life", "crashed or was aborted");
@@ -93,7 +93,7 @@ void TestModulecheck::invalidArgumentsAreRefused_data()
     const QString usage = "modulecheck [--in-process] PLUGIN";
     row("no arguments", "", usage);
     row("unknown option", "--fast " PLUGIN_PATH, usage);
-    row("unknown life cycle", PLUGIN_PATH " lief", usage);
+    row("unknown life cycle", PLUGIN_PATH " life lief", "modulecheck: lief: no such life cycle");
     row("no such file", "/nonexistent/plugin.so", "no such file");
     row("no library", QFINDTESTDATA("test_modulecheck.cpp"), "no module with the interface");
     row("another kind of plug-in", OTHER_PLUGIN_PATH, "no module with the interface");

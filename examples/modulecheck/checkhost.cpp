@@ -1,27 +1,11 @@
 #include "checkhost.h"
 
-#include <networksettings2g/requester.h>
-
-#include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 namespace {
 
-constexpr int done = 0;
-constexpr int refused = -1;
-
 /// The size in bytes of the module's answer buffer, including the terminating zero.
 constexpr std::size_t answerSize = 208;
-
-std::string formatted(const char *format, va_list arguments)
-{
-    char text[1024];
-    const int length = std::vsnprintf(text, sizeof text, format, arguments);
-    const bool fits = length >= 0 && std::size_t(length) < sizeof text;
-    return fits ? text : std::string();
-}
 
 bool startsWith(const std::string &text, const char *start)
 {
@@ -68,92 +52,51 @@ void CheckHost::addType()
     answers["output active ch02 mk"] = "no";
 }
 
-int CheckHost::result() const
+const std::string *CheckHost::answerTo(const std::string &query)
 {
-    return refuseEverything ? refused : done;
-}
-
-int CheckHost::getValue(char *answer, const char *format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    const std::string query = formatted(format, arguments);
-    va_end(arguments);
-    noteCall("getValue(\"" + query + "\")");
+    noteCall("the query \"" + query + "\"");
     noteText(query);
     if (duringQuery)
         duringQuery();
-    const auto found = answers.find(query);
-    if (refuseEverything || found == answers.end())
-        return refused;
-    std::snprintf(answer, answerSize, "%s", found->second.c_str());
-    return done;
+    return refuseEverything ? nullptr : TableManager::answerTo(query);
 }
 
-int CheckHost::getIntValue(int *answer, const char *format, ...)
+int CheckHost::execute(const std::string &command)
 {
-    va_list arguments;
-    va_start(arguments, format);
-    const std::string query = formatted(format, arguments);
-    va_end(arguments);
-    noteCall("getIntValue(\"" + query + "\")");
-    noteText(query);
-    if (duringQuery)
-        duringQuery();
-    const auto found = answers.find(query);
-    if (refuseEverything || found == answers.end())
-        return refused;
-    *answer = std::atoi(found->second.c_str());
-    return done;
-}
-
-int CheckHost::setValue(const char *format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    const std::string command = formatted(format, arguments);
-    va_end(arguments);
-    noteCall("setValue(\"" + command + "\")");
+    noteCall("the command \"" + command + "\"");
     noteText(command);
     commands.append(QString::fromStdString(command));
-    return result();
+    return refuseEverything ? -1 : 0;
 }
 
-int CheckHost::requestOutputType(const char *type, Requester * /*requester*/)
+int CheckHost::requestOutputType(const char *type, Requester *requester)
 {
     noteCall(std::string("requestOutputType(\"") + type + "\")");
-    const std::unique_lock<std::shared_mutex> lock(m_dataMutex);
-    m_types.insert(type);
-    return done;
+    return TableManager::requestOutputType(type, requester);
 }
 
-int CheckHost::releaseOutputType(const char *type, Requester * /*requester*/)
+int CheckHost::releaseOutputType(const char *type, Requester *requester)
 {
     noteCall(std::string("releaseOutputType(\"") + type + "\")");
-    const std::unique_lock<std::shared_mutex> lock(m_dataMutex);
-    m_types.erase(type);
-    return done;
+    return TableManager::releaseOutputType(type, requester);
 }
 
 int CheckHost::addRequester(Requester *requester)
 {
     noteCall("addRequester()");
-    const std::unique_lock<std::shared_mutex> lock(m_dataMutex);
-    if (m_requester)
+    if (m_registered)
         addFault("addRequester() was called twice");
-    m_requester = requester;
-    return done;
+    m_registered = requester;
+    return TableManager::addRequester(requester);
 }
 
 int CheckHost::removeRequester(Requester *requester)
 {
     noteCall("removeRequester()");
-    // Locking waits for calls in progress; after this function no call is in progress and none will follow.
-    const std::unique_lock<std::shared_mutex> lock(m_dataMutex);
-    if (m_requester != requester)
+    if (m_registered != requester)
         addFault("removeRequester() was called for a requester that is not registered");
-    m_requester = nullptr;
-    return done;
+    m_registered = nullptr;
+    return TableManager::removeRequester(requester);
 }
 
 int CheckHost::log(const char *level, const char *component, int number, const char *message)
@@ -162,51 +105,23 @@ int CheckHost::log(const char *level, const char *component, int number, const c
     if (std::strcmp(level, "standard") != 0 || std::strcmp(component, "ORVANE3") != 0 || number != 1)
         addFault(std::string("log() was called with \"") + level + "\", \"" + component + "\", " +
                  std::to_string(number));
-    return done;
+    return 0;
 }
 
 int CheckHost::addMessageReceiver(const char *name, MessageReceiver *receiver)
 {
-    noteCall(std::string("addMessageReceiver(\"") + name + "\")");
+    noteCall("addMessageReceiver()");
     if (m_receiver)
         addFault("addMessageReceiver() was called twice");
-    m_receiver = receiver;
-    return done;
+    return TableManager::addMessageReceiver(name, receiver);
 }
 
 int CheckHost::removeMessageReceiver(const char *name, MessageReceiver *receiver)
 {
-    noteCall(std::string("removeMessageReceiver(\"") + name + "\")");
+    noteCall("removeMessageReceiver()");
     if (m_receiver != receiver)
         addFault("removeMessageReceiver() was called for a receiver that is not registered");
-    m_receiver = nullptr;
-    return done;
-}
-
-void CheckHost::deliver(const char *type, const std::string &line)
-{
-    const std::shared_lock<std::shared_mutex> lock(m_dataMutex);
-    if (m_requester && m_types.count(type) > 0 && m_requester->onOutputData(type, line.c_str()) != 0)
-        addFault("onOutputData() returned a result other than 0");
-}
-
-void CheckHost::reset()
-{
-    const std::shared_lock<std::shared_mutex> lock(m_dataMutex);
-    if (m_requester)
-        m_requester->onOutputReset();
-}
-
-bool CheckHost::isRequested(const std::string &type)
-{
-    const std::shared_lock<std::shared_mutex> lock(m_dataMutex);
-    return m_types.count(type) > 0;
-}
-
-bool CheckHost::isInUse()
-{
-    const std::shared_lock<std::shared_mutex> lock(m_dataMutex);
-    return m_requester || m_receiver || !m_types.empty();
+    return TableManager::removeMessageReceiver(name, receiver);
 }
 
 QStringList CheckHost::takeFaults()
@@ -220,12 +135,12 @@ QStringList CheckHost::takeFaults()
 void CheckHost::noteCall(const std::string &call)
 {
     if (std::this_thread::get_id() != m_guiThread) {
-        addFault(call + " was called on a thread other than the GUI thread");
+        addFault(call + " came on a thread other than the GUI thread");
         return;
     }
     ++m_callCount;
     if (m_closed)
-        addFault(call + " was called after prepareShutdown() had returned");
+        addFault(call + " came after prepareShutdown() had returned");
 }
 
 // Records a fault if the Controller's version does not know the query or command \a text.

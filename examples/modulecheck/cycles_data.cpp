@@ -1,7 +1,8 @@
 // Life cycles with tracking data and messages.
 
 #include "cycles.h"
-#include "datathreads.h"
+#include "datathread.h"
+#include "observation.h"
 
 #include <networksettings2g/messagereceiver.h>
 
@@ -9,6 +10,8 @@
 #include <QDialog>
 #include <QElapsedTimer>
 
+#include <atomic>
+#include <chrono>
 #include <thread>
 
 namespace {
@@ -52,14 +55,27 @@ void messageOnAnotherThread(Life &life)
 
 void dataOnFourThreads(Life &life)
 {
-    const DataThreads data(life.host, 4);
+    // Channel 1 gets its frames from one thread, channel 2 lines and resets from three.
+    const DataThread frames(life.host, {"fr", "6d", "mk"});
+    const DataThread lines(life.host, {"3d"});
+    const DataThread moreLines(life.host, {"3d", "3d"});
+    std::atomic<bool> stopping{false};
+    std::thread resets([&] {
+        while (!stopping) {
+            life.host.deliver("3d", "3d 0");
+            life.host.reset();
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    });
     life.begin();
     life.step("Deliver the lines of a frame in order on one thread: they leave as one datagram.",
-              life.frameArrives({"fr", "6d"}));
+              frameArrives(life.receiver, {"fr", "6d"}));
     life.host.addType();
     life.host.messageReceiver()->onMessage(0, 0, "OutputTypesChanged");
     life.step("Report a changed catalogue while data arrives: the frames then contain the new type.",
-              life.frameArrives({"fr", "6d", "mk"}));
+              frameArrives(life.receiver, {"fr", "6d", "mk"}));
     life.step("Do not stop the data threads before the following steps.", true);
     life.end();
+    stopping = true;
+    resets.join();
 }

@@ -1,24 +1,18 @@
 #include "life.h"
 
+#include "observation.h"
+
 #include <QAction>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QMenuBar>
 #include <QThread>
 
 #include <cstdio>
 #include <thread>
 
-#ifdef Q_OS_WIN
-#include <qt_windows.h>
-#else
-#include <dlfcn.h>
-#endif
-
 namespace {
 
-constexpr int frameLimitMilliseconds = 20000;
 constexpr int threadLimitMilliseconds = 1000;
 
 /// Returns the number of threads of this process, or 0 on a system without /proc/self/task.
@@ -38,19 +32,6 @@ bool threadsEnd(int expected)
     return threadCount() <= expected;
 }
 
-bool isInMemory(const QString &file)
-{
-#ifdef Q_OS_WIN
-    const QString path = QDir::toNativeSeparators(file);
-    return GetModuleHandleW(reinterpret_cast<const wchar_t *>(path.utf16())) != nullptr;
-#else
-    void *handle = dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD);
-    if (handle)
-        dlclose(handle);
-    return handle != nullptr;
-#endif
-}
-
 } // namespace
 
 void Report::step(const char *text, bool good, const QStringList &faults)
@@ -67,8 +48,8 @@ Life::Life(const QString &file, Report *report)
     : m_report(report)
     , m_loader(file)
 {
-    m_receiver.bind(QHostAddress(QHostAddress::LocalHost));
-    host.answerWithTwoChannels(m_receiver.localPort());
+    receiver.bind(QHostAddress(QHostAddress::LocalHost));
+    host.answerWithTwoChannels(receiver.localPort());
     m_loader.setLoadHints({}); // by default QPluginLoader never unloads the library
     m_module = qobject_cast<ModuleInterface *>(m_loader.instance());
     // ThreadSanitizer starts a thread of its own when the program starts its first thread. Let it do so
@@ -157,23 +138,4 @@ void Life::end()
 {
     shutDown();
     unload();
-}
-
-bool Life::frameArrives(const QList<QByteArray> &types)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!timer.hasExpired(frameLimitMilliseconds)) {
-        if (!m_receiver.hasPendingDatagrams() && !m_receiver.waitForReadyRead(100))
-            continue;
-        QByteArray datagram(int(m_receiver.pendingDatagramSize()), '\0');
-        m_receiver.readDatagram(datagram.data(), datagram.size());
-        const QByteArray number = datagram.mid(3, datagram.indexOf('\r') - 3);
-        QByteArray expected;
-        for (const QByteArray &type : types)
-            expected += type + ' ' + number + "\r\n";
-        if (datagram == expected)
-            return true;
-    }
-    return false;
 }

@@ -67,16 +67,12 @@ public:
     /// Calls shutDown() and unload().
     void end();
 
-    /// Waits for a datagram that consists of one line of each of \a types, in this order, with the same
-    /// number. Returns false if none arrives within 20 s.
-    bool frameArrives(const QList<QByteArray> &types);
-
     CheckHost host;
     std::unique_ptr<QMainWindow> window = std::make_unique<QMainWindow>();
+    QUdpSocket receiver; ///< receives the datagrams of channel 1
 
 private:
     Report *m_report;
-    QUdpSocket m_receiver;
     QPluginLoader m_loader;
     ModuleInterface *m_module = nullptr;
     int m_threadsBefore;

@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QProcess>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -55,22 +56,19 @@ int usage(std::FILE *stream, ExitStatus status)
     return status;
 }
 
-int notUsable(const QString &file, const QString &reason)
+int notUsable(const QString &argument, const QString &reason)
 {
-    std::fprintf(stderr, "modulecheck: %s: %s\n", qPrintable(file), qPrintable(reason));
+    std::fprintf(stderr, "modulecheck: %s: %s\n", qPrintable(argument), qPrintable(reason));
     return NotUsable;
 }
 
-/// Returns the life cycles with \a names: all if there are no names, none if a name is unknown or repeated.
-std::vector<Cycle> selected(const QStringList &names)
+/// Returns the life cycle with \a name, or null.
+const Cycle *find(const QString &name)
 {
-    std::vector<Cycle> result;
-    for (const Cycle &cycle : cycles) {
-        if (names.isEmpty() || names.contains(QLatin1String(cycle.name)))
-            result.push_back(cycle);
-    }
-    const bool allKnown = names.isEmpty() || result.size() == std::size_t(names.size());
-    return allKnown ? result : std::vector<Cycle>();
+    const auto found = std::find_if(cycles.cbegin(), cycles.cend(), [&name](const Cycle &cycle) {
+        return name == QLatin1String(cycle.name);
+    });
+    return found == cycles.cend() ? nullptr : &*found;
 }
 
 int runHere(const QString &file, const Cycle &cycle)
@@ -91,34 +89,30 @@ int runHere(const QString &file, const Cycle &cycle)
     return report.isGood() ? Good : Faulty;
 }
 
+/// Prints that \a cycle \a happened, which no step could report.
+int failed(const Cycle &cycle, const QString &happened)
+{
+    std::printf("  FAILED  The life cycle \"%s\" %s; its completed steps, if any, are above.\n", cycle.name,
+                qPrintable(happened));
+    std::fflush(stdout); // the next child process writes to the same standard output
+    return Faulty;
+}
+
 int runInChild(const QString &file, const Cycle &cycle)
 {
     QProcess child;
     child.setProcessChannelMode(QProcess::ForwardedChannels);
     child.start(QCoreApplication::applicationFilePath(),
                 {QLatin1String(inProcess), file, QLatin1String(cycle.name)});
-    if (!child.waitForStarted()) {
-        std::printf("  FAILED  The process for the life cycle \"%s\" could not be started: %s\n", cycle.name,
-                    qPrintable(child.errorString()));
-        std::fflush(stdout); // the next child process writes to the same standard output
-        return Faulty;
-    }
+    if (!child.waitForStarted())
+        return failed(cycle, QLatin1String("could not be started: ") + child.errorString());
     if (!child.waitForFinished(cycleLimitSeconds * 1000)) {
         child.kill();
         child.waitForFinished();
-        std::printf("  FAILED  The life cycle \"%s\" did not end within %d s; its completed steps, if any, "
-                    "are above.\n",
-                    cycle.name, cycleLimitSeconds);
-        std::fflush(stdout); // the next child process writes to the same standard output
-        return Faulty;
+        return failed(cycle, QString::fromLatin1("did not end within %1 s").arg(cycleLimitSeconds));
     }
-    if (child.exitStatus() == QProcess::CrashExit || child.exitCode() > NotUsable) {
-        std::printf("  FAILED  The life cycle \"%s\" crashed or was aborted; its completed steps, if any, "
-                    "are above.\n",
-                    cycle.name);
-        std::fflush(stdout);
-        return Faulty;
-    }
+    if (child.exitStatus() == QProcess::CrashExit || child.exitCode() > NotUsable)
+        return failed(cycle, QLatin1String("crashed or was aborted"));
     return child.exitCode();
 }
 
@@ -137,14 +131,17 @@ int main(int argc, char *argv[])
     if (arguments.isEmpty() || arguments.first().startsWith(QLatin1Char('-')))
         return usage(stderr, NotUsable);
     const QString file = QFileInfo(arguments.takeFirst()).absoluteFilePath();
-    const std::vector<Cycle> chosen = selected(arguments);
-    if (chosen.empty())
-        return usage(stderr, NotUsable);
+    for (const QString &name : qAsConst(arguments)) {
+        if (!find(name))
+            return notUsable(name, QLatin1String("no such life cycle; --help lists them"));
+    }
     if (!QFileInfo(file).isFile())
         return notUsable(file, QLatin1String("no such file"));
 
     int status = Good;
-    for (const Cycle &cycle : chosen) {
+    for (const Cycle &cycle : cycles) {
+        if (!arguments.isEmpty() && !arguments.contains(QLatin1String(cycle.name)))
+            continue;
         const int result = here ? runHere(file, cycle) : runInChild(file, cycle);
         if (result == NotUsable)
             return NotUsable;

@@ -3,7 +3,6 @@
 #include "tablemanager.h"
 
 #include <chrono>
-#include <string>
 
 DataThread::~DataThread()
 {
@@ -15,8 +14,8 @@ void DataThread::run()
 {
     for (int number = 1; !m_stopping; ++number) {
         const std::string text = std::to_string(number);
-        for (const char *type : {"fr", "6d", "3d"})
-            m_manager.deliver(type, type + (' ' + text) + "\r\n");
+        for (const std::string &type : m_types)
+            m_manager.deliver(type, type + ' ' + text + "\r\n");
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
 }

@@ -1,17 +1,20 @@
 #pragma once
 
 #include <atomic>
+#include <string>
 #include <thread>
+#include <vector>
 
 class TableManager;
 
-/// Delivers tracking data on its own thread: a frame of three lines about every two milliseconds.
+/// Delivers tracking data on its own thread: about every two milliseconds a frame with one line of each type.
 class DataThread
 {
 public:
     /// Starts the thread. \a manager must outlive this object.
-    explicit DataThread(TableManager &manager)
+    DataThread(TableManager &manager, std::vector<std::string> types)
         : m_manager(manager)
+        , m_types(std::move(types))
         , m_thread([this] { run(); })
     {
     }
@@ -24,6 +27,7 @@ private:
     void run();
 
     TableManager &m_manager;
+    const std::vector<std::string> m_types;
     std::atomic<bool> m_stopping{false};
     std::thread m_thread; // last member: the thread uses the others as soon as it starts
 };

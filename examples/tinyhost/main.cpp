@@ -3,6 +3,7 @@
 // otherwise 1. The optional argument is a plug-in file to load instead of the default.
 
 #include "datathread.h"
+#include "observation.h"
 #include "tablemanager.h"
 
 #include <networksettings2g/backendversions.h>
@@ -11,9 +12,6 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QPluginLoader>
@@ -21,15 +19,7 @@
 
 #include <cstdio>
 
-#ifdef Q_OS_WIN
-#include <qt_windows.h>
-#else
-#include <dlfcn.h>
-#endif
-
 namespace {
-
-constexpr int timeoutMilliseconds = 10000;
 
 bool step(const char *name, bool good)
 {
@@ -69,27 +59,6 @@ void addType(std::map<std::string, std::string> &answers)
     answers["output active ch01 3d"] = "yes";
 }
 
-/// Waits for a datagram that consists of one line of each of \a types, in this order, with the same number.
-/// Returns false if none arrives within 10 s.
-bool frameArrives(QUdpSocket &receiver, const QList<QByteArray> &types)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!timer.hasExpired(timeoutMilliseconds)) {
-        if (!receiver.hasPendingDatagrams() && !receiver.waitForReadyRead(100))
-            continue;
-        QByteArray datagram(int(receiver.pendingDatagramSize()), '\0');
-        receiver.readDatagram(datagram.data(), datagram.size());
-        const QByteArray number = datagram.mid(3, datagram.indexOf('\r') - 3);
-        QByteArray expected;
-        for (const QByteArray &type : types)
-            expected += type + ' ' + number + "\r\n";
-        if (datagram == expected)
-            return true;
-    }
-    return false;
-}
-
 void passServices(ModuleInterface *module, TableManager &manager, QWidget &window, BackendVersions &versions)
 {
     module->setParameter("CommandManager", QVariant::fromValue<IOManager *>(&manager));
@@ -107,19 +76,6 @@ bool takeActions(ModuleInterface *module, QMainWindow &window)
                     qPrintable(entry->action->shortcut().toString()));
     }
     return actions.size() == 1;
-}
-
-bool isInMemory(const QString &file)
-{
-#ifdef Q_OS_WIN
-    const QString path = QDir::toNativeSeparators(file);
-    return GetModuleHandleW(reinterpret_cast<const wchar_t *>(path.utf16())) != nullptr;
-#else
-    void *handle = dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD);
-    if (handle)
-        dlclose(handle);
-    return handle != nullptr;
-#endif
 }
 
 } // namespace
@@ -150,7 +106,7 @@ int main(int argc, char *argv[])
     good &= step("types are requested", manager.isRequested("fr") && manager.isRequested("6d"));
 
     // Data flow during all further steps, as in a real host.
-    DataThread data(manager);
+    DataThread data(manager, {"fr", "6d", "3d"});
     good &= step("a frame arrives", frameArrives(receiver, {"fr", "6d"}));
 
     addType(manager.answers);

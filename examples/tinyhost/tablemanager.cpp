@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 
 namespace {
 
@@ -29,11 +30,11 @@ int TableManager::getValue(char *answer, const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const auto found = answers.find(formatted(format, arguments));
+    const std::string *found = answerTo(formatted(format, arguments));
     va_end(arguments);
-    if (found == answers.end())
+    if (!found)
         return refused;
-    std::snprintf(answer, answerSize, "%s", found->second.c_str());
+    std::snprintf(answer, answerSize, "%s", found->c_str());
     return done;
 }
 
@@ -41,11 +42,11 @@ int TableManager::getIntValue(int *answer, const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const auto found = answers.find(formatted(format, arguments));
+    const std::string *found = answerTo(formatted(format, arguments));
     va_end(arguments);
-    if (found == answers.end())
+    if (!found)
         return refused;
-    *answer = std::atoi(found->second.c_str());
+    *answer = std::atoi(found->c_str());
     return done;
 }
 
@@ -53,28 +54,40 @@ int TableManager::setValue(const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    std::printf("  command: %s\n", formatted(format, arguments).c_str());
+    const int result = execute(formatted(format, arguments));
     va_end(arguments);
+    return result;
+}
+
+const std::string *TableManager::answerTo(const std::string &query)
+{
+    const auto found = answers.find(query);
+    return found == answers.end() ? nullptr : &found->second;
+}
+
+int TableManager::execute(const std::string &command)
+{
+    std::printf("  command: %s\n", command.c_str());
     return done;
 }
 
 int TableManager::requestOutputType(const char *type, Requester * /*requester*/)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::unique_lock<std::shared_mutex> lock(m_mutex);
     m_types.insert(type);
     return done;
 }
 
 int TableManager::releaseOutputType(const char *type, Requester * /*requester*/)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::unique_lock<std::shared_mutex> lock(m_mutex);
     m_types.erase(type);
     return done;
 }
 
 int TableManager::addRequester(Requester *requester)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::unique_lock<std::shared_mutex> lock(m_mutex);
     m_requester = requester;
     return done;
 }
@@ -82,7 +95,7 @@ int TableManager::addRequester(Requester *requester)
 int TableManager::removeRequester(Requester * /*requester*/)
 {
     // Locking waits until no call of onOutputData() is in progress. With m_requester null, none will follow.
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::unique_lock<std::shared_mutex> lock(m_mutex);
     m_requester = nullptr;
     return done;
 }
@@ -108,9 +121,16 @@ int TableManager::removeMessageReceiver(const char * /*name*/, MessageReceiver *
 void TableManager::deliver(const std::string &type, const std::string &line)
 {
     // The lock may be held: onOutputData() waits only for short locks and never calls the host.
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::shared_lock<std::shared_mutex> lock(m_mutex);
     if (m_requester && m_types.count(type) > 0)
         m_requester->onOutputData(type.c_str(), line.c_str());
+}
+
+void TableManager::reset()
+{
+    const std::shared_lock<std::shared_mutex> lock(m_mutex);
+    if (m_requester)
+        m_requester->onOutputReset();
 }
 
 void TableManager::sendMessage(const char *text)
@@ -122,12 +142,12 @@ void TableManager::sendMessage(const char *text)
 
 bool TableManager::isRequested(const std::string &type)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::shared_lock<std::shared_mutex> lock(m_mutex);
     return m_types.count(type) > 0;
 }
 
 bool TableManager::isInUse()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::shared_lock<std::shared_mutex> lock(m_mutex);
     return m_requester || m_receiver || !m_types.empty();
 }

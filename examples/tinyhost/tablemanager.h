@@ -3,12 +3,12 @@
 #include <networksettings2g/iomanager.h>
 
 #include <map>
-#include <mutex>
 #include <set>
+#include <shared_mutex>
 #include <string>
 
 /// The services of the tiny host. A real host asks the Controller; this one looks answers up in a table.
-class TableManager final : public IOManager
+class TableManager : public IOManager
 {
 public:
     /// The answers by query. A query without an answer fails. GUI thread only.
@@ -26,9 +26,11 @@ public:
     int addMessageReceiver(const char *name, MessageReceiver *receiver) override;
     int removeMessageReceiver(const char *name, MessageReceiver *receiver) override;
 
-    /// Passes \a line to the module if \a type is requested and a requester is registered. Any thread; calls
-    /// on several threads wait for each other.
+    /// Passes \a line to the module if \a type is requested and a requester is registered. Any thread.
     void deliver(const std::string &type, const std::string &line);
+
+    /// Reports to the module that the data start again, if a requester is registered. Any thread.
+    void reset();
 
     /// Passes \a text to the module if a message receiver is registered. GUI thread only.
     void sendMessage(const char *text);
@@ -40,9 +42,19 @@ public:
     /// only.
     bool isInUse();
 
+protected:
+    /// Returns the answer to \a query, or null if the query fails.
+    virtual const std::string *answerTo(const std::string &query);
+
+    /// Executes \a command. Returns 0 for success.
+    virtual int execute(const std::string &command);
+
+    MessageReceiver *m_receiver = nullptr; // used on the GUI thread only
+
 private:
-    std::mutex m_mutex; // guards the next two members; held during each call of onOutputData()
+    // Locked in shared mode during each call of the requester, so that several data threads can call it at
+    // the same time. Locked exclusively to change the next two members.
+    std::shared_mutex m_mutex;
     Requester *m_requester = nullptr;
     std::set<std::string> m_types;
-    MessageReceiver *m_receiver = nullptr; // used on the GUI thread only
 };
