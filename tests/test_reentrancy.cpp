@@ -169,6 +169,7 @@ private slots:
     void shutdownWithinACheckOpensNoBox();
     void noCallFollowsShutdownWithinCall_data();
     void noCallFollowsShutdownWithinCall();
+    void releaseWithinAKeyPressDeletesTheDialogAfterIt();
     void inputIsRefusedDuringAccept_data();
     void inputIsRefusedDuringAccept();
     void heldArrowStopsDuringAccept();
@@ -334,6 +335,24 @@ void TestReentrancy::noCallFollowsShutdownWithinCall()
         QCOMPARE(session.isDialogGone(), release);
         QTRY_COMPARE(threadCount(), threads);
     }
+}
+
+/// A host may show the dialog itself. Then no call from the host is in progress whose end could delete it.
+void TestReentrancy::releaseWithinAKeyPressDeletesTheDialogAfterIt()
+{
+    DialogFixture fixture(routing);
+    fixture.create();
+    fixture.dialog->show();
+    const QPointer<NetworkDialog> dialog = fixture.dialog.get();
+    fixture.onExchange([&](const Exchange &) {
+        if (!fixture.dialog)
+            return;
+        fixture.dialog->teardownRequests();
+        fixture.dialog.release()->release();
+    });
+    QTest::keyClick(dialog.data(), Qt::Key_T, Qt::ControlModifier);
+    QVERIFY(!fixture.dialog);
+    QTRY_VERIFY(!dialog);
 }
 
 void TestReentrancy::inputIsRefusedDuringAccept_data()
