@@ -88,7 +88,8 @@ Relay::Relay(const Receivers &receivers, int channels, int padding)
 
 Relay::~Relay()
 {
-    shutdown(m_input.descriptor(), SHUT_RD); // makes recv() return 0
+    // On Linux, this makes recv() return 0, although the socket is not connected.
+    shutdown(m_input.descriptor(), SHUT_RD);
     m_thread.join();
 }
 

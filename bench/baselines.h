@@ -18,7 +18,7 @@ namespace bench {
 class HandOff : public Pipeline
 {
 public:
-    HandOff(const Receivers &receivers, int channels, int padding = 0);
+    HandOff(const Receivers &receivers, int channels, int padding);
 
     int64_t sendFrame(uint32_t number) override;
     int channels() const override { return int(m_channels.size()); }

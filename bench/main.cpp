@@ -25,12 +25,17 @@ const RowGroup rowGroups[] = {{"paced", addPacedRows, true, true},
                               {"scaling", addScalingRows, true, false},
                               {"memory", addMemoryRows, true, false}};
 
+bool isPossible(const RowGroup &group, const BenchOptions &options)
+{
+    return group.comparesPlugins || options.against.isEmpty();
+}
+
 /// Returns why the groups or the plug-in in \a options cannot be measured; empty if they can.
 QString problemWith(const BenchOptions &options)
 {
     QStringList possible;
     for (const RowGroup &group : rowGroups) {
-        if (options.against.isEmpty() || group.comparesPlugins)
+        if (isPossible(group, options))
             possible << group.name;
     }
     for (const QString &name : options.only) {
@@ -54,8 +59,8 @@ int run(const BenchOptions &options, const Receivers &receivers)
 {
     Report report;
     for (const RowGroup &group : rowGroups) {
-        const bool isUsual = group.isUsual && (options.against.isEmpty() || group.comparesPlugins);
-        if (options.only.isEmpty() ? isUsual : options.only.contains(group.name))
+        const bool isDefault = group.isUsual && isPossible(group, options);
+        if (options.only.isEmpty() ? isDefault : options.only.contains(group.name))
             group.add(options, receivers, report);
     }
     report.finish();

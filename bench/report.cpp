@@ -15,7 +15,7 @@ constexpr double busyShare = 0.05;
 
 void printRow(const QStringList &cells)
 {
-    constexpr int widths[] = {-80, 10, 10, 7, 13, 8, -9, 6};
+    constexpr int widths[] = {-74, 10, 10, 7, 13, 8, -9, 6};
     QString line;
     for (int i = 0; i < cells.size(); ++i)
         line += QString::fromLatin1("%1 ").arg(cells[i], widths[i]);
