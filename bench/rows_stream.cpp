@@ -203,21 +203,21 @@ double measureOpening(int types, const Receivers &receivers)
 void addPacedRows(const BenchOptions &options, const Receivers &receivers, Report &report)
 {
     StreamRows rows(options, receivers, report);
-    rows.add({"10 channels, 1000 frames/s", 1000, 1000, 9}, {{Value::Cpu, Limit::OneSender, 1.4},
-                                                             {Value::Cpu, Limit::Relay},
+    rows.add({"10 channels, 1000 frames/s", 1000, 1000, 9}, {{Value::Cpu, Limit::OneSender, 1.25},
+                                                             {Value::Cpu, Limit::Relay, 1.2},
                                                              {Value::Feeding, Limit::HandOff, 1.0},
-                                                             {Value::Median, Limit::HandOff, 0.65},
+                                                             {Value::Median, Limit::HandOff, 0.7},
                                                              {Value::Late, Limit::HandOff, 0.8},
-                                                             {Value::Median, Limit::Relay}});
+                                                             {Value::Median, Limit::Relay, 1.05}});
     rows.add({"10 channels, 60 frames/s", 60, 120, 7}, {{Value::Cpu, Limit::OneSender, 1.7},
                                                         {Value::Cpu, Limit::Relay},
-                                                        {Value::Median, Limit::HandOff, 0.8},
+                                                        {Value::Median, Limit::HandOff, 0.6},
                                                         {Value::Late, Limit::HandOff, 0.8},
-                                                        {Value::Median, Limit::Relay}});
+                                                        {Value::Median, Limit::Relay, 1.2}});
     rows.add({"1 channel, 1000 frames/s", 1000, 1000, 9, setupOf(1)},
              {{Value::Cpu, Limit::HandOff}, {Value::Median, Limit::HandOff, 1.3}});
     rows.add({"10 channels, 60 frames/s of 60 KB", 60, 120, 7, setupOf(10, paddingTo60Kb)},
-             {{Value::Cpu, Limit::HandOff},
+             {{Value::Cpu, Limit::HandOff, 1.35},
               {Value::Median, Limit::HandOff, 0.85},
               {Value::Late, Limit::HandOff, 1.0}});
     Setup stalled;

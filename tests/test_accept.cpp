@@ -371,9 +371,9 @@ void TestAccept::refusedCommandsExceptTicksAndDestinationsAreLogged()
 {
     DialogFixture fixture(withChannels(2));
     QVERIFY(fixture.open([&] {
-        for (const char *text : {"output net_active ch01 no", "output active ch01 6d no",
-                                 "output net ch01 none", "output net_divisor ch01 2",
-                                 "output net_via_router yes"})
+        for (const char *text :
+             {"output net_active ch01 no", "output active ch01 6d no", "output net ch01 none",
+              "output net_divisor ch01 2", "output net_via_router yes"})
             fixture.controller.failEvery(true, text);
         MessageBoxes boxes({QMessageBox::Yes});
         fixture.page(0)->spinBox_port->setValue(7001);

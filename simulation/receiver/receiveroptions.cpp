@@ -81,10 +81,11 @@ bool readInterface(CommandLine &line, ReceiverOptions *options)
 
 void declareReceiverOptions(CommandLine &line)
 {
-    line.addArguments(QLatin1String("[ADDRESS:]PORT..."),
-                      translated("ADDRESS is an address of this computer or a multicast group to join; without "
-                                 "it, datagrams to any address of this computer are received. Port 0 stands "
-                                 "for any free port."));
+    line.addArguments(
+        QLatin1String("[ADDRESS:]PORT..."),
+        translated("ADDRESS is an address of this computer or a multicast group to join; without "
+                   "it, datagrams to any address of this computer are received. Port 0 stands "
+                   "for any free port."));
     line.add("interface", "name",
              translated("Network interface on which multicast groups are joined, as \"ip address\" names it "
                         "(the interface of the route to the group)."));

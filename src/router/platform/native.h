@@ -4,11 +4,11 @@
 
 #include <cstdint>
 
-/// The functions of the operating system that platformthreads.h and udp.h need. posix/ and windows/ implement them.
-/// They have C linkage, so that tests can replace any of them at link time by one that fails. A function that
-/// creates an object returns a null pointer on failure. A function that closes one frees it, even on failure.
-/// A function that returns int returns NativeTaken (0) for success or NativeFailed, unless its comment lists
-/// other results.
+/// The functions of the operating system that platformthreads.h and udp.h need. posix/ and windows/ implement
+/// them. They have C linkage, so that tests can replace any of them at link time by one that fails. A
+/// function that creates an object returns a null pointer on failure. A function that closes one frees it,
+/// even on failure. A function that returns int returns NativeTaken (0) for success or NativeFailed, unless
+/// its comment lists other results.
 
 /// Results of the functions that return int. nativeSocketSend() returns one of the last two in place of a
 /// number of bytes.
