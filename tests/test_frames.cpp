@@ -72,7 +72,7 @@ void TestFrames::recordingNeedsAboutItsSizeInMemory()
     qint64 lines = 0;
     while (recording.next(&frame)) {
         lines += frame.size();
-        QVERIFY(allocatedBytes() - before < 10 * text.size());
+        QVERIFY(allocatedBytes() - before < qint64{10} * text.size());
     }
     QCOMPARE(lines, qint64(3000001));
 }

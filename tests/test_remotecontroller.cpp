@@ -177,7 +177,7 @@ void TestRemoteController::connectionIsRestoredAfterARestart()
     DataClient data(sink);
     RemoteController controller(localHost, server->commandPort);
     connect(&controller, &RemoteController::connected, &data,
-            [&](const Greeting &greeting) { data.connectTo(controller.address(), greeting.dataPort); });
+            [&](const Greeting &sent) { data.connectTo(controller.address(), sent.dataPort); });
     controller.start();
     QTRY_VERIFY_WITH_TIMEOUT(controller.isConnected() && sink.events().size() > 10, waitMs);
 

@@ -172,7 +172,7 @@ void TestSimulatedController::linkTruncatesLongAnswersReadsNumbersAndWaits()
     timer.start();
     QVERIFY(link.getIntValue(&number, "output number_of_types") == 0 &&
             link.setValue("output net ch01 none") == 0);
-    QVERIFY(timer.elapsed() >= 2 * delayMs);
+    QVERIFY(timer.elapsed() >= qint64{2} * delayMs);
 }
 
 void TestSimulatedController::requesterGetsOnlyRequestedTypesUntilItIsRemoved()

@@ -13,9 +13,9 @@ DataThread::~DataThread()
 void DataThread::run()
 {
     for (int number = 1; !m_stopping; ++number) {
-        const std::string text = std::to_string(number);
+        const std::string ending = ' ' + std::to_string(number) + "\r\n";
         for (const std::string &type : m_types)
-            m_manager.deliver(type, type + ' ' + text + "\r\n");
+            m_manager.deliver(type, type + ending);
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
 }

@@ -6,8 +6,8 @@ namespace {
 
 struct Preset
 {
-    const char *group; ///< multicast group; null: the frontend
-    int divisor;
+    const char *group = nullptr; ///< multicast group; null: the frontend
+    int divisor = 1;
     QSet<QByteArray> types;
 };
 

@@ -35,7 +35,7 @@ public:
     void takePending(Take take)
     {
         constexpr int atOnce = 256;
-        constexpr qint64 bytesAtOnce = 1024 * 1024;
+        constexpr qint64 bytesAtOnce = qint64{1024} * 1024;
         UdpEndpoint sender;
         qint64 bytes = 0;
         for (int i = 0; i < atOnce && bytes < bytesAtOnce; ++i) {
@@ -49,8 +49,8 @@ public:
     }
 
 private:
-    static constexpr int maximumDatagram = 65535;
-    QByteArray m_buffer = QByteArray(maximumDatagram, Qt::Uninitialized);
+    static constexpr int MaximumDatagram = 65535;
+    QByteArray m_buffer = QByteArray(MaximumDatagram, Qt::Uninitialized);
 };
 
 } // namespace simulation
