@@ -40,7 +40,8 @@ bool DatagramReceiver::listen(quint32 address, quint16 port)
             m_port = m_listener->localPort();
         else
             m_error = m_listener->errorString();
-        QObject::connect(m_listener.get(), &QIODevice::readyRead, [this] { takeWaiting(); });
+        QObject::connect(m_listener.get(), &QIODevice::readyRead, m_listener.get(),
+                         [this] { takeWaiting(); });
     });
     return m_isListening;
 }
