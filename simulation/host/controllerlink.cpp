@@ -10,6 +10,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <type_traits>
 #include <vector>
 
 namespace simulation {
@@ -94,7 +95,7 @@ int ControllerLink::requestOutputType(const char *type, Requester *requester)
         return Failed;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        QSet<QByteArray> &types = findOrAddSubscriber(requester).types;
+        QSet<QByteArray> &types = findOrAdd(requester).types;
         if (types.contains(type))
             return 0;
         types.insert(type);
@@ -109,8 +110,8 @@ int ControllerLink::releaseOutputType(const char *type, Requester *requester)
         return Failed;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        Subscriber *subscriber = findSubscriber(requester);
-        if (!subscriber || !subscriber->types.remove(type))
+        Client *client = find(requester);
+        if (!client || !client->types.remove(type))
             return 0;
     }
     emit requestsChanged();
@@ -122,42 +123,20 @@ int ControllerLink::addRequester(Requester *requester)
     if (!requester)
         return Failed;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    findOrAddSubscriber(requester).registered = true;
+    findOrAdd(requester).isRegistered = true;
     return 0;
 }
 
 int ControllerLink::removeRequester(Requester *requester)
 {
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        Subscriber *subscriber = findSubscriber(requester);
-        if (!subscriber || !subscriber->registered)
-            return Failed;
-        subscriber->registered = false;
-        m_callEnded.wait(lock, [this, requester] {
-            const Subscriber *waiting = findSubscriber(requester);
-            return !waiting || waiting->busy == 0;
-        });
-        m_subscribers.erase(std::remove_if(m_subscribers.begin(), m_subscribers.end(),
-                                           [requester](const Subscriber &entry) {
-                                               return entry.requester == requester && !entry.registered;
-                                           }),
-                            m_subscribers.end());
-    }
+    const int result = remove(requester, {});
     emit requestsChanged();
-    return 0;
+    return result;
 }
 
 int ControllerLink::log(const char *level, const char *component, int number, const char *message)
 {
-    const LogLine line{level, component, number, message};
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_log.size() >= LogLimit)
-            m_log.removeFirst();
-        m_log.append(line);
-    }
-    emit logged(line);
+    emit logged({level, component, number, message});
     return 0;
 }
 
@@ -166,135 +145,110 @@ int ControllerLink::addMessageReceiver(const char *name, MessageReceiver *receiv
     if (!name || !receiver)
         return Failed;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (findListener(receiver))
+    if (find(receiver))
         return Failed;
-    m_listeners.append({name, receiver, 0});
+    m_clients.append({receiver, true, name, {}, 0});
     return 0;
 }
 
 int ControllerLink::removeMessageReceiver(const char *name, MessageReceiver *receiver)
 {
+    return name ? remove(receiver, name) : int(Failed);
+}
+
+/// Removes a client that is registered under \a name, which is null for requesters, when no call to it is
+/// pending or in progress.
+int ControllerLink::remove(void *object, const QByteArray &name)
+{
     std::unique_lock<std::mutex> lock(m_mutex);
-    Listener *listener = findListener(receiver);
-    if (!listener || !name || listener->name != name)
+    Client *client = find(object);
+    if (!client || !client->isRegistered || client->name != name)
         return Failed;
-    // sendMessage() skips a listener without a name.
-    listener->name.clear();
-    m_callEnded.wait(lock, [this, receiver] { return findListener(receiver)->busy == 0; });
-    m_listeners.erase(
-        std::remove_if(m_listeners.begin(), m_listeners.end(),
-                       [receiver](const Listener &entry) { return entry.receiver == receiver; }),
-        m_listeners.end());
+    client->isRegistered = false;
+    m_callEnded.wait(lock, [this, object] { return find(object)->busy == 0; });
+    // Another thread may have added it again meanwhile.
+    const auto isGone = [object](const Client &entry) {
+        return entry.object == object && !entry.isRegistered;
+    };
+    m_clients.erase(std::remove_if(m_clients.begin(), m_clients.end(), isGone), m_clients.end());
     return 0;
 }
 
-/// Calls \a call for each registered requester that \a wanted accepts, with m_mutex unlocked.
-/// Subscriber::busy keeps removeRequester() waiting until the call has returned.
-template <typename Wanted, typename Call>
-void ControllerLink::callRequesters(Wanted wanted, Call call)
+/// Calls \a call, with m_mutex unlocked, for each registered client of the type \a Object. A requester must
+/// have requested \a type, unless that is null. Client::busy keeps remove() waiting until the call has
+/// returned.
+template <typename Object, typename Call>
+void ControllerLink::callEach(const QByteArray &type, Call call)
 {
-    std::vector<Requester *> called;
+    constexpr bool isReceiver = std::is_same_v<Object, MessageReceiver>;
+    std::vector<void *> called;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        for (Subscriber &subscriber : m_subscribers) {
-            if (subscriber.registered && wanted(subscriber)) {
-                ++subscriber.busy;
-                called.push_back(subscriber.requester);
+        for (Client &client : m_clients) {
+            if (client.isRegistered && client.name.isNull() != isReceiver &&
+                (type.isNull() || client.types.contains(type))) {
+                ++client.busy;
+                called.push_back(client.object);
             }
         }
     }
-    for (Requester *requester : called) {
-        call(requester);
+    for (void *object : called) {
+        call(static_cast<Object *>(object));
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (--findSubscriber(requester)->busy == 0)
+        if (--find(object)->busy == 0)
             m_callEnded.notify_all();
     }
 }
 
 void ControllerLink::deliver(const QByteArray &type, const QByteArray &line)
 {
-    callRequesters(
-        [&type](const Subscriber &subscriber) { return subscriber.types.contains(type); },
-        [&](Requester *requester) { requester->onOutputData(type.constData(), line.constData()); });
+    callEach<Requester>(
+        type, [&](Requester *requester) { requester->onOutputData(type.constData(), line.constData()); });
 }
 
 void ControllerLink::deliverReset()
 {
-    callRequesters([](const Subscriber &) { return true; },
-                   [](Requester *requester) { requester->onOutputReset(); });
+    callEach<Requester>({}, [](Requester *requester) { requester->onOutputReset(); });
 }
 
 void ControllerLink::deliverIdle()
 {
-    callRequesters([](const Subscriber &) { return true; },
-                   [](Requester *requester) { requester->onOutputIdle(); });
+    callEach<Requester>({}, [](Requester *requester) { requester->onOutputIdle(); });
 }
 
 void ControllerLink::sendMessage(const QByteArray &text)
 {
-    std::vector<MessageReceiver *> called;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        for (Listener &listener : m_listeners) {
-            if (!listener.name.isEmpty()) {
-                ++listener.busy;
-                called.push_back(listener.receiver);
-            }
-        }
-    }
-    for (MessageReceiver *receiver : called) {
-        receiver->onMessage(0, 0, text.constData());
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (--findListener(receiver)->busy == 0)
-            m_callEnded.notify_all();
-    }
+    callEach<MessageReceiver>(
+        {}, [&text](MessageReceiver *receiver) { receiver->onMessage(0, 0, text.constData()); });
 }
 
 QSet<QByteArray> ControllerLink::requestedTypes(Requester *requester) const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    for (const Subscriber &subscriber : m_subscribers) {
-        if (subscriber.requester == requester)
-            return subscriber.types;
-    }
-    return {};
+    const Client *client = find(requester);
+    return client ? client->types : QSet<QByteArray>();
 }
 
 int ControllerLink::registeredCount() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const auto requesters = std::count_if(m_subscribers.cbegin(), m_subscribers.cend(),
-                                          [](const Subscriber &subscriber) { return subscriber.registered; });
-    return int(requesters) + m_listeners.size();
+    return int(std::count_if(m_clients.cbegin(), m_clients.cend(),
+                             [](const Client &client) { return client.isRegistered; }));
 }
 
-QList<LogLine> ControllerLink::logLines() const
+ControllerLink::Client *ControllerLink::find(const void *object) const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_log;
+    const auto found = std::find_if(m_clients.begin(), m_clients.end(),
+                                    [object](const Client &client) { return client.object == object; });
+    return found == m_clients.end() ? nullptr : &*found;
 }
 
-ControllerLink::Subscriber *ControllerLink::findSubscriber(Requester *requester)
+ControllerLink::Client &ControllerLink::findOrAdd(Requester *requester)
 {
-    const auto found =
-        std::find_if(m_subscribers.begin(), m_subscribers.end(),
-                     [requester](const Subscriber &entry) { return entry.requester == requester; });
-    return found == m_subscribers.end() ? nullptr : &*found;
-}
-
-ControllerLink::Subscriber &ControllerLink::findOrAddSubscriber(Requester *requester)
-{
-    if (Subscriber *subscriber = findSubscriber(requester))
-        return *subscriber;
-    m_subscribers.append({requester, {}, false, 0});
-    return m_subscribers.last();
-}
-
-ControllerLink::Listener *ControllerLink::findListener(MessageReceiver *receiver)
-{
-    const auto found = std::find_if(m_listeners.begin(), m_listeners.end(),
-                                    [receiver](const Listener &entry) { return entry.receiver == receiver; });
-    return found == m_listeners.end() ? nullptr : &*found;
+    if (Client *client = find(requester))
+        return *client;
+    m_clients.append({requester, false, {}, {}, 0});
+    return m_clients.last();
 }
 
 } // namespace simulation

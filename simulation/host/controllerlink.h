@@ -81,45 +81,34 @@ public:
     /// Returns the number of registered requesters and message receivers.
     int registeredCount() const;
 
-    /// Returns the latest log lines, at most LogLimit, the oldest first.
-    QList<LogLine> logLines() const;
-
-    static constexpr int LogLimit = 10000;
-
 signals:
     void logged(const simulation::LogLine &line);
     /// The set of requested types may have changed.
     void requestsChanged();
 
 private:
-    struct Subscriber
+    /// A requester or a message receiver.
+    struct Client
     {
-        Requester *requester = nullptr;
-        QSet<QByteArray> types;
-        bool registered = false; ///< between addRequester() and removeRequester()
-        int busy = 0;            ///< calls pending or in progress
-    };
-    struct Listener
-    {
-        QByteArray name; ///< empty while the receiver is being removed
-        MessageReceiver *receiver = nullptr;
-        int busy = 0; ///< calls pending or in progress
+        void *object = nullptr;
+        bool isRegistered = false; ///< between add...() and remove...(); false: it is not called
+        QByteArray name;           ///< message receivers only, not null
+        QSet<QByteArray> types;    ///< requesters only
+        int busy = 0;              ///< calls pending or in progress
     };
 
     Controller &delayedController() const;
-    Subscriber *findSubscriber(Requester *requester);
-    Subscriber &findOrAddSubscriber(Requester *requester);
-    Listener *findListener(MessageReceiver *receiver);
-    template <typename Wanted, typename Call>
-    void callRequesters(Wanted wanted, Call call);
+    Client *find(const void *object) const;
+    Client &findOrAdd(Requester *requester);
+    int remove(void *object, const QByteArray &name);
+    template <typename Object, typename Call>
+    void callEach(const QByteArray &type, Call call);
 
     Controller &m_controller;
     std::atomic<int> m_answerDelayMs{0};
     mutable std::mutex m_mutex;          ///< guards the lists below
     std::condition_variable m_callEnded; ///< notified when a busy counter becomes 0
-    QList<Subscriber> m_subscribers;
-    QList<Listener> m_listeners;
-    QList<LogLine> m_log;
+    mutable QList<Client> m_clients;     ///< mutable for find()
 };
 
 } // namespace simulation

@@ -21,6 +21,8 @@ class DialogFixture
 public:
     explicit DialogFixture(const std::function<void(ControllerState &)> &edit = {})
     {
+        QObject::connect(&link, &ControllerLink::logged, &window,
+                         [this](const LogLine &line) { m_logged << line.message; });
         if (edit)
             change(edit);
     }
@@ -112,14 +114,7 @@ public:
     }
 
     /// Returns the messages that the dialog has written to the host's log, in order.
-    QList<QByteArray> logged() const
-    {
-        QList<QByteArray> texts;
-        const QList<LogLine> lines = link.logLines();
-        for (const LogLine &line : lines)
-            texts << line.message;
-        return texts;
-    }
+    QList<QByteArray> logged() const { return m_logged; }
 
     RecordingController controller;
     ControllerLink link{controller};
@@ -127,6 +122,9 @@ public:
     QWidget window;
     QList<bool> routerSwitches; ///< the values of deferedRouterActiveToggled() after create()
     std::unique_ptr<NetworkDialog> dialog;
+
+private:
+    QList<QByteArray> m_logged;
 };
 
 /// Returns the name of channel \a number in commands, such as "ch07".
