@@ -1,204 +1,156 @@
 #include "controllerlanguage.h"
 
+#include <QRegularExpression>
+
 namespace simulation {
 
 namespace {
 
-using Words = QList<QByteArray>;
+using Parts = QList<QByteArray>;
 
 constexpr int maximumPort = 65535;
 /// The port in the answer to "output net chmon".
 constexpr int monitorPort = 5000;
+
+/// The number of a channel or of a type: below 10 it has one leading zero, otherwise none.
+#define INDEX "(0[0-9]|[1-9][0-9]{1,8})"
+#define SWITCH "(yes|no)"
+#define NUMBER "([0-9]{1,9})"
+
+/// The form of a text.
+class Form
+{
+public:
+    /// \a pattern describes the whole text.
+    explicit Form(const char *pattern)
+        : m_expression(QRegularExpression::anchoredPattern(QLatin1String(pattern)))
+    {
+    }
+
+    /// Returns whether \a text has this form, and sets \a parts to the texts of the groups.
+    bool fits(const QByteArray &text, Parts *parts) const
+    {
+        const QRegularExpressionMatch match = m_expression.match(QString::fromLatin1(text));
+        parts->clear();
+        for (int group = 1; group <= match.lastCapturedIndex(); ++group)
+            parts->append(match.captured(group).toLatin1());
+        return match.hasMatch();
+    }
+
+private:
+    const QRegularExpression m_expression;
+};
 
 QByteArray yesOrNo(bool value)
 {
     return value ? "yes" : "no";
 }
 
-bool parseYesOrNo(const QByteArray &word, bool *value)
-{
-    *value = word == "yes";
-    return *value || word == "no";
-}
-
-/// Accepts decimal digits only: a sign, blanks and other bases are refused.
-bool parseNumber(const QByteArray &word, int *number)
-{
-    if (word.isEmpty())
-        return false;
-    for (const char digit : word) {
-        if (digit < '0' || digit > '9')
-            return false;
-    }
-    bool fits = false;
-    *number = word.toInt(&fits);
-    return fits;
-}
-
-/// Parses \a prefix followed by a number, such as "ch03" or "t12". A number below 10 must have one leading
-/// zero, any other number none.
-bool parseIndexed(const QByteArray &word, const QByteArray &prefix, int *number)
-{
-    if (!word.startsWith(prefix) || !parseNumber(word.mid(prefix.size()), number))
-        return false;
-    return word == prefix + QByteArray::number(*number).rightJustified(2, '0');
-}
-
-int findChannel(const QByteArray &word, int *index)
-{
-    int number = 0;
-    if (!parseIndexed(word, "ch", &number))
-        return NotUnderstood;
-    *index = number - 1;
-    return number >= 1 && number <= outputChannelCount ? Accepted : OutOfRange;
-}
-
-/// Returns the words from index \a first on, except the last \a omitted ones, joined by blanks: a type name
-/// may contain blanks.
-QByteArray joinedFrom(const Words &words, int first, int omitted = 0)
-{
-    return words.mid(first, words.size() - first - omitted).join(' ');
-}
-
 QByteArray describe(const Destination &destination)
 {
-    switch (destination.kind) {
-    case Destination::Kind::Udp:
-        return "udp " + destination.host + ' ' + QByteArray::number(destination.port);
-    case Destination::Kind::Multicast:
-        return "multicast " + destination.host + ' ' + QByteArray::number(destination.port);
-    case Destination::Kind::None:
-        break;
-    }
-    return "none";
+    if (destination.kind == Destination::Kind::None)
+        return "none";
+    const char *kind = destination.kind == Destination::Kind::Udp ? "udp " : "multicast ";
+    return kind + destination.host + ' ' + QByteArray::number(destination.port);
 }
 
-/// Parses a host in single quotes. A host must not contain a blank, because blanks separate the fields of an
-/// answer.
-bool parseQuotedHost(const QByteArray &word, QByteArray *host)
+/// Returns the entry of \a list with the number \a part, counted from 1, or null if there is none.
+template <typename List>
+auto entry(List &list, const QByteArray &part) -> decltype(&list[0])
 {
-    if (word.size() < 3 || !word.startsWith('\'') || !word.endsWith('\''))
-        return false;
-    *host = word.mid(1, word.size() - 2);
-    for (const char letter : qAsConst(*host)) {
-        if (letter == '\'' || static_cast<unsigned char>(letter) <= ' ')
-            return false;
-    }
-    return true;
+    const int number = part.toInt();
+    return number >= 1 && number <= int(list.size()) ? &list[decltype(list.size())(number - 1)] : nullptr;
 }
 
-int answerChannelQuery(const ControllerState &state, const Words &words, QByteArray *answer)
+int answerTypeQuery(const ControllerState &state, const QByteArray &text, QByteArray *answer)
 {
-    int index = 0;
-    if (const int result = findChannel(words.at(2), &index))
-        return result;
-    const OutputChannel &channel = state.channels[size_t(index)];
-    const QByteArray &keyword = words.at(1);
-    if (keyword == "active" && words.size() > 3) {
-        const QByteArray type = joinedFrom(words, 3);
-        if (!findOutputType(state.catalogue, type))
-            return OutOfRange;
-        *answer = yesOrNo(channel.types.contains(type));
-        return Accepted;
-    }
-    if (words.size() != 3)
-        return NotUnderstood;
-    if (keyword == "net")
-        *answer = describe(channel.destination);
-    else if (keyword == "net_active")
-        *answer = yesOrNo(channel.active);
-    else if (keyword == "net_divisor" && versionAtLeast(state.version, 1, 6))
-        *answer = QByteArray::number(channel.divisor);
+    static const Form name("output type t" INDEX);
+    static const Form about("output (type_desc|available) (.*)");
+    Parts parts;
+    const OutputType *type = nullptr;
+    if (name.fits(text, &parts))
+        type = entry(state.catalogue, parts[0]);
+    else if (about.fits(text, &parts))
+        type = findOutputType(state.catalogue, parts[1]);
     else
         return NotUnderstood;
-    return Accepted;
-}
-
-int answerTypeQuery(const ControllerState &state, const Words &words, QByteArray *answer)
-{
-    if (words.at(1) == "type") {
-        int number = 0;
-        if (words.size() != 3 || !parseIndexed(words.at(2), "t", &number))
-            return NotUnderstood;
-        if (number < 1 || number > state.catalogue.size())
-            return OutOfRange;
-        *answer = state.catalogue.at(number - 1).name;
-        return Accepted;
-    }
-    const OutputType *type = findOutputType(state.catalogue, joinedFrom(words, 2));
     if (!type)
         return OutOfRange;
-    *answer = words.at(1) == "available" ? yesOrNo(type->available) : '"' + type->description + '"';
-    return Accepted;
-}
-
-int setRouter(ControllerState &state, const Words &words)
-{
-    bool on = false;
-    if (words.size() != 3 || !versionAtLeast(state.version, 1, 4) || !parseYesOrNo(words.at(2), &on))
-        return NotUnderstood;
-    state.viaRouter = on;
-    return Accepted;
-}
-
-int setActive(OutputChannel &channel, const Words &words)
-{
-    bool on = false;
-    if (words.size() != 4 || !parseYesOrNo(words.at(3), &on))
-        return NotUnderstood;
-    channel.active = on;
-    return Accepted;
-}
-
-int setDivisor(const ControllerState &state, OutputChannel &channel, const Words &words)
-{
-    int divisor = 0;
-    if (words.size() != 4 || !versionAtLeast(state.version, 1, 6) || !parseNumber(words.at(3), &divisor))
-        return NotUnderstood;
-    if (divisor < 1)
-        return OutOfRange;
-    channel.divisor = divisor;
-    return Accepted;
-}
-
-int setType(const ControllerState &state, OutputChannel &channel, const Words &words)
-{
-    bool on = false;
-    if (words.size() < 5 || !parseYesOrNo(words.last(), &on))
-        return NotUnderstood;
-    const QByteArray name = joinedFrom(words, 3, 1);
-    const OutputType *type = findOutputType(state.catalogue, name);
-    if (!type || (on && !type->available))
-        return OutOfRange;
-    if (on)
-        channel.types.insert(name);
+    if (parts.size() == 1)
+        *answer = type->name;
     else
-        channel.types.remove(name);
+        *answer = parts[0] == "available" ? yesOrNo(type->available) : '"' + type->description + '"';
     return Accepted;
 }
 
-int setDestination(const ControllerState &state, OutputChannel &channel, const Words &words)
+int answerChannelQuery(const ControllerState &state, const QByteArray &text, QByteArray *answer)
 {
-    if (words.size() == 4 && words.at(3) == "none") {
-        channel.destination = Destination();
-        return Accepted;
-    }
+    static const Form setting("output (net|net_active|net_divisor) ch" INDEX);
+    static const Form tick("output (active) ch" INDEX " (.*)");
+    Parts parts;
+    const bool isTick = tick.fits(text, &parts);
+    if (!isTick && !setting.fits(text, &parts))
+        return NotUnderstood;
+    if (parts[0] == "net_divisor" && !versionAtLeast(state.version, 1, 6))
+        return NotUnderstood;
+    const OutputChannel *channel = entry(state.channels, parts[1]);
+    if (!channel || (isTick && !findOutputType(state.catalogue, parts[2])))
+        return OutOfRange;
+    if (isTick)
+        *answer = yesOrNo(channel->types.contains(parts[2]));
+    else if (parts[0] == "net")
+        *answer = describe(channel->destination);
+    else
+        *answer = parts[0] == "net_active" ? yesOrNo(channel->active) : QByteArray::number(channel->divisor);
+    return Accepted;
+}
+
+int setDestination(const ControllerState &state, OutputChannel *channel, const Parts &parts)
+{
+    if (!channel)
+        return OutOfRange;
     Destination destination;
-    if (words.size() != 6 || !parseNumber(words.at(5), &destination.port))
-        return NotUnderstood;
-    if (words.at(3) == "multicast")
-        destination.kind = Destination::Kind::Multicast;
-    else if (words.at(3) == "udp")
-        destination.kind = Destination::Kind::Udp;
-    else
-        return NotUnderstood;
-    if (destination.kind == Destination::Kind::Udp && words.at(4) == "my_ip")
-        destination.host = state.monitorAddress;
-    else if (!parseQuotedHost(words.at(4), &destination.host))
-        return NotUnderstood;
+    if (parts.size() > 1) {
+        const bool isGroup = parts[1] == "multicast";
+        destination = {isGroup ? Destination::Kind::Multicast : Destination::Kind::Udp,
+                       parts[2].mid(1, parts[2].size() - 2), parts[3].toInt()};
+        if (parts[2] == "my_ip") {
+            if (isGroup)
+                return NotUnderstood;
+            destination.host = state.monitorAddress;
+        }
+    }
     if (destination.port > maximumPort)
         return OutOfRange;
-    channel.destination = destination;
+    channel->destination = destination;
+    return Accepted;
+}
+
+int setDivisor(OutputChannel *channel, int divisor)
+{
+    if (!channel || divisor < 1)
+        return OutOfRange;
+    channel->divisor = divisor;
+    return Accepted;
+}
+
+int setType(const ControllerState &state, OutputChannel *channel, const QByteArray &name, bool on)
+{
+    const OutputType *type = findOutputType(state.catalogue, name);
+    if (!channel || !type || (on && !type->available))
+        return OutOfRange;
+    if (on)
+        channel->types.insert(name);
+    else
+        channel->types.remove(name);
+    return Accepted;
+}
+
+int setActive(OutputChannel *channel, bool on)
+{
+    if (!channel)
+        return OutOfRange;
+    channel->active = on;
     return Accepted;
 }
 
@@ -216,41 +168,40 @@ int answerQuery(const ControllerState &state, const QByteArray &text, QByteArray
         *answer = describe({Destination::Kind::Udp, state.monitorAddress, monitorPort});
     else if (text == "output number_of_types")
         *answer = QByteArray::number(state.catalogue.size());
-    else {
-        const Words words = text.split(' ');
-        if (words.size() < 3 || words.first() != "output")
-            return NotUnderstood;
-        const QByteArray &keyword = words.at(1);
-        if (keyword == "type" || keyword == "type_desc" || keyword == "available")
-            return answerTypeQuery(state, words, answer);
-        return answerChannelQuery(state, words, answer);
-    }
+    else if (const int result = answerTypeQuery(state, text, answer); result != NotUnderstood)
+        return result;
+    else
+        return answerChannelQuery(state, text, answer);
     return Accepted;
 }
 
 int executeCommand(ControllerState &state, const QByteArray &text)
 {
-    const Words words = text.split(' ');
-    if (words.size() < 3 || words.first() != "output")
+    static const Form any("output [^ ]* .*");
+    static const Form router("output net_via_router " SWITCH);
+    static const Form none("output net ch" INDEX " none");
+    // A host must not contain a blank, because blanks separate the fields of an answer.
+    static const Form destination("output net ch" INDEX " (udp|multicast) (my_ip|'[^'\\x00- ]+') " NUMBER);
+    static const Form active("output net_active ch" INDEX " " SWITCH);
+    static const Form divisor("output net_divisor ch" INDEX " " NUMBER);
+    static const Form type("output active ch" INDEX " (.*) " SWITCH);
+    Parts parts;
+    if (!any.fits(text, &parts))
         return NotUnderstood;
     if (state.locked && versionAtLeast(state.version, 1, 9))
         return Locked;
-    const QByteArray &keyword = words.at(1);
-    if (keyword == "net_via_router")
-        return setRouter(state, words);
-    int index = 0;
-    if (const int result = findChannel(words.at(2), &index))
-        return result;
-    OutputChannel &channel = state.channels[size_t(index)];
-    if (keyword == "net")
-        return setDestination(state, channel, words);
-    if (keyword == "net_active")
-        return setActive(channel, words);
-    if (keyword == "net_divisor")
-        return setDivisor(state, channel, words);
-    if (keyword == "active")
-        return setType(state, channel, words);
-    return NotUnderstood;
+    if (none.fits(text, &parts) || destination.fits(text, &parts))
+        return setDestination(state, entry(state.channels, parts[0]), parts);
+    if (active.fits(text, &parts))
+        return setActive(entry(state.channels, parts[0]), parts[1] == "yes");
+    if (divisor.fits(text, &parts) && versionAtLeast(state.version, 1, 6))
+        return setDivisor(entry(state.channels, parts[0]), parts[1].toInt());
+    if (type.fits(text, &parts))
+        return setType(state, entry(state.channels, parts[0]), parts[1], parts[2] == "yes");
+    if (!router.fits(text, &parts) || !versionAtLeast(state.version, 1, 4))
+        return NotUnderstood;
+    state.viaRouter = parts[0] == "yes";
+    return Accepted;
 }
 
 } // namespace simulation
