@@ -16,8 +16,6 @@ namespace {
 /// The system's send buffer is set to the same size.
 constexpr int unreadLimit = 64 * 1024;
 
-constexpr int closingTimeoutMs = 2000;
-
 bool isPrintable(const QByteArray &text)
 {
     return std::all_of(text.cbegin(), text.cend(), [](char letter) {
@@ -62,13 +60,13 @@ private:
     /// event loop, so that a client that sends many at once does not delay the other clients.
     void readRequest()
     {
-        if (m_closing || m_delay.isActive())
+        if (m_delay.isActive())
             return;
         if (m_client->canReadLine()) {
             m_request = m_client->readLine();
             m_delay.start();
         } else if (m_client->bytesAvailable() >= protocol::maximumLine) {
-            refuseAndClose("line too long");
+            m_client->abort(); // the line is too long
         }
     }
 
@@ -83,21 +81,10 @@ private:
             readRequest();
     }
 
-    void refuseAndClose(const QByteArray &text)
-    {
-        m_closing = true;
-        m_client->write(answerText(NotUnderstood) + ' ' + text + '\n');
-        m_client->disconnectFromHost();
-        // disconnectFromHost() closes the connection only when the answer has been sent. A client that does
-        // not read would keep it open indefinitely.
-        QTimer::singleShot(closingTimeoutMs, m_client, &QTcpSocket::abort);
-    }
-
     QTcpSocket *m_client;
     CommandServer &m_server;
     QTimer m_delay; ///< runs while m_request waits for its answer
     QByteArray m_request;
-    bool m_closing = false;
 };
 
 } // namespace
