@@ -1,6 +1,6 @@
 // Tests the simulated frontend: its session and the program itself.
 
-#include "catalogues.h"
+#include "presets.h"
 #include "controlleroptions.h"
 #include "requester.h"
 #include "runningcontroller.h"
@@ -145,7 +145,7 @@ void TestFrontend::sessionAppliesChangesWhileItRuns()
     QVERIFY(session.setChannelCount(1, &problem));
     QCOMPARE(session.receivers().reports().size(), 1);
     session.stop();
-    QCOMPARE(session.receivers().finalReports().value(0).statistics.lost, qint64(0));
+    QCOMPARE(session.receivers().reports(true).value(0).statistics.lost, qint64(0));
 }
 
 void TestFrontend::windowWithoutADisplayIsRefused()

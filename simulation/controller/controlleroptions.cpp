@@ -1,36 +1,24 @@
 #include "controlleroptions.h"
 
-#include <QCoreApplication>
-
 namespace simulation {
-
-namespace {
-
-QString translated(const char *source)
-{
-    return QCoreApplication::translate("ControllerOptions", source);
-}
-
-} // namespace
 
 void SimulationOptions::declare(CommandLine &line)
 {
-    line.add(
-        "controller-version", "version",
-        translated("Version of the Controller, such as 1.5 or 1.9.-2, which determines its features: "
-                   "router mode from 1.4, the send data divisor from 1.6, the configuration lock from 1.9 "
-                   "(1.9.0)."));
-    line.add("locked", "", translated("Lock the configuration."));
-    line.add("router", "", translated("Start in router mode, so that the frontend's module sends the data."));
-    line.add("channels", "n", translated("Number of channels to set up, at most 10 (3)."));
-    line.add("answer-delay", "ms", translated("Delay of each answer, at most 2000 (0)."));
-    line.add("rate", "hz", translated("Frames per second, 1 to 2000 (60)."));
+    line.add("controller-version", "version",
+             "Version of the Controller, such as 1.5 or 1.9.-2, which determines its features: "
+             "router mode from 1.4, the send data divisor from 1.6, the configuration lock from 1.9 "
+             "(1.9.0).");
+    line.add("locked", "", "Lock the configuration.");
+    line.add("router", "", "Start in router mode, so that the frontend's module sends the data.");
+    line.add("channels", "n", "Number of channels to set up, at most 10 (3).");
+    line.add("answer-delay", "ms", "Delay of each answer, at most 2000 (0).");
+    line.add("rate", "hz", "Frames per second, 1 to 2000 (60).");
     line.add("replay", "file",
-             translated("Replay recorded lines, each beginning with its output type, instead of synthetic "
-                        "frames; \"-\" for standard input."));
+             "Replay recorded lines, each beginning with its output type, instead of synthetic "
+             "frames; \"-\" for standard input.");
 }
 
-bool SimulationOptions::read(CommandLine &line)
+bool SimulationOptions::read(const CommandLine &line)
 {
     locked = line.isSet("locked");
     router = line.isSet("router");
@@ -60,15 +48,15 @@ void SimulationOptions::applyTo(ControllerState &state) const
 void declareControllerOptions(CommandLine &line)
 {
     line.add("address", "address",
-             translated("IPv4 address to listen on; 0.0.0.0: all addresses of this computer (127.0.0.1)."));
-    line.add("port", "port", translated("TCP port of the commands; 0: any free port (5600)."));
+             "IPv4 address to listen on; 0.0.0.0: all addresses of this computer (127.0.0.1).");
+    line.add("port", "port", "TCP port of the commands; 0: any free port (5600).");
     line.add("data-port", "port",
-             translated("TCP port of the data; 0: any free port (the port after --port, or any free port if "
-                        "--port is 0)."));
+             "TCP port of the data; 0: any free port (the port after --port, or any free port if "
+             "--port is 0).");
     SimulationOptions::declare(line);
 }
 
-bool readControllerOptions(CommandLine &line, ControllerOptions *options)
+bool readControllerOptions(const CommandLine &line, ControllerOptions *options)
 {
     return line.text("address", &options->address) && line.number("port", 0, maximumPort, &options->port) &&
            line.number("data-port", 0, maximumPort, &options->dataPort) && options->simulated.read(line) &&

@@ -28,7 +28,7 @@ struct SimulationOptions
     static void declare(CommandLine &line);
 
     /// Reads the declared options. Returns false if one of them is invalid.
-    bool read(CommandLine &line);
+    bool read(const CommandLine &line);
 
     /// Returns the first declared option that is set, or an empty text.
     static QString firstSet(const CommandLine &line);
@@ -51,6 +51,6 @@ struct ControllerOptions
 void declareControllerOptions(CommandLine &line);
 
 /// Reads them. Returns false if one of them is invalid.
-bool readControllerOptions(CommandLine &line, ControllerOptions *options);
+bool readControllerOptions(const CommandLine &line, ControllerOptions *options);
 
 } // namespace simulation

@@ -1,7 +1,6 @@
 #include "controlleroutput.h"
 
 #include "datathread.h"
-#include "frameledger.h"
 #include "replayedframes.h"
 #include "simulatedcontroller.h"
 #include "syntheticframes.h"
@@ -14,7 +13,7 @@ QByteArray datagramOf(const Frame &frame, const Expectation &content)
 {
     // The largest payload of a UDP datagram over IPv4.
     constexpr int maximumPayload = 65507;
-    if (!content.types.contains("fr") || !isDue(frameNumber(frame), content.divisor))
+    if (!content.types.contains("fr") || !divisorSelects(content.divisor, frameNumber(frame)))
         return {};
     QByteArray datagram;
     for (const DataLine &line : frame) {

@@ -1,8 +1,8 @@
 #include "controllerprogram.h"
 
-#include "channelpresets.h"
 #include "datathread.h"
 #include "networkprotocol.h"
+#include "presets.h"
 
 namespace simulation {
 

@@ -1,7 +1,7 @@
 #include "dataserver.h"
 
+#include "eventthread.h"
 #include "networkprotocol.h"
-#include "queuedcall.h"
 
 #include <QTcpSocket>
 

@@ -10,9 +10,7 @@ using namespace simulation;
 
 namespace {
 
-QString description()
-{
-    return QCoreApplication::translate("controller", R"(
+constexpr char description[] = R"(
 Simulates the Controller of a tracking system on the network: answers the
 queries and commands of frontends, sends them the tracking data, and, unless
 router mode is on, sends the data of each active channel to its destination by
@@ -22,16 +20,13 @@ Defaults are in parentheses.
 
 When the program is ready, it prints one line with both addresses. Exit status:
 0 when stopped; 1 if it cannot listen; 2 for wrong usage, or if the recording
-cannot be used.)");
-}
+cannot be used.)";
 
-int run(CommandLine &line)
+int run(const CommandLine &line)
 {
     ControllerOptions options;
-    if (!readControllerOptions(line, &options)) {
-        line.report(line.problem());
+    if (!readControllerOptions(line, &options))
         return WrongUsage;
-    }
     ControllerProgram program(options);
     QString problem;
     if (!program.openSource(&problem)) {
@@ -58,7 +53,7 @@ int run(CommandLine &line)
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    CommandLine line(QLatin1String("controller"), description());
+    CommandLine line("controller", description);
     declareControllerOptions(line);
     const std::optional<ExitStatus> status = line.parse(argc, argv);
     return status ? *status : run(line);

@@ -1,5 +1,7 @@
 #include "networkprotocol.h"
 
+#include "commandline.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -14,17 +16,6 @@ QByteArray versionText(const BackendVersions &version)
 {
     return QByteArray::number(version.major) + '.' + QByteArray::number(version.minor) + '.' +
            QByteArray::number(version.third);
-}
-
-bool parseVersion(const QByteArray &text, BackendVersions *version)
-{
-    const QList<QByteArray> parts = text.split('.');
-    bool isNumber[3] = {};
-    if (parts.size() != 3)
-        return false;
-    *version = {
-        {0, 0, 0}, parts[0].toInt(isNumber), parts[1].toInt(isNumber + 1), parts[2].toInt(isNumber + 2)};
-    return isNumber[0] && isNumber[1] && isNumber[2];
 }
 
 QJsonObject channelObject(const OutputChannel &channel)
@@ -71,7 +62,8 @@ bool parseGreeting(const QByteArray &text, Greeting *greeting)
         return false;
     bool isPort = false;
     greeting->dataPort = words[3].toUShort(&isPort);
-    return parseVersion(words[1], &greeting->version) && isPort && greeting->dataPort != 0;
+    return parseVersion(QString::fromLatin1(words[1]), &greeting->version) && isPort &&
+           greeting->dataPort != 0;
 }
 
 QByteArray stateText(const ControllerState &state)
@@ -91,8 +83,7 @@ bool parseState(const QByteArray &text, ControllerState *state)
     const QJsonObject object = QJsonDocument::fromJson(text).object();
     const QJsonArray channels = object["channels"].toArray();
     BackendVersions version{};
-    if (channels.size() != outputChannelCount ||
-        !parseVersion(object["version"].toString().toLatin1(), &version))
+    if (channels.size() != outputChannelCount || !parseVersion(object["version"].toString(), &version))
         return false;
     state->version = version;
     state->locked = object["locked"].toBool();

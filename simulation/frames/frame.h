@@ -28,4 +28,10 @@ qint32 frameNumber(const Frame &frame);
 /// Returns \a line without trailing CR and LF characters.
 QByteArray withoutLineEnd(const QByteArray &line);
 
+/// Returns whether a channel with the send data divisor \a divisor sends the frame \a number.
+inline bool divisorSelects(int divisor, qint64 number)
+{
+    return number != 0 && number % divisor == 0;
+}
+
 } // namespace simulation

@@ -1,5 +1,7 @@
 #include "frameledger.h"
 
+#include "frame.h"
+
 namespace simulation {
 
 void FrameLedger::note(qint32 number)
@@ -37,7 +39,7 @@ qint64 FrameLedger::takeDue(qint64 *position, qint64 after, qint64 upTo, int div
         isReached = number >= upTo;
         if (number > upTo)
             break;
-        due += number > after && isDue(number, divisor);
+        due += number > after && divisorSelects(divisor, number);
         ++*position;
     }
     return due;

@@ -40,10 +40,4 @@ private:
     qint32 m_first = 0;
 };
 
-/// Returns whether a channel with \a divisor sends the frame \a number.
-inline bool isDue(qint64 number, int divisor)
-{
-    return number != 0 && number % divisor == 0;
-}
-
 } // namespace simulation

@@ -3,26 +3,14 @@
 #include "session.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QTextStream>
 #include <QTimer>
 
 #include <cstdio>
-#include <unistd.h>
 
 namespace simulation {
 
 namespace {
-
-/// Returns the resident memory of this process in KiB, or 0 if it is unknown.
-qint64 residentKiB()
-{
-    QFile file(QLatin1String("/proc/self/statm"));
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    // The fields are total pages, then resident pages.
-    return file.readLine().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE) / 1024;
-}
 
 bool isGood(const ReceiverReport &report)
 {
@@ -83,9 +71,6 @@ void Headless::run()
 
 void Headless::printProgress()
 {
-    // Measure after one second of data, when the buffers have reached their size.
-    if (m_residentAtStart == 0)
-        m_residentAtStart = residentKiB();
     QTextStream out(stdout);
     const double seconds = double(m_sinceProgress.restart()) / 1000.0;
     const QList<ReceiverReport> reports = m_session.receivers().reports();
@@ -108,13 +93,8 @@ void Headless::printProgress()
 bool Headless::printSummary() const
 {
     QTextStream out(stdout);
-    const QList<ReceiverReport> reports = m_session.receivers().finalReports();
+    const QList<ReceiverReport> reports = m_session.receivers().reports(true);
     out << summary(m_session, reports.size()) << '\n';
-    if (m_residentAtStart > 0)
-        out << tr("resident memory: %1 KiB after the first second, %2 KiB at the end")
-                   .arg(m_residentAtStart)
-                   .arg(residentKiB())
-            << '\n';
     const bool isComplete = m_session.isRemote() || reports.size() == m_session.options().simulated.channels;
     bool good = isComplete && m_session.frames() > 0;
     for (const ReceiverReport &report : reports) {

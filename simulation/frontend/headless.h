@@ -32,7 +32,6 @@ private:
     void printProgress();
 
     Session &m_session;
-    qint64 m_residentAtStart = 0; ///< resident memory in KiB after the first second; 0: not measured yet
     QElapsedTimer m_sinceProgress;
     QHash<int, qint64> m_framesBefore; ///< frames of each channel at the previous progress line
 };

@@ -15,9 +15,7 @@ namespace simulation {
 
 namespace {
 
-QString description()
-{
-    return QCoreApplication::translate("frontend", R"(
+constexpr char description[] = R"(
 Simulates the frontend of a tracking system and its Controller: loads the
 plug-in of the output settings, opens the frontend's window and the window of
 the simulated Controller, and shows what the receivers of the channels receive.
@@ -36,8 +34,7 @@ Examples:
   frontend --controller-version 1.5 --dark
   frontend --controller 192.0.2.1:5600
   frontend --headless --seconds 10 --rate 500 --router
-  head -9000 recording.txt | frontend --headless --seconds 0 --replay -)");
-}
+  head -9000 recording.txt | frontend --headless --seconds 0 --replay -)";
 
 /// Returns the frontend's icon: a tracked body with its markers.
 QIcon windowIcon()
@@ -135,15 +132,13 @@ using namespace simulation;
 
 int main(int argc, char **argv)
 {
-    CommandLine line(QLatin1String("frontend"), description());
+    CommandLine line("frontend", description);
     declareOptions(line);
     if (const std::optional<ExitStatus> status = line.parse(argc, argv))
         return *status;
     Options options;
-    if (!readOptions(line, &options)) {
-        line.report(line.problem());
+    if (!readOptions(line, &options))
         return WrongUsage;
-    }
     if (!choosePlatform(options)) {
         line.report(QLatin1String("there is no display; --headless runs without a window"));
         return WrongUsage;

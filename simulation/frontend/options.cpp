@@ -1,35 +1,23 @@
 #include "options.h"
 
-#include <QCoreApplication>
-
 namespace simulation {
-
-namespace {
-
-QString translated(const char *source)
-{
-    return QCoreApplication::translate("Options", source);
-}
-
-} // namespace
 
 void declareOptions(CommandLine &line)
 {
     line.add("headless", "",
-             translated("Run without a window: print one line per second for each receiver, then a summary. "
-                        "Stop after five seconds, unless --seconds is given, or when the data end."));
-    line.add("dark", "", translated("Start with the dark palette, like View > Dark palette."));
+             "Run without a window: print one line per second for each receiver, then a summary. "
+             "Stop after five seconds, unless --seconds is given, or when the data end.");
+    line.add("dark", "", "Start with the dark palette, like View > Dark palette.");
     line.add("plugin", "file",
-             translated("Plug-in file of the module (../plugins/NetworkSettings2GModule.so, relative to this "
-                        "program's folder)."));
-    line.add(
-        "controller", "host:port",
-        translated("Use the Controller at this address, such as the program controller on another "
-                   "computer, instead of the embedded one. Pass the options below to that program then."));
+             "Plug-in file of the module (../plugins/NetworkSettings2GModule.so, relative to this "
+             "program's folder).");
+    line.add("controller", "host:port",
+             "Use the Controller at this address, such as the program controller on another "
+             "computer, instead of the embedded one. Pass the options below to that program then.");
     SimulationOptions::declare(line);
 }
 
-bool readOptions(CommandLine &line, Options *options)
+bool readOptions(const CommandLine &line, Options *options)
 {
     constexpr int headlessSeconds = 5;
     options->headless = line.isSet("headless");
@@ -42,7 +30,8 @@ bool readOptions(CommandLine &line, Options *options)
     if (!isValid || !options->controller.isSet() || embedded.isEmpty())
         return isValid;
     return line.refuse(
-        translated("--%1 is only for the embedded Controller; pass it to the program controller instead")
+        QString::fromLatin1(
+            "--%1 is only for the embedded Controller; pass it to the program controller instead")
             .arg(embedded));
 }
 

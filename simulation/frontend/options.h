@@ -19,6 +19,6 @@ struct Options
 void declareOptions(CommandLine &line);
 
 /// Reads them. Returns false if one of them is invalid.
-bool readOptions(CommandLine &line, Options *options);
+bool readOptions(const CommandLine &line, Options *options);
 
 } // namespace simulation

@@ -44,28 +44,27 @@ void ReceiverPool::follow(const ChannelRoutes &routes)
     }
 }
 
-void ReceiverPool::begin()
+void ReceiverPool::forEach(void (DatagramReceiver::*function)())
 {
     for (const auto &receiver : m_receivers) {
         if (receiver)
-            receiver->begin();
+            (receiver.get()->*function)();
     }
+}
+
+void ReceiverPool::begin()
+{
+    forEach(&DatagramReceiver::begin);
 }
 
 void ReceiverPool::restart()
 {
-    for (const auto &receiver : m_receivers) {
-        if (receiver)
-            receiver->restart();
-    }
+    forEach(&DatagramReceiver::restart);
 }
 
 void ReceiverPool::join()
 {
-    for (const auto &receiver : m_receivers) {
-        if (receiver)
-            receiver->join();
-    }
+    forEach(&DatagramReceiver::join);
 }
 
 bool ReceiverPool::isComplete() const
@@ -77,18 +76,7 @@ bool ReceiverPool::isComplete() const
     return true;
 }
 
-QList<ReceiverReport> ReceiverPool::reports() const
-{
-    return collect([](const DatagramReceiver &receiver) { return receiver.statistics(); });
-}
-
-QList<ReceiverReport> ReceiverPool::finalReports() const
-{
-    return collect([](const DatagramReceiver &receiver) { return receiver.finalStatistics(); });
-}
-
-template <typename Statistics>
-QList<ReceiverReport> ReceiverPool::collect(Statistics statisticsOf) const
+QList<ReceiverReport> ReceiverPool::reports(bool isFinal) const
 {
     QList<ReceiverReport> reports;
     for (size_t i = 0; i < m_receivers.size(); ++i) {
@@ -104,7 +92,7 @@ QList<ReceiverReport> ReceiverPool::collect(Statistics statisticsOf) const
             report.problem =
                 QCoreApplication::translate("ReceiverPool", "cannot listen: %1").arg(receiver->error());
         }
-        report.statistics = statisticsOf(*receiver);
+        report.statistics = isFinal ? receiver->finalStatistics() : receiver->statistics();
         reports.append(report);
     }
     return reports;

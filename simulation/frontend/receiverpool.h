@@ -49,16 +49,12 @@ public:
     /// Returns whether FrameChecker::isComplete() is true for all receivers that listen.
     bool isComplete() const;
 
-    /// Returns a report for each channel that has a receiver, in the order of the channels.
-    QList<ReceiverReport> reports() const;
-
-    /// Returns the same reports, with outstanding frames counted as lost. Call it when no more frames will
-    /// arrive.
-    QList<ReceiverReport> finalReports() const;
+    /// Returns a report for each channel that has a receiver, in the order of the channels. With \a isFinal,
+    /// outstanding frames are counted as lost: set it when no more frames will arrive.
+    QList<ReceiverReport> reports(bool isFinal = false) const;
 
 private:
-    template <typename Statistics>
-    QList<ReceiverReport> collect(Statistics statisticsOf) const;
+    void forEach(void (DatagramReceiver::*function)());
 
     const FrameLedger &m_ledger;
     std::array<std::unique_ptr<DatagramReceiver>, outputChannelCount> m_receivers;

@@ -1,7 +1,7 @@
 #include "session.h"
 
-#include "channelpresets.h"
 #include "datathread.h"
+#include "presets.h"
 
 #include <QElapsedTimer>
 #include <QThread>

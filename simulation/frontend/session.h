@@ -25,12 +25,12 @@ public:
     explicit Session(const Options &options);
     ~Session() override;
 
-    /// Reads the recording if the options name one. Returns false and sets \a problem to a message of one
-    /// line on failure.
+    // These three functions return false and set \a problem to a message of one line on failure.
+
+    /// Reads the recording if the options name one.
     bool openSource(QString *problem);
 
-    /// Waits for the remote Controller, if the options name one. Returns false and sets \a problem to a
-    /// message of one line if the Controller cannot be reached within three seconds.
+    /// Waits for the remote Controller, if the options name one, up to three seconds.
     bool connectController(QString *problem);
 
     /// Sets up the channels of an embedded Controller as setChannelCount() does; does nothing with a remote

@@ -1,7 +1,7 @@
 #include "dataclient.h"
 
 #include "networkprotocol.h"
-#include "queuedcall.h"
+#include "eventthread.h"
 
 #include <QElapsedTimer>
 #include <QTcpSocket>

@@ -31,8 +31,8 @@ public:
     /// until end(). The three arguments must be valid until then, too.
     QList<ModuleAction *> begin(IOManager *manager, QWidget *parent, BackendVersions *versions);
 
-    /// Shuts the module down and unloads the library. Returns false and sets \a problem to a message of one
-    /// line if no module is loaded or the library stays in memory.
+    /// Shuts the loaded module down and unloads the library. Returns false and sets \a problem to a message
+    /// of one line if it cannot be unloaded.
     bool end(QString *problem);
 
 private:

@@ -84,7 +84,7 @@ ReceiverStatistics DatagramReceiver::finalStatistics() const
 }
 
 /// Runs \a change on the thread after the datagrams that wait in the socket have been checked.
-void DatagramReceiver::afterWaiting(const TaskQueue::Task &change)
+void DatagramReceiver::afterWaiting(const EventThread::Task &change)
 {
     m_thread.run([&] {
         takeWaiting();

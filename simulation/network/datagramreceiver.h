@@ -47,7 +47,7 @@ public:
     ReceiverStatistics finalStatistics() const;
 
 private:
-    void afterWaiting(const TaskQueue::Task &change);
+    void afterWaiting(const EventThread::Task &change);
     void takeWaiting();
     ReceiverStatistics copied(const std::function<ReceiverStatistics()> &statistics) const;
 

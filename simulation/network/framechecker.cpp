@@ -1,6 +1,7 @@
 #include "framechecker.h"
 
 #include "datagramcontent.h"
+#include "frame.h"
 #include "frameledger.h"
 
 #include <limits>
@@ -59,7 +60,7 @@ bool FrameChecker::isWellFormed(const DatagramContent &content) const
     // which need not be due.
     const int divisor = m_expectation.isDivisorKnown ? m_expectation.divisor : 1;
     return content.isComplete && !content.numbers.isEmpty() && m_expectation.types.contains(content.types) &&
-           isDue(content.numbers.last(), divisor);
+           divisorSelects(divisor, content.numbers.last());
 }
 
 /// Compares \a numbers, the frame numbers of one datagram, with the previous ones and with the ledger. Counts
@@ -75,7 +76,7 @@ void FrameChecker::followNumbers(const QVector<qint32> &numbers)
             ++m_statistics.outOfOrder;
             return;
         }
-        if (number > after && isDue(number, m_expectation.divisor))
+        if (number > after && divisorSelects(m_expectation.divisor, number))
             ++arrived;
         previous = number;
     }

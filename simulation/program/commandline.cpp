@@ -10,37 +10,39 @@
 
 namespace simulation {
 
-namespace {
-
-QString translated(const char *source)
-{
-    return QCoreApplication::translate("CommandLine", source);
-}
-
-} // namespace
-
 QString programVersion()
 {
     return QLatin1String(PROGRAM_VERSION);
 }
 
-CommandLine::CommandLine(const QString &program, const QString &description)
-    : m_program(program)
+bool parseVersion(const QString &text, BackendVersions *version)
 {
-    m_parser.setApplicationDescription(description);
-    m_parser.addOption({{"h", "help"}, translated("Show this text.")});
-    add("version", "", translated("Print the version."));
-    add("seconds", "n", translated("Stop after this many seconds; 0: when interrupted."));
+    static const QRegularExpression form(
+        QLatin1String("^([0-9]{1,6})\\.([0-9]{1,6})(?:\\.(-?[0-9]{1,6}))?$"));
+    const QRegularExpressionMatch match = form.match(text);
+    if (match.hasMatch())
+        *version = {
+            {0, 0, 0}, match.captured(1).toInt(), match.captured(2).toInt(), match.captured(3).toInt()};
+    return match.hasMatch();
 }
 
-void CommandLine::add(const char *name, const char *value, const QString &help)
+CommandLine::CommandLine(const char *program, const char *description)
+    : m_program(QLatin1String(program))
 {
-    m_parser.addOption({QLatin1String(name), help, QLatin1String(value)});
+    m_parser.setApplicationDescription(QLatin1String(description));
+    m_parser.addOption({{"h", "help"}, QLatin1String("Show this text.")});
+    add("version", "", "Print the version.");
+    add("seconds", "n", "Stop after this many seconds; 0: when interrupted.");
 }
 
-void CommandLine::addArguments(const QString &syntax, const QString &help)
+void CommandLine::add(const char *name, const char *value, const char *help)
 {
-    m_parser.addPositionalArgument(syntax, help, syntax);
+    m_parser.addOption({QLatin1String(name), QLatin1String(help), QLatin1String(value)});
+}
+
+void CommandLine::addArguments(const char *syntax, const char *help)
+{
+    m_parser.addPositionalArgument(QLatin1String(syntax), QLatin1String(help), QLatin1String(syntax));
     m_takesArguments = true;
 }
 
@@ -57,7 +59,8 @@ std::optional<ExitStatus> CommandLine::parse(int argc, char **argv)
         answer(argc, argv);
         return Success;
     }
-    report(isParsed ? translated("unexpected argument '%1'").arg(strays.constFirst()) : m_parser.errorText());
+    report(isParsed ? QString::fromLatin1("unexpected argument '%1'").arg(strays.constFirst())
+                    : m_parser.errorText());
     return WrongUsage;
 }
 
@@ -75,20 +78,20 @@ void CommandLine::report(const QString &message) const
     std::fprintf(stderr, "%s: %s\n", qPrintable(m_program), qPrintable(message));
 }
 
-bool CommandLine::refuse(const QString &problem)
+bool CommandLine::refuse(const QString &problem) const
 {
-    m_problem = problem;
+    report(problem);
     return false;
 }
 
-bool CommandLine::number(const char *name, int least, int most, int *result)
+bool CommandLine::number(const char *name, int least, int most, int *result) const
 {
     if (!isSet(name))
         return true;
     bool isNumber = false;
     const int given = value(name).toInt(&isNumber);
     if (!isNumber || given < least || given > most) {
-        return refuse(translated("--%1 takes a number from %2 to %3, not '%4'")
+        return refuse(QString::fromLatin1("--%1 takes a number from %2 to %3, not '%4'")
                           .arg(QLatin1String(name))
                           .arg(least)
                           .arg(most)
@@ -98,44 +101,38 @@ bool CommandLine::number(const char *name, int least, int most, int *result)
     return true;
 }
 
-bool CommandLine::seconds(int *result)
+bool CommandLine::seconds(int *result) const
 {
     constexpr int week = 7 * 24 * 3600;
     return number("seconds", 0, week, result);
 }
 
-bool CommandLine::version(const char *name, BackendVersions *result)
+bool CommandLine::version(const char *name, BackendVersions *result) const
 {
-    if (!isSet(name))
-        return true;
-    static const QRegularExpression form(
-        QLatin1String("^([0-9]{1,6})\\.([0-9]{1,6})(?:\\.(-?[0-9]{1,6}))?$"));
-    const QRegularExpressionMatch match = form.match(value(name));
-    if (!match.hasMatch())
-        return refuse(translated("--%1 takes a version such as 1.9 or 1.9.0, not '%2'")
-                          .arg(QLatin1String(name), value(name)));
-    *result = {{0, 0, 0}, match.captured(1).toInt(), match.captured(2).toInt(), match.captured(3).toInt()};
-    return true;
+    return !isSet(name) || parseVersion(value(name), result) ||
+           refuse(QString::fromLatin1("--%1 takes a version such as 1.9 or 1.9.0, not '%2'")
+                      .arg(QLatin1String(name), value(name)));
 }
 
-bool CommandLine::text(const char *name, QString *result)
+bool CommandLine::text(const char *name, QString *result) const
 {
     if (!isSet(name))
         return true;
     if (value(name).isEmpty())
-        return refuse(translated("--%1 needs a text").arg(QLatin1String(name)));
+        return refuse(QString::fromLatin1("--%1 needs a text").arg(QLatin1String(name)));
     *result = value(name);
     return true;
 }
 
-bool CommandLine::endpoint(const char *name, Endpoint *result)
+bool CommandLine::endpoint(const char *name, Endpoint *result) const
 {
     if (!isSet(name))
         return true;
     const int colon = value(name).lastIndexOf(QLatin1Char(':'));
     const uint port = value(name).midRef(colon + 1).toUInt();
     if (colon < 1 || port < 1 || port > 65535)
-        return refuse(translated("--%1 takes HOST:PORT, not '%2'").arg(QLatin1String(name), value(name)));
+        return refuse(
+            QString::fromLatin1("--%1 takes HOST:PORT, not '%2'").arg(QLatin1String(name), value(name)));
     *result = {value(name).left(colon), quint16(port)};
     return true;
 }

@@ -31,50 +31,47 @@ struct Endpoint
 ///
 /// A reading function checks the value of the option \a name, writes it to \a result and returns true. If the
 /// option is not set, the function returns true and leaves \a result unchanged. If the value is invalid, the
-/// function returns false, leaves \a result unchanged and sets problem().
+/// function leaves \a result unchanged and refuses it.
 class CommandLine
 {
 public:
     /// \a program is the program's name, \a description the text that --help shows above the options.
-    CommandLine(const QString &program, const QString &description);
+    CommandLine(const char *program, const char *description);
 
     /// Declares an option with its \a help. If \a value is empty, the option is a switch; otherwise the text
     /// stands for the option's value in the help.
-    void add(const char *name, const char *value, const QString &help);
+    void add(const char *name, const char *value, const char *help);
 
     /// Declares that the program takes arguments besides its options; they are parsed, but not checked.
-    void addArguments(const QString &syntax, const QString &help);
+    void addArguments(const char *syntax, const char *help);
 
     /// Parses the arguments of main(). Returns nothing if the program has to run. Otherwise returns its exit
     /// status, after printing the answer to --help or --version or a message about a wrong option.
     std::optional<ExitStatus> parse(int argc, char **argv);
 
-    /// Returns a message of one line about the first failure of a reading function.
-    QString problem() const { return m_problem; }
-
-    /// Sets problem() and returns false.
-    bool refuse(const QString &problem);
-
     /// Prints \a message, after the program's name, to standard error.
     void report(const QString &message) const;
+
+    /// Reports \a problem and returns false.
+    bool refuse(const QString &problem) const;
 
     bool isSet(const char *name) const { return m_parser.isSet(QLatin1String(name)); }
     QStringList arguments() const { return m_parser.positionalArguments(); }
 
     /// Accepts integers from \a least to \a most.
-    bool number(const char *name, int least, int most, int *result);
+    bool number(const char *name, int least, int most, int *result) const;
 
     /// Reads the option --seconds, which accepts up to a week.
-    bool seconds(int *result);
+    bool seconds(int *result) const;
 
-    /// Accepts versions such as 1.9, 1.9.0 and 1.9.-2. A missing third number is read as 0.
-    bool version(const char *name, BackendVersions *result);
+    /// Accepts what parseVersion() accepts.
+    bool version(const char *name, BackendVersions *result) const;
 
     /// Accepts any text that is not empty.
-    bool text(const char *name, QString *result);
+    bool text(const char *name, QString *result) const;
 
     /// Accepts HOST:PORT with a port from 1 to 65535.
-    bool endpoint(const char *name, Endpoint *result);
+    bool endpoint(const char *name, Endpoint *result) const;
 
 private:
     void answer(int argc, char **argv) const;
@@ -83,8 +80,11 @@ private:
     QCommandLineParser m_parser;
     const QString m_program;
     bool m_takesArguments = false;
-    QString m_problem;
 };
+
+/// Parses versions such as 1.9, 1.9.0 and 1.9.-2. A missing third number is read as 0. Returns false if \a
+/// text has another form.
+bool parseVersion(const QString &text, BackendVersions *version);
 
 /// Returns the version of the project, which all programs share.
 QString programVersion();

@@ -7,9 +7,7 @@ using namespace simulation;
 
 namespace {
 
-QString description()
-{
-    return QCoreApplication::translate("receiver", R"(
+constexpr char description[] = R"(
 Shows whether tracking data arrive on this computer: receives the datagrams of
 each UDP port, checks them, and prints one line per second and port, then a
 summary.
@@ -24,16 +22,13 @@ if the program cannot listen or write the file.
 Examples:
   receiver 5001
   receiver --interface eth1 239.255.42.3:5003
-  receiver --seconds 10 --expect 60 --save recording.txt 5001)");
-}
+  receiver --seconds 10 --expect 60 --save recording.txt 5001)";
 
-int run(CommandLine &line)
+int run(const CommandLine &line)
 {
     ReceiverOptions options;
-    if (!readReceiverOptions(line, &options)) {
-        line.report(line.problem());
+    if (!readReceiverOptions(line, &options))
         return WrongUsage;
-    }
     SignalWatcher watcher;
     QObject::connect(&watcher, &SignalWatcher::interrupted, qApp, &QCoreApplication::quit);
     ReceiverRun receiver(options);
@@ -56,7 +51,7 @@ int run(CommandLine &line)
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    CommandLine line(QLatin1String("receiver"), description());
+    CommandLine line("receiver", description);
     declareReceiverOptions(line);
     const std::optional<ExitStatus> status = line.parse(argc, argv);
     return status ? *status : run(line);

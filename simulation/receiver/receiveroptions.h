@@ -21,6 +21,6 @@ struct ReceiverOptions
 void declareReceiverOptions(CommandLine &line);
 
 /// Reads them. Returns false if one of them is invalid. May block while a host name is resolved.
-bool readReceiverOptions(CommandLine &line, ReceiverOptions *options);
+bool readReceiverOptions(const CommandLine &line, ReceiverOptions *options);
 
 } // namespace simulation

@@ -1,6 +1,6 @@
 #include "statepanel.h"
 
-#include "catalogues.h"
+#include "presets.h"
 #include "session.h"
 
 #include <QCheckBox>

@@ -1,4 +1,6 @@
-#include "channelpresets.h"
+#include "presets.h"
+
+#include <QCoreApplication>
 
 namespace simulation {
 
@@ -33,6 +35,24 @@ OutputChannel presetChannel(int index, const ControllerState &state)
     if (preset.group)
         destination = {Destination::Kind::Multicast, preset.group, firstPort + index};
     return {destination, true, versionAtLeast(state.version, 1, 6) ? preset.divisor : 1, preset.types};
+}
+
+QList<NamedCatalogue> catalogues()
+{
+    const QList<OutputType> usual = defaultControllerState().catalogue;
+    QList<OutputType> few;
+    for (const OutputType &type : usual) {
+        if (type.name == "fr" || type.name == "6d" || type.name == "6di" || type.name == "3d")
+            few.append(type);
+    }
+    QList<OutputType> many = usual;
+    for (int i = 1; i <= 100; ++i) {
+        const QByteArray number = QByteArray::number(i).rightJustified(3, '0');
+        many.append({"x" + number, "Additional data " + number, i % 10 != 0});
+    }
+    return {{QT_TRANSLATE_NOOP("Catalogues", "Default (15)"), usual},
+            {QT_TRANSLATE_NOOP("Catalogues", "Bodies and markers (4)"), few},
+            {QT_TRANSLATE_NOOP("Catalogues", "Default and 100 more (115)"), many}};
 }
 
 } // namespace simulation
