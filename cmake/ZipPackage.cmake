@@ -1,5 +1,5 @@
-# Makes cpack, which is run in the build folder, create a zip file with the plug-in, the headers, the CMake package and
-# the documents.
+# Makes cpack, which is run in the build folder, create a zip file with the plug-in, the program receiver, the headers,
+# the CMake package and the documents.
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
 set(CPACK_PACKAGE_VENDOR "GUI Output Settings developers")

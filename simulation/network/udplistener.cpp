@@ -22,7 +22,10 @@ bool UdpListener::listen(const UdpEndpoint &endpoint, const QNetworkInterface &i
     setSocketOption(ReceiveBufferSizeSocketOption, receiveBuffer);
     if (!isGroup)
         return true;
-    return interface.isValid() ? joinMulticastGroup(address, interface) : joinMulticastGroup(address);
+    if (!interface.isValid())
+        return joinMulticastGroup(address);
+    m_interface = uint(interface.index());
+    return joinMulticastGroup(address, interface);
 }
 
 } // namespace simulation

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QHostAddress>
+#include <QNetworkDatagram>
 #include <QNetworkInterface>
 #include <QUdpSocket>
 
@@ -24,9 +25,9 @@ public:
     using QUdpSocket::QUdpSocket;
 
     /// Listens at \a endpoint, whose address is one of this computer, QHostAddress::AnyIPv4, or a multicast
-    /// group to join. The group is joined on \a interface; if that is not valid, the system chooses the
-    /// interface by the route to the group. With the port 0 the system chooses a free port. Returns false on
-    /// failure; errorString() then gives the reason.
+    /// group to join. The group is joined on \a interface, and datagrams to it that arrive on another one are
+    /// ignored. If \a interface is not valid, the system chooses it by the route to the group. With the port
+    /// 0 the system chooses a free port. Returns false on failure; errorString() then gives the reason.
     bool listen(const UdpEndpoint &endpoint, const QNetworkInterface &interface);
 
     /// Calls \a take for each pending datagram, with its sender. Takes at most 256 datagrams or about 1 MiB,
@@ -36,21 +37,23 @@ public:
     {
         constexpr int atOnce = 256;
         constexpr qint64 bytesAtOnce = qint64{1024} * 1024;
-        UdpEndpoint sender;
+        constexpr int maximumDatagram = 65535;
         qint64 bytes = 0;
         for (int i = 0; i < atOnce && bytes < bytesAtOnce; ++i) {
-            const qint64 length =
-                readDatagram(m_buffer.data(), m_buffer.size(), &sender.address, &sender.port);
-            if (length < 0)
+            const QNetworkDatagram datagram = receiveDatagram(maximumDatagram);
+            if (!datagram.isValid())
                 return;
-            take(QByteArray(m_buffer.constData(), int(length)), sender);
-            bytes += length;
+            bytes += datagram.data().size();
+            // The system passes the datagrams of a group to every socket that is bound to it, even if only
+            // another program has joined the group on their interface. The index 0 means unknown.
+            if (m_interface == 0 || datagram.interfaceIndex() == 0 ||
+                datagram.interfaceIndex() == m_interface)
+                take(datagram.data(), UdpEndpoint{datagram.senderAddress(), quint16(datagram.senderPort())});
         }
     }
 
 private:
-    static constexpr int MaximumDatagram = 65535;
-    QByteArray m_buffer = QByteArray(MaximumDatagram, Qt::Uninitialized);
+    uint m_interface = 0; ///< index of the interface on which a group was joined; 0: any
 };
 
 } // namespace simulation

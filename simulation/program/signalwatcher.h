@@ -7,10 +7,10 @@ class QSocketNotifier;
 namespace simulation {
 
 /// Emits a Qt signal on the thread to which this object belongs after SIGINT, SIGTERM or SIGHUP, or after a
-/// write to a closed pipe (SIGPIPE), so that the program can shut down in an orderly way. The thread must run
-/// an event loop: until it does, the signals have no effect, so create the object just before. A second
-/// SIGINT, SIGTERM or SIGHUP ends the program at once. The destructor restores the default actions. Only one
-/// SignalWatcher may exist at a time.
+/// write to a closed pipe (SIGPIPE), so that the program can shut down in an orderly way. On Windows these are
+/// Ctrl+C, Ctrl+Break and the closing of the console. The thread must run an event loop: until it does, the
+/// signals have no effect, so create the object just before. A second SIGINT, SIGTERM or SIGHUP ends the
+/// program at once. The destructor restores the default actions. Only one SignalWatcher may exist at a time.
 class SignalWatcher : public QObject
 {
     Q_OBJECT
@@ -27,7 +27,7 @@ signals:
 private:
     void takeSignal();
 
-    QSocketNotifier *m_notifier;
+    QSocketNotifier *m_notifier = nullptr; ///< not used on Windows
 };
 
 } // namespace simulation

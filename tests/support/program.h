@@ -30,7 +30,9 @@ public:
         return readLine().trimmed();
     }
 
+#ifndef Q_OS_WIN
     void sendSignal(int signal) { ::kill(pid_t(processId()), signal); }
+#endif
 
     /// Waits for the end of the process. Returns the exit status, or -1 if the process did not start, crashed
     /// or did not end within \a limitMs.
