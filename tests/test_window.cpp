@@ -1,14 +1,18 @@
 // Tests the windows of the simulated frontend.
 
-#include "controller.h"
-#include "controllerlink.h"
+#include "appearance.h"
+#include "controllerwindow.h"
 #include "conversationview.h"
+#include "mainwindow.h"
 #include "receiverspanel.h"
+#include "session.h"
 
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
+#include <QMenuBar>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
@@ -26,6 +30,8 @@ private slots:
     void conversationFollowsItsEndUnderThePointer();
     void conversationIsFilteredCopiedAndLimited();
     void receiversAreShownWithTheirRates();
+    void mnemonicsOfAWindowDiffer();
+    void disabledFieldsLookDisabled();
 };
 
 /// Opening and closing the module's dialog adds more than a hundred lines. A dialog that opens takes the
@@ -135,6 +141,45 @@ void TestWindow::receiversAreShownWithTheirRates()
     QTRY_VERIFY(rate() > 0.0);
     one.statistics.frames = 0; // the counters were reset
     QCOMPARE(rate(), 0.0);
+}
+
+void TestWindow::mnemonicsOfAWindowDiffer()
+{
+    Session session(Options{});
+    const MainWindow window(session, false);
+    const ControllerWindow controller(session);
+    for (const QWidget *each :
+         {static_cast<const QWidget *>(&window), static_cast<const QWidget *>(&controller)}) {
+        QStringList texts;
+        for (const QAbstractButton *button : each->findChildren<QAbstractButton *>())
+            texts.append(button->text());
+        for (const QLabel *label : each->findChildren<QLabel *>())
+            texts.append(label->buddy() ? label->text() : QString());
+        for (const QMenuBar *bar : each->findChildren<QMenuBar *>()) {
+            for (const QAction *action : bar->actions())
+                texts.append(action->text());
+        }
+        QHash<QString, QString> seen;
+        for (const QString &text : qAsConst(texts)) {
+            const QString key = QKeySequence::mnemonic(text).toString();
+            QVERIFY2(key.isEmpty() || !seen.contains(key), qPrintable(text + " and " + seen.value(key)));
+            seen.insert(key, text);
+        }
+        QVERIFY(seen.size() > 5);
+    }
+}
+
+void TestWindow::disabledFieldsLookDisabled()
+{
+    for (const bool dark : {true, false}) {
+        setDarkPalette(dark);
+        const QPalette palette = QGuiApplication::palette();
+        QCOMPARE(isDark(palette), dark);
+        QVERIFY(palette.color(QPalette::Disabled, QPalette::Base) !=
+                palette.color(QPalette::Active, QPalette::Base));
+        QVERIFY(palette.color(QPalette::Disabled, QPalette::Text) !=
+                palette.color(QPalette::Active, QPalette::Text));
+    }
 }
 
 QTEST_MAIN(TestWindow)

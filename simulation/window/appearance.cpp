@@ -33,6 +33,7 @@ QPalette darkPalette()
     palette.setColor(QPalette::HighlightedText, Qt::white);
     for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         palette.setColor(QPalette::Disabled, role, faint);
+    palette.setColor(QPalette::Disabled, QPalette::Base, window);
     palette.setColor(QPalette::Disabled, QPalette::Highlight, QColor(0x5a, 0x5e, 0x64));
     return palette;
 }

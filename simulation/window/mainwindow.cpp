@@ -12,7 +12,6 @@
 #include <QDir>
 #include <QLabel>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QScreen>
 #include <QScrollArea>
 #include <QSplitter>
@@ -42,18 +41,16 @@ MainWindow::MainWindow(Session &session, bool dark, QWidget *parent)
     : QMainWindow(parent)
     , m_session(session)
     , m_controller(session)
+    , m_status(new QLabel)
 {
     // With this attribute, a modal dialog of the module blocks this window, but not the Controller's window.
     setAttribute(Qt::WA_GroupLeader);
     makeMenus(dark);
     makeViews();
-    makeStatusBar();
-    followConversation();
+    statusBar()->addPermanentWidget(m_status);
     if (m_session.isRemote())
         followConnection();
-    connect(&m_session.controller(), &SimulatedController::stateChanged, this, &MainWindow::showState);
     connect(&m_session, &Session::sourceEnded, this, [this] { m_sourceEnded = true; });
-    showState();
 
     constexpr int refreshMs = 200;
     auto *timer = new QTimer(this);
@@ -90,7 +87,6 @@ bool MainWindow::eventFilter(QObject *watched, QEvent *event)
 
 void MainWindow::setModuleTitle(const QString &title)
 {
-    m_moduleTitle = title;
     setWindowTitle(tr("Frontend with %1").arg(title));
 }
 
@@ -149,7 +145,9 @@ void MainWindow::makeMenus(bool dark)
     darkPalette->setCheckable(true);
     connect(darkPalette, &QAction::toggled, this, &setDarkPalette);
     darkPalette->setChecked(dark);
-    makeHelpMenu();
+
+    QAction *guide = menu(tr("&Help"))->addAction(tr("&User guide"), this, &MainWindow::showGuide);
+    guide->setShortcut(QKeySequence::HelpContents);
 }
 
 /// Makes the shortcut of \a action work in every window. A modal dialog blocks the shortcuts of this window,
@@ -160,14 +158,6 @@ void MainWindow::useEverywhere(QAction *action)
     action->setShortcutContext(Qt::ApplicationShortcut);
     m_controller.addAction(action);
     m_globalActions.append(action);
-}
-
-void MainWindow::makeHelpMenu()
-{
-    QMenu *help = menu(tr("&Help"));
-    QAction *guide = help->addAction(tr("&User guide"), this, &MainWindow::showGuide);
-    guide->setShortcut(QKeySequence::HelpContents);
-    help->addAction(tr("&Versions"), this, &MainWindow::showVersions);
 }
 
 void MainWindow::showGuide()
@@ -183,23 +173,13 @@ void MainWindow::showGuide()
     browser->show();
 }
 
-void MainWindow::showVersions()
-{
-    const BackendVersions version = m_session.controller().state().version;
-    QMessageBox::information(this, tr("Versions"),
-                             tr("Frontend %1\n%2\nController %3.%4.%5\nQt %6")
-                                 .arg(programVersion(), m_moduleTitle)
-                                 .arg(version.major)
-                                 .arg(version.minor)
-                                 .arg(version.third)
-                                 .arg(QLatin1String(qVersion())));
-}
-
 void MainWindow::makeViews()
 {
     m_receivers = new ReceiversPanel;
     m_conversation = new ConversationView;
     connect(m_receivers, &ReceiversPanel::resetRequested, this, [this] { m_session.receivers().restart(); });
+    connect(&m_session, &Session::exchanged, m_conversation, &ConversationView::addExchange);
+    connect(&m_session.link(), &ControllerLink::logged, m_conversation, &ConversationView::addLogLine);
     auto *splitter = new QSplitter(Qt::Vertical);
     splitter->addWidget(m_receivers);
     splitter->addWidget(m_conversation);
@@ -215,20 +195,6 @@ void MainWindow::makeViews()
     area->setWidgetResizable(true);
     area->setWidget(content);
     setCentralWidget(area);
-}
-
-void MainWindow::makeStatusBar()
-{
-    for (QLabel **label : {&m_version, &m_router, &m_lock, &m_frames}) {
-        *label = new QLabel;
-        statusBar()->addPermanentWidget(*label);
-    }
-}
-
-void MainWindow::followConversation()
-{
-    connect(&m_session, &Session::exchanged, m_conversation, &ConversationView::addExchange);
-    connect(&m_session.link(), &ControllerLink::logged, m_conversation, &ConversationView::addLogLine);
 }
 
 /// Shows the state of the connection to a remote Controller.
@@ -263,16 +229,14 @@ void MainWindow::refresh()
     const QString flow = m_sourceEnded          ? tr("the data have ended")
                          : m_session.isPaused() ? tr("paused")
                                                 : flowText();
-    m_frames->setText(tr("Frames: %1, %2").arg(m_session.frames()).arg(flow));
-}
-
-void MainWindow::showState()
-{
     const ControllerState state = m_session.controller().state();
-    m_version->setText(
-        tr("Controller %1.%2.%3").arg(state.version.major).arg(state.version.minor).arg(state.version.third));
-    m_router->setText(state.viaRouter ? tr("Router mode on") : tr("Router mode off"));
-    m_lock->setText(state.locked ? tr("Configuration locked") : tr("Configuration unlocked"));
+    const BackendVersions &version = state.version;
+    const QStringList parts{
+        tr("Controller %1.%2.%3").arg(version.major).arg(version.minor).arg(version.third),
+        state.viaRouter ? tr("Router mode on") : tr("Router mode off"),
+        state.locked ? tr("Configuration locked") : tr("Configuration unlocked"),
+        tr("Frames: %1, %2").arg(m_session.frames()).arg(flow)};
+    m_status->setText(parts.join(QLatin1String("   ")));
 }
 
 } // namespace simulation

@@ -25,8 +25,7 @@ public:
     /// palette.
     MainWindow(Session &session, bool dark, QWidget *parent = nullptr);
 
-    /// Shows \a title, the name and the version of the module, in the window's title and in the message box
-    /// of Help > Versions.
+    /// Shows \a title, the name and the version of the module, in the window's title.
     void setModuleTitle(const QString &title);
 
     /// Adds \a actions to the menus that they name, in the order of menuNumber and actionNumber. Creates
@@ -43,28 +42,19 @@ protected:
 private:
     void makeMenus(bool dark);
     void useEverywhere(QAction *action);
-    void makeHelpMenu();
     void showGuide();
-    void showVersions();
     void makeViews();
-    void makeStatusBar();
-    void followConversation();
     void followConnection();
     void refresh();
-    void showState();
     QMenu *menu(const QString &title);
 
     Session &m_session;
     ControllerWindow m_controller;
+    QLabel *m_status; ///< of the Controller and the data
     ReceiversPanel *m_receivers = nullptr;
     ConversationView *m_conversation = nullptr;
     QLabel *m_connection = nullptr; ///< null with an embedded Controller
-    QLabel *m_version = nullptr;
-    QLabel *m_router = nullptr;
-    QLabel *m_lock = nullptr;
-    QLabel *m_frames = nullptr;
     QList<QAction *> m_globalActions;
-    QString m_moduleTitle;
     bool m_sourceEnded = false;
 };
 

@@ -20,32 +20,7 @@ namespace simulation {
 
 namespace {
 
-constexpr const char *columns[][2] = {
-    {QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Channel"),
-     QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Number and colour of the channel")},
-    {QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Destination"),
-     QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Where the receiver listens")},
-    {QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Frames"),
-     QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Frames that have arrived")},
-    {QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Rate"),
-     QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Frames per second, averaged over the last second")},
-    {QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Bytes"),
-     QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Bytes of all datagrams")},
-    {QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Lost"),
-     QT_TRANSLATE_NOOP(
-         "simulation::ReceiversPanel",
-         "Frames that the channel should have sent but that did not arrive; in router mode not\n"
-         "counted while the dialog is open, because a changed divisor takes effect at once")},
-    {QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Out of order"),
-     QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Frames that arrived twice or out of order")},
-    {QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Malformed"),
-     QT_TRANSLATE_NOOP("simulation::ReceiversPanel",
-                       "Datagrams with incomplete lines, with types that are not ticked,\n"
-                       "or without the number of a frame that the channel should send")},
-    {QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Number"),
-     QT_TRANSLATE_NOOP("simulation::ReceiversPanel", "Number of the last frame")},
-};
-constexpr int columnCount = int(std::size(columns));
+constexpr int columnCount = 9;
 constexpr int destinationColumn = 1;
 constexpr int channelRole = Qt::UserRole;
 
@@ -129,11 +104,7 @@ QWidget *ReceiversPanel::makeReceivers()
 
 void ReceiversPanel::makeTable()
 {
-    for (int column = 0; column < columnCount; ++column) {
-        auto *title = new QTableWidgetItem(tr(columns[column][0]));
-        title->setToolTip(tr(columns[column][1]));
-        m_table->setHorizontalHeaderItem(column, title);
-    }
+    makeTitles();
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -153,6 +124,28 @@ void ReceiversPanel::makeTable()
     m_hint->setAlignment(Qt::AlignCenter);
     (new QVBoxLayout(m_table->viewport()))->addWidget(m_hint);
     connect(m_table, &QTableWidget::itemSelectionChanged, this, &ReceiversPanel::showSelected);
+}
+
+void ReceiversPanel::makeTitles()
+{
+    const std::pair<QString, QString> titles[columnCount] = {
+        {tr("Channel"), tr("Number and colour of the channel")},
+        {tr("Destination"), tr("Where the receiver listens")},
+        {tr("Frames"), tr("Frames that have arrived")},
+        {tr("Rate"), tr("Frames per second, averaged over the last second")},
+        {tr("Bytes"), tr("Bytes of all datagrams")},
+        {tr("Lost"),
+         tr("Frames that the channel should have sent but that did not arrive; in router mode not\n"
+            "counted while the dialog is open, because a changed divisor takes effect at once")},
+        {tr("Out of order"), tr("Frames that arrived twice or out of order")},
+        {tr("Malformed"), tr("Datagrams with incomplete lines, with types that are not ticked,\n"
+                             "or without the number of a frame that the channel should send")},
+        {tr("Number"), tr("Number of the last frame")}};
+    for (int column = 0; column < columnCount; ++column) {
+        auto *item = new QTableWidgetItem(titles[column].first);
+        item->setToolTip(titles[column].second);
+        m_table->setHorizontalHeaderItem(column, item);
+    }
 }
 
 QWidget *ReceiversPanel::makeDetails()

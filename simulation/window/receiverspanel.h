@@ -43,6 +43,7 @@ private:
     QWidget *makeReceivers();
     QWidget *makeDetails();
     void makeTable();
+    void makeTitles();
     double takeSample(const ReceiverReport &report);
     void showRow(int row, const ReceiverReport &report, double rate);
     int selectedChannel() const;
