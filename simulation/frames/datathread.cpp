@@ -3,6 +3,8 @@
 #include "framesink.h"
 #include "framesource.h"
 
+#include <utility>
+
 namespace simulation {
 
 namespace {
@@ -32,42 +34,37 @@ void DataThread::start()
     m_thread = std::thread([this] { run(); });
 }
 
-void DataThread::stop()
+/// Sets \a member to \a value and wakes the thread.
+template <typename Value>
+void DataThread::change(Value DataThread::*member, Value value)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_stopping = true;
+        this->*member = value;
     }
     m_changed.notify_all();
+}
+
+void DataThread::stop()
+{
+    change(&DataThread::m_stopping, true);
     if (m_thread.joinable())
         m_thread.join();
 }
 
 void DataThread::setRate(int rate)
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_period = periodOf(rate);
-    }
-    m_changed.notify_all();
+    change(&DataThread::m_period, periodOf(rate));
 }
 
 void DataThread::setPaused(bool paused)
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_paused = paused;
-    }
-    m_changed.notify_all();
+    change(&DataThread::m_paused, paused);
 }
 
 void DataThread::reset()
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_resetting = true;
-    }
-    m_changed.notify_all();
+    change(&DataThread::m_resetting, true);
 }
 
 void DataThread::run()
@@ -114,9 +111,7 @@ bool DataThread::waitForTurn()
 bool DataThread::takeReset()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const bool resetting = m_resetting;
-    m_resetting = false;
-    return resetting;
+    return std::exchange(m_resetting, false);
 }
 
 } // namespace simulation

@@ -55,6 +55,8 @@ signals:
 private:
     using Clock = std::chrono::steady_clock;
 
+    template <typename Value>
+    void change(Value DataThread::*member, Value value);
     void run();
     bool waitForTurn();
     bool takeReset();

@@ -1,7 +1,5 @@
 #include "syntheticframes.h"
 
-#include <QHash>
-
 #include <cmath>
 
 namespace simulation {
@@ -13,9 +11,6 @@ constexpr double framesPerTurn = 240.0;
 /// The rate on which the time stamps are based, whatever the real rate is.
 constexpr double framesPerSecond = 60.0;
 constexpr double pi = 3.14159265358979323846;
-
-/// Returns the text of a line without its type. \a angle, in radians, is proportional to the frame number.
-using Content = QByteArray (*)(qint32 number, double angle);
 
 QByteArray fixed(double value)
 {
@@ -55,32 +50,19 @@ QByteArray markers(int count, double angle)
     return text;
 }
 
-/// Returns the time stamp of the frame \a number in seconds. The offset of 36000 s is arbitrary.
-QByteArray seconds(qint32 number)
+/// Returns the text of the line of \a type, without the type, for the frame \a number. \a angle, in radians,
+/// is proportional to the number.
+QByteArray lineOf(const QByteArray &type, qint32 number, double angle)
 {
-    return QByteArray::number(36000.0 + number / framesPerSecond, 'f', 6);
-}
-
-const QHash<QByteArray, Content> &contents()
-{
-    static const QHash<QByteArray, Content> table{
-        {"fr", [](qint32 number, double) { return QByteArray::number(number); }},
-        {"ts", [](qint32 number, double) { return seconds(number); }},
-        {"ts2", [](qint32 number, double) { return seconds(number) + " 4.200"; }},
-        {"st", [](qint32, double) { return QByteArray("4 4 0"); }},
-        {"6dcal", [](qint32, double) { return QByteArray("3"); }},
-        {"6d", [](qint32, double angle) { return bodies(3, angle); }},
-        {"6di", [](qint32, double angle) { return bodies(2, angle + 0.5); }},
-        {"6dx", [](qint32, double angle) { return bodies(1, angle + 1.0); }},
-        {"3d", [](qint32, double angle) { return markers(4, angle); }},
-        {"6df2",
-         [](qint32 number, double angle) {
-             return bodies(1, angle + 1.5) + ' ' + QByteArray::number(number / 30 % 2);
-         }},
-        {"6dmt2", [](qint32, double angle) { return bodies(1, angle + 2.0) + " 0"; }},
-        {"6dmtr", [](qint32, double angle) { return bodies(1, angle + 2.5); }},
-    };
-    return table;
+    if (type == "fr")
+        return QByteArray::number(number);
+    if (type.startsWith("ts")) // seconds since an arbitrary time
+        return QByteArray::number(36000.0 + number / framesPerSecond, 'f', 6);
+    if (type == "3d")
+        return markers(4, angle);
+    if (type.startsWith("6d"))
+        return bodies(type == "6d" ? 3 : 1, angle);
+    return "0";
 }
 
 } // namespace
@@ -96,11 +78,8 @@ bool SyntheticFrames::next(Frame *frame)
     const double angle = 2.0 * pi * m_number / framesPerTurn;
     frame->clear();
     const QList<QByteArray> types = m_availableTypes();
-    for (const QByteArray &type : types) {
-        const Content content = contents().value(type);
-        const QByteArray text = content ? content(m_number, angle) : QByteArray("0");
-        frame->append({type, type + ' ' + text + "\r\n"});
-    }
+    for (const QByteArray &type : types)
+        frame->append({type, type + ' ' + lineOf(type, m_number, angle) + "\r\n"});
     return true;
 }
 
