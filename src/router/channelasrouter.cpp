@@ -256,14 +256,14 @@ void ChannelAsRouter::logDestination()
 {
     const UdpDestination to = destination();
     if (m_routerRunning)
-        m_log.log(RouterLog::DestinationChanged,
-                  QString::fromLatin1("%1 port %2").arg(dotted(to.address)).arg(to.port));
+        m_log.logChange(
+            QString::fromLatin1("the destination is now %1 port %2").arg(dotted(to.address)).arg(to.port));
 }
 
 void ChannelAsRouter::logDivisor()
 {
     if (m_routerRunning)
-        m_log.log(RouterLog::DivisorChanged, QString::number(dataDivisor()));
+        m_log.logChange(QString::fromLatin1("the divisor is now %1").arg(dataDivisor()));
 }
 
 /// Sends the complete frame if it is sendable and the router runs. Returns the event to log if the frame

@@ -35,8 +35,7 @@ class ChannelFanOut;
 /// Invariants:
 /// 1. Lock order: m_frameMutex, LineMonitor::m_mutex. No thread holds the frame mutexes of two channels.
 /// 2. Lines are handled only with m_frameMutex held, also during a send. Only the worker waits for the
-/// socket,
-///    for at most 100 ms.
+///    socket, for at most 100 ms.
 /// 3. A thread that sends first checks m_routerRunning, with m_frameMutex held. A stop sets m_routerRunning
 ///    to false and then locks m_frameMutex. So no datagram is sent after the stop has returned.
 /// 4. While m_lines is in state Asleep and no thread holds m_frameMutex, all lines of m_block have been read

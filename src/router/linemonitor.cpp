@@ -108,7 +108,7 @@ void LineMonitor::pause()
 
 /// Makes sure that the mutex is held exactly once, which is unknown after a failed wait. The condition is
 /// unusable from now on: another wait, or a signal, could block forever. In state Awake no thread signals,
-/// except a server that is serving now, at most once.
+/// except once a server that is serving now, or a delivering thread that has called append() before.
 void LineMonitor::recoverMutex()
 {
     mutexLock(m_mutex);

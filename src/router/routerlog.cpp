@@ -13,50 +13,26 @@ constexpr qint64 pauseMilliseconds = 1000;
 // QtFatalMsg: silent unless a logging rule enables the category.
 Q_LOGGING_CATEGORY(routerCategory, "networksettings.router", QtFatalMsg)
 
-const char *textOf(RouterLog::Event event)
-{
-    switch (event) {
-    case RouterLog::Started:
-        return "started";
-    case RouterLog::Restarted:
-        return "restarted between two frames";
-    case RouterLog::RestartedWithinFrame:
-        return "restarted: the frame in progress is dropped";
-    case RouterLog::Stopped:
-        return "stopped";
-    case RouterLog::Reset:
-        return "reset between two frames";
-    case RouterLog::ResetWithinFrame:
-        return "reset: the frame in progress is dropped";
-    case RouterLog::DestinationChanged:
-        return "the destination is now ";
-    case RouterLog::DivisorChanged:
-        return "the divisor is now ";
-    case RouterLog::LocksRefused:
-        return "cannot route: its locks could not be created";
-    case RouterLog::SocketRefused:
-        return "its socket could not be opened; the next start tries again";
-    case RouterLog::ThreadRefused:
-        return "stopped: its thread could not be started";
-    case RouterLog::LinesLost:
-        return "lines dropped: more arrived than could be sent";
-    case RouterLog::FrameWithoutNumber:
-        return "frame dropped: it has no valid frame number";
-    case RouterLog::FrameTooLong:
-        return "frame dropped: it does not fit into one datagram";
-    case RouterLog::FrameWithoutSocket:
-        return "frame dropped: there is no socket";
-    case RouterLog::FrameWithoutAddress:
-        return "frame dropped: the destination has no address";
-    case RouterLog::SendTimedOut:
-        return "frame dropped: the socket was not ready in time";
-    case RouterLog::SendFailed:
-        return "frame dropped: sending it failed";
-    case RouterLog::EventCount:
-        break;
-    }
-    return "";
-}
+/// The texts of the events, in the order of RouterLog::Event.
+constexpr std::array<const char *, RouterLog::EventCount> texts = {
+    "started",
+    "restarted between two frames",
+    "restarted: the frame in progress is dropped",
+    "stopped",
+    "reset between two frames",
+    "reset: the frame in progress is dropped",
+    "cannot route: its locks could not be created",
+    "its socket could not be opened; the next start tries again",
+    "stopped: its thread could not be started",
+    "lines dropped: more arrived than could be sent",
+    "frame dropped: it has no valid frame number",
+    "frame dropped: it does not fit into one datagram",
+    "frame dropped: there is no socket",
+    "frame dropped: the destination has no address",
+    "frame dropped: the socket was not ready in time",
+    "frame dropped: sending it failed",
+};
+static_assert(texts.back(), "each event has a text");
 
 } // namespace
 
@@ -66,10 +42,15 @@ RouterLog::RouterLog(QObject *channel, int channelNumber)
 {
 }
 
-void RouterLog::log(Event event, const QString &value)
+void RouterLog::log(Event event)
 {
     if (const std::optional<int> suppressed = admit(event))
-        write(event, value, *suppressed);
+        write(event, *suppressed);
+}
+
+void RouterLog::logChange(const QString &text) const
+{
+    qCInfo(routerCategory, "channel %d: %s", m_channelNumber, qPrintable(text));
 }
 
 void RouterLog::post(std::optional<Event> event)
@@ -78,7 +59,7 @@ void RouterLog::post(std::optional<Event> event)
     if (!suppressed)
         return;
     QMetaObject::invokeMethod(
-        m_channel, [this, event, suppressed] { write(*event, {}, *suppressed); }, Qt::QueuedConnection);
+        m_channel, [this, event, suppressed] { write(*event, *suppressed); }, Qt::QueuedConnection);
 }
 
 /// If \a event may be logged now, returns how many events of its kind were suppressed since the last logged
@@ -97,14 +78,13 @@ std::optional<int> RouterLog::admit(Event event)
     return record.suppressed.exchange(0);
 }
 
-void RouterLog::write(Event event, const QString &value, int suppressed) const
+void RouterLog::write(Event event, int suppressed) const
 {
-    const QByteArray text = textOf(event) + value.toLatin1();
     if (suppressed > 0)
-        qCInfo(routerCategory, "channel %d: %s (%d more suppressed)", m_channelNumber, text.constData(),
+        qCInfo(routerCategory, "channel %d: %s (%d more suppressed)", m_channelNumber, texts[event],
                suppressed);
     else
-        qCInfo(routerCategory, "channel %d: %s", m_channelNumber, text.constData());
+        qCInfo(routerCategory, "channel %d: %s", m_channelNumber, texts[event]);
 }
 
 } // namespace networksettings2g

@@ -25,8 +25,6 @@ public:
         Stopped,
         Reset,
         ResetWithinFrame,
-        DestinationChanged,
-        DivisorChanged,
         LocksRefused,
         SocketRefused,
         ThreadRefused,
@@ -44,9 +42,13 @@ public:
     /// the log as a member: queued messages use the log and are discarded when \a channel is destroyed.
     RouterLog(QObject *channel, int channelNumber);
 
-    /// Logs \a event with \a value, which only some events have, at most once per second for each kind of
-    /// event; the next message of that kind gives the number of suppressed ones. GUI thread only.
-    void log(Event event, const QString &value = {});
+    /// Logs \a event, at most once per second for each kind of event; the next message of that kind gives the
+    /// number of suppressed ones. GUI thread only.
+    void log(Event event);
+
+    /// Logs \a text, about a change by the user. None is suppressed, because the last one counts. GUI thread
+    /// only.
+    void logChange(const QString &text) const;
 
     /// Logs \a event, if it is not empty, as log() does, but from the GUI thread's event loop, so that the
     /// caller does not wait for the host: the host's message handler may be slow, or may wait for the GUI
@@ -61,7 +63,7 @@ private:
     };
 
     std::optional<int> admit(Event event);
-    void write(Event event, const QString &value, int suppressed) const;
+    void write(Event event, int suppressed) const;
 
     QObject *const m_channel;
     const int m_channelNumber;
