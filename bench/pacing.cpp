@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <thread>
+#include <utility>
 
 #include <sys/resource.h>
 
@@ -53,7 +54,7 @@ uint32_t sendFrames(Pipeline &pipeline, const Receivers &receivers, int rate, st
 {
     constexpr uint32_t windowFrames = 300;
     const int64_t begin = nowNs();
-    run->pageFaults = -minorPageFaults();
+    int64_t faults = 0;
     uint32_t number = 0;
     for (size_t frame = 0; frame < starts->size(); ++frame) {
         number = nextFrameNumber();
@@ -62,13 +63,15 @@ uint32_t sendFrames(Pipeline &pipeline, const Receivers &receivers, int rate, st
                 std::chrono::nanoseconds(begin + int64_t(frame + 1) * second / rate)));
         else if (frame >= windowFrames)
             waitForArrival(receivers, pipeline.channels(), number - windowFrames, begin + 10 * second);
-        if (frame == size_t(rate))
-            run->pageFaults = -minorPageFaults();
+        if (rate > 0 && frame % size_t(rate) == 0) {
+            const int64_t before = std::exchange(faults, minorPageFaults());
+            if (frame > 0)
+                run->pageFaults.push_back(double(faults - before));
+        }
         const int64_t cpu = threadCpuNs();
         (*starts)[frame] = pipeline.sendFrame(number);
         run->feedingNs += threadCpuNs() - cpu;
     }
-    run->pageFaults += minorPageFaults();
     return number;
 }
 

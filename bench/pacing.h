@@ -31,7 +31,7 @@ struct Run
     int64_t bytes = 0;               ///< in the received datagrams
     int64_t cpuNs = 0;               ///< CPU time of this process from the first frame to the last arrival
     int64_t feedingNs = 0;           ///< the part of it that the feeding thread spent in sendFrame()
-    int64_t pageFaults = 0;          ///< minor page faults of this process after the first second
+    std::vector<double> pageFaults;  ///< minor page faults of this process in each whole second
     std::vector<double> latenciesNs; ///< of the received datagrams
 
     int arrived() const { return int(latenciesNs.size()); }
