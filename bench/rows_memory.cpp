@@ -29,12 +29,12 @@ struct Probe
     int padding = 0;  ///< of frameLines()
 };
 
-/// Private memory of a process after malloc_trim() has released free pages to the system, in KiB.
+/// The memory of a process.
 struct Memory
 {
-    double start = 0;      ///< after the first second of the data flow, or at the start if there is none
-    double end = 0;        ///< after the data flow
-    double pageFaults = 0; ///< of the median second of the data flow
+    double resident = 0;   ///< private, in KiB; only if Probe::seconds is 0
+    double growth = 0;     ///< of the memory in use, in KiB, during Probe::seconds
+    double pageFaults = 0; ///< of the median second of Probe::seconds
 };
 
 /// Runs \a probe in a new process and waits until it ends. Returns nothing and adds a remark if it fails or
@@ -52,14 +52,15 @@ std::optional<Memory> runProbe(const Probe &probe, Report &report)
     const bool hasEnded = process.waitForFinished(1000 * (probe.seconds + 30)) && process.exitCode() == 0;
     QTextStream output(process.readAllStandardOutput());
     Memory memory;
-    output >> memory.start >> memory.end >> memory.pageFaults;
+    output >> memory.resident >> memory.growth >> memory.pageFaults;
     if (hasEnded && output.status() == QTextStream::Ok)
         return memory;
     report.remark("memory: a process failed");
     return {};
 }
 
-double privateKiB()
+/// Returns the private memory after malloc_trim() has released free pages to the system.
+double residentKiB()
 {
     malloc_trim(0);
     QFile file("/proc/self/statm");
@@ -69,13 +70,13 @@ double privateKiB()
     return (pages.value(1).toDouble() - pages.value(2).toDouble()) * double(sysconf(_SC_PAGESIZE)) / 1024;
 }
 
-/// Returns privateKiB() after 250 frames without a backlog, if \a probe has data: only after 100 small uses
-/// does a channel release a buffer that a backlog has enlarged.
-double settledKiB(Pipeline &pipeline, const Receivers &receivers, const Probe &probe)
+/// Returns the memory that has been allocated and not freed, after 250 frames without a backlog: only after
+/// 100 small uses does a channel release a buffer that a backlog has enlarged.
+double inUseKiB(Pipeline &pipeline, const Receivers &receivers)
 {
-    if (probe.rate > 0)
-        feed(pipeline, receivers, 200, 250);
-    return privateKiB();
+    feed(pipeline, receivers, 200, 250);
+    const struct mallinfo2 info = mallinfo2();
+    return double(info.uordblks + info.hblkhd) / 1024;
 }
 
 std::unique_ptr<Pipeline> makePipeline(const Probe &probe, const Receivers &receivers)
@@ -97,7 +98,7 @@ std::optional<double> measureChannel(const QString &what, int rate, Report &repo
     const auto ten = runProbe({what, channelCount, rate, 0, 0}, report);
     if (!one || !ten)
         return {};
-    return (ten->start - one->start) / (channelCount - 1);
+    return (ten->resident - one->resident) / (channelCount - 1);
 }
 
 void addChannelRows(int repetitions, Report &report)
@@ -120,6 +121,18 @@ void addChannelRows(int repetitions, Report &report)
     report.add("memory, running minus idle / a sending thread [KiB]", forwarding);
 }
 
+/// Feeds the data of \a probe after its first second. Returns the page faults of each second.
+std::vector<double> feedForSeconds(Pipeline &pipeline, const Receivers &receivers, const Probe &probe)
+{
+    std::vector<double> pageFaults;
+    constexpr int atOnce = 60; // because of the limit of feed()
+    for (int left = probe.seconds; left > 0; left -= atOnce) {
+        const Run run = feed(pipeline, receivers, probe.rate, probe.rate * std::min(left, atOnce) + 1);
+        pageFaults.insert(pageFaults.end(), run.pageFaults.begin(), run.pageFaults.end());
+    }
+    return pageFaults;
+}
+
 } // namespace
 
 void addMemoryRows(const BenchOptions &options, const Receivers & /*receivers*/, Report &report)
@@ -135,7 +148,7 @@ void addMemoryRows(const BenchOptions &options, const Receivers & /*receivers*/,
     // times this limit.
     constexpr double settlingKiB = 64;
     report.add(QString("growth of memory in use in %1 s, 10 channels, 1000 frames/s [KiB]").arg(seconds),
-               small->end - small->start, settlingKiB);
+               small->growth, settlingKiB);
     const QString faults = "page faults in the median second, 10 channels, ";
     report.add(faults + "1000 frames/s", small->pageFaults, 0);
     report.add(faults + "60 frames/s of 60 KB", large->pageFaults, 0);
@@ -151,16 +164,14 @@ int probeMemory(QString options, const Receivers &receivers)
         (!warmUp(*pipeline, receivers) || feed(*pipeline, receivers, probe.rate, probe.rate).arrived() == 0))
         return 1;
     Memory memory;
-    memory.start = settledKiB(*pipeline, receivers, probe);
-    std::vector<double> pageFaults;
-    constexpr int atOnce = 60; // seconds, because of the limit of feed()
-    for (int left = probe.seconds; left > 0; left -= atOnce) {
-        const Run run = feed(*pipeline, receivers, probe.rate, probe.rate * std::min(left, atOnce) + 1);
-        pageFaults.insert(pageFaults.end(), run.pageFaults.begin(), run.pageFaults.end());
+    if (probe.seconds == 0) {
+        memory.resident = residentKiB();
+    } else {
+        const double before = inUseKiB(*pipeline, receivers);
+        memory.pageFaults = median(feedForSeconds(*pipeline, receivers, probe));
+        memory.growth = inUseKiB(*pipeline, receivers) - before;
     }
-    memory.pageFaults = pageFaults.empty() ? 0 : median(pageFaults);
-    memory.end = settledKiB(*pipeline, receivers, probe);
-    QTextStream(stdout) << memory.start << ' ' << memory.end << ' ' << memory.pageFaults << '\n';
+    QTextStream(stdout) << memory.resident << ' ' << memory.growth << ' ' << memory.pageFaults << '\n';
     return 0;
 }
 

@@ -248,7 +248,7 @@ void addScalingRows(const BenchOptions &options, const Receivers &receivers, Rep
     rows.add({"catalogue of 300 types", 1000, 500, 7, manyTypes}, {{Value::Feeding, Limit::Usual, 1.2}});
     Setup noTicks;
     noTicks.ticking = false;
-    rows.add({"no channel ticks a type", 1000, 500, 7, noTicks}, {{Value::Feeding, Limit::Usual, 0.15}});
+    rows.add({"no channel ticks a type", 1000, 500, 7, noTicks}, {{Value::Feeding, Limit::Usual, 0.3}});
     Pairs openings;
     for (int i = 0; i < options.repetitions(7); ++i)
         openings.add(measureOpening(300, receivers), measureOpening(100, receivers));
