@@ -149,7 +149,7 @@ void TestRouterLog::interruptionsAndChangesAreLogged()
     QStringList expected{"started", "restarted between two frames",
                          "restarted: the frame in progress is dropped",
                          "the destination is now 127.0.0.2 port " + QString::number(channel.receiver.port()),
-                         "the divisor is now 3", "stopped",
+                         "the destination is now 127.0.0.2 port 5005", "the divisor is now 3", "stopped",
                          // data threads cause resets, so they are logged from the event loop
                          "reset between two frames", "reset: the frame in progress is dropped"};
     expected.replaceInStrings(QRegularExpression("^"), "channel 1: ");
