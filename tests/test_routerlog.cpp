@@ -53,6 +53,7 @@ private slots:
     void eachEventIsLoggedAtMostOncePerSecond();
     void failureIsLogged_data();
     void failureIsLogged();
+    void startWithoutAnAddressIsLogged();
     void interruptionsAndChangesAreLogged();
     void linesLostBeforeAResetAreLogged();
     void handlerMayBlockOnTheGuiThreadDuringDestruction();
@@ -125,6 +126,15 @@ void TestRouterLog::failureIsLogged()
     channel.updateRouterActiveState(true);
     channel.feed(words);
     QVERIFY2(comesTrue([&] { return isLogged(reason); }), qPrintable(takeLogged().join('|')));
+}
+
+void TestRouterLog::startWithoutAnAddressIsLogged()
+{
+    QLoggingCategory::setFilterRules("networksettings.router=true");
+    FedChannel channel(5001);
+    channel.setIp(0);
+    channel.updateRouterActiveState(true);
+    QVERIFY(isLogged("no frame is sent: the destination has no address"));
 }
 
 void TestRouterLog::interruptionsAndChangesAreLogged()

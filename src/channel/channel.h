@@ -186,7 +186,8 @@ public slots:
 
     /// Stores \a h as the host and looks up its address. Blocks during the look-up. If the look-up fails, the
     /// address is 0.
-    /// Note: Does nothing if \a h is already the host and its address is known.
+    /// Note: If \a h is already the host, does nothing if its address is known, and otherwise looks it up
+    /// again, which counts as an edit.
     void setHost(const QString &h);
 
 private:

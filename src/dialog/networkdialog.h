@@ -84,14 +84,14 @@ signals:
 
 public slots:
     /// Reads the Controller's state and runs the dialog modally. Returns the result of exec(), or Rejected if
-    /// it did not run. If it is visible or an operation is in progress, only raises it. After an
-    /// operation of the hidden dialog, opens it.
+    /// it did not run. If the dialog is visible, only raises it. If an operation of the hidden dialog is in
+    /// progress, opens it afterwards.
     /// Note: After teardownRequests() the dialog does not open. It may have been deleted when this function
     /// returns.
     int update_and_exec();
 
-    /// Enables the router check box if the active box of any page is ticked. Otherwise, or if the
-    /// configuration is locked, disables it.
+    /// Enables the router check box if the active box of at least one page is ticked and the configuration is
+    /// not locked. Otherwise disables it.
     void onCheckBox_active_channel_toggled();
 
     /// Handles Ctrl + T (adds a channel), Ctrl + W (closes the last one after a question) and F9 (selects the

@@ -87,7 +87,7 @@ bool NetworkDialog::validatePages()
     const QList<ChannelWidget *> pages = m_pages;
     for (ChannelWidget *page : pages) {
         const bool valid = page->validate();
-        if (!self)
+        if (!self) // the host has destroyed the dialog while a message box was open
             return false;
         if (!valid || isTornDown()) {
             m_tabWidget->setCurrentIndex(page->channel()->channelIndex());

@@ -5,9 +5,9 @@
 
 namespace networksettings2g {
 
-/// Admits one operation on the channels at a time. Code that could start a second one must check mayBegin()
-/// first. Such code may be called during an operation, because a host may run its event loop or call the
-/// module within a command, and a message box runs an event loop of its own. GUI thread only.
+/// Lets one operation on the channels run at a time: code that starts one checks mayBegin() first. It may be
+/// called during an operation, because a host may run its event loop or call the module within a command, and
+/// a message box runs an event loop of its own. GUI thread only.
 ///
 /// | State  | mayBegin() | Left by                                           |
 /// |--------|------------|---------------------------------------------------|
@@ -19,7 +19,7 @@ class OperationGate : public QObject
     Q_OBJECT
 
 public:
-    /// Marks an operation as in progress for as long as the object lives.
+    /// Marks an operation as in progress for as long as the object lives. Does not check mayBegin().
     /// Note: The gate may be destroyed before the object.
     class Operation
     {

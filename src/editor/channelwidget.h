@@ -11,12 +11,12 @@ class IOManager;
 class QRegExpValidator;
 
 /// The editor page of one output channel. It stores edits in the channel: the host when its field loses the
-/// focus or Enter is pressed, everything else at once. The page sends no commands to the Controller.
-/// GUI thread only.
+/// focus or Enter is pressed, everything else at once. The page sends no commands to the Controller, and
+/// only one query, in validate(). GUI thread only.
 ///
 /// - The host field accepts names and addresses; while multicast is ticked, only digits and dots.
-/// - The box "this computer" writes the address to the host field and disables the field.
-///   flushChangesToChannel() stores it.
+/// - The box "this computer" writes this computer's address to the host field and disables the field. Only
+///   flushChangesToChannel() stores the address in the channel.
 /// - The active box also starts and stops the channel's router.
 /// - The table shows the channel's own type model, to which the view writes the ticks.
 class ChannelWidget : public QWidget, public Ui::ChannelWidget

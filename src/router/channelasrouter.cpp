@@ -89,6 +89,8 @@ void ChannelAsRouter::startRouter()
     m_log.log(wasRunning ? restart : RouterLog::Started);
     if (!hasSocket)
         m_log.log(RouterLog::SocketRefused);
+    if (destination().address == 0)
+        m_log.log(RouterLog::WithoutAddress);
     startThread();
 }
 
@@ -280,7 +282,7 @@ ChannelAsRouter::LogEvent ChannelAsRouter::sendFrame(uint32_t timeoutMicrosecond
     if (!m_socketHandle)
         return RouterLog::FrameWithoutSocket;
     if (to.address == 0)
-        return RouterLog::FrameWithoutAddress;
+        return RouterLog::WithoutAddress;
     if (!m_routerRunning) // the frame belongs to a run that has been stopped
         return {};
     const QByteArray &text = m_frame.text();

@@ -55,9 +55,9 @@ public:
     void setFanOut(std::shared_ptr<networksettings2g::ChannelFanOut> fanOut) { m_fanOut = std::move(fanOut); }
 
     /// Queues a copy of \a line, whose type the channel ticks, if the channel is active, its router runs and
-    /// its destination has an address. Unless it returns 0, the channel is called: the caller must wake the
-    /// worker of this channel, or of one of the same fan-out that is called later (see
-    /// LineMonitor::append()). Waits only for LineMonitor::m_mutex, which is held only for short operations.
+    /// its destination has an address. If the result is not 0, the caller must wake a worker, as
+    /// LineMonitor::append() says. Waits only for LineMonitor::m_mutex, which is held only for short
+    /// operations.
     std::size_t enqueue(const networksettings2g::RouterLine &line);
 
     /// Wakes the worker if it sleeps. It then serves all called channels of its fan-out and handles its own
@@ -79,9 +79,9 @@ public:
 
 public slots:
     /// Starts forwarding if \a active is true and the channel is active, otherwise stops it. Both drop the
-    /// frame that is being assembled, as resetFrame() does. Lines still queued after a stop are forwarded
-    /// after the next start. A start may block for a name look-up, a stop takes at least 10 ms; both wait for
-    /// a send in progress, at most 100 ms.
+    /// frame that is being assembled, as resetFrame() does, and wait for a send in progress, at most 100 ms.
+    /// A start may block for a name look-up, a stop takes at least 10 ms. Note: Lines still queued after a
+    /// stop are forwarded after the next start.
     void updateRouterActiveState(bool active);
 
 private:

@@ -20,13 +20,13 @@ public:
     /// The payload of the largest UDP datagram over IPv4: 65535 minus the headers of IP (20) and UDP (8).
     static constexpr int MaximumFrameBytes = 65507;
 
-    /// After this many lines of other types, the opening type is assumed to have been switched off: the next
-    /// line, if it is also of another type, drops the current frame, and its type becomes the opening type.
+    /// If this many lines in a row are of other types, the opening type has probably been switched off: the
+    /// next such line drops the current frame, and its type opens frames from then on.
     static constexpr int MaximumLinesWithoutStart = 1000;
 
     FrameAssembler();
 
-    /// Prepares for a new worker: forgets the line counts, but neither the opening type nor the text.
+    /// Prepares for a new worker: learns the length of frames again. Keeps the opening type and the text.
     void startRun();
 
     /// Prepares for lines after a gap: does what startRun() and resetFrame() do, and lets add() skip all

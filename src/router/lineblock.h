@@ -18,8 +18,8 @@ struct RouterLine
 class LineBlock
 {
 public:
-    /// The limits of a block. Only a line that is too long for MaximumBytes may exceed it, in a block of its
-    /// own.
+    /// The limits of a block.
+    /// Note: A line that is longer than MaximumBytes gets a block of its own, which exceeds them.
     static constexpr std::size_t MaximumLines = 1024;
     static constexpr std::size_t MaximumBytes = std::size_t{128} * 1024; // about twice the longest frame
 
@@ -49,8 +49,9 @@ public:
     std::size_t usedBytes() const { return m_used; }
 
     /// Drops all lines, read or not. Keeps the buffer, because the page faults of a new one cost more than
-    /// the copy of the lines. Note: releases a buffer that exceeds MaximumBytes, and one of more than 8 KiB
-    /// of which the last 100 uses each needed less than a quarter.
+    /// the copy of the lines.
+    /// Note: Releases a buffer that exceeds MaximumBytes, or that exceeds 8 KiB and of which each of the last
+    /// 100 uses needed less than a quarter.
     void clear();
 
 private:

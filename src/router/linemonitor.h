@@ -42,8 +42,8 @@ namespace networksettings2g {
 ///    is preempted before its signal, the next line from another thread causes one.
 /// 3. In state Asleep, all queued lines are in one block, and no lines were dropped before them: a second
 ///    block or a loss leads to Called.
-/// 4. At most one thread is the worker. A thread that fails to become the worker has locked m_mutex before
-///    the current worker, which therefore has yet to check whether the run is still wanted.
+/// 4. At most one thread is the worker. If a thread fails to become the worker, the current one has yet to
+///    call tryStopWorker(), and then finds the run still wanted.
 class LineMonitor
 {
 public:
@@ -60,9 +60,9 @@ public:
     /// and the destructor may be called.
     bool isUsable() const { return m_mutex && m_condition; }
 
-    /// Queues a copy of \a line with LineQueue::append(), which may drop lines. If the state is Called
-    /// afterwards, returns how many bytes the newest lines take, at least 1, otherwise 0. Unless it is 0, the
-    /// caller must call wakeWorker() of this monitor, or of the monitor of another channel that is called
+    /// Queues a copy of \a line; LineQueue::append() may drop older lines. Returns 0 if no worker needs to be
+    /// woken. Otherwise the state is Called, and the result is the number of bytes that the newest block of
+    /// lines takes, at least 1: the caller must call wakeWorker() of this monitor, or of one that is called
     /// later and whose worker serves this channel.
     std::size_t append(const RouterLine &line) EXCLUDES(m_mutex);
 

@@ -28,7 +28,7 @@ constexpr std::array<const char *, RouterLog::EventCount> texts = {
     "frame dropped: it has no valid frame number",
     "frame dropped: it does not fit into one datagram",
     "frame dropped: there is no socket",
-    "frame dropped: the destination has no address",
+    "no frame is sent: the destination has no address",
     "frame dropped: the socket was not ready in time",
     "frame dropped: sending it failed",
 };

@@ -32,7 +32,7 @@ public:
         FrameWithoutNumber,
         FrameTooLong,
         FrameWithoutSocket,
-        FrameWithoutAddress,
+        WithoutAddress,
         SendTimedOut,
         SendFailed,
         EventCount

@@ -10,9 +10,9 @@ public:
     /// catalogue of output types has changed. \a text must be zero-terminated and not null, and is read
     /// during the call only. \a a and \a b are ignored. Returns 0.
     ///
-    /// May be called on any thread. Queues its work to the GUI thread and returns at once.
-    /// Note: On the GUI thread, it may send queries and requests to the host before it returns. So the caller
-    /// must not hold a lock that its IOManager needs.
+    /// May be called on any thread. On the GUI thread it does its work, which sends queries and requests to
+    /// the host, before it returns; so the caller must not hold a lock that its IOManager needs. On another
+    /// thread it queues the work to the GUI thread and returns at once.
     virtual int onMessage(int a, int b, const char *text) = 0;
 
 protected:

@@ -23,12 +23,12 @@ public:
     virtual void prepareShutdown() = 0;
 
     /// Destroys the dialog with its channels, and invalidates the entries that moduleActions() has returned.
-    /// Blocks until the threads of the module have ended, at most 100 ms for each. Afterwards no object of
-    /// the module is left for the event loop to delete, so the host may unload the library at once.
-    /// Note: While a function of the module, such as the dialog's event loop, is on the call stack, the host
-    /// must not unload the library.
-    /// Note: If called from within a command of the module, the dialog and its threads exist until the
-    /// function that sent the command has returned to the host.
+    /// Blocks until the threads of the module have ended, at most 100 ms for each. If no function of the
+    /// module is on the call stack, the host may unload the library at once: no object of the module is left
+    /// for the event loop to delete.
+    /// Note: If a function of the module, such as the dialog's event loop, is on the call stack, the host
+    /// must let it return before it unloads the library. If that function has sent a command that is in
+    /// progress, the dialog and its threads exist until then.
     virtual void releaseResources() = 0;
 
     /// Returns the module's name for the user.
@@ -41,8 +41,8 @@ public:
     /// entries. The first call creates the dialog and the action. It blocks: it queries the Controller,
     /// registers the module's Requester and MessageReceiver and, in router mode, starts routing.
     /// Note: After releaseResources(), the next call is a first call again.
-    /// Note: Returns an empty list from within a command of the first call. The first call returns one too if
-    /// the host calls releaseResources() during it.
+    /// Note: Returns an empty list if the host calls it during the first call, or if the host calls
+    /// releaseResources() during the first call.
     virtual QList<ModuleAction *> moduleActions() = 0;
 
     /// Stores a parameter. \a value must hold exactly the type of \a key, and a pointer must not be null:
