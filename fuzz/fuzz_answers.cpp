@@ -1,206 +1,28 @@
 #include "backendversions.h"
 #include "channelasrouter.h"
 #include "channelwidget.h"
-#include "iomanager.h"
+#include "fuzzedhost.h"
 #include "messageboxes.h"
 #include "native.h"
 #include "networkdialog.h"
 #include "networkdialogtabwidget.h"
-#include "require.h"
 
 #include <QApplication>
 #include <QKeyEvent>
 
-#include <fuzzer/FuzzedDataProvider.h>
-
-#include <algorithm>
-#include <climits>
-#include <cstdarg>
-#include <cstring>
 #include <sched.h>
 #include <thread>
+#include <vector>
 
 // Each input determines one run of the module: what the host and its Controller answer, when the host calls
 // the module, and what the user does in up to three openings of the dialog.
 
 namespace {
 
-constexpr int answerBytes = 208; // size of the module's answer buffer, including the terminating zero
-constexpr int mostTypes = 40;
 constexpr int mostActions = 40;
 constexpr int mostOpenings = 3;
 constexpr int mostExits = 4;
 constexpr int mostReentries = 8;
-
-bool startsWith(const char *text, const char *beginning)
-{
-    return std::strncmp(text, beginning, std::strlen(beginning)) == 0;
-}
-
-class Conversation;
-
-/// A host whose answers come from the input.
-class FuzzedHost : public IOManager
-{
-public:
-    FuzzedHost(FuzzedDataProvider &input, Conversation &conversation)
-        : m_input(input)
-        , m_conversation(conversation)
-    {
-    }
-    virtual ~FuzzedHost() = default;
-
-    int getValue(char *answer, const char *format, ...) override
-    {
-        va_list arguments;
-        va_start(arguments, format);
-        fill(format, arguments);
-        va_end(arguments);
-        require(std::all_of(answer, answer + answerBytes, [](char byte) { return byte == '\0'; }),
-                "the buffer for an answer is zeroed");
-        return answerText(answer);
-    }
-
-    int getIntValue(int *answer, const char *format, ...) override
-    {
-        va_list arguments;
-        va_start(arguments, format);
-        fill(format, arguments);
-        va_end(arguments);
-        return answerNumber(answer);
-    }
-
-    int setValue(const char *format, ...) override
-    {
-        va_list arguments;
-        va_start(arguments, format);
-        fill(format, arguments);
-        va_end(arguments);
-        checkCommand();
-        return result();
-    }
-
-    int requestOutputType(const char *type, Requester *) override { return take(type); }
-    int releaseOutputType(const char *type, Requester *) override { return take(type); }
-    int log(const char *level, const char *component, int number, const char *message) override
-    {
-        require(number == 1 && std::strcmp(level, "standard") == 0 && *component != '\0',
-                "a log line has the number 1, the level standard and a component");
-        return take(message);
-    }
-
-    int addRequester(Requester *) override
-    {
-        m_hasRequester = true;
-        return take("requester");
-    }
-    int removeRequester(Requester *) override
-    {
-        m_hasRequester = false;
-        return take("requester");
-    }
-    int addMessageReceiver(const char *name, MessageReceiver *) override
-    {
-        m_hasReceiver = true;
-        return take(name);
-    }
-    int removeMessageReceiver(const char *name, MessageReceiver *) override
-    {
-        m_hasReceiver = false;
-        return take(name);
-    }
-
-    /// Checks that the module has unregistered itself, and makes every later call by the module a fault.
-    /// Called after teardownRequests(), which shuts the module down.
-    void shut()
-    {
-        require(!m_hasRequester && !m_hasReceiver,
-                "requester and message receiver are removed at the shut-down");
-        m_shut = true;
-    }
-
-private:
-    /// The kinds of answers.
-    enum Kind : quint8
-    {
-        Failing,
-        Steady,          // a correct answer that depends on the query only
-        Fitting,         // a random answer of the right form
-        Chosen,          // one of chosenTexts, or the longest answer; for a number, a special one
-        Raw,             // random bytes; for a number, as for Chosen
-        FailingWithText, // an answer as for Raw, but with a nonzero result
-        Reentered,       // as Steady, or as Fitting for a number, after a call of reenter()
-        LastKind = Reentered
-    };
-
-    /// Returns the kind of the next answer. An exhausted input gives zeros: all further answers are then
-    /// Steady or Failing, depending on m_steady.
-    Kind takeKind()
-    {
-        const int choice = m_input.ConsumeIntegralInRange(0, 9 + LastKind);
-        if (choice < 10)
-            return m_steady ? Steady : Failing;
-        return static_cast<Kind>(choice - 9);
-    }
-    /// Returns the result of a call other than a query: failure with a probability of one in four.
-    int result() { return m_input.ConsumeIntegral<quint8>() % 4 == 1 ? 1 : 0; }
-
-    /// Checks a call that is neither a query nor a command, and its \a text. Returns the call's result.
-    int take(const char *text)
-    {
-        require(!m_shut, "no call after the shut-down");
-        require(std::strlen(text) < sizeof m_text,
-                "type names, log messages and receiver names are shorter than 4096 bytes");
-        return result();
-    }
-
-    /// Writes a query or a command to m_text and checks it.
-    void fill(const char *format, va_list arguments)
-    {
-        require(!m_shut, "no query or command after the shut-down");
-        const int length = std::vsnprintf(m_text, sizeof m_text, format, arguments);
-        require(length > 0 && length < static_cast<int>(sizeof m_text),
-                "queries and commands are neither empty nor longer than the buffer");
-        checkChannel();
-    }
-
-    void checkChannel() const
-    {
-        const char *channel = std::strstr(m_text, " ch");
-        if (!channel || startsWith(channel, " chmon") || startsWith(m_text, "output type") ||
-            startsWith(m_text, "output available"))
-            return;
-        const int number = std::atoi(channel + 3);
-        require(number >= 1 && number <= Channel::MaximumCount, "channels are numbered from 1 to 10");
-    }
-
-    void checkCommand() const
-    {
-        int channel = 0;
-        int number = 0;
-        if (std::sscanf(m_text, "output net_divisor ch%d %d", &channel, &number) == 2)
-            require(number >= 1, "divisors are positive");
-        const bool hasDestination = startsWith(m_text, "output net ch") && !std::strstr(m_text, " none");
-        if (!hasDestination)
-            return;
-        const char *port = std::strrchr(m_text, ' ');
-        require(port && std::atoi(port) >= 0 && std::atoi(port) <= 65535, "ports are from 0 to 65535");
-    }
-
-    int answerText(char *answer);
-    int answerNumber(int *answer);
-    std::string steadyText() const;
-    std::string fittingText();
-    std::string chosenText();
-
-    FuzzedDataProvider &m_input;
-    Conversation &m_conversation;
-    const bool m_steady = m_input.ConsumeBool(); // true: most answers are Steady; false: most are Failing
-    char m_text[4096] = {};                      // the latest query or command
-    bool m_hasRequester = false;
-    bool m_hasReceiver = false;
-    bool m_shut = false;
-};
 
 /// Runs one input: the dialog from its construction to its destruction.
 class Conversation
@@ -208,8 +30,9 @@ class Conversation
 public:
     Conversation(const uint8_t *data, std::size_t size)
         : m_input(data, size)
-        , m_host(m_input, *this)
+        , m_host(m_input)
     {
+        m_host.reenter = [this] { reenter(); };
     }
 
     void run()
@@ -228,37 +51,16 @@ public:
         QCoreApplication::processEvents();
     }
 
-    /// Calls the module, or acts as the user, while the module waits for the answer to a query.
-    void reenter()
+private:
+    using Actions = std::vector<std::function<void()>>;
+
+    /// Performs the one of \a actions that the input chooses. An action that is listed twice is chosen twice
+    /// as often.
+    void choose(const Actions &actions)
     {
-        if (!m_dialog || m_reentries >= mostReentries)
-            return;
-        ++m_reentries;
-        switch (m_input.ConsumeIntegralInRange(0, 6)) {
-        case 0:
-            m_dialog->onMessage(0, 0, "OutputTypesChanged");
-            break;
-        case 1:
-            QCoreApplication::processEvents();
-            break;
-        case 2:
-            m_dialog->pushButton_ok->click();
-            break;
-        case 3:
-            press(Qt::Key_T, Qt::ControlModifier);
-            break;
-        case 4:
-            press(Qt::Key_W, Qt::ControlModifier);
-            break;
-        case 5:
-            end();
-            break;
-        default:
-            deliver();
-        }
+        actions[m_input.ConsumeIntegralInRange<std::size_t>(0, actions.size() - 1)]();
     }
 
-private:
     void chooseVersion()
     {
         m_versions.major = m_input.ConsumeIntegralInRange(0, 2);
@@ -370,63 +172,70 @@ private:
     /// Performs one action of the user or the host. Returns false to leave the dialog.
     bool act()
     {
-        switch (m_input.ConsumeIntegralInRange(0, 9)) {
-        case 0:
-            return false;
-        case 1:
-            press(Qt::Key_T, Qt::ControlModifier);
-            break;
-        case 2:
-            press(Qt::Key_W, Qt::ControlModifier);
-            break;
-        case 3:
-            press(m_input.ConsumeBool() ? Qt::Key_F9 : Qt::Key_Escape, Qt::NoModifier);
-            break;
-        case 4:
-            m_dialog->checkBox_actAsRouter->click();
-            break;
-        case 5:
-            notify();
-            break;
-        default:
-            tabs()->setCurrentIndex(m_input.ConsumeIntegralInRange(0, tabs()->count() - 1));
-            if (ChannelWidget *current = page(tabs()->currentIndex()))
-                edit(current);
-        }
-        return true;
+        bool stays = true;
+        const auto edit = [this] { editPage(); };
+        choose({
+            [&] { stays = false; },
+            [this] { press(Qt::Key_T, Qt::ControlModifier); },
+            [this] { press(Qt::Key_W, Qt::ControlModifier); },
+            [this] { press(m_input.ConsumeBool() ? Qt::Key_F9 : Qt::Key_Escape, Qt::NoModifier); },
+            [this] { m_dialog->checkBox_actAsRouter->click(); },
+            [this] { notify(); },
+            edit,
+            edit,
+            edit,
+            edit,
+        });
+        return stays;
     }
 
-    void edit(ChannelWidget *current)
+    /// Calls the module, or acts as the user, while the module waits for the answer to a query.
+    void reenter()
     {
-        if (!current->isEnabled())
+        if (!m_dialog || m_reentries >= mostReentries)
             return;
-        switch (m_input.ConsumeIntegralInRange(0, 7)) {
-        case 0:
-            current->checkBox_active_channel->click();
-            break;
-        case 1:
-            current->checkBox_multicast->click();
-            break;
-        case 2:
-            current->checkBox_my_ip->click();
-            break;
-        case 3:
-            current->lineEdit_host->selectAll();
-            current->lineEdit_host->insert(
-                QString::fromLatin1(m_input.ConsumeRandomLengthString(120).c_str()));
-            break;
-        case 4:
-            current->spinBox_port->setValue(m_input.ConsumeIntegral<int>());
-            break;
-        case 5:
-            current->spinBox_sendDataDivisor->setValue(m_input.ConsumeIntegral<int>());
-            break;
-        case 6:
-            current->pushButton_closeTab->click();
-            break;
-        default:
-            tick(current);
-        }
+        ++m_reentries;
+        choose({
+            [this] { m_dialog->onMessage(0, 0, "OutputTypesChanged"); },
+            [] { QCoreApplication::processEvents(); },
+            [this] { m_dialog->pushButton_ok->click(); },
+            [this] { press(Qt::Key_T, Qt::ControlModifier); },
+            [this] { press(Qt::Key_W, Qt::ControlModifier); },
+            [this] { end(); },
+            [this] { deliver(); },
+        });
+    }
+
+    /// Makes the host send a message, a reset or data.
+    void notify()
+    {
+        choose({[this] { std::thread([this] { m_dialog->onMessage(1, 2, "OutputTypesChanged"); }).join(); },
+                [this] { m_dialog->onOutputReset(); },
+                [this] { m_dialog->onMessage(0, 0, m_input.ConsumeRandomLengthString(20).c_str()); },
+                [this] { deliver(); }});
+    }
+
+    /// Goes to a tab and edits its page, if it has one that is enabled.
+    void editPage()
+    {
+        tabs()->setCurrentIndex(m_input.ConsumeIntegralInRange(0, tabs()->count() - 1));
+        ChannelWidget *current = page(tabs()->currentIndex());
+        if (!current || !current->isEnabled())
+            return;
+        choose({
+            [&] { current->checkBox_active_channel->click(); },
+            [&] { current->checkBox_multicast->click(); },
+            [&] { current->checkBox_my_ip->click(); },
+            [&] {
+                current->lineEdit_host->selectAll();
+                current->lineEdit_host->insert(
+                    QString::fromLatin1(m_input.ConsumeRandomLengthString(120).c_str()));
+            },
+            [&] { current->spinBox_port->setValue(m_input.ConsumeIntegral<int>()); },
+            [&] { current->spinBox_sendDataDivisor->setValue(m_input.ConsumeIntegral<int>()); },
+            [&] { current->pushButton_closeTab->click(); },
+            [&] { tick(current); },
+        });
     }
 
     void tick(ChannelWidget *current)
@@ -436,24 +245,6 @@ private:
             return;
         const int row = m_input.ConsumeIntegralInRange(0, rows->rowCount() - 1);
         current->tableViewItemDoubleClicked(rows->index(row, Channel::IdentifierColumn));
-    }
-
-    /// Makes the host send a message, a reset or data.
-    void notify()
-    {
-        switch (m_input.ConsumeIntegralInRange(0, 3)) {
-        case 0:
-            std::thread([this] { m_dialog->onMessage(1, 2, "OutputTypesChanged"); }).join();
-            break;
-        case 1:
-            m_dialog->onOutputReset();
-            break;
-        case 2:
-            m_dialog->onMessage(0, 0, m_input.ConsumeRandomLengthString(20).c_str());
-            break;
-        default:
-            deliver();
-        }
     }
 
     void deliver()
@@ -479,115 +270,6 @@ private:
     int m_reentries = 0;
     bool m_ended = false;
 };
-
-int FuzzedHost::answerText(char *answer)
-{
-    Kind kind = takeKind();
-    if (kind == Reentered) {
-        // Queries and commands that the module sends meanwhile overwrite m_text.
-        char mine[sizeof m_text];
-        std::memcpy(mine, m_text, sizeof m_text);
-        m_conversation.reenter();
-        std::memcpy(m_text, mine, sizeof m_text);
-        kind = Steady;
-    }
-    if (kind == Failing)
-        return 1;
-    const std::string text = kind == Steady    ? steadyText()
-                             : kind == Fitting ? fittingText()
-                             : kind == Chosen  ? chosenText()
-                                               : m_input.ConsumeRandomLengthString(answerBytes - 1);
-    std::memcpy(answer, text.c_str(), text.size() + 1); // no text is longer than answerBytes - 1
-    return kind == FailingWithText ? 1 : 0;
-}
-
-constexpr const char *names[] = {"fr", "6d", "3d", "6df2", "gl", "2dmon", "ts2", "st", "mine", "6d"};
-
-constexpr const char *chosenTexts[] = {"",
-                                       "yes",
-                                       "no",
-                                       "none",
-                                       "Yes",
-                                       "NONE",
-                                       "no ",
-                                       " yes",
-                                       "none ",
-                                       "udp",
-                                       "udp ",
-                                       "udp  5001",
-                                       "udp unknown 5001",
-                                       "udp myself 5001",
-                                       "udp group 70000",
-                                       "UDP 127.0.0.1 5001",
-                                       "udp 127.0.0.1 -1",
-                                       "udp 127.0.0.1 99999999999",
-                                       "multicast 10.0.0.1 5001",
-                                       "multicast myself 5001",
-                                       "udp 224.0.0.1 80",
-                                       "udp 255.255.255.255 5001",
-                                       "udp 'quoted' 5001",
-                                       "udp %s%n%d 5001",
-                                       "udp \xe4\xf6\xfc.de 5001",
-                                       "\"\"",
-                                       "+",
-                                       "\t\r\n"};
-
-std::string FuzzedHost::steadyText() const
-{
-    const int number = std::atoi(m_text + std::strlen(m_text) - 2);
-    if (startsWith(m_text, "output type t"))
-        return names[static_cast<std::size_t>(number) % std::size(names)];
-    if (startsWith(m_text, "output type_desc"))
-        return "\"a description\"";
-    if (startsWith(m_text, "output net chmon"))
-        return "udp 127.0.0.9 5000";
-    if (startsWith(m_text, "output net ch"))
-        return number > 3 ? "none"
-                          : "udp host" + std::string(static_cast<std::size_t>(number), 'x') + " 5001";
-    return "yes";
-}
-
-std::string FuzzedHost::fittingText()
-{
-    const auto choice = m_input.ConsumeIntegral<quint8>();
-    if (startsWith(m_text, "output type t"))
-        return names[choice % std::size(names)];
-    if (startsWith(m_text, "output type_desc"))
-        return "\"a description\"";
-    if (startsWith(m_text, "output net ch")) {
-        if (choice % 8 == 0)
-            return "none";
-        const std::string port = std::to_string(5000 + choice % 4);
-        return choice % 8 == 1 ? "multicast 239.1.2.3 " + port
-                               : "udp 127.0.0." + std::to_string(choice % 16) + ' ' + port;
-    }
-    return choice % 4 == 1 ? "no" : "yes";
-}
-
-std::string FuzzedHost::chosenText()
-{
-    return m_input.ConsumeBool() ? std::string(answerBytes - 1, m_input.PickValueInArray({'9', ' ', '\xff'}))
-                                 : m_input.PickValueInArray(chosenTexts);
-}
-
-int FuzzedHost::answerNumber(int *answer)
-{
-    Kind kind = takeKind();
-    const bool types = startsWith(m_text, "output number_of_types");
-    if (kind == Reentered) {
-        m_conversation.reenter();
-        kind = Fitting;
-    }
-    if (kind == Failing)
-        return 1;
-    int number = kind == Steady ? 6 : m_input.ConsumeIntegralInRange(0, 12);
-    if (kind != Steady && kind != Fitting) // 100 is the system model that permits loopback destinations
-        number = m_input.PickValueInArray({-1, 100, 10001, 65536, INT_MIN, INT_MAX});
-    if (types) // limits the duration of a run
-        number = qMin(number, qMin(mostTypes, 6 + static_cast<int>(m_input.remaining_bytes())));
-    *answer = number;
-    return kind == FailingWithText ? 1 : 0;
-}
 
 } // namespace
 

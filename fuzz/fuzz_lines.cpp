@@ -6,6 +6,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <climits>
+#include <functional>
 
 // Each input is a stream of arbitrary lines and of events that a worker handles. The assembler is compared
 // with the reference model of the tests, the queue with the lines that were appended to it.
@@ -157,90 +158,88 @@ private:
     std::size_t m_next = 0;
 };
 
-enum class Step
-{
-    StartRun,
-    StartAfterGap,
-    ResetFrame,
-    SetDivisor,
-    Append,     // a line to the queue
-    AppendMany, // the same line to the queue, repeatedly
-    AppendLong, // a line to the queue, up to beyond the queue's limit
-    Add,        // a line to the assembler
-    AddMany,    // the same line to the assembler, repeatedly
-    Transfer    // the next line of the queue to the assembler
-};
-
-/// Returns the next step. A step that is listed twice is taken twice as often.
-Step takeStep(FuzzedDataProvider &input)
-{
-    return input.PickValueInArray({Step::StartRun, Step::StartAfterGap, Step::ResetFrame, Step::SetDivisor,
-                                   Step::AppendMany, Step::AddMany, Step::Append, Step::AppendLong,
-                                   Step::Transfer, Step::Transfer, Step::Add, Step::Add});
-}
-
-void transfer(CheckedQueue *queue, CheckedAssembler *assembler, int divisor)
-{
-    Line line;
-    bool gap = false;
-    if (!queue->take(&line, &gap))
-        return;
-    if (gap)
-        assembler->startAfterGap();
-    assembler->add(line, divisor);
-}
-
 /// Performs the steps of one stream.
-void runStream(FuzzedDataProvider &input)
+class Stream
 {
-    CheckedAssembler assembler;
-    CheckedQueue queue;
-    int divisor = 1;
-    int bulk = 3; // limits the number of steps with many lines, which are slow
-    while (input.remaining_bytes() > 0) {
-        const Step step = takeStep(input);
-        Line line = takeLine(input);
-        const bool isMany = (step == Step::AppendMany || step == Step::AddMany) && bulk-- > 0;
-        const int times = isMany ? input.ConsumeIntegralInRange(0, 20000) : 1;
-        switch (step) {
-        case Step::StartRun:
-            assembler.startRun();
-            break;
-        case Step::StartAfterGap:
-            assembler.startAfterGap();
-            break;
-        case Step::ResetFrame:
-            assembler.resetFrame();
-            break;
-        case Step::SetDivisor:
-            divisor = input.PickValueInArray({1, 2, 3, 7, INT_MAX});
-            break;
-        case Step::Append:
-        case Step::AppendMany:
-            for (int i = 0; i < times && line.text.size() < 3000; ++i)
-                queue.append(line);
-            break;
-        case Step::AppendLong:
-            line.text.resize(LineQueue::MaximumBytes / 16 * input.ConsumeIntegralInRange(0u, 17u));
-            queue.append(line);
-            break;
-        case Step::Add:
-        case Step::AddMany:
-            for (int i = 0; i < times && i < FrameAssembler::MaximumLinesWithoutStart + 100; ++i)
-                assembler.add(line, divisor);
-            break;
-        case Step::Transfer:
-            transfer(&queue, &assembler, divisor);
-            break;
+public:
+    explicit Stream(FuzzedDataProvider *input)
+        : m_input(*input)
+    {
+    }
+
+    /// A step that is listed twice is taken twice as often.
+    void run()
+    {
+        const std::function<void()> steps[] = {
+            [this] { m_assembler.startRun(); },
+            [this] { m_assembler.startAfterGap(); },
+            [this] { m_assembler.resetFrame(); },
+            [this] {
+                m_divisor = m_input.PickValueInArray({1, 2, 3, 7, INT_MAX});
+            },
+            [this] { append(takeCount()); },
+            [this] { add(takeCount()); },
+            [this] { append(1); },
+            [this] { appendLong(); },
+            [this] { transfer(); },
+            [this] { transfer(); },
+            [this] { add(1); },
+            [this] { add(1); },
+        };
+        while (m_input.remaining_bytes() > 0) {
+            const auto step = m_input.ConsumeIntegralInRange<std::size_t>(0, std::size(steps) - 1);
+            m_line = takeLine(m_input);
+            steps[step]();
         }
     }
-}
+
+private:
+    /// Returns how often to repeat a line. Limits the number of long repetitions, which are slow.
+    int takeCount() { return m_bulk-- > 0 ? m_input.ConsumeIntegralInRange(0, 20000) : 1; }
+
+    void append(int times)
+    {
+        for (int i = 0; i < times && m_line.text.size() < 3000; ++i)
+            m_queue.append(m_line);
+    }
+
+    /// Appends a line of a length up to beyond the queue's limit.
+    void appendLong()
+    {
+        m_line.text.resize(LineQueue::MaximumBytes / 16 * m_input.ConsumeIntegralInRange(0u, 17u));
+        m_queue.append(m_line);
+    }
+
+    void add(int times)
+    {
+        for (int i = 0; i < times && i < FrameAssembler::MaximumLinesWithoutStart + 100; ++i)
+            m_assembler.add(m_line, m_divisor);
+    }
+
+    /// Passes the next line of the queue to the assembler.
+    void transfer()
+    {
+        bool gap = false;
+        if (!m_queue.take(&m_line, &gap))
+            return;
+        if (gap)
+            m_assembler.startAfterGap();
+        m_assembler.add(m_line, m_divisor);
+    }
+
+    FuzzedDataProvider &m_input;
+    CheckedAssembler m_assembler;
+    CheckedQueue m_queue;
+    Line m_line;
+    int m_divisor = 1;
+    int m_bulk = 3;
+};
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
 {
     FuzzedDataProvider input(data, size);
-    runStream(input);
+    Stream(&input).run();
     return 0;
 }
