@@ -22,9 +22,6 @@ int descriptorCount();
 /// Returns a number that grows by at least one for each thread that has ended and was not joined.
 int threadRemainsCount();
 
-/// Returns the physical memory that the process uses, or -1 if Windows does not report it.
-long long residentBytes();
-
 /// Returns the bytes that the program has allocated. Of the freed memory that the C library keeps, only the
 /// small blocks in its per-thread caches are included. Exists only on Linux. Meaningless if isSanitized,
 /// because a sanitizer replaces the C library's allocator.

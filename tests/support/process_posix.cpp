@@ -5,7 +5,6 @@
 #include <fstream>
 #include <iterator>
 #include <malloc.h>
-#include <unistd.h>
 
 namespace {
 
@@ -34,13 +33,6 @@ int threadRemainsCount()
     std::ifstream maps("/proc/self/maps");
     const std::istreambuf_iterator<char> begin(maps), end;
     return static_cast<int>(std::count(begin, end, '\n'));
-}
-
-long long residentBytes()
-{
-    long long size = 0, resident = 0;
-    std::ifstream("/proc/self/statm") >> size >> resident;
-    return resident * sysconf(_SC_PAGESIZE);
 }
 
 long long allocatedBytes()

@@ -3,7 +3,6 @@
 #include <winsock2.h>
 
 #include <cstdint>
-#include <psapi.h>
 #include <tlhelp32.h>
 #include <winternl.h>
 
@@ -70,12 +69,4 @@ int threadRemainsCount()
         DWORD flags = 0;
         return GetHandleInformation(handle, &flags) != 0;
     });
-}
-
-long long residentBytes()
-{
-    PROCESS_MEMORY_COUNTERS counters = {};
-    counters.cb = sizeof counters;
-    const BOOL known = GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-    return known ? static_cast<long long>(counters.WorkingSetSize) : -1;
 }
