@@ -1,4 +1,3 @@
-#include "loop.h"
 #include "pluginhost.h"
 #include "process.h"
 #include "table.h"
@@ -37,7 +36,6 @@ private slots:
     void moduleActionsWithinConstructionMakesNoSecondDialog();
     void shutdownWithinConstructionLeavesNothing_data();
     void shutdownWithinConstructionLeavesNothing();
-    void libraryUnloadsRightAfterRelease();
 };
 
 void TestModule::pluginIdentityIsFixed()
@@ -71,8 +69,7 @@ void TestModule::actionIsCreatedOnceAndOutlivesTheDialog()
     QCOMPARE(host.module->moduleActions(), actions);
     QCOMPARE(record.action, first.data());
 
-    host.module->prepareShutdown();
-    host.module->releaseResources();
+    host.shutDown();
     QVERIFY(host.window.findChildren<QDialog *>().isEmpty());
     QVERIFY(first);
     QVERIFY(host.loader.unload());
@@ -91,8 +88,7 @@ void TestModule::moduleActionsWithinConstructionMakesNoSecondDialog()
     QCOMPARE(host.module->moduleActions().size(), 1);
     QVERIFY(nestedCalls > 10); // one for each query during the construction
     QCOMPARE(host.window.findChildren<QDialog *>().size(), 1);
-    host.module->prepareShutdown();
-    host.module->releaseResources();
+    host.shutDown();
     QVERIFY(host.loader.unload());
 }
 
@@ -131,29 +127,6 @@ void TestModule::shutdownWithinConstructionLeavesNothing()
     QVERIFY(host.loader.unload());
     QVERIFY(!isPluginMapped());
     QTRY_COMPARE(threadCount(), threads);
-}
-
-void TestModule::libraryUnloadsRightAfterRelease()
-{
-    for (int round = 0; round < 20; ++round) {
-        const int threads = threadCount();
-        {
-            Host host;
-            QCOMPARE(host.module->moduleActions().size(), 1);
-            std::atomic<int> frames{0};
-            const Loop data([&](int number) {
-                host.link.deliver("fr", "fr " + QByteArray::number(number));
-                host.link.deliver("6d", "6d 0\r\n");
-                frames = number;
-            });
-            QTRY_VERIFY(frames > 100);
-            host.module->prepareShutdown();
-            host.module->releaseResources();
-            QVERIFY(host.loader.unload());
-            QVERIFY(!isPluginMapped());
-        }
-        QTRY_COMPARE(threadCount(), threads);
-    }
 }
 
 QTEST_MAIN(TestModule)

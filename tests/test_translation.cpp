@@ -71,11 +71,7 @@ struct TranslatedHost
         tabs = dialog->findChild<QTabWidget *>();
     }
 
-    ~TranslatedHost()
-    {
-        host.module->prepareShutdown();
-        host.module->releaseResources();
-    }
+    ~TranslatedHost() { host.shutDown(); }
 
     /// Opens the dialog and runs \a action while it is open. Then closes it without applying changes, unless
     /// \a action has closed it.

@@ -55,6 +55,12 @@ struct PluginHost
         module->setParameter(QLatin1String("BackendVersions"), QVariant::fromValue(&versions));
     }
 
+    void shutDown() const
+    {
+        module->prepareShutdown();
+        module->releaseResources();
+    }
+
     SimulatedController controller;
     ObservedLink link{controller};
     BackendVersions versions{};
