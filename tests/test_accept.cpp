@@ -58,7 +58,7 @@ void TestAccept::plusTabAndCtrlTAddChannels()
 {
     DialogFixture fixture(withChannels(8));
     fixture.open([&] {
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_T); // without Ctrl, the key adds no channel
+        fixture.press(Qt::Key_T); // without Ctrl, the key adds no channel
         QCOMPARE(fixture.titles().mid(7), QStringList({"Channel 8", "+"}));
         clickTab(fixture.tabs()->tabBar(), 8);
         QCOMPARE(fixture.tabs()->currentIndex(), 8);
@@ -70,8 +70,8 @@ void TestAccept::plusTabAndCtrlTAddChannels()
         QCOMPARE(fixture.page(8)->spinBox_port->value(), 5000);
 
         // The second key press has no effect, because there are ten channels then.
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_T, Qt::ControlModifier);
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_T, Qt::ControlModifier);
+        fixture.press(Qt::Key_T, Qt::ControlModifier);
+        fixture.press(Qt::Key_T, Qt::ControlModifier);
         QCOMPARE(fixture.titles().mid(8), QStringList({"Channel 9", "Channel 10"}));
         QCOMPARE(fixture.tabs()->currentIndex(), 9);
     });
@@ -81,17 +81,14 @@ void TestAccept::plusTabAndCtrlTAddChannels()
 void TestAccept::channelAddedInRouterModeRoutesAfterExit()
 {
     const int threads = threadCount();
-    DialogFixture fixture([](ControllerState &state) {
-        withChannels(2)(state);
-        state.viaRouter = true;
-    });
+    DialogFixture fixture(withChannels(2, inRouterMode));
     QVERIFY(fixture.open([] {}));
     QTRY_COMPARE(threadCount(), threads + 2);
     ChannelWidget *added = nullptr;
     QVERIFY(fixture.open([&] {
         typeInto(fixture.page(0)->spinBox_port, "6001");
         clickTick(fixture.page(0), "ts");
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_T, Qt::ControlModifier);
+        fixture.press(Qt::Key_T, Qt::ControlModifier);
         added = fixture.page(2);
         clickBox(added->checkBox_active_channel);
         typeInto(added->lineEdit_host, "127.0.0.3");
@@ -112,13 +109,12 @@ void TestAccept::channelAddedInRouterModeRoutesAfterExit()
 /// its page shows that state, but only a click enables the router box.
 void TestAccept::addedChannelDoesNotEnableTheRouterBox()
 {
-    DialogFixture fixture([](ControllerState &state) {
-        withChannels(1)(state);
+    DialogFixture fixture(withChannels(1, [](ControllerState &state) {
         state.channels[0].active = false;
         state.channels[1].active = true;
-    });
+    }));
     QVERIFY(fixture.open([&] {
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_T, Qt::ControlModifier);
+        fixture.press(Qt::Key_T, Qt::ControlModifier);
         QCheckBox *active = fixture.page(1)->checkBox_active_channel;
         QVERIFY(active->isChecked());
         QVERIFY(!fixture.dialog->checkBox_actAsRouter->isEnabled());
@@ -141,22 +137,19 @@ void TestAccept::closingAsksAndSendsTheReset()
 {
     QFETCH(int, channels);
     QFETCH(bool, locked);
-    DialogFixture fixture([&](ControllerState &state) {
-        withChannels(channels)(state);
-        state.locked = locked;
-    });
+    DialogFixture fixture(withChannels(channels, [&](ControllerState &state) { state.locked = locked; }));
     fixture.open([&] {
         MessageBoxes boxes({QMessageBox::No, QMessageBox::Yes});
         fixture.tabs()->setCurrentIndex(channels - 1);
         const QPointer<ChannelWidget> last = fixture.page(channels - 1);
         QCOMPARE(last->pushButton_closeTab->isVisible(), !locked);
         fixture.controller.clearRecord();
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::ControlModifier);
+        fixture.press(Qt::Key_W, Qt::ControlModifier);
         QVERIFY(last);
         QVERIFY(fixture.sent().isEmpty());
 
         if (locked)
-            QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::ControlModifier);
+            fixture.press(Qt::Key_W, Qt::ControlModifier);
         else
             QTest::mouseClick(last->pushButton_closeTab, Qt::LeftButton);
         QTRY_VERIFY(!last);
@@ -186,7 +179,7 @@ void TestAccept::f9GoesThroughAllTabsButTheLast()
     DialogFixture fixture(withChannels(channels));
     fixture.open([&] {
         for (const int tab : qAsConst(visited)) {
-            QTest::keyClick(fixture.dialog.get(), Qt::Key_F9);
+            fixture.press(Qt::Key_F9);
             QCOMPARE(fixture.tabs()->currentIndex(), tab);
         }
     });
@@ -207,7 +200,7 @@ void TestAccept::keyThatClosesNoChannelAsksNothing()
     DialogFixture fixture(withChannels(channels));
     QVERIFY(fixture.open([&] {
         const MessageBoxes boxes({QMessageBox::Yes});
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::KeyboardModifiers(modifiers));
+        fixture.press(Qt::Key_W, Qt::KeyboardModifiers(modifiers));
         QCOMPARE(boxes.texts, QStringList());
         QCOMPARE(fixture.tabs()->count(), channels + 1);
     }));
@@ -262,10 +255,7 @@ void TestAccept::editsAreWrittenInOrder()
     QFETCH(int, minor);
     QFETCH(Edit, edit);
     QFETCH(Commands, commands);
-    DialogFixture fixture([minor](ControllerState &state) {
-        withChannels(3)(state);
-        state.version.minor = minor;
-    });
+    DialogFixture fixture(withChannels(3, [minor](ControllerState &state) { state.version.minor = minor; }));
     QVERIFY(fixture.open([&] {
         fixture.tabs()->setCurrentIndex(1);
         edit(fixture.page(1));
@@ -311,13 +301,12 @@ void TestAccept::everyWayOutAsksAboutConflicts()
     QFETCH(WayOut, leave);
     // The first three channels have the same destination in three spellings. The fourth one has it, too, but
     // is not active.
-    DialogFixture fixture([](ControllerState &state) {
-        withChannels(4)(state);
+    DialogFixture fixture(withChannels(4, [](ControllerState &state) {
         state.channels[1].destination = {Destination::Kind::Udp, "127.1", 5001};
         state.channels[2].destination = {Destination::Kind::Udp, "localhost", 5001};
         state.channels[3].destination = {Destination::Kind::Udp, "127.0.0.1", 5001};
         state.channels[3].active = false;
-    });
+    }));
     fixture.open([&] {
         // Invalid, but never reported: the pages are validated after the conflicts, and channel 3 is
         // inactive by then.
@@ -375,11 +364,10 @@ void TestAccept::refusedCommandsExceptTicksAndDestinationsAreLogged()
              {"output net_active ch01 no", "output active ch01 6d no", "output net ch01 none",
               "output net_divisor ch01 2", "output net_via_router yes"})
             fixture.controller.failEvery(true, text);
-        MessageBoxes boxes({QMessageBox::Yes});
         fixture.page(0)->spinBox_port->setValue(7001);
         clickTick(fixture.page(0), "3d");
         clickBox(fixture.dialog->checkBox_actAsRouter);
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::ControlModifier);
+        fixture.closeLastTab();
     }));
     QCOMPARE(fixture.logged(),
              Commands({"Error: Unable to reset channel X", "Error: Unable to activate channel",
@@ -403,8 +391,7 @@ void TestAccept::laterOpeningsWriteTheRouterModeOnlyAfterAClick()
     // In a later opening without a click the mode is not written, not even if a channel has been closed or if
     // the Controller has changed the mode.
     fixture.open([&] {
-        const MessageBoxes boxes({QMessageBox::Yes});
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::ControlModifier);
+        fixture.closeLastTab();
         QCOMPARE(fixture.titles(), QStringList({"Channel 1", "+"}));
     });
     fixture.change([](ControllerState &state) { state.viaRouter = false; });

@@ -289,7 +289,7 @@ void TestDialog::cursorIsBusyOnlyWhileTheControllerWorks()
             busyInBox = QGuiApplication::overrideCursor();
             return QMessageBox::Cancel;
         };
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_Escape); // opens the box about the empty host
+        fixture.press(Qt::Key_Escape); // opens the box about the empty host
         QVERIFY(!busyInBox);
         fixture.page(0)->lineEdit_host->setText("127.0.0.1");
         fixture.page(0)->spinBox_port->setValue(6001);
@@ -342,11 +342,10 @@ void TestDialog::openingFollowsTheLock()
     QFETCH(int, third);
     QFETCH(QByteArray, answer);
     QFETCH(bool, locked);
-    DialogFixture fixture([&](ControllerState &state) {
-        withChannels(2)(state);
+    DialogFixture fixture(withChannels(2, [&](ControllerState &state) {
         state.version.minor = minor;
         state.version.third = third;
-    });
+    }));
     // This image differs in size from that of the lock.
     fixture.window.setWindowIcon(QIcon(":/act_as_router_whatsthis.png"));
     const auto iconSize = [&] { return fixture.dialog->windowIcon().availableSizes().value(0); };
@@ -388,11 +387,10 @@ void TestDialog::openingShowsTheRouterMode()
     QFETCH(int, minor);
     QFETCH(QByteArray, answer);
     QFETCH(bool, anyActive);
-    DialogFixture fixture([&](ControllerState &state) {
-        withChannels(1)(state);
+    DialogFixture fixture(withChannels(1, [&](ControllerState &state) {
         state.channels[0].active = anyActive;
         state.version.minor = minor;
-    });
+    }));
     fixture.controller.overrideAnswer("output net_via_router", answer);
     fixture.open([&] {
         const QCheckBox *box = fixture.dialog->checkBox_actAsRouter;
@@ -449,13 +447,12 @@ void TestDialog::dataAreForwardedIfRouterModeIsOnAtStart()
 {
     QUdpSocket receiver;
     QVERIFY(receiver.bind(QHostAddress::LocalHost));
-    DialogFixture fixture([&](ControllerState &state) {
-        withChannels(2)(state);
+    DialogFixture fixture(withChannels(2, [&](ControllerState &state) {
         state.channels[0].destination.port = receiver.localPort();
         state.channels[1].types = {"3d"};
         state.channels[1].active = false;
         state.viaRouter = true;
-    });
+    }));
     int frame = 0;
     const auto deliverFrame = [&] {
         std::thread([&] { fixture.deliverFrame(++frame); }).join();
@@ -495,12 +492,11 @@ void TestDialog::closedChannelGetsNoDataDuringItsResetCommand()
     QUdpSocket kept, closed;
     QVERIFY(kept.bind(QHostAddress::LocalHost));
     QVERIFY(closed.bind(QHostAddress(QLatin1String("127.0.0.2"))));
-    DialogFixture fixture([&](ControllerState &state) {
-        withChannels(2)(state);
+    DialogFixture fixture(withChannels(2, [&](ControllerState &state) {
         state.channels[0].destination.port = kept.localPort();
         state.channels[1].destination = {Destination::Kind::Udp, "127.0.0.2", closed.localPort()};
         state.viaRouter = true;
-    });
+    }));
     fixture.create();
     int received = 0;
     fixture.onExchange([&](const Exchange &exchange) {
@@ -511,10 +507,7 @@ void TestDialog::closedChannelGetsNoDataDuringItsResetCommand()
             received += kept.waitForReadyRead(20) && kept.receiveDatagram().isValid();
         }
     });
-    fixture.open([&] {
-        MessageBoxes boxes({QMessageBox::Yes});
-        QTest::keyClick(fixture.dialog.get(), Qt::Key_W, Qt::ControlModifier);
-    });
+    fixture.open([&] { fixture.closeLastTab(); });
     QCOMPARE(received, 20);
     QVERIFY(!closed.hasPendingDatagrams());
 }
@@ -534,10 +527,7 @@ void TestDialog::onlyACatalogueChangeInRouterModeIsHandled()
     QFETCH(bool, routing);
     QFETCH(QByteArray, message);
     QFETCH(bool, isHandled);
-    DialogFixture fixture([&](ControllerState &state) {
-        withChannels(2)(state);
-        state.viaRouter = routing;
-    });
+    DialogFixture fixture(withChannels(2, [&](ControllerState &state) { state.viaRouter = routing; }));
     fixture.create();
     fixture.change([](ControllerState &state) {
         state.catalogue.append({"7d", "New", true});
@@ -560,10 +550,7 @@ void TestDialog::onlyACatalogueChangeInRouterModeIsHandled()
 
 void TestDialog::waitingMessagesCauseOneRefresh()
 {
-    DialogFixture fixture([&](ControllerState &state) {
-        withChannels(1)(state);
-        state.viaRouter = true;
-    });
+    DialogFixture fixture(withChannels(1, inRouterMode));
     fixture.create();
     for (int burst = 1; burst <= 2; ++burst) {
         std::thread([&] {

@@ -83,6 +83,19 @@ public:
         return left;
     }
 
+    /// Presses \a key in the dialog.
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) const
+    {
+        QTest::keyClick(dialog.get(), key, modifiers);
+    }
+
+    /// Closes the last tab and confirms the question.
+    void closeLastTab() const
+    {
+        const MessageBoxes boxes({QMessageBox::Yes});
+        press(Qt::Key_W, Qt::ControlModifier);
+    }
+
     /// Delivers frame \a number, which consists of a line fr and a line 6d, on the calling thread.
     void deliverFrame(int number)
     {
@@ -133,14 +146,24 @@ inline QByteArray channelName(int number)
     return "ch" + QByteArray::number(number).rightJustified(2, '0');
 }
 
-/// Returns an edit that leaves only the channels 1 to \a count in use. They are active and send the types fr
-/// and 6d to 127.0.0.1, channel N to port 5000 + N.
-inline std::function<void(ControllerState &)> withChannels(int count)
+using StateEdit = std::function<void(ControllerState &)>;
+
+/// Returns an edit that leaves only the channels 1 to \a count in use, and then applies \a more. The channels
+/// are active and send the types fr and 6d to 127.0.0.1, channel N to port 5000 + N.
+inline StateEdit withChannels(
+    int count, const StateEdit &more = [](ControllerState &) {})
 {
-    return [count](ControllerState &state) {
+    return [count, more](ControllerState &state) {
         state.channels = {};
         for (int i = 0; i < count; ++i)
             state.channels[static_cast<size_t>(i)] = {
                 {Destination::Kind::Udp, "127.0.0.1", 5001 + i}, true, 1, {"fr", "6d"}};
+        more(state);
     };
+}
+
+/// Puts the Controller into router mode.
+inline void inRouterMode(ControllerState &state)
+{
+    state.viaRouter = true;
 }
