@@ -7,10 +7,10 @@
 #include "receiver.h"
 #include "referencemodel.h"
 
+#include <QRandomGenerator>
 #include <QtTest>
 
 #include <deque>
-#include <random>
 #include <set>
 
 using namespace networksettings2g;
@@ -27,27 +27,19 @@ struct Line
     std::string text;
 };
 
-class Random
+class Random : public QRandomGenerator
 {
 public:
-    explicit Random(quint32 seed)
-        : m_engine(seed)
-    {
-    }
+    using QRandomGenerator::QRandomGenerator;
 
-    /// Returns a number from 0 to \a count - 1.
-    int below(int count) { return static_cast<int>(m_engine() % static_cast<quint32>(count)); }
-    int between(int least, int most) { return least + below(most - least + 1); }
     /// Returns true with the probability 1 / \a count.
-    bool oneIn(int count) { return below(count) == 0; }
+    bool oneIn(int count) { return bounded(count) == 0; }
+
     /// Returns a random element of \a choices.
     std::string of(const std::vector<std::string> &choices)
     {
-        return choices[static_cast<std::size_t>(below(static_cast<int>(choices.size())))];
+        return choices[static_cast<std::size_t>(bounded(static_cast<int>(choices.size())))];
     }
-
-private:
-    std::mt19937 m_engine;
 };
 
 /// Produces frames whose length sometimes changes, with missing, additional and malformed lines.
@@ -86,7 +78,7 @@ public:
         else if (m_random->oneIn(60) && room > 100)
             text += std::string(static_cast<std::size_t>(room) - text.size() - 2, 'x');
         else
-            text += bytes(m_random->below(60));
+            text += bytes(m_random->bounded(60));
         return {type, text + m_random->of({"\r\n", "\r\n", "\n", "\r", "", "\n\r", "\r\r\n\n"})};
     }
 
@@ -94,7 +86,7 @@ private:
     void chooseFrame()
     {
         m_frame.assign(1, m_random->oneIn(8) ? m_random->of(types) : "fr");
-        for (int more = m_random->below(m_random->oneIn(4) ? 12 : 4); more > 0; --more)
+        for (int more = m_random->bounded(m_random->oneIn(4) ? 12 : 4); more > 0; --more)
             m_frame.push_back(m_random->of(types));
     }
 
@@ -113,7 +105,7 @@ private:
     {
         std::string text;
         while (count-- > 0)
-            text += static_cast<char>(m_random->between(1, 255));
+            text += static_cast<char>(m_random->bounded(1, 256));
         return text;
     }
 
@@ -142,7 +134,7 @@ public:
     /// Feeds some lines, then causes a random event or none. Returns false if a wait times out.
     bool step()
     {
-        for (int lines = m_random.oneIn(10) ? 1500 : m_random.between(1, 150); lines > 0; --lines)
+        for (int lines = m_random.oneIn(10) ? 1500 : m_random.bounded(1, 151); lines > 0; --lines)
             feed(nextLine());
         return fallsAsleep() && causeEvent();
     }
@@ -201,7 +193,7 @@ private:
 
     Line nextLine()
     {
-        const int room = 65507 - static_cast<int>(m_model.pendingBytes()) + m_random.between(-4, 0);
+        const int room = 65507 - static_cast<int>(m_model.pendingBytes()) + m_random.bounded(-4, 1);
         return m_source.line(m_source.nextType(), room);
     }
 
@@ -227,7 +219,7 @@ private:
 
     bool causeEvent()
     {
-        switch (m_random.below(10)) {
+        switch (m_random.bounded(10)) {
         case 0:
             m_event = "a reset";
             m_channel.resetFrame();
@@ -235,7 +227,7 @@ private:
             return true;
         case 1:
             m_event = "a change of the divisor";
-            setDivisor(m_random.oneIn(2) ? 1 : m_random.between(1, 4));
+            setDivisor(m_random.oneIn(2) ? 1 : m_random.bounded(1, 5));
             return true;
         case 2:
             m_event = "a change of a tick";
@@ -279,7 +271,7 @@ private:
         for (const std::string &type : {opening, other, std::string("fr")})
             tick(type, true);
         feed(m_source.line(opening, 0));
-        for (int i = m_random.between(998, 1002); i > 0; --i)
+        for (int i = m_random.bounded(998, 1003); i > 0; --i)
             feed(m_source.line(other, 0));
         return fallsAsleep();
     }
@@ -312,7 +304,7 @@ private:
     std::deque<Line> fillQueue(std::size_t count)
     {
         std::deque<Line> queued;
-        count += static_cast<std::size_t>(m_random.below(100));
+        count += static_cast<std::size_t>(m_random.bounded(100));
         while (queued.size() < count && !m_ticked.empty()) {
             // The lines are short, so that the queue and its blocks reach their limits of lines before those
             // of bytes.
@@ -353,7 +345,7 @@ void TestFramesAgainstModel::datagramsOfRandomStreamsMatchTheModel()
 {
     bool isGiven = false;
     const quint32 given = qEnvironmentVariable("MODEL_SEED").toUInt(&isGiven);
-    const quint32 seed = isGiven ? given : std::random_device()();
+    const quint32 seed = isGiven ? given : QRandomGenerator::system()->generate();
     qInfo("MODEL_SEED=%u", seed);
 
     faults::isPaced = true;
