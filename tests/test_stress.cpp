@@ -179,25 +179,18 @@ void TestStress::step(Host &host, int stepsLeft, bool shutsDown)
 
 void TestStress::doRandomOperation(Host &host)
 {
-    switch (below(9)) {
-    case 0:
-        QTest::keyClick(host.dialog, Qt::Key_T, Qt::ControlModifier);
-        break;
-    case 1:
-        QTest::keyClick(host.dialog, Qt::Key_W, Qt::ControlModifier);
-        break;
-    case 2:
-        host.find<QCheckBox>("checkBox_actAsRouter")->click();
-        break;
-    case 3:
-        host.link.sendMessage("OutputTypesChanged");
-        break;
-    case 4:
-        ++m_messagesWanted;
-        break;
-    default:
+    const std::vector<std::function<void()>> operations{
+        [&] { QTest::keyClick(host.dialog, Qt::Key_T, Qt::ControlModifier); },
+        [&] { QTest::keyClick(host.dialog, Qt::Key_W, Qt::ControlModifier); },
+        [&] { host.find<QCheckBox>("checkBox_actAsRouter")->click(); },
+        [&] { host.link.sendMessage("OutputTypesChanged"); },
+        [&] { ++m_messagesWanted; },
+    };
+    const auto choice = static_cast<std::size_t>(below(9));
+    if (choice < operations.size())
+        operations[choice]();
+    else
         editPage(host);
-    }
 }
 
 void TestStress::editPage(const Host &host)
