@@ -81,6 +81,7 @@ void TestRouter::init()
 void TestRouter::cleanup()
 {
     faults::locksUnfairly = false;
+    m_sends.reset();
     faults::path = faults::Open;
     QVERIFY(comesTrue([this] { return hasNoWorker(); }));
     QCOMPARE(descriptorCount(), m_descriptors);
