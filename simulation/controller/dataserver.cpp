@@ -1,7 +1,7 @@
 #include "dataserver.h"
 
-#include "eventthread.h"
 #include "networkprotocol.h"
+#include "queuecall.h"
 
 #include <QTcpSocket>
 

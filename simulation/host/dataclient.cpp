@@ -1,7 +1,7 @@
 #include "dataclient.h"
 
 #include "networkprotocol.h"
-#include "eventthread.h"
+#include "queuecall.h"
 
 #include <QElapsedTimer>
 #include <QTcpSocket>
