@@ -26,8 +26,7 @@ private slots:
     void directOutputEndsWhenRouterModeStarts();
     void programEndsCleanlyOnASignal();
     void interruptEndsAProgramThatReadsAPipe();
-    void unusablePortsEndTheProgram();
-    void invalidArgumentsAreRefused_data();
+    void occupiedPortEndsTheProgram();
     void invalidArgumentsAreRefused();
 };
 
@@ -154,29 +153,19 @@ void TestControllerProgram::interruptEndsAProgramThatReadsAPipe()
     }
 }
 
-void TestControllerProgram::unusablePortsEndTheProgram()
+void TestControllerProgram::occupiedPortEndsTheProgram()
 {
     const RunningController occupant;
-    for (const QString &arguments :
-         {QLatin1String("--port ") + QString::number(occupant.commandPort), QString("--port 65535")}) {
-        Program program(CONTROLLER_PATH, arguments);
-        QCOMPARE(program.status(), 1);
-    }
-}
-
-void TestControllerProgram::invalidArgumentsAreRefused_data()
-{
-    const Table<QString> row("arguments");
-    for (const char *arguments :
-         {"--nonsense", "stray", "--port 65536", "--rate 0", "--channels 11", "--answer-delay -1",
-          "--controller-version 1", "--replay /nonexistent/file", "--seconds many", "--address="})
-        row(arguments, arguments);
+    QCOMPARE(Program(CONTROLLER_PATH, "--port " + QString::number(occupant.commandPort)).status(), 1);
 }
 
 void TestControllerProgram::invalidArgumentsAreRefused()
 {
-    QFETCH(const QString, arguments);
-    QVERIFY(Program(CONTROLLER_PATH, arguments).hasRefusedArguments("controller"));
+    for (const char *arguments :
+         {"--nonsense", "stray", "--port 65536", "--port 65535", "--data-port 65536", "--rate 0",
+          "--rate 2001", "--channels 11", "--answer-delay -1", "--controller-version 1",
+          "--replay /nonexistent/file", "--seconds many", "--address=", "--address nowhere"})
+        QVERIFY2(Program(CONTROLLER_PATH, arguments).hasRefusedArguments("controller"), arguments);
 }
 
 QTEST_GUILESS_MAIN(TestControllerProgram)

@@ -1,13 +1,11 @@
 // Tests the simulated frontend: its session and the program itself.
 
-#include "presets.h"
 #include "controlleroptions.h"
+#include "presets.h"
 #include "requester.h"
 #include "runningcontroller.h"
 #include "session.h"
-#include "table.h"
 
-#include <QTcpServer>
 #include <QUdpSocket>
 
 using namespace simulation;
@@ -15,7 +13,7 @@ using namespace simulation;
 namespace {
 
 constexpr int waitMs = Program::LimitMs;
-const QString headless = QLatin1String("--headless --plugin " PLUGIN_PATH " ");
+const QByteArray headless = "--headless --plugin " PLUGIN_PATH " ";
 
 class ResetCounter final : public Requester
 {
@@ -27,6 +25,24 @@ public:
     std::atomic<int> resets{0};
 };
 
+/// A session with an embedded Controller and its three channels.
+class StartedSession : public Session
+{
+public:
+    explicit StartedSession(const Options &options = {})
+        : Session(options)
+    {
+        QStringList remarks;
+        QString problem;
+        if (!openSource(&problem) || !setUp(&remarks, &problem))
+            qFatal("%s", qPrintable(problem));
+        start();
+    }
+
+    /// Returns the counts of channel 1.
+    ReceiverStatistics first() { return receivers().reports().at(0).statistics; }
+};
+
 } // namespace
 
 class TestFrontend : public QObject
@@ -35,13 +51,11 @@ class TestFrontend : public QObject
 
 private slots:
     void frameAboveTheDatagramLimitIsNotSent();
-    void invalidArgumentsAreRefused_data();
     void invalidArgumentsAreRefused();
     void headlessRunReportsWhetherAllFramesArrived();
     void windowWithoutADisplayIsRefused();
     void questionsAreAnswered();
     void channelsOfARemoteControllerGetTheirFrames();
-    void unusableControllerOptionIsRefused();
     void changedDivisorOfTheModuleIsNoLoss();
     void channelWithANameIsLookedUp();
     void signalEndsTheRunWithItsSummary();
@@ -55,22 +69,18 @@ void TestFrontend::frameAboveTheDatagramLimitIsNotSent()
         QCOMPARE(datagramOf({{"fr", "fr 3"}, {"6d", text}}, {{"fr", "6d"}, 3}).isEmpty(), text != longest);
 }
 
-void TestFrontend::invalidArgumentsAreRefused_data()
-{
-    const Table<QString> row("arguments");
-    for (const QString &arguments : {QString("--nonsense"), QString("stray"), QString("--rate 0"),
-                                     QString("--rate 2001"), QString("--rate many"), QString("--seconds -1"),
-                                     QString("--channels 11"), QString("--controller-version 1"),
-                                     QString("--replay"), QString("--headless --plugin /nonexistent/file"),
-                                     headless + "--replay -", headless + "--replay /nonexistent/file"})
-        row(qPrintable(arguments), arguments);
-}
-
+/// The options that the program shares with `controller` are refused by the same code as there.
 void TestFrontend::invalidArgumentsAreRefused()
 {
-    QFETCH(const QString, arguments);
-    Program frontend(FRONTEND_PATH, arguments, QByteArray("fr 1\n\0\n", 7)); // not a text file
-    QVERIFY(frontend.hasRefusedArguments("frontend"));
+    for (const QByteArray &arguments :
+         {QByteArray("stray"), QByteArray("--seconds -1"), QByteArray("--replay"),
+          QByteArray("--headless --plugin /nonexistent/file"), headless + "--replay -",
+          headless + "--replay /nonexistent/file", headless + "--controller 127.0.0.1",
+          headless + "--controller 127.0.0.1:1 --rate 100", headless + "--controller 127.0.0.1:1"}) {
+        // The recording is not a text file. No program listens on port 1.
+        Program frontend(FRONTEND_PATH, arguments, QByteArray("fr 1\n\0\n", 7));
+        QVERIFY2(frontend.hasRefusedArguments("frontend"), arguments);
+    }
 }
 
 void TestFrontend::headlessRunReportsWhetherAllFramesArrived()
@@ -97,35 +107,28 @@ void TestFrontend::headlessRunReportsWhetherAllFramesArrived()
 
 void TestFrontend::signalEndsTheRunWithItsSummary()
 {
-    for (const int number : {SIGINT, SIGTERM}) {
-        Program frontend(FRONTEND_PATH, headless + "--seconds 0 --router");
-        // The first progress line is printed after one second of data.
-        QVERIFY(frontend.waitForReadyRead(waitMs));
-        frontend.sendSignal(number);
-        QCOMPARE(frontend.status(), 0);
-        QVERIFY(frontend.readAllStandardOutput().contains("summary: "));
-    }
+    Program frontend(FRONTEND_PATH, headless + "--seconds 0 --router");
+    // The first progress line is printed after one second of data.
+    QVERIFY(frontend.waitForReadyRead(waitMs));
+    frontend.sendSignal(SIGINT);
+    QCOMPARE(frontend.status(), 0);
+    QVERIFY(frontend.readAllStandardOutput().contains("summary: "));
 }
 
 void TestFrontend::sessionAppliesChangesWhileItRuns()
 {
-    QStringList remarks;
-    QString problem;
-    Session session(Options{});
+    StartedSession session;
     ResetCounter requester;
     session.link().addRequester(&requester);
-    QVERIFY2(session.openSource(&problem) && session.setUp(&remarks, &problem), qPrintable(problem));
-    session.start();
-    const auto received = [&] { return session.receivers().reports().value(0).statistics.frames; };
     session.setRate(1); // at this rate the frames below would take 25 minutes
     session.setRate(maximumRate);
-    QTRY_VERIFY_WITH_TIMEOUT(received() > 1500, waitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(session.first().frames > 1500, waitMs);
 
     session.setPaused(true);
     qint64 frames = 0;
-    // While the session is paused, the data thread still delivers resets, but no frame. It delivered the
-    // first reset when it started.
-    for (const int resets : {2, 3}) {
+    requester.resets = 0;
+    // While the session is paused, the data thread still delivers resets, but no frame.
+    for (const int resets : {1, 2}) {
         session.resetOutput();
         QTRY_COMPARE_WITH_TIMEOUT(requester.resets, resets, waitMs);
         QVERIFY(frames == 0 || frames == session.frames());
@@ -139,9 +142,10 @@ void TestFrontend::sessionAppliesChangesWhileItRuns()
         QTRY_VERIFY_WITH_TIMEOUT(session.frames() > before + 100, waitMs);
     };
     useTypes({});
-    const qint64 before = received();
+    const qint64 before = session.first().frames;
     useTypes(catalogues().first().types);
-    QTRY_VERIFY_WITH_TIMEOUT(received() > before, waitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(session.first().frames > before, waitMs);
+    QString problem;
     QVERIFY(session.setChannelCount(1, &problem));
     QCOMPARE(session.receivers().reports().size(), 1);
     session.stop();
@@ -175,13 +179,9 @@ void TestFrontend::changedDivisorOfTheModuleIsNoLoss()
     Options options;
     options.simulated.router = true;
     options.simulated.rate = maximumRate;
-    Session session(options);
-    QStringList remarks;
-    QString problem;
-    QVERIFY(session.openSource(&problem) && session.setUp(&remarks, &problem));
+    StartedSession session(options);
     const quint16 port = quint16(session.controller().state().channels[0].destination.port);
     const QHostAddress address(QString::fromLatin1(session.controller().state().monitorAddress));
-    session.start();
     QTRY_VERIFY_WITH_TIMEOUT(session.frames() > 100, waitMs);
     QUdpSocket module;
     qint64 sent = 0;
@@ -189,10 +189,8 @@ void TestFrontend::changedDivisorOfTheModuleIsNoLoss()
         for (const int number : numbers)
             module.writeDatagram("fr " + QByteArray::number(number) + "\r\n", address, port);
         sent += numbers.size();
-        const auto report = [&] { return session.receivers().reports().at(0).statistics; };
-        if (!QTest::qWaitFor([&] { return report().frames == sent; }, waitMs) || report().malformed > 0)
-            return qint64(-1);
-        return report().lost;
+        const bool hasCome = QTest::qWaitFor([&] { return session.first().frames == sent; }, waitMs);
+        return hasCome && session.first().malformed == 0 ? session.first().lost : qint64(-1);
     };
     QCOMPARE(lostAfter({2, 3}), qint64(0));
     session.setDialogOpen(true);
@@ -224,29 +222,11 @@ void TestFrontend::channelsOfARemoteControllerGetTheirFrames()
     for (const char *mode : {"", " --router"}) {
         const RunningController server(QLatin1String("--port 0 --rate 200 --channels 2") +
                                        QLatin1String(mode));
-        Program frontend(FRONTEND_PATH, QLatin1String("--headless --seconds 2 --plugin " PLUGIN_PATH
-                                                      " --controller 127.0.0.1:") +
-                                            QString::number(server.commandPort));
+        Program frontend(FRONTEND_PATH, headless + "--seconds 2 --controller 127.0.0.1:" +
+                                            QByteArray::number(server.commandPort));
         const int status = frontend.status();
         const QByteArray out = frontend.readAllStandardOutput();
         QVERIFY2(status == 0 && out.count(": good\n") == 2, out + frontend.readAllStandardError());
-    }
-}
-
-/// Three cases: the Controller cannot be reached, the port is missing, or another option is only for the
-/// embedded Controller.
-void TestFrontend::unusableControllerOptionIsRefused()
-{
-    // No program listens on a port that has just been released.
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost));
-    const QString port = QString::number(server.serverPort());
-    server.close();
-    for (const QString &arguments :
-         {QLatin1String("--controller 127.0.0.1:") + port, QString::fromLatin1("--controller 127.0.0.1"),
-          QString::fromLatin1("--controller 127.0.0.1:1 --rate 100")}) {
-        Program frontend(FRONTEND_PATH, headless + arguments);
-        QVERIFY(frontend.hasRefusedArguments("frontend"));
     }
 }
 

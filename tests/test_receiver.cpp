@@ -106,7 +106,6 @@ private slots:
     void recordingEndsAtTheFirstFailedWrite();
     void recordingOfAKilledProgramIsComplete();
     void runEndsAfterTheGivenTime();
-    void invalidArgumentsAreRefused_data();
     void invalidArgumentsAreRefused();
 };
 
@@ -114,10 +113,8 @@ void TestReceiver::gapsInTheNumbersAreCounted_data()
 {
     const Table<QList<int>, int, int, int> row("numbers", "lost", "outOfOrder", "restarts");
     row("no frame", {}, 0, 0, 0);
-    row("one frame", {7}, 0, 0, 0);
     row("two frames are missing", {7, 8, 11, 12}, 2, 0, 0);
     row("divisor is recognised", {10, 15, 20, 25}, 0, 0, 0);
-    row("gap with a divisor", {10, 15, 25}, 1, 0, 0);
     row("divisor is recognised after the gap", {10, 20, 25}, 1, 0, 0);
     row("negative numbers", {-4, -2, 2}, 0, 0, 0);
     row("late frame is not lost", {1, 2, 4, 3, 5}, 0, 1, 0);
@@ -150,6 +147,7 @@ void TestReceiver::malformedDatagramIsCounted_data()
     row("number zero", "fr 0\r\n");
     row("last line is cut", "fr 3\r\n6d");
     row("line end without CR", "fr 3\n6d 0\r\n");
+    row("line end CR CR LF", "fr 3\r\n6d 0\r\r\n");
     row("empty line", "fr 3\r\n\r\n");
     row("line ends only", QByteArray("\r\n").repeated(32000));
     row("binary data", QByteArray("fr 3\r\n6d \0\r\n", 11));
@@ -181,8 +179,6 @@ void TestReceiver::summaryJudgesTheDatagrams_data()
     row("two frames in the first datagram", Datagrams{"fr 1\r\nfr 3\r\n"} + frames(4, 5), true, ": 4 frames,",
         "");
     row("no datagram", {}, false, "from nobody: BAD", "");
-    row("lost frame", frames(1, 5) + frames(7, 9), false,
-        "1 lost, 0 out of order, 0 malformed, last number 9,", "");
     row("malformed datagram", frames(1, 2) + Datagrams{"fr 3\r\n6d"}, false, "1 malformed, last number 2,",
         "");
     row("late frame", frames(1, 5) + frames(7, 7) + frames(6, 6), true, "0 lost, 1 out of order", "");
@@ -213,7 +209,10 @@ void TestReceiver::portsAreJudgedSeparately()
     QVERIFY2(lines.at(0).startsWith("summary of 127.0.0.1:") && lines.at(0).contains(" from 127.0.0.1:") &&
                  lines.at(0).endsWith(": good"),
              lines.at(0));
-    QVERIFY2(lines.at(1).startsWith("summary of 0.0.0.0:") && lines.at(1).endsWith(": BAD"), lines.at(1));
+    QVERIFY2(lines.at(1).startsWith("summary of 0.0.0.0:") &&
+                 lines.at(1).contains(" 1 lost, 0 out of order, 0 malformed, last number 8,") &&
+                 lines.at(1).endsWith(": BAD"),
+             lines.at(1));
     QCOMPARE(receiver.status(), 1);
 }
 
@@ -296,20 +295,13 @@ void TestReceiver::runEndsAfterTheGivenTime()
     QVERIFY2(out.contains("\nsummary") && out.startsWith("127.0.0.1:") && out.contains(": 3 frames, "), out);
 }
 
-void TestReceiver::invalidArgumentsAreRefused_data()
-{
-    const Table<QString> row("arguments");
-    for (const char *arguments :
-         {"", "--nonsense 5001", "port", "65536", "-1", ":5001", "127.0.0.1:", "no.such.host.invalid:5001",
-          "192.0.2.1:5001", "--interface nonsense 239.1.2.3:0", "--interface lo 127.0.0.1:0", "--expect 0 0",
-          "--seconds many 0", "--save /nonexistent/file 0", "--save x 0 0"})
-        row(*arguments ? arguments : "no argument", arguments);
-}
-
 void TestReceiver::invalidArgumentsAreRefused()
 {
-    QFETCH(const QString, arguments);
-    QVERIFY(Program(RECEIVER_PATH, arguments).hasRefusedArguments("receiver"));
+    for (const char *arguments :
+         {"", "port", "65536", "-1", ":5001", "127.0.0.1:", "no.such.host.invalid:5001", "192.0.2.1:5001",
+          "--interface nonsense 239.1.2.3:0", "--interface lo 127.0.0.1:0", "--expect 0 0",
+          "--seconds many 0", "--save /nonexistent/file 0", "--save x 0 0"})
+        QVERIFY2(Program(RECEIVER_PATH, arguments).hasRefusedArguments("receiver"), arguments);
 }
 
 QTEST_GUILESS_MAIN(TestReceiver)

@@ -58,9 +58,17 @@ void declareControllerOptions(CommandLine &line)
 
 bool readControllerOptions(const CommandLine &line, ControllerOptions *options)
 {
-    return line.text("address", &options->address) && line.number("port", 0, maximumPort, &options->port) &&
-           line.number("data-port", 0, maximumPort, &options->dataPort) && options->simulated.read(line) &&
-           line.seconds(&options->seconds);
+    QString address = options->address.toString();
+    if (!line.text("address", &address) || !line.number("port", 0, maximumPort, &options->port))
+        return false;
+    options->dataPort = options->port == 0 ? 0 : options->port + 1;
+    if (!line.number("data-port", 0, maximumPort, &options->dataPort) || !options->simulated.read(line) ||
+        !line.seconds(&options->seconds))
+        return false;
+    if (!options->address.setAddress(address) || options->address.protocol() != QAbstractSocket::IPv4Protocol)
+        return line.refuse(QString::fromLatin1("'%1' is not an IPv4 address").arg(address));
+    return options->dataPort <= maximumPort ||
+           line.refuse(QString::fromLatin1("there is no port after %1 for the data").arg(options->port));
 }
 
 } // namespace simulation

@@ -3,6 +3,8 @@
 #include "commandline.h"
 #include "controllerstate.h"
 
+#include <QHostAddress>
+
 namespace simulation {
 
 /// The highest rate, in frames per second.
@@ -40,9 +42,9 @@ struct SimulationOptions
 /// The settings of the command line of the program `controller`.
 struct ControllerOptions
 {
-    QString address = QLatin1String("127.0.0.1");
-    int port = 5600;
-    int dataPort = -1; ///< -1: port + 1, or any free port if port is 0; 0: any free port
+    QHostAddress address = QHostAddress(QHostAddress::LocalHost);
+    int port = 5600;     ///< 0: any free port
+    int dataPort = 5601; ///< 0: any free port
     SimulationOptions simulated;
     int seconds = 0; ///< 0: until interrupted
 };

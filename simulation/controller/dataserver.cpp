@@ -25,7 +25,7 @@ DataServer::DataServer()
     m_aliveTimer.start(protocol::aliveIntervalMs);
 }
 
-void DataServer::sendFrame(const Frame &frame)
+void DataServer::takeFrame(const Frame &frame)
 {
     if (clientCount() == 0)
         return;
@@ -35,13 +35,13 @@ void DataServer::sendFrame(const Frame &frame)
     enqueue(text + "\r\n");
 }
 
-void DataServer::sendReset()
+void DataServer::takeReset()
 {
     m_isIdle = false;
     enqueue(QByteArray(protocol::reset) + '\n');
 }
 
-void DataServer::sendIdle()
+void DataServer::takeIdle()
 {
     // Set the flag first, so that a client that connects now gets the event at least once.
     m_isIdle = true;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame.h"
+#include "framesink.h"
 #include "limitedserver.h"
 
 #include <QTimer>
@@ -14,7 +14,7 @@ namespace simulation {
 /// more than 4 MiB cannot be sent because it does not read.
 ///
 /// Only the functions that are marked as thread-safe may be called on other threads.
-class DataServer : public LimitedServer
+class DataServer : public LimitedServer, public FrameSink
 {
     Q_OBJECT
 
@@ -22,15 +22,15 @@ public:
     DataServer();
 
     /// Queues the lines of \a frame and an empty line for all clients. Thread-safe.
-    void sendFrame(const Frame &frame);
+    void takeFrame(const Frame &frame) override;
 
-    /// Queues the event that the data start again. Each new client also gets this event when it connects.
+    /// Queues the event that the data start again, which each new client also gets when it connects.
     /// Thread-safe.
-    void sendReset();
+    void takeReset() override;
 
-    /// Queues the event that the data have ended. Until the next sendReset(), each new client also gets this
+    /// Queues the event that the data have ended. Until the next takeReset(), each new client also gets this
     /// event when it connects; a client that connects during the call may get it twice. Thread-safe.
-    void sendIdle();
+    void takeIdle() override;
 
     /// Queues the event \a line, which describes the Controller's state. Until the next call, each new client
     /// also gets \a line when it connects.

@@ -19,44 +19,32 @@ bool isGood(const ReceiverReport &report)
            statistics.outOfOrder == 0 && statistics.malformed == 0;
 }
 
-QString nameOf(const ReceiverReport &report)
+QTextStream &operator<<(QTextStream &out, const ReceiverReport &report)
 {
-    return Headless::tr("channel %1 at %2").arg(report.channel).arg(report.destination);
+    return out << "channel " << report.channel << " at " << report.destination << ": "
+               << report.statistics.frames << " frames, ";
 }
 
-QString summary(const Session &session, int channels)
+void reportConnection(const QString &problem)
 {
-    if (session.isRemote())
-        return Headless::tr("summary: %1 frames received from the Controller, %2 channels")
-            .arg(session.frames())
-            .arg(channels);
-    QString sent = Headless::tr("summary: %1 frames sent at %2 per second, %3 channels")
-                       .arg(session.frames())
-                       .arg(session.rate())
-                       .arg(channels);
-    if (session.options().simulated.replay.isEmpty())
-        return sent;
-    return sent + Headless::tr(", %1 recorded lines skipped").arg(session.skippedLines());
+    const QString text = problem.isEmpty() ? QString::fromLatin1("connected to the Controller")
+                                           : QLatin1String("no connection: ") + problem;
+    std::fprintf(stderr, "frontend: %s\n", qPrintable(text));
 }
 
 } // namespace
 
-Headless::Headless(Session &session, QObject *parent)
-    : QObject(parent)
-    , m_session(session)
+Headless::Headless(Session &session)
+    : m_session(session)
 {
 }
 
 void Headless::run()
 {
     QTimer progress;
-    connect(&progress, &QTimer::timeout, this, &Headless::printProgress);
-    connect(&m_session, &Session::sourceEnded, qApp, &QCoreApplication::quit);
-    connect(&m_session, &Session::connectionChanged, this, [](const QString &problem) {
-        const QString text =
-            problem.isEmpty() ? tr("connected to the Controller") : tr("no connection: %1").arg(problem);
-        std::fprintf(stderr, "frontend: %s\n", qPrintable(text));
-    });
+    QObject::connect(&progress, &QTimer::timeout, [this] { printProgress(); });
+    QObject::connect(&m_session, &Session::sourceEnded, qApp, &QCoreApplication::quit);
+    QObject::connect(&m_session, &Session::connectionChanged, reportConnection);
     m_session.start();
     m_sinceProgress.start();
     progress.setTimerType(Qt::PreciseTimer);
@@ -75,17 +63,10 @@ void Headless::printProgress()
     const double seconds = double(m_sinceProgress.restart()) / 1000.0;
     const QList<ReceiverReport> reports = m_session.receivers().reports();
     for (const ReceiverReport &report : reports) {
-        const ReceiverStatistics &statistics = report.statistics;
         qint64 &before = m_framesBefore[report.channel];
-        const double rate = double(statistics.frames - before) / seconds;
-        before = statistics.frames;
-        out << tr("%1: %2 frames, %3 per second, %4 bytes, %5 lost, last number %6")
-                   .arg(nameOf(report))
-                   .arg(statistics.frames)
-                   .arg(rate, 0, 'f', 1)
-                   .arg(statistics.bytes)
-                   .arg(statistics.lost)
-                   .arg(statistics.lastNumber)
+        const double rate = double(report.statistics.frames - before) / seconds;
+        before = report.statistics.frames;
+        out << report << QString::number(rate, 'f', 1) << " per second, " << countsText(report.statistics)
             << '\n';
     }
 }
@@ -93,23 +74,21 @@ void Headless::printProgress()
 bool Headless::printSummary() const
 {
     QTextStream out(stdout);
+    const SimulationOptions &simulated = m_session.options().simulated;
     const QList<ReceiverReport> reports = m_session.receivers().reports(true);
-    out << summary(m_session, reports.size()) << '\n';
-    const bool isComplete = m_session.isRemote() || reports.size() == m_session.options().simulated.channels;
-    bool good = isComplete && m_session.frames() > 0;
+    out << "summary: " << m_session.frames() << " frames ";
+    if (m_session.isRemote())
+        out << "received from the Controller, ";
+    else
+        out << "sent at " << m_session.rate() << " per second, ";
+    out << reports.size() << " channels";
+    if (!simulated.replay.isEmpty())
+        out << ", " << m_session.skippedLines() << " recorded lines skipped";
+    out << '\n';
+    bool good = m_session.frames() > 0 && (m_session.isRemote() || reports.size() == simulated.channels);
     for (const ReceiverReport &report : reports) {
-        const ReceiverStatistics &statistics = report.statistics;
         good = good && isGood(report);
-        out << tr("%1: %2 frames, %3 bytes, %4 lost, %5 out of order, %6 malformed, last number %7: %8")
-                   .arg(nameOf(report))
-                   .arg(statistics.frames)
-                   .arg(statistics.bytes)
-                   .arg(statistics.lost)
-                   .arg(statistics.outOfOrder)
-                   .arg(statistics.malformed)
-                   .arg(statistics.lastNumber)
-                   .arg(isGood(report) ? tr("good") : tr("BAD"))
-            << '\n';
+        out << report << countsText(report.statistics) << (isGood(report) ? ": good\n" : ": BAD\n");
     }
     return good;
 }

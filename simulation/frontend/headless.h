@@ -1,10 +1,7 @@
 #pragma once
 
-#include "receiverpool.h"
-
 #include <QElapsedTimer>
 #include <QHash>
-#include <QObject>
 
 namespace simulation {
 
@@ -12,12 +9,10 @@ class Session;
 
 /// Runs a session without a window: prints one line per second for each receiver, then a summary. GUI thread
 /// only.
-class Headless : public QObject
+class Headless
 {
-    Q_OBJECT
-
 public:
-    explicit Headless(Session &session, QObject *parent = nullptr);
+    explicit Headless(Session &session);
 
     /// Starts the session and runs the event loop until the time set by --seconds is over, the data have
     /// ended, or the application quits. Then stops the session.

@@ -26,8 +26,8 @@ Defaults are in parentheses.
 
 Exit status: 0 for success, which with --headless means that every receiver got
 frames, all of them well-formed, in order and without loss; 1 otherwise; 2 for
-wrong usage, no display, a plug-in or recording that cannot be loaded, or a
-Controller that cannot be reached.
+wrong usage, no display, a plug-in or recording that cannot be loaded, a
+Controller that cannot be reached, or a receiver that cannot listen.
 
 Examples:
   frontend --router --channels 10 --rate 1000
@@ -87,7 +87,7 @@ int runHeadless(Session &session, HostedModule &module, const CommandLine &line)
 int runWindow(Session &session, HostedModule &module, const CommandLine &line)
 {
     MainWindow window(session, session.options().dark);
-    window.setModuleTitle(module.title());
+    window.setWindowTitle(MainWindow::tr("Frontend with %1").arg(module.title()));
     window.placeActions(module.begin(&session.link(), &window, session.versions()));
     window.showOnScreen();
     session.start();
@@ -107,19 +107,14 @@ int run(const Options &options, const CommandLine &line)
         line.report(problem);
         return WrongUsage;
     }
-    SignalWatcher watcher;
-    QObject::connect(&watcher, &SignalWatcher::interrupted, qApp, &QCoreApplication::quit);
-    if (!session.connectController(&problem)) {
-        line.report(problem);
-        return WrongUsage;
-    }
+    const SignalWatcher watcher;
     QStringList remarks;
     const bool isSetUp = session.setUp(&remarks, &problem);
     for (const QString &remark : qAsConst(remarks))
         line.report(remark);
     if (!isSetUp) {
         line.report(problem);
-        return Failure;
+        return WrongUsage;
     }
     return options.headless ? runHeadless(session, module, line) : runWindow(session, module, line);
 }

@@ -65,10 +65,8 @@ bool Session::openSource(QString *problem)
     return true;
 }
 
-bool Session::connectController(QString *problem)
+bool Session::waitForRemote(QString *problem)
 {
-    if (!isRemote())
-        return true;
     if (m_remote->waitForConnected(RemoteController::AnswerTimeoutMs)) {
         m_versions = m_remote->greeting().version;
         return true;
@@ -83,7 +81,7 @@ bool Session::connectController(QString *problem)
 bool Session::setUp(QStringList *remarks, QString *problem)
 {
     if (isRemote())
-        return true;
+        return waitForRemote(problem);
     if (m_options.simulated.router && !versionAtLeast(m_versions, 1, 4))
         remarks->append(tr("a Controller older than 1.4 has no router mode"));
     for (int index = 0; index < m_options.simulated.channels; ++index) {

@@ -14,8 +14,8 @@
 namespace simulation {
 
 /// A host with its Controller, embedded or remote, its data and the receivers on this computer. The order of
-/// calls is openSource(), connectController(), setUp(), start(), stop(). GUI thread only. All signals are
-/// emitted on the GUI thread.
+/// calls is openSource(), setUp(), start(), stop(). GUI thread only. All signals are emitted on the GUI
+/// thread.
 class Session : public QObject, public FrameSink
 {
     Q_OBJECT
@@ -25,16 +25,13 @@ public:
     explicit Session(const Options &options);
     ~Session() override;
 
-    // These three functions return false and set \a problem to a message of one line on failure.
+    // These two functions return false and set \a problem to a message of one line on failure.
 
     /// Reads the recording if the options name one.
     bool openSource(QString *problem);
 
-    /// Waits for the remote Controller, if the options name one, up to three seconds.
-    bool connectController(QString *problem);
-
-    /// Sets up the channels of an embedded Controller as setChannelCount() does; does nothing with a remote
-    /// one. Appends warnings for the user to \a remarks.
+    /// Waits up to three seconds for the remote Controller if the options name one. Otherwise sets up the
+    /// channels as setChannelCount() does, and appends warnings for the user to \a remarks.
     bool setUp(QStringList *remarks, QString *problem);
 
     /// Starts the data of an embedded Controller; the receivers expect every frame from the first one on.
@@ -57,7 +54,7 @@ public:
     const Options &options() const { return m_options; }
 
     /// Returns the record for the module's parameter "BackendVersions". It does not change any more after
-    /// connectController(), not even if a remote Controller of another version takes the place of the first.
+    /// setUp(), not even if a remote Controller of another version takes the place of the first.
     BackendVersions *versions() { return &m_versions; }
 
     /// Returns the number of channels with a destination, which may be on another computer.
@@ -109,6 +106,7 @@ signals:
 
 private:
     void useRemote();
+    bool waitForRemote(QString *problem);
     void followRemoteState(const ControllerState &state);
     bool setUpChannel(int index, QStringList *remarks, QString *problem);
     void followDivisor(const Exchange &exchange);

@@ -8,6 +8,16 @@
 
 namespace simulation {
 
+QString countsText(const ReceiverStatistics &statistics)
+{
+    return QString::fromLatin1("%1 bytes, %2 lost, %3 out of order, %4 malformed, last number %5")
+        .arg(statistics.bytes)
+        .arg(statistics.lost)
+        .arg(statistics.outOfOrder)
+        .arg(statistics.malformed)
+        .arg(statistics.lastNumber);
+}
+
 FrameChecker::FrameChecker(const FrameLedger &ledger)
     : m_ledger(ledger)
 {

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QSet>
+#include <QString>
 #include <QVector>
 
 namespace simulation {
@@ -37,6 +38,9 @@ struct ReceiverStatistics
     qint32 lastNumber = 0; ///< the last frame number, or 0 if there is none yet
     QByteArray lastFrame;  ///< the last datagram, even if it was malformed
 };
+
+/// Returns all counts but those of datagrams and frames, and the last number.
+QString countsText(const ReceiverStatistics &statistics);
 
 /// Checks the datagrams of one channel for form, order and completeness. Not thread-safe.
 ///

@@ -1,5 +1,6 @@
 #include "signalwatcher.h"
 
+#include <QCoreApplication>
 #include <QSocketNotifier>
 
 #include <cerrno>
@@ -14,6 +15,7 @@ namespace {
 constexpr int watchedSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 
 int selfPipe[2] = {-1, -1};
+QSocketNotifier *notifier = nullptr;
 
 void onSignal(int)
 {
@@ -23,6 +25,13 @@ void onSignal(int)
     // A write fails only if the pipe is full, and then it holds enough marks.
     static_cast<void>(written);
     errno = before;
+}
+
+void takeSignal()
+{
+    char mark = 0;
+    if (::read(selfPipe[0], &mark, sizeof mark) == sizeof mark)
+        QCoreApplication::quit();
 }
 
 void install(int signal)
@@ -42,13 +51,12 @@ void install(int signal)
 
 } // namespace
 
-SignalWatcher::SignalWatcher(QObject *parent)
-    : QObject(parent)
+SignalWatcher::SignalWatcher()
 {
     if (::pipe2(selfPipe, O_CLOEXEC | O_NONBLOCK) != 0)
         qFatal("cannot create a pipe for signals");
-    m_notifier = new QSocketNotifier(selfPipe[0], QSocketNotifier::Read, this);
-    connect(m_notifier, &QSocketNotifier::activated, this, &SignalWatcher::takeSignal);
+    notifier = new QSocketNotifier(selfPipe[0], QSocketNotifier::Read);
+    QObject::connect(notifier, &QSocketNotifier::activated, qApp, takeSignal);
     for (const int signal : watchedSignals)
         install(signal);
 }
@@ -57,16 +65,9 @@ SignalWatcher::~SignalWatcher()
 {
     for (const int signal : watchedSignals)
         std::signal(signal, SIG_DFL);
-    delete m_notifier;
+    delete notifier;
     ::close(selfPipe[0]);
     ::close(selfPipe[1]);
-}
-
-void SignalWatcher::takeSignal()
-{
-    char mark = 0;
-    if (::read(selfPipe[0], &mark, sizeof mark) == sizeof mark)
-        emit interrupted();
 }
 
 } // namespace simulation

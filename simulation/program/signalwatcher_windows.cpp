@@ -1,5 +1,7 @@
 #include "signalwatcher.h"
 
+#include <QCoreApplication>
+
 #include <mutex>
 #include <qt_windows.h>
 
@@ -8,33 +10,32 @@ namespace simulation {
 namespace {
 
 std::mutex mutex;
-SignalWatcher *current = nullptr; ///< guarded by mutex; null after the first event
+bool isWatching = false; ///< guarded by mutex; false after the first event
 
 /// Handles Ctrl+C, Ctrl+Break and the closing of the console. The system calls it on a separate thread.
 BOOL WINAPI onControl(DWORD)
 {
     const std::lock_guard<std::mutex> lock(mutex);
-    if (!current)
+    if (!isWatching)
         return FALSE; // the default action ends the program
-    QMetaObject::invokeMethod(current, "interrupted", Qt::QueuedConnection);
-    current = nullptr;
+    QMetaObject::invokeMethod(qApp, "quit", Qt::QueuedConnection);
+    isWatching = false;
     return TRUE;
 }
 
 } // namespace
 
-SignalWatcher::SignalWatcher(QObject *parent)
-    : QObject(parent)
+SignalWatcher::SignalWatcher()
 {
     const std::lock_guard<std::mutex> lock(mutex);
-    current = this;
+    isWatching = true;
     SetConsoleCtrlHandler(onControl, TRUE);
 }
 
 SignalWatcher::~SignalWatcher()
 {
     const std::lock_guard<std::mutex> lock(mutex);
-    current = nullptr;
+    isWatching = false;
     SetConsoleCtrlHandler(onControl, FALSE);
 }
 

@@ -85,11 +85,6 @@ bool MainWindow::eventFilter(QObject *watched, QEvent *event)
     return QMainWindow::eventFilter(watched, event);
 }
 
-void MainWindow::setModuleTitle(const QString &title)
-{
-    setWindowTitle(tr("Frontend with %1").arg(title));
-}
-
 void MainWindow::showOnScreen()
 {
     constexpr QSize wanted(1010, 860);
@@ -202,18 +197,17 @@ void MainWindow::followConnection()
 {
     const Endpoint &endpoint = m_session.options().controller;
     const QString address = endpoint.host + ':' + QString::number(endpoint.port);
-    m_connection = new QLabel(tr("Connected to %1").arg(address));
-    m_connection->setToolTip(
-        tr("If the connection is lost, the frontend tries every half second to connect again"));
-    statusBar()->insertWidget(0, m_connection);
-    connect(&m_session, &Session::connectionChanged, this, [this, address](const QString &problem) {
+    auto *label = new QLabel(tr("Connected to %1").arg(address));
+    label->setToolTip(tr("If the connection is lost, the frontend tries every half second to connect again"));
+    statusBar()->insertWidget(0, label);
+    connect(&m_session, &Session::connectionChanged, this, [this, label, address](const QString &problem) {
         const bool isConnected = problem.isEmpty();
-        m_connection->setText(isConnected ? tr("Connected to %1").arg(address)
-                                          : tr("No connection to %1: %2").arg(address, problem));
+        label->setText(isConnected ? tr("Connected to %1").arg(address)
+                                   : tr("No connection to %1: %2").arg(address, problem));
         QPalette colors = palette();
         if (!isConnected)
             colors.setColor(QPalette::WindowText, failureColor(colors));
-        m_connection->setPalette(colors);
+        label->setPalette(colors);
         // If the data have ended, the Controller reports this again on the new connection.
         if (isConnected)
             m_sourceEnded = false;

@@ -25,9 +25,6 @@ public:
     /// palette.
     MainWindow(Session &session, bool dark, QWidget *parent = nullptr);
 
-    /// Shows \a title, the name and the version of the module, in the window's title.
-    void setModuleTitle(const QString &title);
-
     /// Adds \a actions to the menus that they name, in the order of menuNumber and actionNumber. Creates
     /// missing menus. Watches the dialogs of the actions.
     void placeActions(const QList<ModuleAction *> &actions);
@@ -53,7 +50,6 @@ private:
     QLabel *m_status; ///< of the Controller and the data
     ReceiversPanel *m_receivers = nullptr;
     ConversationView *m_conversation = nullptr;
-    QLabel *m_connection = nullptr; ///< null with an embedded Controller
     QList<QAction *> m_globalActions;
     bool m_sourceEnded = false;
 };
