@@ -97,7 +97,6 @@ RatePlot::Line &RatePlot::line(int channel)
 
 void RatePlot::setSelected(int channel)
 {
-    m_selected = channel;
     for (const auto &[number, line] : m_lines) {
         QPen pen = channelPen(number);
         if (number == channel)

@@ -47,7 +47,6 @@ private:
     std::map<int, Line> m_lines; ///< by channel number
     QwtPlotGrid *m_grid;
     QwtPlotZoomer *m_zoomer;
-    int m_selected = 0;
 };
 
 } // namespace simulation

@@ -135,8 +135,8 @@ void ReceiversPanel::makeTitles()
         {tr("Rate"), tr("Frames per second, averaged over the last second")},
         {tr("Bytes"), tr("Bytes of all datagrams")},
         {tr("Lost"),
-         tr("Frames that the channel should have sent but that did not arrive; in router mode not\n"
-            "counted while the dialog is open, because a changed divisor takes effect at once")},
+         tr("Frames that the channel should have sent but that did not arrive; in router mode not counted\n"
+            "while the dialog is open or the module's divisor differs from the Controller's")},
         {tr("Out of order"), tr("Frames that arrived twice or out of order")},
         {tr("Malformed"), tr("Datagrams with incomplete lines, with types that are not ticked,\n"
                              "or without the number of a frame that the channel should send")},
