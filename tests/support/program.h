@@ -31,7 +31,10 @@ public:
     }
 
 #ifndef Q_OS_WIN
-    void sendSignal(int signal) { ::kill(pid_t(processId()), signal); }
+    void sendSignal(int signal)
+    {
+        ::kill(pid_t(processId()), signal);
+    }
 #endif
 
     /// Waits for the end of the process. Returns the exit status, or -1 if the process did not start, crashed
