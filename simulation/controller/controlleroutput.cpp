@@ -42,19 +42,20 @@ ControllerOutput::~ControllerOutput()
 
 bool ControllerOutput::open(const QString &recording, int rate, QString *problem)
 {
-    std::unique_ptr<FrameSource> source;
-    if (recording.isEmpty()) {
-        source = std::make_unique<SyntheticFrames>([this] { return m_controller.availableTypes(); });
-    } else {
+    FrameSource source = [this, number = 0](Frame *frame) mutable {
+        *frame = syntheticFrame(++number, m_controller.availableTypes());
+        return true;
+    };
+    if (!recording.isEmpty()) {
         QSet<QByteArray> types;
         const QList<OutputType> catalogue = m_controller.state().catalogue;
         for (const OutputType &type : catalogue)
             types.insert(type.name);
-        auto replayed = std::make_unique<ReplayedFrames>();
+        const auto replayed = std::make_shared<ReplayedFrames>();
         if (!replayed->open(recording, types, problem))
             return false;
         m_skippedLines = replayed->skippedLines();
-        source = std::move(replayed);
+        source = [replayed](Frame *frame) { return replayed->next(frame); };
     }
     m_data = std::make_unique<DataThread>(std::move(source), rate, *this);
     return true;

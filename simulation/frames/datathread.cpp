@@ -1,7 +1,6 @@
 #include "datathread.h"
 
 #include "framesink.h"
-#include "framesource.h"
 
 #include <utility>
 
@@ -16,7 +15,7 @@ std::chrono::nanoseconds periodOf(int rate)
 
 } // namespace
 
-DataThread::DataThread(std::unique_ptr<FrameSource> source, int rate, FrameSink &sink)
+DataThread::DataThread(FrameSource source, int rate, FrameSink &sink)
     : m_source(std::move(source))
     , m_sink(sink)
     , m_period(periodOf(rate))
@@ -75,7 +74,7 @@ void DataThread::run()
         if (takeReset()) {
             m_sink.takeReset();
             emit wasReset();
-        } else if (m_source->next(&frame)) {
+        } else if (m_source(&frame)) {
             m_sink.takeFrame(frame);
         } else {
             break;

@@ -6,14 +6,17 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <memory>
+#include <functional>
 #include <mutex>
 #include <thread>
 
 namespace simulation {
 
 class FrameSink;
-class FrameSource;
+
+/// Writes the next frame of a source, which may be empty, to \a frame. Returns false at the end of the
+/// source.
+using FrameSource = std::function<bool(Frame *frame)>;
 
 /// Passes the frames of a source to a sink at a constant rate, on its own thread, the data thread.
 ///
@@ -25,7 +28,7 @@ class DataThread : public QObject
 
 public:
     /// \a rate is in frames per second, at least 1. \a sink must outlive this object.
-    DataThread(std::unique_ptr<FrameSource> source, int rate, FrameSink &sink);
+    DataThread(FrameSource source, int rate, FrameSink &sink);
     ~DataThread() override;
 
     /// Starts the thread, which calls FrameSink::takeReset() before the first frame. Call it once.
@@ -61,7 +64,7 @@ private:
     bool waitForTurn();
     bool takeReset();
 
-    const std::unique_ptr<FrameSource> m_source;
+    const FrameSource m_source;
     FrameSink &m_sink;
     std::thread m_thread;
 

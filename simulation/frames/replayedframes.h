@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framesource.h"
+#include "frame.h"
 
 #include <QSet>
 #include <QString>
@@ -10,7 +10,7 @@ namespace simulation {
 /// Frames from a recording, which consists of text lines. Each line begins with its output type. Every line
 /// that has the same type as the first line that is not skipped starts a frame; a frame also ends after
 /// 1 MiB.
-class ReplayedFrames : public FrameSource
+class ReplayedFrames
 {
 public:
     /// Reads the file \a name, or standard input for "-", to its end. Skips lines whose type is not in
@@ -18,7 +18,8 @@ public:
     /// larger than 512 MiB, contains a zero byte or has no line of a type in \a types. Call it once.
     bool open(const QString &name, const QSet<QByteArray> &types, QString *problem);
 
-    bool next(Frame *frame) override;
+    /// Writes the next frame to \a frame. Returns false at the end of the recording.
+    bool next(Frame *frame);
 
     /// Returns the number of skipped lines, including blank ones.
     int skippedLines() const { return m_skipped; }

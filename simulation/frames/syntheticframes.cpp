@@ -67,20 +67,13 @@ QByteArray lineOf(const QByteArray &type, qint32 number, double angle)
 
 } // namespace
 
-SyntheticFrames::SyntheticFrames(TypeQuery availableTypes)
-    : m_availableTypes(std::move(availableTypes))
+Frame syntheticFrame(qint32 number, const QList<QByteArray> &types)
 {
-}
-
-bool SyntheticFrames::next(Frame *frame)
-{
-    ++m_number;
-    const double angle = 2.0 * pi * m_number / framesPerTurn;
-    frame->clear();
-    const QList<QByteArray> types = m_availableTypes();
+    const double angle = 2.0 * pi * number / framesPerTurn;
+    Frame frame;
     for (const QByteArray &type : types)
-        frame->append({type, type + ' ' + lineOf(type, m_number, angle) + "\r\n"});
-    return true;
+        frame.append({type, type + ' ' + lineOf(type, number, angle) + "\r\n"});
+    return frame;
 }
 
 } // namespace simulation

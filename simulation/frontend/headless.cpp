@@ -3,6 +3,8 @@
 #include "session.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QHash>
 #include <QTextStream>
 #include <QTimer>
 
@@ -32,38 +34,14 @@ void reportConnection(const QString &problem)
     std::fprintf(stderr, "frontend: %s\n", qPrintable(text));
 }
 
-} // namespace
-
-Headless::Headless(Session &session)
-    : m_session(session)
-{
-}
-
-void Headless::run()
-{
-    QTimer progress;
-    QObject::connect(&progress, &QTimer::timeout, [this] { printProgress(); });
-    QObject::connect(&m_session, &Session::sourceEnded, qApp, &QCoreApplication::quit);
-    QObject::connect(&m_session, &Session::connectionChanged, reportConnection);
-    m_session.start();
-    m_sinceProgress.start();
-    progress.setTimerType(Qt::PreciseTimer);
-    progress.start(1000);
-    if (m_session.options().seconds > 0)
-        QTimer::singleShot(m_session.options().seconds * 1000, Qt::PreciseTimer, qApp,
-                           &QCoreApplication::quit);
-    QCoreApplication::exec();
-    progress.stop();
-    m_session.stop();
-}
-
-void Headless::printProgress()
+/// Prints a line for each receiver. \a framesBefore maps the channels to their frames at the previous call,
+/// \a seconds ago.
+void printProgress(Session &session, double seconds, QHash<int, qint64> *framesBefore)
 {
     QTextStream out(stdout);
-    const double seconds = double(m_sinceProgress.restart()) / 1000.0;
-    const QList<ReceiverReport> reports = m_session.receivers().reports();
+    const QList<ReceiverReport> reports = session.receivers().reports();
     for (const ReceiverReport &report : reports) {
-        qint64 &before = m_framesBefore[report.channel];
+        qint64 &before = (*framesBefore)[report.channel];
         const double rate = double(report.statistics.frames - before) / seconds;
         before = report.statistics.frames;
         out << report << QString::number(rate, 'f', 1) << " per second, " << countsText(report.statistics)
@@ -71,26 +49,51 @@ void Headless::printProgress()
     }
 }
 
-bool Headless::printSummary() const
+/// Prints the summary. Returns the result of runHeadless().
+bool printSummary(Session &session)
 {
     QTextStream out(stdout);
-    const SimulationOptions &simulated = m_session.options().simulated;
-    const QList<ReceiverReport> reports = m_session.receivers().reports(true);
-    out << "summary: " << m_session.frames() << " frames ";
-    if (m_session.isRemote())
+    const SimulationOptions &simulated = session.options().simulated;
+    const QList<ReceiverReport> reports = session.receivers().reports(true);
+    out << "summary: " << session.frames() << " frames ";
+    if (session.isRemote())
         out << "received from the Controller, ";
     else
-        out << "sent at " << m_session.rate() << " per second, ";
+        out << "sent at " << session.rate() << " per second, ";
     out << reports.size() << " channels";
     if (!simulated.replay.isEmpty())
-        out << ", " << m_session.skippedLines() << " recorded lines skipped";
+        out << ", " << session.skippedLines() << " recorded lines skipped";
     out << '\n';
-    bool good = m_session.frames() > 0 && (m_session.isRemote() || reports.size() == simulated.channels);
+    bool good = session.frames() > 0 && (session.isRemote() || reports.size() == simulated.channels);
     for (const ReceiverReport &report : reports) {
         good = good && isGood(report);
         out << report << countsText(report.statistics) << (isGood(report) ? ": good\n" : ": BAD\n");
     }
     return good;
+}
+
+} // namespace
+
+bool runHeadless(Session &session)
+{
+    QHash<int, qint64> framesBefore;
+    QElapsedTimer sinceProgress;
+    QTimer progress;
+    progress.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&progress, &QTimer::timeout, [&] {
+        printProgress(session, double(sinceProgress.restart()) / 1000.0, &framesBefore);
+    });
+    QObject::connect(&session, &Session::sourceEnded, qApp, &QCoreApplication::quit);
+    QObject::connect(&session, &Session::connectionChanged, reportConnection);
+    session.start();
+    sinceProgress.start();
+    progress.start(1000);
+    if (session.options().seconds > 0)
+        QTimer::singleShot(session.options().seconds * 1000, Qt::PreciseTimer, qApp, &QCoreApplication::quit);
+    QCoreApplication::exec();
+    progress.stop();
+    session.stop();
+    return printSummary(session);
 }
 
 } // namespace simulation

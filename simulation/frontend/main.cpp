@@ -72,16 +72,13 @@ bool endModule(HostedModule &module, const CommandLine &line)
     return ended;
 }
 
-int runHeadless(Session &session, HostedModule &module, const CommandLine &line)
+int runWithoutWindow(Session &session, HostedModule &module, const CommandLine &line)
 {
     QWidget moduleParent;
     moduleParent.setWindowIcon(windowIcon());
     module.begin(&session.link(), &moduleParent, session.versions());
-    Headless headless(session);
-    headless.run();
-    const bool ended = endModule(module, line);
-    const bool good = headless.printSummary();
-    return ended && good ? Success : Failure;
+    const bool good = runHeadless(session);
+    return endModule(module, line) && good ? Success : Failure;
 }
 
 int runWindow(Session &session, HostedModule &module, const CommandLine &line)
@@ -116,7 +113,7 @@ int run(const Options &options, const CommandLine &line)
         line.report(problem);
         return WrongUsage;
     }
-    return options.headless ? runHeadless(session, module, line) : runWindow(session, module, line);
+    return options.headless ? runWithoutWindow(session, module, line) : runWindow(session, module, line);
 }
 
 } // namespace

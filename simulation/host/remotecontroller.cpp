@@ -3,6 +3,8 @@
 #include <QDeadlineTimer>
 #include <QEventLoop>
 
+#include <algorithm>
+
 namespace simulation {
 
 namespace {
@@ -13,11 +15,9 @@ constexpr int retryIntervalMs = 500;
 /// line end it is not longer than the protocol allows.
 bool isOneLine(const QByteArray &text)
 {
-    for (const char letter : text) {
-        if (static_cast<unsigned char>(letter) < ' ')
-            return false;
-    }
-    return text.size() < protocol::maximumLine;
+    return text.size() < protocol::maximumLine && std::none_of(text.cbegin(), text.cend(), [](char letter) {
+               return static_cast<unsigned char>(letter) < ' ';
+           });
 }
 
 /// Returns the result that an answer line contains, or Failed if the line is malformed. If the result is
@@ -46,7 +46,7 @@ RemoteController::RemoteController(const QString &host, quint16 port, QObject *p
     m_limitTimer.setInterval(AnswerTimeoutMs);
     // Longer lines stay in the system's buffers, so that they cannot take up memory.
     m_socket.setReadBufferSize(protocol::maximumLine);
-    connect(&m_retryTimer, &QTimer::timeout, this, &RemoteController::connectNow);
+    connect(&m_retryTimer, &QTimer::timeout, this, &RemoteController::start);
     connect(&m_limitTimer, &QTimer::timeout, this, [this] { drop(tr("the Controller does not answer")); });
     connect(&m_socket, &QTcpSocket::connected, this, [this] {
         m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
@@ -124,7 +124,7 @@ int RemoteController::request(const QByteArray &line, QByteArray *answer)
     return limit.hasExpired() ? TimedOut : NotConnected;
 }
 
-void RemoteController::connectNow()
+void RemoteController::start()
 {
     m_limitTimer.start();
     m_socket.connectToHost(m_host, m_port);

@@ -34,7 +34,7 @@ public:
 
     /// Starts to connect in the background. Call it once, after connecting to the signals, so that no signal
     /// is missed.
-    void start() { connectNow(); }
+    void start();
 
     /// Runs an event loop until the Controller has answered "hello", that is, until isConnected(). Returns
     /// false after \a milliseconds, or when the application quits; problem() then returns the reason.
@@ -69,7 +69,6 @@ signals:
 
 private:
     int request(const QByteArray &line, QByteArray *answer);
-    void connectNow();
     void drop(const QString &reason);
     void onReadyRead();
     void takeGreeting();
