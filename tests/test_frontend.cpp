@@ -38,6 +38,7 @@ public:
             qFatal("%s", qPrintable(problem));
         start();
     }
+    ~StartedSession() override { stop(); }
 
     /// Returns the counts of channel 1.
     ReceiverStatistics first() { return receivers().reports().at(0).statistics; }

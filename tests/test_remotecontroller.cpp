@@ -3,6 +3,7 @@
 #include "dataclient.h"
 #include "remotecontroller.h"
 #include "runningcontroller.h"
+#include "waiting.h"
 
 #include <QElapsedTimer>
 #include <QTcpServer>
@@ -60,6 +61,30 @@ void sendAll(QTcpSocket &socket, const QByteArray &text)
     }
 }
 
+/// Takes the place of a Controller: the test sends the lines.
+class TestServer : public QTcpServer
+{
+public:
+    TestServer() { listen(QHostAddress::LocalHost); }
+
+    /// Waits for the next connection.
+    std::unique_ptr<QTcpSocket> next()
+    {
+        if (!QTest::qWaitFor([this] { return hasPendingConnections(); }, waitMs))
+            qFatal("nobody has connected");
+        return std::unique_ptr<QTcpSocket>(nextPendingConnection());
+    }
+};
+
+/// A DataClient that is connected to a port, and what it has received.
+struct ConnectedClient
+{
+    explicit ConnectedClient(quint16 port) { data.connectTo(QHostAddress::LocalHost, port); }
+
+    RecordingSink sink;
+    DataClient data{sink};
+};
+
 } // namespace
 
 class TestRemoteController : public QObject
@@ -105,8 +130,7 @@ void TestRemoteController::requestsGetTheResultOfTheController()
 void TestRemoteController::onlyTheFirstRequestWaitsForASilentController()
 {
     // The server greets the first client only and answers no request.
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost));
+    TestServer server;
     connect(&server, &QTcpServer::newConnection, &server, [&server] {
         static bool hasGreeted = false;
         QTcpSocket *socket = server.nextPendingConnection();
@@ -129,8 +153,7 @@ void TestRemoteController::onlyTheFirstRequestWaitsForASilentController()
 
 void TestRemoteController::waitForASilentControllerReportsAReason()
 {
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost));
+    TestServer server;
     RemoteController controller(localHost, server.serverPort());
     controller.start();
     // The wait ends before the connection fails.
@@ -142,15 +165,13 @@ void TestRemoteController::waitForASilentControllerReportsAReason()
 /// complete line, but too long.
 void TestRemoteController::unexpectedLineEndsTheConnection()
 {
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost));
+    TestServer server;
     RemoteController controller(localHost, server.serverPort());
     QStringList problems;
     connect(&controller, &RemoteController::disconnected, this,
             [&problems](const QString &problem) { problems.append(problem); });
     controller.start();
-    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), waitMs);
-    const std::unique_ptr<QTcpSocket> first(server.nextPendingConnection());
+    const std::unique_ptr<QTcpSocket> first = server.next();
     sendAll(*first, greeting);
     QTRY_VERIFY_WITH_TIMEOUT(controller.isConnected(), waitMs);
     sendAll(*first, "ok 200\n");
@@ -159,8 +180,7 @@ void TestRemoteController::unexpectedLineEndsTheConnection()
     QCOMPARE(controller.query("system model", &answer), int(NotConnected));
     QCOMPARE(answer, QByteArray("none"));
 
-    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), waitMs);
-    const std::unique_ptr<QTcpSocket> second(server.nextPendingConnection());
+    const std::unique_ptr<QTcpSocket> second = server.next();
     sendAll(*second, QByteArray(greeting).replace(" data", QByteArray(protocol::maximumLine, '0') + " data"));
     QTRY_COMPARE_WITH_TIMEOUT(problems.size(), 2, waitMs);
     QVERIFY2(problems.first().contains("without a request") && problems.last().contains("too long"),
@@ -197,58 +217,43 @@ void TestRemoteController::connectionIsRestoredAfterARestart()
 
 void TestRemoteController::cutFrameIsNotDelivered()
 {
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost));
-    RecordingSink sink;
-    DataClient data(sink);
-    data.connectTo(QHostAddress::LocalHost, server.serverPort());
+    TestServer server;
+    const ConnectedClient client(server.serverPort());
     for (const QByteArray &text : {QByteArray("#reset\nfr 1\r\n6d 0\r\n\r\nfr 2\r\n6"),
                                    QByteArray("6d 0\r\n#reset\nfr 4\r\n\r\n#unknown\n#idle\n")}) {
-        QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), waitMs);
-        const std::unique_ptr<QTcpSocket> socket(server.nextPendingConnection());
+        const std::unique_ptr<QTcpSocket> socket = server.next();
         sendAll(*socket, text);
         socket->disconnectFromHost();
     }
     const QList<QByteArray> expected{"reset", "fr 1\r\n6d 0\r\n", "reset", "fr 4\r\n", "idle"};
-    QTRY_COMPARE_WITH_TIMEOUT(sink.events(), expected, waitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(client.sink.events(), expected, waitMs);
 }
 
 void TestRemoteController::endlessFrameEndsTheConnection()
 {
     for (const int length : {10, 100000}) {
-        QTcpServer server;
-        QVERIFY(server.listen(QHostAddress::LocalHost));
-        RecordingSink sink;
-        DataClient data(sink);
-        data.connectTo(QHostAddress::LocalHost, server.serverPort());
-        QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), waitMs);
-        const std::unique_ptr<QTcpSocket> socket(server.nextPendingConnection());
+        TestServer server;
+        const ConnectedClient client(server.serverPort());
+        const std::unique_ptr<QTcpSocket> socket = server.next();
         const QByteArray lines =
             (QByteArray("6d ").leftJustified(length, '0') + '\n').repeated(1000000 / length);
         for (int i = 0; i < 30 && socket->state() == QTcpSocket::ConnectedState; ++i)
             sendAll(*socket, lines);
         QTRY_VERIFY_WITH_TIMEOUT(socket->state() != QTcpSocket::ConnectedState, waitMs);
-        QCOMPARE(sink.events(), QList<QByteArray>());
+        QCOMPARE(client.sink.events(), QList<QByteArray>());
     }
 }
 
 /// The thread of the client's owner is busy meanwhile.
 void TestRemoteController::floodOfResetsIsReportedOnce()
 {
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost));
-    RecordingSink sink;
-    DataClient data(sink);
+    TestServer server;
+    const ConnectedClient client(server.serverPort());
     int resets = 0;
-    connect(&data, &DataClient::wasReset, this, [&resets] { ++resets; });
-    data.connectTo(QHostAddress::LocalHost, server.serverPort());
-    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), waitMs);
-    const std::unique_ptr<QTcpSocket> socket(server.nextPendingConnection());
+    connect(&client.data, &DataClient::wasReset, this, [&resets] { ++resets; });
+    const std::unique_ptr<QTcpSocket> socket = server.next();
     sendAll(*socket, QByteArray("#reset\n").repeated(1000));
-    QElapsedTimer timer;
-    timer.start();
-    while (sink.events().size() < 1000 && timer.elapsed() < waitMs)
-        std::this_thread::yield();
+    QVERIFY(comesTrue([&client] { return client.sink.events().size() == 1000; }));
     QTRY_VERIFY_WITH_TIMEOUT(resets > 0, waitMs);
     QTest::qWait(0);
     QCOMPARE(resets, 1);
@@ -260,23 +265,19 @@ void TestRemoteController::lateClientLearnsThatTheDataHaveEnded()
     QVERIFY(recording.open() && recording.write("fr 1\n6d 0\nfr 2\n6d 0\n") > 0 && recording.flush());
     const RunningController server(QLatin1String("--port 0 --replay ") + recording.fileName());
     // The first client connects before or after the data end; both clients must receive "idle".
-    RecordingSink sinks[2];
-    for (RecordingSink &sink : sinks) {
-        DataClient data(sink);
-        data.connectTo(QHostAddress::LocalHost, server.dataPort);
-        QTRY_VERIFY_WITH_TIMEOUT(sink.events().contains("idle"), waitMs);
-    }
-    QCOMPARE(sinks[1].events(), (QList<QByteArray>{"reset", "idle"}));
+    const ConnectedClient early(server.dataPort);
+    QTRY_VERIFY_WITH_TIMEOUT(early.sink.events().contains("idle"), waitMs);
+    const ConnectedClient late(server.dataPort);
+    QTRY_COMPARE_WITH_TIMEOUT(late.sink.events(), (QList<QByteArray>{"reset", "idle"}), waitMs);
 }
 
 void TestRemoteController::stateReachesTheFrontend()
 {
     const RunningController server;
-    RecordingSink sink;
-    DataClient data(sink);
+    const ConnectedClient frontend(server.dataPort);
     ControllerState seen;
-    connect(&data, &DataClient::stateReceived, this, [&seen](const ControllerState &state) { seen = state; });
-    data.connectTo(QHostAddress::LocalHost, server.dataPort);
+    connect(&frontend.data, &DataClient::stateReceived, this,
+            [&seen](const ControllerState &state) { seen = state; });
     QTRY_COMPARE_WITH_TIMEOUT(seen.version.minor, 9, waitMs);
     LineClient client(server.commandPort);
     for (const char *command : {"net ch10 multicast '239.1.2.3' 6000", "net_active ch10 yes",
