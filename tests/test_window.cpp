@@ -17,6 +17,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTableWidget>
+#include <QToolButton>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -102,6 +103,8 @@ void TestWindow::conversationIsFilteredCopiedAndLimited()
         view.addExchange({Exchange::Kind::Query, QByteArray::number(i), "none ch01", 0});
     QCOMPARE(list->topLevelItemCount(), ConversationView::Limit * 9 / 10 + 1);
     QCOMPARE(copied().last(), "get\t" + QString::number(ConversationView::Limit) + "\tnone ch01");
+    // The button that clears the words fades in. Its animation has no parent and deletes itself at its end.
+    QTRY_COMPARE(words->findChild<QToolButton *>()->property("opacity").toReal(), 1.0);
 }
 
 void TestWindow::receiversAreShownWithTheirRates()
