@@ -102,12 +102,13 @@ ConversationView::ConversationView(QWidget *parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addLayout(makeHeader());
     layout->addWidget(m_list);
+    makeFilter();
     makeList();
     followEnd();
     showCount();
 }
 
-QLayout *ConversationView::makeHeader()
+void ConversationView::makeFilter()
 {
     const std::pair<QString, Kind> kinds[] = {{tr("Everything"), Everything},
                                               {tr("Queries"), Query},
@@ -125,7 +126,10 @@ QLayout *ConversationView::makeHeader()
     m_words->setMinimumWidth(9 * fontMetrics().averageCharWidth() + 60);
     m_words->setToolTip(tr("Shows only lines that contain all of these words (Ctrl+F)"));
     connect(m_words, &QLineEdit::textChanged, this, &ConversationView::applyFilter);
+}
 
+QLayout *ConversationView::makeHeader()
+{
     auto *copyAll = new QPushButton(tr("Copy &all"));
     copyAll->setToolTip(tr("Copies all lines that pass the filter"));
     connect(copyAll, &QPushButton::clicked, this, [this] { copyLines(false); });

@@ -37,6 +37,7 @@ public:
     void focusFilter();
 
 private:
+    void makeFilter();
     QLayout *makeHeader();
     void makeList();
     void append(int kind, bool isFailure, const QStringList &texts);
