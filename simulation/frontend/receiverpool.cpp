@@ -56,8 +56,11 @@ ReceiverPool::ReceiverPool(const FrameLedger &ledger)
 
 ReceiverPool::~ReceiverPool()
 {
-    run([this] { m_receivers = {}; });
-    m_thread.quit();
+    // On another thread, quit() could still write to the event loop's descriptor while m_thread closes it.
+    run([this] {
+        m_receivers = {};
+        m_thread.quit();
+    });
     m_thread.wait();
 }
 
