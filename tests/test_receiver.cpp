@@ -298,7 +298,10 @@ void TestReceiver::runEndsAfterTheGivenTime()
 void TestReceiver::invalidArgumentsAreRefused()
 {
     for (const char *arguments :
-         {"", "port", "65536", "-1", ":5001", "127.0.0.1:", "no.such.host.invalid:5001", "192.0.2.1:5001",
+         {"", "port", "65536", "-1", ":5001", "127.0.0.1:", "no.such.host.invalid:5001",
+#ifndef Q_OS_WIN // Wine lets a program listen at an address of another computer
+          "192.0.2.1:5001",
+#endif
           "--interface nonsense 239.1.2.3:0", "--interface lo 127.0.0.1:0", "--expect 0 0",
           "--seconds many 0", "--save /nonexistent/file 0", "--save x 0 0"})
         QVERIFY2(Program(RECEIVER_PATH, arguments).hasRefusedArguments("receiver"), arguments);

@@ -78,15 +78,6 @@ struct FileVersion
     QString text;   ///< what the properties of the file show
 };
 
-/// Saves a screenshot of \a widget in the folder that the environment variable NATIVE_PICTURES names, if it
-/// is set.
-void savePicture(QWidget *widget, const char *name)
-{
-    const QString folder = qEnvironmentVariable("NATIVE_PICTURES");
-    if (!folder.isEmpty())
-        QVERIFY(widget->grab().save(folder + '/' + QLatin1String(name)));
-}
-
 /// Calls \a visit with the modal window once it has the type \a Window and is on the screen.
 template <typename Window, typename Visit>
 void whenShown(QObject *context, Visit visit)
@@ -118,7 +109,6 @@ private:
 /// and accepts again.
 void TestWindowsDialog::enterMulticastHost(QDialog *dialog)
 {
-    savePicture(dialog, "dialog.png");
     auto *host = dialog->findChild<QLineEdit *>(QStringLiteral("lineEdit_host"));
     auto *ok = dialog->findChild<QPushButton *>(QStringLiteral("pushButton_ok"));
     QVERIFY(host && ok);
@@ -127,7 +117,6 @@ void TestWindowsDialog::enterMulticastHost(QDialog *dialog)
     QString message;
     whenShown<QMessageBox>(dialog, [&message](QMessageBox *box) {
         message = box->text();
-        savePicture(box, "message.png");
         QTest::keyClick(box, Qt::Key_Escape);
     });
     QTest::mouseClick(ok, Qt::LeftButton);
