@@ -23,8 +23,7 @@ class ChannelFanOut;
 /// frame, the socket ready, the frame mutex free. For anything else it wakes the channel's own worker. So a
 /// channel whose socket is not ready delays no other channel.
 ///
-/// Failures of forwarding are reported only to RouterLog. A channel whose locks could not be created never
-/// routes.
+/// Failures of forwarding are only logged (RouterLog). A channel without its locks never routes.
 ///
 /// Thread safety: enqueue(), wakeWorker(), serve() and resetFrame() may be called by any thread that keeps
 /// the channel from being destroyed, as a reader of the fan-out does (see ChannelFanOut). Worker threads call
@@ -56,12 +55,10 @@ public:
 
     /// Queues a copy of \a line, whose type the channel ticks, if the channel is active, its router runs and
     /// its destination has an address. If the result is not 0, the caller must wake a worker, as
-    /// LineMonitor::append() says. Waits only for LineMonitor::m_mutex, which is held only for short
-    /// operations.
+    /// LineMonitor::append() says. Waits only for LineMonitor::m_mutex, which is never held for long.
     std::size_t enqueue(const networksettings2g::RouterLine &line);
 
-    /// Wakes the worker if it sleeps. It then serves all called channels of its fan-out and handles its own
-    /// lines.
+    /// Wakes the worker if it sleeps. It serves all called channels of its fan-out, then its own lines.
     void wakeWorker() { m_lines.wakeWorker(); }
 
     /// If the channel is called, sends its next frame in place of its worker, which sleeps. If anything else

@@ -46,8 +46,7 @@ public:
     /// number of suppressed ones. GUI thread only.
     void log(Event event);
 
-    /// Logs \a text, about a change by the user. None is suppressed, because the last one counts. GUI thread
-    /// only.
+    /// Logs \a text, about a change by the user. None is suppressed: the last one counts. GUI thread only.
     void logChange(const QString &text) const;
 
     /// Logs \a event, if it is not empty, as log() does, but from the GUI thread's event loop, so that the
