@@ -80,7 +80,7 @@ bool runHeadless(Session &session)
     QElapsedTimer sinceProgress;
     QTimer progress;
     progress.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&progress, &QTimer::timeout, [&] {
+    QObject::connect(&progress, &QTimer::timeout, &progress, [&] {
         printProgress(session, double(sinceProgress.restart()) / 1000.0, &framesBefore);
     });
     QObject::connect(&session, &Session::sourceEnded, qApp, &QCoreApplication::quit);

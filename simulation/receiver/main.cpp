@@ -103,7 +103,8 @@ bool ReceiverRun::beginRecording()
     if (!m_recording.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return m_line.refuse(
             QString::fromLatin1("cannot write '%1': %2").arg(m_options.save, m_recording.errorString()));
-    QObject::connect(m_ports.front().monitor.get(), &PortMonitor::wellFormed,
+    PortMonitor *monitor = m_ports.front().monitor.get();
+    QObject::connect(monitor, &PortMonitor::wellFormed, monitor,
                      [this](const QByteArray &datagram) { record(datagram); });
     return true;
 }
@@ -135,7 +136,7 @@ void ReceiverRun::run()
     out.flush();
     QTimer progress;
     progress.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&progress, &QTimer::timeout, [this] { printProgress(); });
+    QObject::connect(&progress, &QTimer::timeout, &progress, [this] { printProgress(); });
     m_sinceProgress.start();
     progress.start(1000);
     if (m_options.seconds > 0)
