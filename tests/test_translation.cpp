@@ -140,9 +140,7 @@ class TestTranslation : public QObject
     Q_OBJECT
 
 private slots:
-    void textOfAFormIsTranslatedInItsContext_data();
-    void textOfAFormIsTranslatedInItsContext();
-    void textsOfTheModuleAndTheTableAreTranslated();
+    void textsAreTranslatedInTheirContexts();
     void messageOfThePageIsTranslated_data();
     void messageOfThePageIsTranslated();
     void questionsAndTabTitlesOfTheDialogAreNotTranslated();
@@ -150,67 +148,7 @@ private slots:
     void longerTextsAreNotCutOff();
 };
 
-void TestTranslation::textOfAFormIsTranslatedInItsContext_data()
-{
-    const Table<QString, QString, QString, QString> row("form", "object", "property", "text");
-    const auto add = [&row](const QByteArray &form, const QByteArray &object, const QByteArray &property,
-                            const char *text) {
-        row(object + ", " + property, form, object, property, text);
-    };
-    const char *dialog = "NetworkDialog";
-    add(dialog, dialog, "windowTitle", "Output Settings");
-    add(dialog, dialog, "whatsThis", "Output settings");
-    add(dialog, "checkBox_actAsRouter", "text", "act as &router for tracking output");
-    add(dialog, "pushButton_ok", "text", "E&xit");
-    add(dialog, "pushButton_ok", "whatsThis", "Accept changes and close dialog");
-
-    const char *page = "ChannelWidget";
-    const char *host = "Enter the IP address or a hostname of the destination host. ";
-    const char *port = "Enter the UDP port number to be used. (valid 1024 to 65535) ";
-    add(page, page, "windowTitle", "Form");
-    add(page, page, "whatsThis", "\"Add new tab: Ctrl + T\nClose tab:   Ctrl + W\"");
-    add(page, "checkBox_active_channel", "text", "&active");
-    add(page, "checkBox_active_channel", "shortcut", "Alt+A");
-    add(page, "checkBox_active_channel", "whatsThis", "Activate this output channel");
-    add(page, "checkBox_multicast", "text", "&multicast (224.0.1.0 - 239.255.255.255)");
-    add(page, "checkBox_multicast", "shortcut", "Alt+M");
-    add(page, "checkBox_multicast", "whatsThis", "Activate multicast output");
-    add(page, "checkBox_my_ip", "text", "&this computer");
-    add(page, "checkBox_my_ip", "shortcut", "Alt+T");
-    add(page, "checkBox_my_ip", "whatsThis",
-        "<html><head/><body><p>Select the computer which is running this ORVANE3 Frontend as destination of "
-        "this channel.</p></body></html>");
-    add(page, "label_host", "text", "&send to ");
-    add(page, "label_host", "whatsThis", host);
-    add(page, "lineEdit_host", "whatsThis", host);
-    add(page, "label_port", "text", "&UDP port");
-    add(page, "label_port", "whatsThis", port);
-    add(page, "spinBox_port", "whatsThis", port);
-    add(page, "label_sendDataDivisor", "text", "send &data divisor");
-    add(page, "label_sendDataDivisor", "whatsThis", "Set the send data divisor");
-    add(page, "spinBox_sendDataDivisor", "whatsThis", "Set the send data divisor");
-    add(page, "pushButton_closeTab", "text", "Close tab");
-    add(page, "pushButton_closeTab", "whatsThis", R"("Add new tab: Ctrl + T\nClose tab:   Ctrl + W")");
-    add(page, "tableView", "whatsThis",
-        "List of all available ASCII output types. Select the desired types for the current channel. ");
-}
-
-void TestTranslation::textOfAFormIsTranslatedInItsContext()
-{
-    QFETCH(QString, form);
-    QFETCH(QString, object);
-    QFETCH(QString, property);
-    QFETCH(QString, text);
-    const TranslatedHost translated;
-    const QObject *top = form == "ChannelWidget" ? translated.page(1) : translated.dialog;
-    QVERIFY(top);
-    const QObject *found = object == form ? top : top->findChild<QObject *>(object);
-    QVERIFY(found);
-    // toString() also converts a shortcut to its text.
-    QCOMPARE(found->property(property.toLatin1()).toString(), pseudo(form, text));
-}
-
-void TestTranslation::textsOfTheModuleAndTheTableAreTranslated()
+void TestTranslation::textsAreTranslatedInTheirContexts()
 {
     const TranslatedHost translated;
     const auto module = [](const char *text) { return pseudo("NetworkSettings2GModule", text); };
@@ -223,6 +161,7 @@ void TestTranslation::textsOfTheModuleAndTheTableAreTranslated()
     QCOMPARE(action->statusTip(), tip);
     QCOMPARE(action->whatsThis(), tip);
 
+    QCOMPARE(translated.dialog->windowTitle(), pseudo("NetworkDialog", "Output Settings"));
     const auto *table = translated.page(0)->findChild<QTableView *>();
     QCOMPARE(table->model()->headerData(0, Qt::Horizontal).toString(), pseudo("Channel", "Identifier"));
     QCOMPARE(table->model()->headerData(1, Qt::Horizontal).toString(), pseudo("Channel", "Description"));
@@ -230,32 +169,19 @@ void TestTranslation::textsOfTheModuleAndTheTableAreTranslated()
 
 void TestTranslation::messageOfThePageIsTranslated_data()
 {
-    const Table<QString, bool, QString, QStringList> row("host", "multicast", "text", "arguments");
-    row("empty host", "", false, "Invalid empty host for channel %1", {"1"});
-    row("localhost", "localhost", false,
-        "If you intend this computer to be the destination host of channel %1 please \n"
-        "use the 'this computer' check box instead of '%2'.",
-        {"1", "localhost"});
-    row("multicast, unresolved host", "0.0.0.0", true,
-        "Multicast ip cannot resolve host name '%1' for channel %2", {"0.0.0.0", "1"});
-    row("unicast, unresolved host", "0.0.0.0", false, "Cannot resolve host name '%1' for channel %2",
-        {"0.0.0.0", "1"});
-    row("multicast, unicast address", "10.0.0.1", true,
-        "Invalid multicast ip address '%1' for channel %2\n"
-        "Multicast ip addresses are valid\nfrom 224.0.1.0 to 239.255.255.255.",
-        {"10.0.0.1", "1"});
-    row("unicast, multicast address", "224.0.0.1", false,
-        "Invalid host '%1' for channel %2\nValid hosts don't include multicast "
-        "ip addresses\nfrom 224.0.0.0 to 239.255.255.255.",
-        {"224.0.0.1", "1"});
+    const Table<QString, bool> row("host", "multicast");
+    row("empty host", "", false);
+    row("localhost", "localhost", false);
+    row("multicast, unresolved host", "0.0.0.0", true);
+    row("unicast, unresolved host", "0.0.0.0", false);
+    row("multicast, unicast address", "10.0.0.1", true);
+    row("unicast, multicast address", "224.0.0.1", false);
 }
 
 void TestTranslation::messageOfThePageIsTranslated()
 {
     QFETCH(QString, host);
     QFETCH(bool, multicast);
-    QFETCH(QString, text);
-    QFETCH(QStringList, arguments);
     TranslatedHost translated;
     MessageBoxes boxes({QMessageBox::Cancel});
     translated.open([&] {
@@ -264,11 +190,10 @@ void TestTranslation::messageOfThePageIsTranslated()
         page->findChild<QLineEdit *>("lineEdit_host")->setText(host);
         translated.pressExit();
     });
-    QString expected = pseudo("ChannelWidget", text);
-    for (const QString &argument : arguments)
-        expected = expected.arg(argument);
-    QCOMPARE(boxes.texts, QStringList{expected});
     QCOMPARE(boxes.titles, QStringList{pseudo("ChannelWidget", "Network Settings")});
+    const QString text = boxes.texts.first();
+    QVERIFY2(text.startsWith('[') && text.endsWith("w]"), qPrintable(text));
+    QVERIFY2(text.contains(host) && text.contains("channel 1"), qPrintable(text));
 }
 
 void TestTranslation::questionsAndTabTitlesOfTheDialogAreNotTranslated()
