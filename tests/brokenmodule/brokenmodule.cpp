@@ -1,19 +1,15 @@
 #include <networksettings2g/iomanager.h>
-#include <networksettings2g/moduleaction.h>
 #include <networksettings2g/moduleinterface.h>
 
-#include <QAction>
 #include <QPluginLoader>
-#include <QWidget>
 
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <thread>
 
 /// Passes every call on to the real module, but has the fault that the environment variable MODULE_FAULT
-/// names. If the variable is empty or not set, it has no fault.
+/// names. Any other value means no fault.
 class BrokenModule : public QObject, public ModuleInterface
 {
     Q_OBJECT
@@ -21,7 +17,6 @@ class BrokenModule : public QObject, public ModuleInterface
     Q_INTERFACES(ModuleInterface)
 
 public:
-    BrokenModule();
     ~BrokenModule() override;
 
     void prepareShutdown() override;
@@ -33,25 +28,14 @@ public:
 
 private:
     static bool has(const char *fault) { return qgetenv("MODULE_FAULT") == fault; }
-    static void stayInMemory();
-    void query(); // a query that Controllers before version 1.4 do not know
+    void query();
 
     QPluginLoader m_loader{QLatin1String(PLUGIN_PATH)};
-    ModuleInterface *m_module;
+    ModuleInterface *m_module = qobject_cast<ModuleInterface *>(m_loader.instance());
     IOManager *m_manager = nullptr;
-    QString m_firstKey;
-    ModuleAction m_otherEntry{};
-    bool m_calledBefore = false;
     std::atomic<bool> m_stopping{false};
     std::thread m_thread;
 };
-
-BrokenModule::BrokenModule()
-    : m_module(qobject_cast<ModuleInterface *>(m_loader.instance()))
-{
-    if (has("stays in memory"))
-        stayInMemory();
-}
 
 BrokenModule::~BrokenModule()
 {
@@ -59,14 +43,6 @@ BrokenModule::~BrokenModule()
     if (m_thread.joinable())
         m_thread.join();
     m_loader.unload();
-}
-
-void BrokenModule::stayInMemory()
-{
-    static const int inThisLibrary = 0;
-    Dl_info library;
-    if (dladdr(&inThisLibrary, &library) != 0)
-        dlopen(library.dli_fname, RTLD_LAZY | RTLD_NODELETE);
 }
 
 void BrokenModule::query()
@@ -77,8 +53,6 @@ void BrokenModule::query()
 
 void BrokenModule::prepareShutdown()
 {
-    if (has("writes at shut-down") && m_manager)
-        m_manager->setValue("output net ch01 none");
     if (!has("stays registered"))
         m_module->prepareShutdown();
 }
@@ -96,34 +70,20 @@ void BrokenModule::releaseResources()
 
 QList<ModuleAction *> BrokenModule::moduleActions()
 {
-    if (has("requires CommandManager first") && m_firstKey != QLatin1String("CommandManager"))
-        return {};
-    QList<ModuleAction *> actions = m_module->moduleActions();
-    if (has("ignores the version"))
-        query();
     if (has("calls on a thread"))
         std::thread([this] { query(); }).join();
-    if (has("leaves a thread") && !m_thread.joinable())
+    if (has("leaves a thread"))
         m_thread = std::thread([this] {
             while (!m_stopping)
                 std::this_thread::sleep_for(std::chrono::milliseconds(10));
         });
-    if (has("makes new entries") && m_calledBefore) {
-        m_otherEntry = *actions.first();
-        actions = {&m_otherEntry};
-    }
-    m_calledBefore = true;
-    return actions;
+    return m_module->moduleActions();
 }
 
 void BrokenModule::setParameter(QString key, QVariant value)
 {
-    if (m_firstKey.isEmpty())
-        m_firstKey = key;
     if (key == QLatin1String("CommandManager"))
         m_manager = value.value<IOManager *>();
-    if (has("ignores ObserverMode") && key == QLatin1String("ObserverMode"))
-        return;
     m_module->setParameter(key, value);
 }
 
