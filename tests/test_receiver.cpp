@@ -44,11 +44,10 @@ public:
     }
 
     /// Sends to the program's port with \a index, which counts from 0 in the order of the arguments.
-    void send(const Datagrams &datagrams, int index = 0,
-              const QHostAddress &address = QHostAddress(QHostAddress::LocalHost))
+    void send(const Datagrams &datagrams, int index = 0)
     {
         for (const QByteArray &datagram : datagrams)
-            QCOMPARE(m_sender.writeDatagram(datagram, address, m_ports.at(index)), qint64(datagram.size()));
+            m_sender.writeDatagram(datagram, QHostAddress(QHostAddress::LocalHost), m_ports.at(index));
     }
 
     /// Ends the program, or waits for its end. Returns the summaries, which cover all datagrams that have
@@ -61,11 +60,6 @@ public:
         waitForFinished(LimitMs);
         const QByteArray out = readAllStandardOutput().replace("\r\n", "\n");
         return out.mid(out.indexOf("summary of"));
-    }
-
-    QUdpSocket &sender()
-    {
-        return m_sender;
     }
 
 private:
@@ -101,24 +95,19 @@ private slots:
     void summaryJudgesTheDatagrams_data();
     void summaryJudgesTheDatagrams();
     void portsAreJudgedSeparately();
-    void groupIsJoinedOnTheInterface();
-    void savedFileIsReplayed();
     void recordingEndsAtTheFirstFailedWrite();
     void recordingOfAKilledProgramIsComplete();
-    void runEndsAfterTheGivenTime();
     void invalidArgumentsAreRefused();
 };
 
 void TestReceiver::gapsInTheNumbersAreCounted_data()
 {
     const Table<QList<int>, int, int, int> row("numbers", "lost", "outOfOrder", "restarts");
-    row("no frame", {}, 0, 0, 0);
     row("two frames are missing", {7, 8, 11, 12}, 2, 0, 0);
     row("divisor is recognised", {10, 15, 20, 25}, 0, 0, 0);
     row("divisor is recognised after the gap", {10, 20, 25}, 1, 0, 0);
     row("negative numbers", {-4, -2, 2}, 0, 0, 0);
     row("late frame is not lost", {1, 2, 4, 3, 5}, 0, 1, 0);
-    row("duplicate does not fill a gap", {1, 2, 2, 4}, 1, 1, 0);
     row("late frame and its duplicate", {1, 3, 2, 2, 4}, 0, 2, 0);
     row("each frame twice", {1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11}, 0, 11, 0);
     row("restart after a loss", {500, 501, 503, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}, 1, 0, 1);
@@ -147,8 +136,6 @@ void TestReceiver::malformedDatagramIsCounted_data()
     row("number zero", "fr 0\r\n");
     row("last line is cut", "fr 3\r\n6d");
     row("line end without CR", "fr 3\n6d 0\r\n");
-    row("line end CR CR LF", "fr 3\r\n6d 0\r\r\n");
-    row("empty line", "fr 3\r\n\r\n");
     row("line ends only", QByteArray("\r\n").repeated(32000));
     row("binary data", QByteArray("fr 3\r\n6d \0\r\n", 11));
     row("three frames in one", "fr 3\r\nfr 4\r\nfr 5\r\n");
@@ -176,12 +163,9 @@ void TestReceiver::malformedDatagramIsCounted()
 void TestReceiver::summaryJudgesTheDatagrams_data()
 {
     const Table<Datagrams, bool, QByteArray, QString> row("datagrams", "isGood", "summary", "options");
-    row("two frames in the first datagram", Datagrams{"fr 1\r\nfr 3\r\n"} + frames(4, 5), true, ": 4 frames,",
-        "");
     row("no datagram", {}, false, "from nobody: BAD", "");
     row("malformed datagram", frames(1, 2) + Datagrams{"fr 3\r\n6d"}, false, "1 malformed, last number 2,",
         "");
-    row("late frame", frames(1, 5) + frames(7, 7) + frames(6, 6), true, "0 lost, 1 out of order", "");
     row("sufficient rate", frames(1, 40), true, ": good", "--expect 1 ");
     row("insufficient rate", frames(1, 2), false, ": BAD", "--expect 100000 ");
 }
@@ -214,32 +198,6 @@ void TestReceiver::portsAreJudgedSeparately()
                  lines.at(1).endsWith(": BAD"),
              lines.at(1));
     QCOMPARE(receiver.status(), 1);
-}
-
-void TestReceiver::groupIsJoinedOnTheInterface()
-{
-    QNetworkInterface loopback;
-    for (const QNetworkInterface &interface : QNetworkInterface::allInterfaces()) {
-        if (interface.flags().testFlag(QNetworkInterface::IsLoopBack))
-            loopback = interface;
-    }
-    RunningReceiver receiver("--interface " + loopback.name() + " 239.255.42.9:0");
-    receiver.sender().bind(QHostAddress(QHostAddress::AnyIPv4));
-    receiver.sender().setMulticastInterface(loopback);
-    receiver.send(frames(1, 3), 0, QHostAddress(QLatin1String("239.255.42.9")));
-    const QByteArray out = receiver.finish();
-    QVERIFY2(out.startsWith("summary of 239.255.42.9:") && out.contains(": 3 frames,"), out);
-}
-
-void TestReceiver::savedFileIsReplayed()
-{
-    const QTemporaryDir folder;
-    const QString file = folder.filePath("frames");
-    RunningReceiver receiver("--save " + file + " 127.0.0.1:0");
-    receiver.send(frames(1, 2) + Datagrams{"fr 3\r\n6d"} + frames(4, 4));
-    receiver.finish();
-    QCOMPARE(receiver.status(), 1);
-    QCOMPARE(recordedNumbers(file), (QList<int>{1, 2, 4}));
 }
 
 void TestReceiver::recordingEndsAtTheFirstFailedWrite()
@@ -286,24 +244,14 @@ void TestReceiver::recordingOfAKilledProgramIsComplete()
     QCOMPARE(recordedNumbers(file), (QList<int>{1, 2}));
 }
 
-void TestReceiver::runEndsAfterTheGivenTime()
-{
-    RunningReceiver receiver(QLatin1String("--seconds 2 127.0.0.1:0"));
-    receiver.send(frames(1, 3));
-    QCOMPARE(receiver.status(), 0);
-    const QByteArray out = receiver.readAllStandardOutput();
-    QVERIFY2(out.contains("\nsummary") && out.startsWith("127.0.0.1:") && out.contains(": 3 frames, "), out);
-}
-
 void TestReceiver::invalidArgumentsAreRefused()
 {
-    for (const char *arguments :
-         {"", "port", "65536", "-1", ":5001", "127.0.0.1:", "no.such.host.invalid:5001",
+    for (const char *arguments : {"", "65536", ":5001", "no.such.host.invalid:5001",
 #ifndef Q_OS_WIN // Wine lets a program listen at an address of another computer
-          "192.0.2.1:5001",
+                                  "192.0.2.1:5001",
 #endif
-          "--interface nonsense 239.1.2.3:0", "--interface lo 127.0.0.1:0", "--expect 0 0",
-          "--seconds many 0", "--save /nonexistent/file 0", "--save x 0 0"})
+                                  "--interface nonsense 239.1.2.3:0", "--interface lo 127.0.0.1:0",
+                                  "--expect 0 0", "--save /nonexistent/file 0", "--save x 0 0"})
         QVERIFY2(Program(RECEIVER_PATH, arguments).hasRefusedArguments("receiver"), arguments);
 }
 
