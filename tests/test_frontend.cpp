@@ -2,7 +2,6 @@
 
 #include "controlleroptions.h"
 #include "presets.h"
-#include "requester.h"
 #include "runningcontroller.h"
 #include "session.h"
 
@@ -14,16 +13,6 @@ namespace {
 
 constexpr int waitMs = Program::LimitMs;
 const QByteArray headless = "--headless --plugin " PLUGIN_PATH " ";
-
-class ResetCounter final : public Requester
-{
-public:
-    int onOutputData(const char *, const char *) override { return 0; }
-    void onOutputReset() override { ++resets; }
-    void onOutputIdle() override {}
-
-    std::atomic<int> resets{0};
-};
 
 /// A session with an embedded Controller and its three channels.
 class StartedSession : public Session
@@ -63,12 +52,9 @@ private slots:
     void frameAboveTheDatagramLimitIsNotSent();
     void invalidArgumentsAreRefused();
     void headlessRunReportsWhetherAllFramesArrived();
-    void windowWithoutADisplayIsRefused();
-    void questionsAreAnswered();
     void channelsOfARemoteControllerGetTheirFrames();
     void changedDivisorOfTheModuleIsNoLoss();
     void channelWithANameIsLookedUp();
-    void signalEndsTheRunWithItsSummary();
     void sessionAppliesChangesWhileItRuns();
 };
 
@@ -115,71 +101,25 @@ void TestFrontend::headlessRunReportsWhetherAllFramesArrived()
     QVERIFY2(out.count(": good\n") == 2 && out.count(": BAD\n") == 1, out);
 }
 
-void TestFrontend::signalEndsTheRunWithItsSummary()
-{
-    Program frontend(FRONTEND_PATH, headless + "--seconds 0 --router");
-    // The first progress line is printed after one second of data.
-    QVERIFY(frontend.waitForReadyRead(waitMs));
-    frontend.sendSignal(SIGINT);
-    QCOMPARE(frontend.status(), 0);
-    QVERIFY(frontend.readAllStandardOutput().contains("summary: "));
-}
-
 void TestFrontend::sessionAppliesChangesWhileItRuns()
 {
     StartedSession session;
-    ResetCounter requester;
-    session.link().addRequester(&requester);
     session.setRate(1); // at this rate the frames below would take 25 minutes
     session.setRate(maximumRate);
     QTRY_VERIFY_WITH_TIMEOUT(session.first().frames > 1500, waitMs);
 
-    session.setPaused(true);
-    qint64 frames = 0;
-    requester.resets = 0;
-    // While the session is paused, the data thread still delivers resets, but no frame.
-    for (const int resets : {1, 2}) {
-        session.resetOutput();
-        QTRY_COMPARE_WITH_TIMEOUT(requester.resets, resets, waitMs);
-        QVERIFY(frames == 0 || frames == session.frames());
-        frames = session.frames();
-    }
-    session.setPaused(false);
-
-    const auto useTypes = [&](const QList<OutputType> &types) {
-        session.controller().change([&](ControllerState &state) { state.catalogue = types; });
-        const qint64 before = session.frames();
-        QTRY_VERIFY_WITH_TIMEOUT(session.frames() > before + 100, waitMs);
-    };
-    useTypes({});
-    const qint64 before = session.first().frames;
-    useTypes(catalogues().first().types);
+    session.controller().change([](ControllerState &state) { state.catalogue = {}; });
+    qint64 before = session.frames();
+    QTRY_VERIFY_WITH_TIMEOUT(session.frames() > before + 100, waitMs);
+    session.controller().change([](ControllerState &state) { state.catalogue = catalogues().first().types; });
+    before = session.first().frames;
     QTRY_VERIFY_WITH_TIMEOUT(session.first().frames > before, waitMs);
+
     QString problem;
     QVERIFY(session.setChannelCount(1, &problem));
     QCOMPARE(session.receivers().reports().size(), 1);
     session.stop();
     QCOMPARE(session.receivers().reports(true).value(0).statistics.lost, qint64(0));
-}
-
-void TestFrontend::windowWithoutADisplayIsRefused()
-{
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
-        environment.remove(QLatin1String(name));
-    Program frontend(FRONTEND_PATH, QLatin1String("--plugin " PLUGIN_PATH), {}, environment);
-    QCOMPARE(frontend.status(), 2);
-    QVERIFY(frontend.readAllStandardError().contains("there is no display"));
-}
-
-void TestFrontend::questionsAreAnswered()
-{
-    Program version(FRONTEND_PATH, QLatin1String("--version"));
-    QCOMPARE(version.status(), 0);
-    QCOMPARE(version.readAllStandardOutput(), QByteArray("frontend " PROJECT_VERSION "\n"));
-    Program help(FRONTEND_PATH, QLatin1String("--help"));
-    QCOMPARE(help.status(), 0);
-    QVERIFY(help.readAllStandardOutput().contains("--replay <file>"));
 }
 
 /// The module may send with another divisor than the Controller's while its dialog is open, and after the

@@ -114,6 +114,7 @@ private slots:
     void cutFrameIsNotDelivered();
     void endlessFrameEndsTheConnection();
     void floodOfResetsIsReportedOnce();
+    void stateIsTheSameAfterItsTransfer();
 };
 
 void TestRemoteController::requestsGetTheResultOfTheController()
@@ -216,6 +217,21 @@ void TestRemoteController::floodOfResetsIsReportedOnce()
     QTRY_VERIFY_WITH_TIMEOUT(!resets.isEmpty(), waitMs);
     QTest::qWait(0);
     QCOMPARE(resets.size(), 1);
+}
+
+void TestRemoteController::stateIsTheSameAfterItsTransfer()
+{
+    const Destination destination{Destination::Kind::Multicast, "239.1.2.3", 6000};
+    ControllerState sent;
+    sent.version = {{0, 0, 0}, 1, 8, 0};
+    sent.locked = sent.viaRouter = true;
+    sent.channels[9] = {destination, true, 7, {"fr", "6d"}};
+    ControllerState seen;
+    QVERIFY(parseState(stateText(sent), &seen));
+    QVERIFY(seen.version.minor == 8 && seen.locked && seen.viaRouter);
+    const OutputChannel &channel = seen.channels[9];
+    QVERIFY(channel.destination == destination && channel.active && channel.divisor == 7);
+    QCOMPARE(channel.types, sent.channels[9].types);
 }
 
 QTEST_GUILESS_MAIN(TestRemoteController)

@@ -12,10 +12,8 @@ public:
 
     /// Starts the program \a path with \a arguments, which are separated by blanks. Its standard input is
     /// \a input.
-    Program(const char *path, const QString &arguments, const QByteArray &input = {},
-            const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
+    Program(const char *path, const QString &arguments, const QByteArray &input = {})
     {
-        setProcessEnvironment(environment);
         start(QLatin1String(path), arguments.split(' ', Qt::SkipEmptyParts));
         write(input);
         closeWriteChannel();
