@@ -1,11 +1,14 @@
-// Tests the simulated frontend: its session and the program itself.
+// Tests the programs frontend and controller, and the session of the frontend.
 
 #include "controlleroptions.h"
 #include "presets.h"
 #include "runningcontroller.h"
 #include "session.h"
 
+#include <QTemporaryDir>
 #include <QUdpSocket>
+
+#include <sys/stat.h>
 
 using namespace simulation;
 
@@ -51,6 +54,8 @@ class TestFrontend : public QObject
 private slots:
     void frameAboveTheDatagramLimitIsNotSent();
     void invalidArgumentsAreRefused();
+    void controllerRefusesInvalidArguments();
+    void interruptEndsAProgramThatReadsAPipe();
     void headlessRunReportsWhetherAllFramesArrived();
     void channelsOfARemoteControllerGetTheirFrames();
     void changedDivisorOfTheModuleIsNoLoss();
@@ -65,7 +70,7 @@ void TestFrontend::frameAboveTheDatagramLimitIsNotSent()
         QCOMPARE(datagramOf({{"fr", "fr 3"}, {"6d", text}}, {{"fr", "6d"}, 3}).isEmpty(), text != longest);
 }
 
-/// The options that the program shares with `controller` are refused by the same code as there.
+/// The options that the programs share are refused by the same code.
 void TestFrontend::invalidArgumentsAreRefused()
 {
     for (const QByteArray &arguments :
@@ -76,6 +81,31 @@ void TestFrontend::invalidArgumentsAreRefused()
         // The recording is not a text file. No program listens on port 1.
         Program frontend(FRONTEND_PATH, arguments, QByteArray("fr 1\n\0\n", 7));
         QVERIFY2(frontend.hasRefusedArguments("frontend"), arguments);
+    }
+}
+
+void TestFrontend::controllerRefusesInvalidArguments()
+{
+    for (const char *arguments :
+         {"--nonsense", "stray", "--port 65536", "--port 65535", "--rate 0", "--rate 2001", "--channels 11",
+          "--controller-version 1", "--seconds many", "--address=", "--address nowhere"})
+        QVERIFY2(Program(CONTROLLER_PATH, arguments).hasRefusedArguments("controller"), arguments);
+}
+
+/// While a program reads its recording, it runs no event loop.
+void TestFrontend::interruptEndsAProgramThatReadsAPipe()
+{
+    const QTemporaryDir folder;
+    const QByteArray pipe = folder.filePath("pipe").toLocal8Bit();
+    QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);
+    for (const auto &[path, options] :
+         {std::pair(CONTROLLER_PATH, QByteArray("--port 0")), std::pair(FRONTEND_PATH, headless)}) {
+        Program program(path, options + " --replay " + pipe);
+        // The pipe can be opened for writing only when the program has opened it for reading.
+        QFile writer(pipe);
+        QVERIFY(writer.open(QIODevice::WriteOnly));
+        program.sendSignal(SIGINT);
+        QVERIFY(program.waitForFinished(Program::LimitMs));
     }
 }
 

@@ -1,4 +1,4 @@
-// Tests the host's connections to a Controller on the network.
+// Tests both ends of the connections between a host and a Controller on the network.
 
 #include "dataclient.h"
 #include "remotecontroller.h"
@@ -84,6 +84,31 @@ struct ConnectedClient
     DataClient data{sink};
 };
 
+/// A client that sends and receives single lines of the command protocol.
+class LineClient : public QTcpSocket
+{
+public:
+    explicit LineClient(quint16 port)
+    {
+        connectToHost(QHostAddress::LocalHost, port);
+        waitForConnected(waitMs);
+    }
+
+    /// Waits for a line. Returns it without its end, or "closed" if the connection has ended.
+    QByteArray nextLine()
+    {
+        while (!canReadLine() && waitForReadyRead(waitMs)) {
+        }
+        return state() == UnconnectedState ? QByteArray("closed") : readLine().trimmed();
+    }
+
+    QByteArray ask(const QByteArray &line)
+    {
+        write(line + '\n');
+        return nextLine();
+    }
+};
+
 /// A RemoteController that is connected to the test.
 struct ConnectedController
 {
@@ -108,6 +133,8 @@ class TestRemoteController : public QObject
     Q_OBJECT
 
 private slots:
+    void pipelinedRequestsAreAnsweredInOrderAndLate();
+    void misbehavingClientAffectsNoOther();
     void requestsGetTheResultOfTheController();
     void onlyTheFirstRequestWaitsForASilentController();
     void unexpectedLineEndsTheConnection();
@@ -116,6 +143,43 @@ private slots:
     void floodOfResetsIsReportedOnce();
     void stateIsTheSameAfterItsTransfer();
 };
+
+void TestRemoteController::pipelinedRequestsAreAnsweredInOrderAndLate()
+{
+    const RunningController server(QLatin1String("--port 0 --answer-delay 50"));
+    LineClient client(server.commandPort);
+    QElapsedTimer timer;
+    timer.start();
+    for (const char *text :
+         {"get system model\r\nget output number_of_types\n", "set output net ch01 none\nget"})
+        sendAll(client, text);
+    for (const char *answer : {"ok 100", "ok 15", "ok"})
+        QCOMPARE(client.nextLine(), QByteArray(answer));
+    QVERIFY(timer.elapsed() >= 3 * 50);
+    QCOMPARE(client.ask(" output type t01"), QByteArray("ok fr"));
+}
+
+void TestRemoteController::misbehavingClientAffectsNoOther()
+{
+    const RunningController server;
+    LineClient other(server.commandPort);
+    for (const auto &[input, answer] :
+         {std::pair(QByteArray("put x\n"), "error 1"), std::pair(QByteArray("\n"), "error 1"),
+          std::pair(QByteArray("get \0\xff\x01 x\n", 10), "error 1"),
+          std::pair(QByteArray(100000, 'x'), "closed")}) {
+        LineClient bad(server.commandPort);
+        bad.write(input);
+        QCOMPARE(bad.nextLine(), QByteArray(answer));
+        QCOMPARE(other.ask("get system model"), QByteArray("ok 100"));
+    }
+    LineClient deaf(server.commandPort);
+    deaf.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 4096);
+    deaf.setReadBufferSize(1);
+    deaf.write(QByteArray("get output type_desc 6d\n").repeated(20000));
+    // After ten seconds the system itself would end the connection. Only a write reveals its end.
+    QTRY_VERIFY_WITH_TIMEOUT(deaf.state() == QTcpSocket::UnconnectedState || deaf.write("\n") != 1, 8000);
+    QCOMPARE(other.ask("get system model"), QByteArray("ok 100"));
+}
 
 void TestRemoteController::requestsGetTheResultOfTheController()
 {
