@@ -52,7 +52,6 @@ class TestFrontend : public QObject
     Q_OBJECT
 
 private slots:
-    void frameAboveTheDatagramLimitIsNotSent();
     void invalidArgumentsAreRefused();
     void controllerRefusesInvalidArguments();
     void interruptEndsAProgramThatReadsAPipe();
@@ -62,13 +61,6 @@ private slots:
     void channelWithANameIsLookedUp();
     void sessionAppliesChangesWhileItRuns();
 };
-
-void TestFrontend::frameAboveTheDatagramLimitIsNotSent()
-{
-    const QByteArray longest(65507 - 8, 'x'); // leaves room for "fr 3" and two line ends
-    for (const QByteArray &text : {longest, longest + 'x'})
-        QCOMPARE(datagramOf({{"fr", "fr 3"}, {"6d", text}}, {{"fr", "6d"}, 3}).isEmpty(), text != longest);
-}
 
 /// The options that the programs share are refused by the same code.
 void TestFrontend::invalidArgumentsAreRefused()

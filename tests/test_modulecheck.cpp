@@ -16,7 +16,6 @@ private slots:
     void everyLifeCycleOfTheModuleIsOk();
     void faultOfABrokenModuleIsFound_data();
     void faultOfABrokenModuleIsFound();
-    void invalidArgumentsAreRefused_data();
     void invalidArgumentsAreRefused();
 };
 
@@ -53,23 +52,13 @@ void TestModulecheck::faultOfABrokenModuleIsFound()
     QVERIFY2(output.contains(finding), output);
 }
 
-void TestModulecheck::invalidArgumentsAreRefused_data()
-{
-    const Table<QString, QByteArray> row("arguments", "message");
-    row("no arguments", "", "modulecheck [--in-process] PLUGIN");
-    row("unknown life cycle", PLUGIN_PATH " life lief", "modulecheck: lief: no such life cycle");
-    row("no such file", "/nonexistent/plugin.so", "no such file");
-    row("another kind of plug-in", OTHER_PLUGIN_PATH, "no module with the interface");
-}
-
 void TestModulecheck::invalidArgumentsAreRefused()
 {
-    QFETCH(const QString, arguments);
-    QFETCH(const QByteArray, message);
-    Program program(MODULECHECK_PATH, arguments);
+    for (const char *file : {"/nonexistent/plugin.so", OTHER_PLUGIN_PATH})
+        QVERIFY2(Program(MODULECHECK_PATH, file).hasRefusedArguments("modulecheck"), file);
+    Program program(MODULECHECK_PATH, QLatin1String(PLUGIN_PATH " life lief"));
     QCOMPARE(program.status(), 2);
-    const QByteArray errors = program.readAllStandardError();
-    QVERIFY2(errors.contains(message), errors);
+    QVERIFY(program.readAllStandardError().contains("modulecheck: lief: "));
 }
 
 QTEST_GUILESS_MAIN(TestModulecheck)

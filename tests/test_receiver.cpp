@@ -190,13 +190,9 @@ void TestReceiver::portsAreJudgedSeparately()
     receiver.send(frames(1, 3), 0);
     receiver.send(frames(5, 6) + frames(8, 8), 1);
     const QList<QByteArray> lines = receiver.finish().split('\n');
-    QVERIFY2(lines.at(0).startsWith("summary of 127.0.0.1:") && lines.at(0).contains(" from 127.0.0.1:") &&
-                 lines.at(0).endsWith(": good"),
-             lines.at(0));
-    QVERIFY2(lines.at(1).startsWith("summary of 0.0.0.0:") &&
-                 lines.at(1).contains(" 1 lost, 0 out of order, 0 malformed, last number 8,") &&
-                 lines.at(1).endsWith(": BAD"),
-             lines.at(1));
+    QVERIFY2(lines.at(0).startsWith("summary of 127.0.0.1:") && lines.at(0).endsWith(": good"), lines.at(0));
+    QVERIFY2(lines.at(1).startsWith("summary of 0.0.0.0:") && lines.at(1).endsWith(": BAD"), lines.at(1));
+    QVERIFY2(lines.at(1).contains(" 1 lost, 0 out of order, 0 malformed, last number 8,"), lines.at(1));
     QCOMPARE(receiver.status(), 1);
 }
 
