@@ -85,8 +85,6 @@ struct TranslatedHost
 
     QWidget *page(int channel) const { return tabs->widget(channel); }
 
-    void pressExit() { dialog->findChild<QAbstractButton *>(QLatin1String("pushButton_ok"))->click(); }
-
     const PseudoTranslator translator; // installed before the plug-in is loaded
     PluginHost host;
     ModuleAction *record = nullptr;
@@ -186,7 +184,7 @@ void TestTranslation::messageOfThePageIsTranslated()
         const QWidget *page = translated.page(0);
         page->findChild<QCheckBox *>("checkBox_multicast")->setChecked(multicast);
         page->findChild<QLineEdit *>("lineEdit_host")->setText(host);
-        translated.pressExit();
+        translated.dialog->findChild<QAbstractButton *>("pushButton_ok")->click();
     });
     QCOMPARE(boxes.titles, QStringList{pseudo("ChannelWidget", "Network Settings")});
     const QString text = boxes.texts.value(0);
