@@ -4,30 +4,13 @@
 #include "channelwidget.h"
 
 #include <QTabBar>
-#include <QToolButton>
 #include <QtTest>
 
 // Functions that act like a user with mouse and keyboard.
 
-/// Scrolls the tab row with its arrows so that at least the middle of tab \a tab is visible.
-inline void scrollToTab(QTabBar *bar, int tab)
-{
-    const QList<QToolButton *> arrows = bar->findChildren<QToolButton *>();
-    for (int clicks = 0; clicks < bar->count(); ++clicks) {
-        const QRect title = bar->tabRect(tab);
-        for (QToolButton *arrow : arrows) {
-            const bool hidden =
-                arrow->arrowType() == Qt::LeftArrow ? title.left() < 0 : title.right() >= arrow->x();
-            if (arrow->isVisible() && hidden)
-                QTest::mouseClick(arrow, Qt::LeftButton);
-        }
-    }
-}
-
-/// Scrolls to tab \a tab and clicks it.
+/// Clicks tab \a tab, whose title must be visible.
 inline void clickTab(QTabBar *bar, int tab)
 {
-    scrollToTab(bar, tab);
     QTest::mouseClick(bar, Qt::LeftButton, Qt::NoModifier, bar->tabRect(tab).center());
 }
 
