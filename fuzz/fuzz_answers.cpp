@@ -37,14 +37,17 @@ public:
 
     void run()
     {
-        chooseVersion();
+        m_versions.major = 1;
+        m_versions.minor = m_input.ConsumeIntegralInRange(3, 9);
         m_boxes.decide = [this](const QMessageBox *box) { return decide(box); };
         m_dialog = new NetworkDialog(&m_host, &m_window, &m_versions);
         m_dialog->start();
         const int openings = m_input.ConsumeIntegralInRange(1, mostOpenings);
         for (int i = 0; i < openings && m_dialog; ++i) {
             open();
-            between();
+            if (m_dialog)
+                notify();
+            QCoreApplication::processEvents();
         }
         end();
         // A message that is still queued must not reach the destroyed dialog.
@@ -59,13 +62,6 @@ private:
     void choose(const Actions &actions)
     {
         actions[m_input.ConsumeIntegralInRange<std::size_t>(0, actions.size() - 1)]();
-    }
-
-    void chooseVersion()
-    {
-        m_versions.major = m_input.ConsumeIntegralInRange(0, 2);
-        m_versions.minor = m_input.ConsumeIntegralInRange(3, 10);
-        m_versions.third = m_input.ConsumeIntegralInRange(-2, 0);
     }
 
     /// Opens the dialog and acts as its user until the dialog is closed.
@@ -86,25 +82,22 @@ private:
         require(acted || m_ended, "the dialog was shown, unless the module was shut down");
     }
 
-    /// Performs actions of the user and the host, then closes the dialog.
+    /// Performs actions of the user and the host, then closes the dialog with the OK button, or without it if
+    /// invalid settings keep the dialog open.
     void use()
     {
-        for (int i = 0; i < mostActions && m_dialog && m_dialog->isVisible(); ++i) {
+        const int actions = m_input.ConsumeIntegralInRange(0, mostActions);
+        for (int i = 0; i < actions && isOpen(); ++i) {
             check();
-            if (!act())
-                break;
+            act();
         }
-        leave();
-    }
-
-    /// Closes the dialog with the OK button, or without it if invalid settings keep the dialog open.
-    void leave()
-    {
-        for (int i = 0; i < mostExits && m_dialog && m_dialog->isVisible(); ++i)
+        for (int i = 0; i < mostExits && isOpen(); ++i)
             m_dialog->pushButton_ok->click();
-        if (m_dialog && m_dialog->isVisible())
+        if (isOpen())
             m_dialog->done(QDialog::Rejected);
     }
+
+    bool isOpen() const { return m_dialog && m_dialog->isVisible(); }
 
     /// Returns the user's answer to a message box.
     QMessageBox::StandardButton decide(const QMessageBox *box)
@@ -112,27 +105,10 @@ private:
         const auto choice = m_input.ConsumeIntegral<quint8>();
         if (choice == 77)
             end(); // the host shuts the module down while a box is open
-        else if (choice == 78 && m_dialog)
-            m_dialog->onMessage(0, 0, "OutputTypesChanged");
         const QMessageBox::StandardButtons buttons = box->standardButtons();
         if (buttons & QMessageBox::Yes)
             return choice % 4 == 1 ? QMessageBox::No : QMessageBox::Yes;
         return buttons & QMessageBox::Ignore && choice % 2 == 0 ? QMessageBox::Ignore : QMessageBox::Cancel;
-    }
-
-    /// Makes the host send messages, resets and data while the dialog is closed.
-    void between()
-    {
-        if (!m_dialog)
-            return;
-        check();
-        const int events = m_input.ConsumeIntegralInRange(0, 4);
-        // A message may lead to queries, and the shut-down within a query destroys the dialog.
-        for (int i = 0; i < events && m_dialog; ++i)
-            notify();
-        if (m_dialog)
-            deliver();
-        QCoreApplication::processEvents();
     }
 
     /// Shuts the module down, unless this has been done.
@@ -154,28 +130,22 @@ private:
     void check() const
     {
         int pages = 0;
-        for (int tab = 0; tab < tabs()->count(); ++tab) {
-            const ChannelWidget *shown = page(tab);
-            if (!shown) {
-                require(tab == tabs()->count() - 1, "the plus tab is the last");
-                continue;
-            }
-            ++pages;
+        while (const ChannelWidget *shown = page(pages)) {
             const ChannelAsRouter *channel = shown->channel();
-            require(channel->channelIndex() == tab, "tabs are in the order of the channels");
+            require(channel->channelIndex() == pages, "tabs are in the order of the channels");
             require(channel->dataDivisor() >= 1, "a channel's divisor is positive");
             require(shown->spinBox_port->value() >= 1024, "a page's port is at least 1024");
+            ++pages;
         }
         require(pages >= 1 && pages <= Channel::MaximumCount, "there are 1 to 10 pages");
+        require(tabs()->count() <= pages + 1, "the plus tab is the last");
     }
 
-    /// Performs one action of the user or the host. Returns false to leave the dialog.
-    bool act()
+    /// Performs one action of the user or the host.
+    void act()
     {
-        bool stays = true;
         const auto edit = [this] { editPage(); };
         choose({
-            [&] { stays = false; },
             [this] { press(Qt::Key_T, Qt::ControlModifier); },
             [this] { press(Qt::Key_W, Qt::ControlModifier); },
             [this] { press(m_input.ConsumeBool() ? Qt::Key_F9 : Qt::Key_Escape, Qt::NoModifier); },
@@ -186,7 +156,6 @@ private:
             edit,
             edit,
         });
-        return stays;
     }
 
     /// Calls the module, or acts as the user, while the module waits for the answer to a query.
@@ -196,23 +165,22 @@ private:
             return;
         ++m_reentries;
         choose({
-            [this] { m_dialog->onMessage(0, 0, "OutputTypesChanged"); },
+            [this] { notify(); },
             [] { QCoreApplication::processEvents(); },
             [this] { m_dialog->pushButton_ok->click(); },
             [this] { press(Qt::Key_T, Qt::ControlModifier); },
             [this] { press(Qt::Key_W, Qt::ControlModifier); },
             [this] { end(); },
-            [this] { deliver(); },
         });
     }
 
     /// Makes the host send a message, a reset or data.
     void notify()
     {
-        choose({[this] { std::thread([this] { m_dialog->onMessage(1, 2, "OutputTypesChanged"); }).join(); },
-                [this] { m_dialog->onOutputReset(); },
+        choose({[this] { m_dialog->onMessage(0, 0, "OutputTypesChanged"); },
+                [this] { std::thread([this] { m_dialog->onMessage(1, 2, "OutputTypesChanged"); }).join(); },
                 [this] { m_dialog->onMessage(0, 0, m_input.ConsumeRandomLengthString(20).c_str()); },
-                [this] { deliver(); }});
+                [this] { m_dialog->onOutputReset(); }, [this] { deliver(); }});
     }
 
     /// Goes to a tab and edits its page, if it has one that is enabled.
@@ -234,17 +202,11 @@ private:
             [&] { current->spinBox_port->setValue(m_input.ConsumeIntegral<int>()); },
             [&] { current->spinBox_sendDataDivisor->setValue(m_input.ConsumeIntegral<int>()); },
             [&] { current->pushButton_closeTab->click(); },
-            [&] { tick(current); },
+            [&] {
+                const int row = m_input.ConsumeIntegralInRange(0, 9);
+                current->tableViewItemDoubleClicked(current->tableView->model()->index(row, 0));
+            },
         });
-    }
-
-    void tick(ChannelWidget *current)
-    {
-        const QAbstractItemModel *rows = current->tableView->model();
-        if (rows->rowCount() == 0)
-            return;
-        const int row = m_input.ConsumeIntegralInRange(0, rows->rowCount() - 1);
-        current->tableViewItemDoubleClicked(rows->index(row, Channel::IdentifierColumn));
     }
 
     void deliver()
@@ -291,13 +253,9 @@ void __wrap_nativeSleep(uint32_t /*milliseconds*/)
     sched_yield();
 }
 
-int32_t __wrap_nativeSocketSend(NativeSocket /*socket*/, const void *data, int32_t length, uint32_t address,
-                                uint16_t /*port*/)
+int32_t __wrap_nativeSocketSend(NativeSocket /*socket*/, const void * /*data*/, int32_t length,
+                                uint32_t address, uint16_t /*port*/)
 {
-    require(length >= 2 && length <= networksettings2g::FrameAssembler::MaximumFrameBytes,
-            "a datagram is neither empty nor longer than the longest frame");
-    require(std::memcmp(static_cast<const char *>(data) + length - 2, "\r\n", 2) == 0,
-            "a frame ends with CR LF");
     require(address != 0, "a datagram has a destination");
     return length;
 }

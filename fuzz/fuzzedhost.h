@@ -23,13 +23,6 @@ public:
     /// Called while the module waits for the answer to some of its queries.
     std::function<void()> reenter;
 
-    int log(const char *level, const char *component, int number, const char *message) override
-    {
-        require(number == 1 && std::strcmp(level, "standard") == 0 && *component != '\0',
-                "a log line has the number 1, the level standard and a component");
-        return TextIOManager::log(level, component, number, message);
-    }
-
     /// Checks that the module has unregistered itself, and makes every later call by the module a fault.
     /// Called after teardownRequests(), which shuts the module down.
     void shut()
@@ -44,66 +37,45 @@ private:
     static constexpr int LongestText = 4000;
     static constexpr int MostTypes = 40;
 
-    /// The kinds of answers.
-    enum Kind : quint8
+    enum class Kind
     {
-        Failing,
-        Steady,          // a correct answer that depends on the query only
-        Fitting,         // a random answer of the right form
-        Chosen,          // one of a list, or the longest answer; for a number, a special one
-        Raw,             // random bytes; for a number, as for Chosen
-        FailingWithText, // an answer as for Raw, but with a nonzero result
-        Reentered,       // as Steady, or as Fitting for a number, after a call of reenter()
-        LastKind = Reentered
+        None,
+        Correct,
+        Arbitrary
     };
 
     int query(const QByteArray &text, char *answer) override
     {
-        checkText(text);
+        check(text);
         require(std::all_of(answer, answer + AnswerBytes, [](char byte) { return byte == '\0'; }),
                 "the buffer for an answer is zeroed");
-        const Kind kind = takeKind(Steady);
-        if (kind == Failing)
+        const Kind kind = takeKind();
+        if (kind == Kind::None)
             return 1;
-        const QByteArray given = answerTo(text, kind);
+        const QByteArray given = kind == Kind::Correct ? correctText(text) : arbitraryText();
         std::memcpy(answer, given.constData(), static_cast<std::size_t>(given.size()) + 1);
-        return kind == FailingWithText ? 1 : 0;
+        return kind == Kind::Correct ? 0 : result();
     }
 
     int query(const QByteArray &text, int *answer) override
     {
-        checkText(text);
-        const Kind kind = takeKind(Fitting);
-        if (kind == Failing)
+        check(text);
+        const Kind kind = takeKind();
+        if (kind == Kind::None)
             return 1;
-        *answer = kind == Steady ? 6 : m_input.ConsumeIntegralInRange(0, 12);
-        if (kind != Steady && kind != Fitting) // 100 is the system model that permits loopback destinations
-            *answer = m_input.PickValueInArray({-1, 100, 10001, 65536, INT_MIN, INT_MAX});
+        *answer = 6;
+        if (kind == Kind::Arbitrary) // 100 is the system model that permits loopback destinations
+            *answer = m_input.PickValueInArray({-1, 0, 1, 9, 100, 10001, 65536, INT_MIN, INT_MAX});
         if (text == "output number_of_types") // limits the duration of a run
             *answer = qMin(*answer, qMin(MostTypes, 6 + static_cast<int>(m_input.remaining_bytes())));
-        return kind == FailingWithText ? 1 : 0;
+        return kind == Kind::Correct ? 0 : result();
     }
 
-    int command(const QByteArray &text) override
-    {
-        checkText(text);
-        int channel = 0;
-        int number = 0;
-        if (std::sscanf(text.constData(), "output net_divisor ch%d %d", &channel, &number) == 2)
-            require(number >= 1, "divisors are positive");
-        if (text.startsWith("output net ch") && !text.contains(" none")) {
-            bool isNumber = false;
-            text.mid(text.lastIndexOf(' ') + 1).toUShort(&isNumber);
-            require(isNumber, "ports are from 0 to 65535");
-        }
-        return result();
-    }
+    int command(const QByteArray &text) override { return note(text); }
 
     int note(const QByteArray &line) override
     {
-        require(!m_shut, "no call after the shut-down");
-        require(line.size() < LongestText,
-                "type names, log messages and receiver names are shorter than 4000 bytes");
+        check(line);
         if (line.startsWith("add "))
             m_registered.insert(line.mid(4));
         if (line.startsWith("remove "))
@@ -111,57 +83,33 @@ private:
         return result();
     }
 
-    /// Checks a query or a command.
-    void checkText(const QByteArray &text) const
+    void check(const QByteArray &text) const
     {
-        require(!m_shut, "no query or command after the shut-down");
-        require(!text.isEmpty() && text.size() < LongestText,
-                "queries and commands are neither empty nor longer than 4000 bytes");
-        const int channel = text.indexOf(" ch");
-        if (channel < 0 || text.indexOf(" chmon") == channel || text.startsWith("output type") ||
-            text.startsWith("output available"))
-            return;
-        const int number = std::atoi(text.constData() + channel + 3);
-        require(number >= 1 && number <= Channel::MaximumCount, "channels are numbered from 1 to 10");
+        require(!m_shut, "no call after the shut-down");
+        require(!text.isEmpty() && text.size() < LongestText, "texts have 1 to 3999 bytes");
     }
 
-    /// Returns the kind of the next answer, after the call of reenter() that it may ask for: then the kind is
-    /// \a reentered. An exhausted input gives zeros: all further answers are then Steady or Failing,
-    /// depending on m_steady.
-    Kind takeKind(Kind reentered)
+    /// Returns the kind of the next answer, after the call of reenter() that it may ask for. An exhausted
+    /// input gives zeros: all further answers are then Correct or None, depending on m_usual.
+    Kind takeKind()
     {
-        const int choice = m_input.ConsumeIntegralInRange(0, 9 + LastKind);
-        if (choice < 10)
-            return m_steady ? Steady : Failing;
-        if (choice - 9 != Reentered)
-            return static_cast<Kind>(choice - 9);
-        reenter();
-        return reentered;
+        const int choice = m_input.ConsumeIntegralInRange(0, 15);
+        if (choice == 15)
+            reenter();
+        return choice < 10 || choice == 15 ? m_usual : choice == 10 ? Kind::None : Kind::Arbitrary;
     }
 
-    /// Returns the result of a call other than a query: failure with a probability of one in four.
+    /// Returns the result of a call: failure with a probability of one in four.
     int result() { return m_input.ConsumeIntegral<quint8>() % 4 == 1 ? 1 : 0; }
 
-    /// Returns a text that is shorter than AnswerBytes.
-    QByteArray answerTo(const QByteArray &query, Kind kind)
+    /// Returns the answer of a Controller with six types and three channels, whose hosts have different
+    /// addresses.
+    static QByteArray correctText(const QByteArray &query)
     {
-        switch (kind) {
-        case Steady:
-            return steadyText(query);
-        case Fitting:
-            return fittingText(query);
-        case Chosen:
-            return chosenText();
-        default:
-            return QByteArray::fromStdString(m_input.ConsumeRandomLengthString(AnswerBytes - 1));
-        }
-    }
-
-    static QByteArray steadyText(const QByteArray &query)
-    {
+        static const QByteArrayList names{"fr", "6d", "3d", "6df2", "gl", "2dmon", "ts2", "st", "mine", "6d"};
         const int number = query.right(2).toInt();
         if (query.startsWith("output type t"))
-            return typeName(number);
+            return names[number % names.size()];
         if (query.startsWith("output type_desc"))
             return "\"a description\"";
         if (query.startsWith("output net chmon"))
@@ -171,43 +119,26 @@ private:
         return "yes";
     }
 
-    QByteArray fittingText(const QByteArray &query)
+    /// Returns one of a list of texts, the longest answer, or random bytes.
+    QByteArray arbitraryText()
     {
-        const auto choice = m_input.ConsumeIntegral<quint8>();
-        if (query.startsWith("output type t"))
-            return typeName(choice);
-        if (query.startsWith("output type_desc"))
-            return "\"a description\"";
-        if (!query.startsWith("output net ch"))
-            return choice % 4 == 1 ? "no" : "yes";
-        const QByteArray port = QByteArray::number(5000 + choice % 4);
-        if (choice % 8 < 2)
-            return choice % 8 == 0 ? "none" : "multicast 239.1.2.3 " + port;
-        return "udp 127.0.0." + QByteArray::number(choice % 16) + ' ' + port;
-    }
-
-    static QByteArray typeName(int choice)
-    {
-        const QByteArrayList names{"fr", "6d", "3d", "6df2", "gl", "2dmon", "ts2", "st", "mine", "6d"};
-        return names[choice % names.size()];
-    }
-
-    QByteArray chosenText()
-    {
-        if (m_input.ConsumeBool())
-            return QByteArray(AnswerBytes - 1, m_input.PickValueInArray({'9', ' ', '\xff'}));
         static const QByteArrayList texts =
             QByteArray(
                 "|yes|no|none|Yes|NONE|no | yes|none |udp|udp |udp  5001|udp unknown 5001|udp myself 5001|"
                 "udp group 70000|UDP 127.0.0.1 5001|udp 127.0.0.1 -1|udp 127.0.0.1 99999999999|"
                 "multicast 10.0.0.1 5001|multicast myself 5001|udp 224.0.0.1 80|udp 255.255.255.255 5001|"
-                "udp 'quoted' 5001|udp %s%n%d 5001|udp \xe4\xf6\xfc.de 5001|\"\"|+|\t\r\n")
+                "udp 'quoted' 5001|udp %s%n%d 5001|udp \xe4\xf6\xfc.de 5001|\"\"|+|\t\r\n|fr|6d|2dmon")
                 .split('|');
-        return texts[m_input.ConsumeIntegralInRange(0, texts.size() - 1)];
+        const int choice = m_input.ConsumeIntegralInRange(0, texts.size() + 1);
+        if (choice < texts.size())
+            return texts[choice];
+        if (choice == texts.size())
+            return QByteArray(AnswerBytes - 1, m_input.PickValueInArray({'9', ' ', '\xff'}));
+        return QByteArray::fromStdString(m_input.ConsumeRandomLengthString(AnswerBytes - 1));
     }
 
     FuzzedDataProvider &m_input;
-    const bool m_steady = m_input.ConsumeBool(); // true: most answers are Steady; false: most are Failing
-    QSet<QByteArray> m_registered;               // the requester and the message receiver
+    const Kind m_usual = m_input.ConsumeBool() ? Kind::Correct : Kind::None; // of most answers
+    QSet<QByteArray> m_registered; // the requester and the message receiver
     bool m_shut = false;
 };
