@@ -125,6 +125,7 @@ private slots:
     void loadReadsTheState();
     void loadQueriesNoUnavailableTypeAndNoUnknownDivisor();
     void failedQueriesOfDivisorAndTicksAreLogged();
+    void twoDigitChannelAndSpecialTypeNameAreSentUnchanged();
     void loadPublishesTicksOnceAtItsEnd();
     void valuesClampedByThePageAreEdits();
     void onlyValidChangesAreStored_data();
@@ -292,6 +293,22 @@ void TestChannel::failedQueriesOfDivisorAndTicksAreLogged()
                           "log standard ORVANE3 1 Error: Unable to get output active of channel 1 and 6d"}));
     QVERIFY(!setup.channel.isTypeActive("6d"));
     QCOMPARE(setup.channel.dataDivisor(), 1); // not the 4 that the failed query has written
+}
+
+void TestChannel::twoDigitChannelAndSpecialTypeNameAreSentUnchanged()
+{
+    Setup setup;
+    Channel tenth(&setup.manager, 9, &setup.versions);
+    setup.manager.answers["output net_active ch10"] = "yes";
+    setup.manager.answers["output active ch10 \xe4%1%s"] = "yes";
+    tenth.setOutputTypes(catalogue("\xe4%1%s"));
+    tenth.load();
+    QVERIFY(!tenth.hasChanges());
+    tick(tenth, 0, false);
+    setup.manager.journal.clear();
+    tenth.commit();
+    QCOMPARE(setup.manager.takeJournal().mid(0, 2),
+             QStringList({"output net_active ch10 yes", latin("output active ch10 \xe4%1%s no")}));
 }
 
 /// During a refresh all ticks of the rows are off until they have been read. If each change were published,

@@ -56,6 +56,7 @@ private slots:
     void openingShowsTheRouterMode();
     void keyboardReachesEveryControl();
     void dataAreForwardedIfRouterModeIsOnAtStart();
+    void closedChannelGetsNoDataDuringItsResetCommand();
     void catalogueChangesAreHandledTogetherAndOnlyInRouterMode_data();
     void catalogueChangesAreHandledTogetherAndOnlyInRouterMode();
     void openingShowsTheFocusOnTheTabRow();
@@ -366,6 +367,32 @@ void TestDialog::dataAreForwardedIfRouterModeIsOnAtStart()
             QVERIFY(!passOn([&] { fixture.deliverFrame(1000); }).contains("fr 1000"));
     });
     QVERIFY(fixture.link.requestedTypes(fixture.dialog.get()).isEmpty());
+}
+
+/// Data that the host delivers while it executes the reset command reach only the other channel.
+void TestDialog::closedChannelGetsNoDataDuringItsResetCommand()
+{
+    QUdpSocket kept, closed;
+    QVERIFY(kept.bind(QHostAddress::LocalHost));
+    QVERIFY(closed.bind(QHostAddress(QLatin1String("127.0.0.2"))));
+    DialogFixture fixture(withChannels(2, [&](ControllerState &state) {
+        state.channels[0].destination.port = kept.localPort();
+        state.channels[1].destination = {Destination::Kind::Udp, "127.0.0.2", closed.localPort()};
+        state.viaRouter = true;
+    }));
+    fixture.create();
+    int received = 0;
+    fixture.onExchange([&](const Exchange &exchange) {
+        if (exchange.text != "output net ch02 none")
+            return;
+        for (int frame = 1; frame <= 1000 && received < 20; ++frame) {
+            fixture.deliverFrame(frame);
+            received += kept.waitForReadyRead(20) && kept.receiveDatagram().isValid();
+        }
+    });
+    fixture.open([&] { fixture.closeLastTab(); });
+    QCOMPARE(received, 20);
+    QVERIFY(!closed.hasPendingDatagrams());
 }
 
 void TestDialog::catalogueChangesAreHandledTogetherAndOnlyInRouterMode_data()

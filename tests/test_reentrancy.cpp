@@ -4,6 +4,8 @@
 #include "table.h"
 #include "waiting.h"
 
+#include <QProxyStyle>
+
 #include <memory>
 #include <thread>
 #include <vector>
@@ -183,6 +185,7 @@ private slots:
     void releaseWithinAKeyPressDeletesTheDialogAfterIt();
     void inputIsRefusedDuringAccept_data();
     void inputIsRefusedDuringAccept();
+    void heldArrowStopsDuringAccept();
     void actionTriggeredDuringAnOperationOpensTheDialogOnce();
     void nestedCallsStartNoSecondOperation_data();
     void nestedCallsStartNoSecondOperation();
@@ -340,6 +343,49 @@ void TestReentrancy::inputIsRefusedDuringAccept()
         QVERIFY(!before.isEmpty());
         QCOMPARE(after, before);
     }
+}
+
+/// Makes the arrows of a spin box step once per millisecond while the mouse button is held.
+class FastArrowStyle : public QProxyStyle
+{
+public:
+    int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                  QStyleHintReturn *returned) const override
+    {
+        const bool isInterval =
+            hint == SH_SpinBox_ClickAutoRepeatRate || hint == SH_SpinBox_ClickAutoRepeatThreshold;
+        return isInterval ? 1 : QProxyStyle::styleHint(hint, option, widget, returned);
+    }
+};
+
+void TestReentrancy::heldArrowStopsDuringAccept()
+{
+    FastArrowStyle style;
+    DialogFixture fixture(withChannels(1));
+    fixture.create();
+    int before = 0, after = 0;
+    fixture.onExchange([&](const Exchange &exchange) {
+        if (exchange.text != "system model")
+            return;
+        before = fixture.page(0)->spinBox_port->value();
+        QTest::qWait(20); // many steps, if they were not refused
+        // Moving to the other arrow makes a step, too.
+        QSpinBox *port = fixture.page(0)->spinBox_port;
+        QMouseEvent move(QEvent::MouseMove, QPoint(port->width() - 5, port->height() - 5), Qt::NoButton,
+                         Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(port, &move);
+        after = fixture.page(0)->spinBox_port->value();
+    });
+    fixture.open([&] {
+        QSpinBox *port = fixture.page(0)->spinBox_port;
+        port->setStyle(&style);
+        const int first = port->value();
+        QTest::mousePress(port, Qt::LeftButton, {}, QPoint(port->width() - 5, 5));
+        QTRY_VERIFY(port->value() > first + 3);
+        fixture.press(Qt::Key_Escape);
+    });
+    QVERIFY(before > 0);
+    QCOMPARE(after, before);
 }
 
 void TestReentrancy::actionTriggeredDuringAnOperationOpensTheDialogOnce()
