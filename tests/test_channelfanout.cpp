@@ -1,8 +1,10 @@
-// Tests which lines reach a channel, and when a removed channel may be destroyed.
+// Tests when lines and resets reach a channel, and when a removed channel may be destroyed. Which lines reach
+// it is seen by test_framesagainstmodel.
 
 #include "fedchannel.h"
 #include "receiver.h"
-#include "table.h"
+
+#include <QtTest>
 
 #include <future>
 
@@ -13,46 +15,9 @@ class TestChannelFanOut : public QObject
     Q_OBJECT
 
 private slots:
-    void lineReachesOnlyTheChannelsThatTickItsType_data();
-    void lineReachesOnlyTheChannelsThatTickItsType();
     void noLineOrResetPassesWhileRouterModeIsOff();
     void publishWaitsForReadersOfThePreviousTable();
 };
-
-void TestChannelFanOut::lineReachesOnlyTheChannelsThatTickItsType_data()
-{
-    // The name of a row compares the type of the offered line with the ticked type.
-    const Table<QByteArray, QByteArray, bool> row("ticked", "offered", "arrives");
-    row("the same type", "6d", "6d", true);
-    row("another type", "6d", "3d", false);
-    row("a longer type", "6d", "6df2", false);
-    row("a shorter type", "6df2", "6d", false);
-    row("another case", "6d", "6D", false);
-    row("another type with the same first eight bytes", "12345678a", "12345678b", false);
-    row("the same type, longer than eight bytes", "12345678b", "12345678b", true);
-    row("the same type, bytes above 127", "\xfc\xe4", "\xfc\xe4", true);
-    row("an empty type", "6d", "", false);
-}
-
-void TestChannelFanOut::lineReachesOnlyTheChannelsThatTickItsType()
-{
-    QFETCH(const QByteArray, ticked);
-    QFETCH(const QByteArray, offered);
-    QFETCH(const bool, arrives);
-
-    RunningChannel channel;
-    const QByteArrayList types{"fr", "12345678a", ticked};
-    channel.setCatalogue(types);
-    for (const QByteArray &type : types)
-        channel.tick(type.constData(), true);
-    for (const char *number : {"1", "2"}) {
-        channel.feed("fr", (QByteArray("fr ") + number + "\r\n").constData());
-        channel.feed(offered.constData(), "offered\r\n");
-    }
-    // The first datagram contains both frames, because the length of a frame is known only when the next one
-    // opens.
-    QCOMPARE(channel.receiver.next().count("offered"), arrives ? 2 : 0);
-}
 
 void TestChannelFanOut::noLineOrResetPassesWhileRouterModeIsOff()
 {

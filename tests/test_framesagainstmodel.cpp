@@ -11,7 +11,6 @@
 #include <QtTest>
 
 #include <deque>
-#include <set>
 
 using namespace networksettings2g;
 
@@ -19,7 +18,9 @@ namespace {
 
 constexpr int streamCount = 20;
 constexpr int stepsPerStream = 45;
-const std::vector<std::string> types{"fr", "6d", "3d", "6dcal", "fr2"};
+// Some types differ only in their length, in their case, or above the usual length and the ASCII characters.
+const std::vector<std::string> types{
+    "fr", "6d", "3d", "6dcal", "fr2", "FR", "\xfc-12345678a", "\xfc-12345678b"};
 
 struct Line
 {
@@ -115,8 +116,8 @@ private:
     int m_number = 0;
 };
 
-/// A channel and the model of its worker. The model gets the lines that the channel has to handle, and the
-/// same events. Events come while the worker sleeps, when all complete frames have been sent.
+/// A running channel and the model of its worker. The model gets the lines that the channel has to handle,
+/// and the same events. Events come while the worker sleeps, when all complete frames have been sent.
 class Stream
 {
 public:
@@ -126,82 +127,50 @@ public:
         , m_random(seed)
         , m_source(&m_random)
     {
-        for (const std::string &type : types)
-            tick(type, !m_random.oneIn(5));
-        start();
     }
 
-    /// Feeds some lines, then causes a random event or none. Returns false if a wait times out.
-    bool step()
+    /// Feeds some lines, then causes a random event or none, and compares the datagrams.
+    void step()
     {
         for (int lines = m_random.oneIn(10) ? 1500 : m_random.bounded(1, 151); lines > 0; --lines)
             feed(nextLine());
-        return fallsAsleep() && causeEvent();
+        QVERIFY(fallsAsleep());
+        causeEvent();
+        m_datagrams += m_received.size();
+        if (m_received != m_expected)
+            qWarning("the last event was %s", m_event);
+        QCOMPARE(std::exchange(m_received, {}), std::exchange(m_expected, {}));
     }
 
-    /// Describes the first difference between the datagrams received and expected since the last call.
-    /// Returns an empty text if there is none.
-    QByteArray difference()
-    {
-        const QByteArrayList received = std::exchange(m_received, {});
-        const QByteArrayList expected = std::exchange(m_expected, {});
-        m_datagrams += received.size();
-        int same = 0;
-        while (same < received.size() && same < expected.size() && received[same] == expected[same])
-            ++same;
-        if (same == received.size() && same == expected.size())
-            return {};
-        const auto shown = [same](const QByteArrayList &datagrams) {
-            return same < datagrams.size() ? datagrams[same].left(200).toPercentEncoding(" []") : "nothing";
-        };
-        return "line " + QByteArray::number(m_lines) + ", after " + m_event + ": received " +
-               shown(received) + " instead of " + shown(expected);
-    }
-
-    int lines() const { return m_lines; }
     int datagrams() const { return m_datagrams; }
 
 private:
-    void tick(const std::string &type, bool on)
-    {
-        m_channel.tick(type.c_str(), on);
-        if (on)
-            m_ticked.insert(type);
-        else
-            m_ticked.erase(type);
-    }
-
-    /// Reads datagrams until \a wanted returns true. Returns false on a time-out, as do fallsAsleep() and
-    /// hasWorkerThreads().
+    /// Reads datagrams until \a wanted returns true. Returns false on a time-out.
     bool readsUntil(const std::function<bool()> &wanted)
     {
-        return m_receiver.readsUntil(wanted, [this](const QByteArray &datagram) { m_received << datagram; });
+        return m_channel.receiver.readsUntil(wanted,
+                                             [this](const QByteArray &datagram) { m_received << datagram; });
     }
 
     bool fallsAsleep() { return readsUntil(faults::isAsleep); }
 
-    bool hasWorkerThreads(int count)
+    bool hasWorkers(int count) const
     {
-        return readsUntil([this, count] { return threadCount() == m_threads + count; });
+        return comesTrue([this, count] { return threadCount() == m_threads + count; });
     }
 
-    void start()
+    bool isTicked(const Line &line) const
     {
-        m_channel.updateRouterActiveState(true);
-        m_model.start();
+        return m_channel.tickedTypes().contains(QByteArray::fromStdString(line.type));
     }
 
     Line nextLine()
     {
-        const int room = 65507 - static_cast<int>(m_model.pendingBytes()) + m_random.bounded(-4, 1);
+        const int room = 65507 - static_cast<int>(m_model.pendingBytes()) + m_random.bounded(-4, 2);
         return m_source.line(m_source.nextType(), room);
     }
 
-    void feedChannel(const Line &line)
-    {
-        m_channel.feed(line.type.c_str(), line.text.c_str());
-        ++m_lines;
-    }
+    void feedChannel(const Line &line) { m_channel.feed(line.type.c_str(), line.text.c_str()); }
 
     void feedModel(const Line &line)
     {
@@ -212,106 +181,111 @@ private:
     void feed(const Line &line)
     {
         feedChannel(line);
-        if (m_ticked.count(line.type))
+        if (isTicked(line))
             feedModel(line);
         readsUntil([] { return true; }); // a send waits while too many datagrams are unread
     }
 
-    bool causeEvent()
+    void causeEvent()
     {
         switch (m_random.bounded(10)) {
         case 0:
             m_event = "a reset";
             m_channel.resetFrame();
             m_model.reset();
-            return true;
+            break;
         case 1:
             m_event = "a change of the divisor";
-            setDivisor(m_random.oneIn(2) ? 1 : m_random.bounded(1, 5));
-            return true;
+            m_channel.setDataDivisor(m_random.oneIn(2) ? 1 : m_random.bounded(1, 5));
+            m_model.setDivisor(m_channel.dataDivisor());
+            break;
         case 2:
             m_event = "a change of a tick";
-            tick(m_random.of(types), !m_random.oneIn(3));
-            return true;
+            m_channel.tick(m_random.of(types).c_str(), !m_random.oneIn(3));
+            break;
         case 3:
             m_event = "a restart";
             m_channel.updateRouterActiveState(false);
             feedChannel(nextLine()); // a stopped channel ignores it
-            if (!hasWorkerThreads(0))
-                return false;
+            QVERIFY(hasWorkers(0));
             start();
-            return true;
+            break;
         case 4:
             m_event = "a second start";
             m_channel.updateRouterActiveState(true);
             m_model.reset();
-            return hasWorkerThreads(1);
+            QVERIFY(hasWorkers(1));
+            break;
         case 5:
-            return !m_random.oneIn(3) || queueWithoutWorker();
+            m_event = "lines that were queued without a worker";
+            queueWithoutWorker();
+            break;
         case 6:
-            return !m_random.oneIn(4) || feedWithoutOpening();
+            m_event = "lines without the opening type";
+            feedWithoutOpening();
+            break;
         default:
-            return true;
+            break;
         }
     }
 
-    void setDivisor(int divisor)
+    void start()
     {
-        m_channel.setDataDivisor(divisor);
-        m_model.setDivisor(divisor);
+        m_channel.updateRouterActiveState(true);
+        m_model.start();
     }
 
-    /// Feeds lines of one type that is not the opening type, about as many as it takes to make it the opening
-    /// type. Returns false on a time-out.
-    bool feedWithoutOpening()
+    /// In one of four cases, feeds lines of one type that is not the opening type, about as many as it takes
+    /// to make it the opening type.
+    void feedWithoutOpening()
     {
-        m_event = "lines without the opening type";
+        if (!m_random.oneIn(4))
+            return;
         const std::string opening = m_model.openingType().empty() ? "fr" : m_model.openingType();
         const std::string other = opening == "6d" ? "3d" : "6d";
         for (const std::string &type : {opening, other, std::string("fr")})
-            tick(type, true);
+            m_channel.tick(type.c_str(), true);
         feed(m_source.line(opening, 0));
         for (int i = m_random.bounded(998, 1003); i > 0; --i)
             feed(m_source.line(other, 0));
-        return fallsAsleep();
+        QVERIFY(fallsAsleep());
     }
 
-    /// Queues lines while there is no worker, in about half of the cases more than the queue holds. Returns
-    /// false on a time-out.
-    bool queueWithoutWorker()
+    /// In one of three cases, queues lines while there is no worker, in half of the cases more than the queue
+    /// holds.
+    void queueWithoutWorker()
     {
+        if (!m_random.oneIn(3))
+            return;
         // setActive() does not wake the worker, which ends after its wait has timed out.
         m_channel.setActive(false);
         faults::timeOuts = true;
-        const bool hasEnded = hasWorkerThreads(0);
+        QVERIFY(hasWorkers(0));
         faults::timeOuts = false;
         m_channel.setActive(true); // the router still runs, so lines are queued
-        if (!hasEnded)
-            return false;
         std::deque<Line> queued = fillQueue(m_random.oneIn(2) ? LineQueue::MaximumLines : 0);
-        const bool overflows = queued.size() > LineQueue::MaximumLines;
-        m_event = overflows ? "an overflow of the queue" : "lines that were queued without a worker";
         start();
-        if (overflows) { // the queue has dropped its oldest block
+        if (queued.size() > LineQueue::MaximumLines) { // the queue has dropped its oldest block
             queued.erase(queued.begin(), queued.begin() + LineBlock::MaximumLines);
             m_model.loseLines();
         }
         for (const Line &line : queued)
             feedModel(line);
-        return fallsAsleep();
+        QVERIFY(fallsAsleep());
     }
 
+    /// Feeds lines until \a count to \a count + 99 are queued, and returns these. They are short, so that
+    /// the queue and its blocks reach their limits of lines before those of bytes.
     std::deque<Line> fillQueue(std::size_t count)
     {
         std::deque<Line> queued;
         count += static_cast<std::size_t>(m_random.bounded(100));
-        while (queued.size() < count && !m_ticked.empty()) {
-            // The lines are short, so that the queue and its blocks reach their limits of lines before those
-            // of bytes.
+        m_channel.tick("fr", true); // otherwise no type may be ticked
+        while (queued.size() < count) {
             Line line = nextLine();
             line.text.resize(std::min<std::size_t>(line.text.size(), 40));
             feedChannel(line);
-            if (m_ticked.count(line.type))
+            if (isTicked(line))
                 queued.push_back(line);
         }
         return queued;
@@ -321,14 +295,11 @@ private:
     Random m_random;
     Source m_source;
     ReferenceModel m_model;
-    Receiver m_receiver;
-    std::set<std::string> m_ticked;
     QByteArrayList m_received;
     QByteArrayList m_expected;
-    QByteArray m_event = "the start";
-    int m_lines = 0;
+    const char *m_event = "the start";
     int m_datagrams = 0;
-    FedChannel m_channel{m_receiver.port()};
+    RunningChannel m_channel;
 };
 
 } // namespace
@@ -351,20 +322,18 @@ void TestFramesAgainstModel::datagramsOfRandomStreamsMatchTheModel()
     faults::isPaced = true;
     // Count once, before the first worker: the system still lists a thread for a moment after its join.
     const int threads = threadCount();
-    int lines = 0, datagrams = 0;
+    int datagrams = 0;
     for (quint32 number = 0; number < streamCount; ++number) {
         Stream stream(seed * streamCount + number, threads);
         for (int step = 0; step < stepsPerStream; ++step) {
-            QVERIFY(stream.step());
-            const QByteArray difference = stream.difference();
-            QVERIFY2(difference.isEmpty(), "stream " + QByteArray::number(number) + ", " + difference);
+            stream.step();
+            if (QTest::currentTestFailed())
+                return;
         }
-        lines += stream.lines();
         datagrams += stream.datagrams();
     }
-    qInfo("%d lines, %d datagrams", lines, datagrams);
-    QVERIFY(lines >= 100000);
-    QVERIFY(datagrams >= lines / 40); // with fewer datagrams, the run would check too little
+    qInfo("%d datagrams", datagrams);
+    QVERIFY(datagrams >= 2500); // with fewer datagrams, the run would check too little
 }
 
 QTEST_GUILESS_MAIN(TestFramesAgainstModel)

@@ -64,7 +64,11 @@ public:
         , m_fanOut(std::move(fanOut))
     {
         setFanOut(m_fanOut);
-        setCatalogue({"fr", "6d", "3d", "gl", "6dcal", "fr2"});
+        QList<OutputTypeInfo> catalogue;
+        for (const char *type :
+             {"fr", "6d", "3d", "gl", "6dcal", "fr2", "FR", "\xfc-12345678a", "\xfc-12345678b"})
+            catalogue.append({QString::fromLatin1(type), QString(), true});
+        setOutputTypes(catalogue);
         for (const char *type : {"fr", "6d", "3d"})
             tick(type, true);
         setIp(Loopback);
@@ -75,16 +79,6 @@ public:
     {
         if (m_isOnlyChannel)
             m_fanOut->publish({});
-    }
-
-    /// Replaces the types that the channel knows. Afterwards no type is ticked, but the fan-out keeps the
-    /// previous ticks until tick() changes one.
-    void setCatalogue(const QByteArrayList &names)
-    {
-        QList<OutputTypeInfo> types;
-        for (const QByteArray &name : names)
-            types.append({QString::fromLatin1(name), QString(), true});
-        setOutputTypes(types);
     }
 
     void tick(const char *type, bool on)
