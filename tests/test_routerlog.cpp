@@ -47,7 +47,7 @@ class TestRouterLog : public QObject
     Q_OBJECT
 
 private slots:
-    void init() { qInstallMessageHandler(keepMessage); }
+    void init();
     void cleanup();
     void nothingIsLoggedUnlessEnabled();
     void eachEventIsLoggedAtMostOncePerSecond();
@@ -59,6 +59,12 @@ private slots:
     void handlerMayBlockOnTheGuiThreadDuringDestruction();
 };
 
+void TestRouterLog::init()
+{
+    qInstallMessageHandler(keepMessage);
+    QLoggingCategory::setFilterRules("networksettings.router=true");
+}
+
 void TestRouterLog::cleanup()
 {
     qInstallMessageHandler(nullptr);
@@ -68,6 +74,7 @@ void TestRouterLog::cleanup()
 
 void TestRouterLog::nothingIsLoggedUnlessEnabled()
 {
+    QLoggingCategory::setFilterRules({});
     RunningChannel channel;
     const faults::Refusal refusal(faults::SocketSend);
     channel.feed("fr1 6d1 fr2 6d2");
@@ -78,7 +85,6 @@ void TestRouterLog::nothingIsLoggedUnlessEnabled()
 
 void TestRouterLog::eachEventIsLoggedAtMostOncePerSecond()
 {
-    QLoggingCategory::setFilterRules("networksettings.router=true");
     Receiver receiver;
     FedChannel channel(receiver.port());
     for (int round = 0; round < 3; ++round) {
@@ -119,7 +125,6 @@ void TestRouterLog::failureIsLogged()
     QFETCH(faults::Call, refused);
     QFETCH(QByteArray, words);
     QFETCH(QString, reason);
-    QLoggingCategory::setFilterRules("networksettings.router=true");
     Receiver receiver;
     const faults::Refusal refusal(refused);
     FedChannel channel(receiver.port());
@@ -130,7 +135,6 @@ void TestRouterLog::failureIsLogged()
 
 void TestRouterLog::startWithoutAnAddressIsLogged()
 {
-    QLoggingCategory::setFilterRules("networksettings.router=true");
     FedChannel channel(5001);
     channel.setIp(0);
     channel.updateRouterActiveState(true);
@@ -139,7 +143,6 @@ void TestRouterLog::startWithoutAnAddressIsLogged()
 
 void TestRouterLog::interruptionsAndChangesAreLogged()
 {
-    QLoggingCategory::setFilterRules("networksettings.router=true");
     RunningChannel channel;
     channel.updateRouterActiveState(true);
     channel.resetFrame();
@@ -168,7 +171,6 @@ void TestRouterLog::interruptionsAndChangesAreLogged()
 
 void TestRouterLog::linesLostBeforeAResetAreLogged()
 {
-    QLoggingCategory::setFilterRules("networksettings.router=true");
     RunningChannel channel;
     channel.feed("fr1 6d1 fr2 6d2");
     channel.receiver.next();
@@ -185,7 +187,6 @@ void TestRouterLog::linesLostBeforeAResetAreLogged()
 /// not end, because the handler waits for the GUI thread.
 void TestRouterLog::handlerMayBlockOnTheGuiThreadDuringDestruction()
 {
-    QLoggingCategory::setFilterRules("networksettings.router=true");
     Receiver receiver;
     for (int round = 0; round < 200; ++round) {
         FedChannel channel(receiver.port());
