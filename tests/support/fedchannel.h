@@ -136,12 +136,13 @@ public:
     /// Delivers one line on the calling thread.
     void feed(const char *type, const char *line) { m_fanOut->deliver(type, line); }
 
-    /// Delivers the lines of frameOf(number) on the calling thread.
-    void feedFrame(int number)
+    /// Delivers the lines of frameOf(number) on the calling thread. Each line ends with \a lineEnds CR LF,
+    /// of which the datagram contains one.
+    void feedFrame(int number, int lineEnds = 1)
     {
-        const QByteArray digits = QByteArray::number(number);
+        const QByteArray text = ' ' + QByteArray::number(number) + QByteArray("\r\n").repeated(lineEnds);
         for (const char *type : {"fr", "6d"})
-            feed(type, (type + (' ' + digits) + "\r\n").constData());
+            feed(type, (type + text).constData());
     }
 
 private:
