@@ -81,6 +81,7 @@ void TestRouter::cleanup()
     faults::locksUnfairly = false;
     faults::path = faults::Open;
     QVERIFY(comesTrue([this] { return hasNoWorker(); }));
+    faults::takeDatagram = nullptr;
     QCOMPARE(descriptorCount(), m_descriptors);
 }
 
@@ -265,26 +266,16 @@ void TestRouter::resetComesBetweenTwoFramesOfABacklog()
     QVERIFY2(sendsDuringResets <= resets + 2, qPrintable(QString::number(sendsDuringResets)));
 }
 
-/// The data thread is preempted after it has queued the line that completes a frame, before it wakes the
-/// worker.
+/// The thread that has queued the first line is preempted before it wakes the worker.
 void TestRouter::laterLineRepeatsADelayedWakeUp()
 {
-    RunningChannel channel;
-    channel.feed("fr1 6d1 fr2 6d2");
-    QCOMPARE(channel.receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
+    LineMonitor monitor([] { return true; });
+    const std::future<void> worker =
+        std::async(std::launch::async, [&monitor] { monitor.waitForLines(WakeCondition()); });
     QVERIFY(fallsAsleep());
-    channel.feed("fr3");
-    std::atomic<bool> held{true};
-    const int heldBefore = faults::threadsHeldAfterUnlock;
-    std::future<void> preempted = std::async(std::launch::async, [&] {
-        faults::heldAfterUnlock = &held;
-        channel.feed("6d3");
-    });
-    QVERIFY(comesTrue([heldBefore] { return faults::threadsHeldAfterUnlock > heldBefore; }));
-    channel.feed("fr4");
-    const QByteArray datagram = channel.receiver.next();
-    held = false;
-    QCOMPARE(datagram, bytesOf("fr3 6d3"));
+    QVERIFY(monitor.append({"fr", "fr 1"}) > 0);
+    QVERIFY(monitor.append({"6d", "6d 1"}) > 0);
+    monitor.wakeWorker();
 }
 
 /// No line follows those that come during the service.
@@ -379,25 +370,21 @@ void TestRouter::nextFrameGoesToTheNewDestination()
 void TestRouter::changeOfTheDivisorLosesNoFrameThatBothSelect()
 {
     constexpr int frames = 3000;
+    std::atomic<int> expected{6}; // the next frame that both divisors select
+    faults::takeDatagram = [&expected](const QByteArray &datagram) {
+        expected += datagram == bytesOf(frameOf(expected)) ? 6 : 0;
+    };
     RunningChannel channel;
-    channel.feed("fr1 6d1 fr2 6d2");
-    QCOMPARE(channel.receiver.next(), bytesOf("fr1 6d1 fr2 6d2"));
     channel.setDataDivisor(2);
-    faults::bytesUnderWay = 0; // earlier tests have left datagrams unread
-    faults::isPaced = true;
     std::thread feeder([&channel] {
-        for (int number = 3; number <= frames; ++number)
+        for (int number = 1; number <= frames; ++number)
             channel.feed(frameOf(number));
     });
-    int expected = 6; // the next frame that both divisors select
-    const bool came = channel.receiver.readsUntil(
-        [&] {
-            channel.setDataDivisor(5 - channel.dataDivisor());
-            return expected > frames;
-        },
-        [&](const QByteArray &datagram) { expected += datagram == bytesOf(frameOf(expected)) ? 6 : 0; });
+    const bool came = comesTrue([&] {
+        channel.setDataDivisor(5 - channel.dataDivisor());
+        return expected > frames;
+    });
     feeder.join();
-    faults::isPaced = false;
     QVERIFY2(came, qPrintable(QString("frame %1 is missing").arg(expected)));
 }
 

@@ -117,7 +117,6 @@ void TestRouterLog::failureIsLogged_data()
     const QString failed = "frame dropped: sending it failed";
     row("wait for the socket failed", faults::SocketWait, frames, failed);
     row("send failed", faults::SocketSend, frames, failed);
-    row("only a part was sent", faults::SocketSendShort, frames, failed);
 }
 
 void TestRouterLog::failureIsLogged()

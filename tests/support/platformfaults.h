@@ -2,12 +2,14 @@
 
 #include "native.h"
 
+#include <QByteArray>
+
 #include <atomic>
 #include <chrono>
 #include <climits>
+#include <functional>
 #include <new>
 #include <thread>
-#include <utility>
 
 // Platform fault injection: a test observes the waits of workers, delays sends, and makes platform functions
 // fail. The option --wrap of the linker redirects calls of functions of native.h to the functions
@@ -23,7 +25,6 @@ enum Call
     NoCall, ///< no kind
     Memory, ///< allocations by new (std::nothrow)
     MutexCreate,
-    MutexTryLock,
     SemaphoreCreate,
     SemaphoreWait, ///< any wait for a semaphore, also LineWait
     GatePost,      ///< a post to a semaphore other than lineQueue
@@ -35,7 +36,6 @@ enum Call
     SocketWait,       ///< no socket is ever ready, and a wait for one fails
     SocketWaitInTime, ///< no socket is ever ready, and a wait for one times out
     SocketSend,
-    SocketSendShort, ///< a send reports one byte less than the datagram has
     LookUp
 };
 
@@ -106,20 +106,14 @@ enum Path
 inline std::atomic<Path> path{Open};
 inline std::atomic<int> sends{0};         // started
 inline std::atomic<int> writableWaits{0}; // started
-inline std::atomic<int> bytesUnderWay{0}; // buffer space of datagrams sent but not yet read by a Receiver
 inline std::atomic<int> stalledPort{0};   // if not 0, no socket is ever ready to send to this port
 inline std::atomic<NativeSocket> stalledSocket{nativeNoSocket}; // sends to stalledPort
 inline std::atomic<bool> isStallHeld{false}; // while true, a worker's wait for stalledSocket does not return
 inline std::atomic<bool> holdWokenWorkers{false}; // while true, a worker's wait for lines does not return
 
-/// If true, a send waits until bytesUnderWay is at most pacedBytes, but not longer than about ten seconds.
-inline std::atomic<bool> isPaced{false};
-constexpr int pacedBytes = 20000; // well below the usual size of a socket's buffer
-
-/// If not null, points to a flag: the calling thread's next unlock of a mutex sets this pointer to null and
-/// returns only when the flag is false.
-inline thread_local std::atomic<bool> *heldAfterUnlock = nullptr;
-inline std::atomic<int> threadsHeldAfterUnlock{0}; // such unlocks so far
+/// If set, takes each datagram on the thread that sends it, in place of the network, which could lose it. May
+/// be changed while all workers sleep.
+inline std::function<void(const QByteArray &)> takeDatagram;
 
 /// If true, the calling thread polls for a mutex every 5 ms instead of queuing for it: the worst case of an
 /// unfair mutex on a busy computer.
@@ -128,12 +122,6 @@ inline thread_local bool locksUnfairly = false;
 /// While true, the first lock of a mutex by a thread does not return.
 inline std::atomic<bool> holdFirstLocks{false};
 inline thread_local bool hasLocked = false;
-
-/// Returns about how much space a datagram of \a length bytes takes in the buffer of the receiver's socket.
-inline int bytesTaken(int length)
-{
-    return length + 500;
-}
 
 inline std::atomic<bool> holdLookUps{false}; // while true, each look-up blocks, for 10 s at most
 inline std::atomic<int> lookUpsStarted{0};
@@ -164,7 +152,6 @@ FAULT_POINT(NativeLock *, LockCreate, (), (), nullptr)
 FAULT_POINT(NativeThread *, ThreadCreate, (uint32_t(*entry)(void *), void *argument, uint32_t stackBytes),
             (entry, argument, stackBytes), nullptr)
 FAULT_POINT(NativeSocket, SocketCreate, (), (), nativeNoSocket)
-FAULT_POINT(int, MutexTryLock, (NativeMutex * mutex), (mutex), int(NativeFailed))
 
 int __real_nativeMutexLock(NativeMutex *);
 int __wrap_nativeMutexLock(NativeMutex *mutex)
@@ -174,22 +161,10 @@ int __wrap_nativeMutexLock(NativeMutex *mutex)
     faults::hasLocked = true;
     if (!faults::locksUnfairly)
         return __real_nativeMutexLock(mutex);
-    int result = __real_nativeMutexTryLock(mutex);
+    int result = nativeMutexTryLock(mutex);
     while (result != NativeTaken && result != NativeFailed) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        result = __real_nativeMutexTryLock(mutex);
-    }
-    return result;
-}
-
-int __real_nativeMutexUnlock(NativeMutex *);
-int __wrap_nativeMutexUnlock(NativeMutex *mutex)
-{
-    const int result = __real_nativeMutexUnlock(mutex);
-    if (const std::atomic<bool> *held = std::exchange(faults::heldAfterUnlock, nullptr)) {
-        ++faults::threadsHeldAfterUnlock;
-        while (*held)
-            nativeSleep(0);
+        result = nativeMutexTryLock(mutex);
     }
     return result;
 }
@@ -266,15 +241,12 @@ int32_t __wrap_nativeSocketSend(NativeSocket socket, const void *data, int32_t l
         nativeSleep(100);
     while (faults::path == faults::Held)
         nativeSleep(0);
-    for (int looks = 0; faults::isPaced && faults::bytesUnderWay > faults::pacedBytes && looks < 10000;
-         ++looks)
-        nativeSleep(looks < 1000 ? 0 : 1);
     if (faults::refuses(faults::SocketSend))
         return NativeFailed;
-    if (faults::refuses(faults::SocketSendShort))
-        return length - 1;
-    faults::bytesUnderWay += faults::bytesTaken(length);
-    return __real_nativeSocketSend(socket, data, length, address, port);
+    if (!faults::takeDatagram)
+        return __real_nativeSocketSend(socket, data, length, address, port);
+    faults::takeDatagram(QByteArray(static_cast<const char *>(data), length));
+    return length;
 }
 
 uint32_t __real_nativeLookUp(const char *);

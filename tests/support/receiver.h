@@ -26,25 +26,7 @@ public:
             return {};
         QByteArray bytes(static_cast<int>(m_socket.pendingDatagramSize()), '\0');
         m_socket.readDatagram(bytes.data(), bytes.size());
-        faults::bytesUnderWay -= faults::bytesTaken(bytes.size());
         return bytes;
-    }
-
-    /// Passes each arriving datagram to \a take until \a wanted returns true. Returns false if that takes
-    /// longer than the time limit of comesTrue().
-    template <typename Predicate, typename Take>
-    bool readsUntil(Predicate wanted, Take take)
-    {
-        const auto readAll = [&] {
-            while (!isEmpty())
-                take(next());
-        };
-        const bool came = comesTrue([&] {
-            readAll();
-            return wanted();
-        });
-        readAll();
-        return came;
     }
 
 private:
