@@ -213,10 +213,6 @@ private:
             m_event = "lines that were queued without a worker";
             queueWithoutWorker();
             break;
-        case 6:
-            m_event = "lines without the opening type";
-            feedWithoutOpening();
-            break;
         default:
             break;
         }
@@ -226,22 +222,6 @@ private:
     {
         m_channel.updateRouterActiveState(true);
         m_model.start();
-    }
-
-    /// In one of four cases, feeds lines of one type that is not the opening type, about as many as it takes
-    /// to make it the opening type.
-    void feedWithoutOpening()
-    {
-        if (!m_random.oneIn(4))
-            return;
-        const std::string opening = m_model.openingType().empty() ? "fr" : m_model.openingType();
-        const std::string other = opening == "6d" ? "3d" : "6d";
-        for (const std::string &type : {opening, other, std::string("fr")})
-            m_channel.tick(type.c_str(), true);
-        feed(m_source.line(opening, 0));
-        for (int i = m_random.bounded(998, 1003); i > 0; --i)
-            feed(m_source.line(other, 0));
-        QVERIFY(fallsAsleep());
     }
 
     /// In one of three cases, queues lines while there is no worker, in half of them about as many as the

@@ -123,8 +123,17 @@ void TestRouter::datagramsFollowFromTheSteps_data()
     row("lines are dropped while the address is unknown", "start nowhere fr90 6d90 here " + first, first);
     row("frame with one line fewer", "start " + first + " fr3 fr4 6d4 fr5 6d5",
         first + "|fr3 fr4|6d4 fr5 6d5");
-    row("opening type is switched off", "start 6d1 fr1 6d2 fr2 3d0*999 fr7 3d7 fr8 3d8",
-        "6d1 fr1 6d2 fr2|fr7 3d7 fr8 3d8");
+    // After 1000 lines without the opening type 6d, the type of the next line opens frames.
+    const QByteArray opened = "6d1 fr1 6d2 fr2";
+    row("opening type is switched off", "start " + opened + " 3d0*999 fr7 3d7 fr8 3d8",
+        opened + "|fr7 3d7 fr8 3d8");
+    row("opening type is nearly switched off", "start " + opened + " 3d0*999 asleep reset 6d7 fr7 6d8 fr8",
+        opened + "|6d7 fr7 6d8 fr8");
+    row("opening type is switched off within a frame", "start " + opened + " 6d3 3d0*1000 fr7 3d7 fr8 3d8",
+        opened + "|fr7 3d7 fr8 3d8");
+    row("restart counts the lines without the opening type again",
+        "start " + opened + " 3d0*600 asleep stop gone start 3d0*600 asleep reset 6d3 fr3 6d4 fr4",
+        opened + "|6d3 fr3 6d4 fr4");
     row("frame that is too long is dropped whole",
         "start " + first + " fr3 6d" + QByteArray(70000, 'x') + " fr4 6d4", first + "|fr4 6d4");
     // In this row and the next one, the line after "asleep" stays in the queue, because no frame can be

@@ -54,9 +54,6 @@ public:
         return isFrameComplete() ? takeFrame() : std::nullopt;
     }
 
-    /// Returns the type whose lines open frames; empty before the first line.
-    const std::string &openingType() const { return m_openingType; }
-
     /// Returns the number of bytes that have been collected for the next datagram.
     std::size_t pendingBytes() const { return frameText().size(); }
 
