@@ -43,15 +43,11 @@ thread_local volatile char hostData[95000];
 /// Uses nearly all of the guaranteed stack of a thread.
 uint32_t useWholeStack(void *touched)
 {
-    constexpr int step = 512;
     volatile char stack[96000];
-    int count = 0;
-    for (int at = sizeof stack - step; at >= 0; at -= step) {
-        stack[at] = char(at);
-        count += stack[at] == char(at);
-    }
+    for (int at = sizeof stack - 1; at >= 0; --at)
+        stack[at] = 1;
     hostData[0] = 1;
-    *static_cast<int *>(touched) = count;
+    *static_cast<bool *>(touched) = stack[0] == 1;
     return 0;
 }
 
@@ -235,10 +231,10 @@ void TestThreads::threadBlocksSignalsMeantForTheHost()
 
 void TestThreads::threadLocalDataTakeNoStackFromAThread()
 {
-    int touched = 0;
+    bool touched = false;
     QCOMPARE(threadStart(useWholeStack, &touched), int(Succeeded));
     threadAwait(&touched);
-    QCOMPARE(touched, 187); // all steps of useWholeStack()
+    QVERIFY(touched);
 }
 
 QTEST_GUILESS_MAIN(TestThreads)
