@@ -265,7 +265,7 @@ void TestStress::nothingIsLeftAfterRandomUse()
     const int descriptors = descriptorCount();
     const long long allocated = allocatedBytes();
     const int seconds = qEnvironmentVariableIntValue("STRESS_SECONDS");
-    const QDeadlineTimer end(1000 * (seconds > 0 ? seconds : 5));
+    const QDeadlineTimer end(1000 * qint64{seconds > 0 ? seconds : 5});
     int uses = 0;
     for (; !end.hasExpired() && !QTest::currentTestFailed(); ++uses)
         useModuleOnce();
