@@ -46,30 +46,31 @@ quint32 RouteFinder::addressOf(const QByteArray &host)
     const QHostAddress address(QString::fromLatin1(host));
     if (!address.isNull())
         return allowed(address);
-    if (!m_names.contains(host))
-        startLookUp(host);
+    if (!m_names.contains(host)) {
+        // Not with a function object: QHostInfo does not free it if the program ends before the answer comes.
+        m_names[host].lookup =
+            QHostInfo::lookupHost(QString::fromLatin1(host), this, SLOT(takeAddresses(QHostInfo)));
+    }
     return m_names.value(host).address;
 }
 
-void RouteFinder::startLookUp(const QByteArray &host)
+void RouteFinder::takeAddresses(const QHostInfo &info)
 {
-    m_names[host].lookup =
-        QHostInfo::lookupHost(QString::fromLatin1(host), this, [this, host](const QHostInfo &info) {
-            const auto name = m_names.find(host);
-            // The answer to an aborted look-up may have been under way already.
-            if (name == m_names.end() || name->lookup != info.lookupId())
-                return;
-            const QList<QHostAddress> addresses = info.addresses();
-            for (const QHostAddress &address : addresses) {
-                if (name->address == 0)
-                    name->address = allowed(address);
-            }
-            // The next change of the state tries a name again that could not be found.
-            if (name->address == 0)
-                m_names.erase(name);
-            else
-                publish();
-        });
+    const auto name = std::find_if(m_names.begin(), m_names.end(),
+                                   [&info](const Name &each) { return each.lookup == info.lookupId(); });
+    // The answer to an aborted look-up may have been under way already.
+    if (name == m_names.end())
+        return;
+    const QList<QHostAddress> addresses = info.addresses();
+    for (const QHostAddress &address : addresses) {
+        if (name->address == 0)
+            name->address = allowed(address);
+    }
+    // The next change of the state tries a name again that could not be found.
+    if (name->address == 0)
+        m_names.erase(name);
+    else
+        publish();
 }
 
 /// Returns \a address in host byte order, or 0 if it is not an IPv4 address or not allowed.

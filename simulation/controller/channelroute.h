@@ -53,6 +53,9 @@ public:
 signals:
     void found(const simulation::ChannelRoutes &routes);
 
+private slots:
+    void takeAddresses(const QHostInfo &info);
+
 private:
     struct Name
     {
@@ -63,7 +66,6 @@ private:
     void forgetUnusedNames();
     void publish();
     quint32 addressOf(const QByteArray &host);
-    void startLookUp(const QByteArray &host);
     quint32 allowed(const QHostAddress &address) const;
 
     const Reach m_reach;
